@@ -1,0 +1,101 @@
+#include "core/KeyedList.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace QuillonLib {
+namespace {
+
+template <typename Action>
+std::int32_t NumberOf(Action action) {
+    try {
+        action();
+    } catch (const Error& error) {
+        return error.Number();
+    }
+    return 0;
+}
+
+std::vector<std::u16string> Values(const KeyedList<std::u16string>& list) {
+    return {list.begin(), list.end()};
+}
+
+class KeyedListTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        list.Add(u"one", u"Alpha");
+        list.Add(u"two");
+        list.Add(u"three", u"Gamma");
+    }
+    KeyedList<std::u16string> list;
+};
+
+TEST_F(KeyedListTest, KeepsTheOrderOfInsertion) {
+    EXPECT_EQ(Values(list), (std::vector<std::u16string>{u"one", u"two", u"three"}));
+    EXPECT_EQ(list.Count(), 3);
+}
+
+TEST_F(KeyedListTest, FindsByPositionFromOne) {
+    EXPECT_EQ(list.Item(1), u"one");
+    EXPECT_EQ(list.Item(3), u"three");
+}
+
+TEST_F(KeyedListTest, FindsByKeyWithoutRegardToCase) {
+    EXPECT_EQ(list.Item(u"ALPHA"), u"one");
+    EXPECT_EQ(list.Item(u"gamma"), u"three");
+    EXPECT_TRUE(list.ItemExists(u"gAMMA"));
+}
+
+TEST_F(KeyedListTest, KeysFoldAllOfUnicode) {
+    list.Add(u"four", u"\u0394\u03AD\u03BB\u03C4\u03B1");  // Greek
+    list.Add(u"five", u"\U00010400");                      // Deseret, outside the first plane
+    EXPECT_EQ(list.Item(u"\u03B4\u03AD\u03BB\u03C4\u03B1"), u"four");
+    EXPECT_EQ(list.Item(u"\U00010428"), u"five");
+}
+
+TEST_F(KeyedListTest, DuplicateKeyIsError457AndChangesNothing) {
+    EXPECT_EQ(NumberOf([&] { list.Add(u"x", u"ALPHA"); }), 457);
+    EXPECT_EQ(list.Count(), 3);
+    EXPECT_EQ(list.Item(u"Alpha"), u"one");
+}
+
+TEST_F(KeyedListTest, AbsentKeyOrPositionIsError5) {
+    EXPECT_EQ(NumberOf([&] { list.Item(u"Beta"); }), 5);
+    EXPECT_EQ(NumberOf([&] { list.Item(0); }), 5);
+    EXPECT_EQ(NumberOf([&] { list.Item(4); }), 5);
+    EXPECT_EQ(NumberOf([&] { list.Remove(u"Beta"); }), 5);
+    EXPECT_EQ(NumberOf([&] { list.Remove(-1); }), 5);
+    EXPECT_EQ(list.Count(), 3);
+}
+
+TEST_F(KeyedListTest, RemovingByKeyClosesTheGap) {
+    list.Remove(u"alpha");
+    EXPECT_EQ(Values(list), (std::vector<std::u16string>{u"two", u"three"}));
+    EXPECT_EQ(list.Item(2), u"three");
+    EXPECT_FALSE(list.ItemExists(u"Alpha"));
+}
+
+TEST_F(KeyedListTest, RemovingByPositionFreesTheKey) {
+    list.Remove(3);
+    EXPECT_FALSE(list.ItemExists(u"Gamma"));
+    list.Add(u"again", u"GAMMA");
+    EXPECT_EQ(list.Item(3), u"again");
+}
+
+TEST_F(KeyedListTest, AnEmptyTextIsAKeyLikeAnyOther) {
+    list.Add(u"empty", u"");
+    EXPECT_EQ(list.Item(u""), u"empty");
+    EXPECT_EQ(NumberOf([&] { list.Add(u"x", u""); }), 457);
+}
+
+TEST_F(KeyedListTest, ItemExistsNeverFails) {
+    EXPECT_TRUE(list.ItemExists(1));
+    EXPECT_FALSE(list.ItemExists(0));
+    EXPECT_FALSE(list.ItemExists(INT64_MAX));
+    EXPECT_FALSE(list.ItemExists(u"nothing"));
+}
+
+}  // namespace
+}  // namespace QuillonLib
