@@ -1,0 +1,58 @@
+// One login to a server, through ODBC.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "data/Diagnostic.h"
+
+namespace QuillonLib {
+
+// Handed around as std::shared_ptr<Connection>; used by one thread at a time. It runs one
+// statement at a time: every operation here and Recordset::Open read all results before they
+// return, so a Connection is always ready for the next one.
+//
+// Failures are thrown as DataError and stay readable through Errors(). The password is in no
+// error text.
+class Connection {
+  public:
+    Connection();
+    ~Connection();
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    // Zero: no limit. Both are read when the next Open, or statement, begins.
+    void LoginTimeout(std::chrono::seconds limit) noexcept;    // default 15 s
+    void CommandTimeout(std::chrono::seconds limit) noexcept;  // default: none
+
+    // Throws Error ObjectOpen when already open.
+    void Open(std::u16string_view connectionString);
+    // As given to Open, letter for letter; it holds the password.
+    const std::u16string& ConnectionString() const noexcept;
+
+    // Runs a batch and reads all of its results. An error in any statement of the batch is thrown,
+    // after the rest of the batch has run as far as the server runs it. Rows are thrown away.
+    // Throws Error ObjectClosed when not open.
+    void Execute(std::u16string_view sql);
+
+    // Rolls an open transaction back. Nothing happens when the connection is not open.
+    void Close() noexcept;
+
+    // False from the moment a call finds that the server has gone away.
+    bool IsOpen() const noexcept;
+
+    // The diagnostics of the last call that failed; empty before the first failure. They outlive
+    // Close.
+    const std::vector<Diagnostic>& Errors() const noexcept;
+
+    class Impl;
+
+  private:
+    friend class Recordset;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace QuillonLib

@@ -1,0 +1,20 @@
+// The one connection string of the library.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace QuillonLib {
+
+// "driver={SQL Server};server=S;database=D;uid=U;pwd=P". With `ntSecurity`, uid and pwd are left
+// out. The values are placed as they stand, with no quoting of ";", "{" or "}".
+std::u16string BuildConnectionString(std::u16string_view server, std::u16string_view database,
+                                     bool ntSecurity, std::u16string_view user,
+                                     std::u16string_view password);
+
+// What the driver is given in place of `connectionString` where one of its quirks needs it (see
+// the definition). `environmentSetsPort`: the environment names a default port of its own.
+std::u16string AdaptConnectionString(std::u16string_view connectionString,
+                                     bool environmentSetsPort);
+
+}  // namespace QuillonLib

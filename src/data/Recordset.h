@@ -1,0 +1,99 @@
+// The rows of one query, read whole and kept by the client.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "data/Connection.h"
+#include "data/PackedRows.h"
+#include "data/Value.h"
+
+namespace QuillonLib {
+
+// One column's name and type.
+struct FieldInfo {
+    std::u16string name;
+    std::u16string typeName;  // as the driver declares it: "int", "nvarchar", "datetime" ...
+    ValueKind kind = ValueKind::Empty;
+};
+
+class Recordset;
+
+// A field of the current row: a view that follows the cursor, valid as long as its Recordset.
+class Field {
+  public:
+    const std::u16string& Name() const noexcept;
+    const std::u16string& TypeName() const noexcept;
+    // The kind that every non-null value of the column has.
+    ValueKind Kind() const noexcept;
+
+    // Throws Error NoCurrentRecord when the cursor is past the last row.
+    QuillonLib::Value Value() const;
+    bool IsNull() const;
+
+  private:
+    friend class Recordset;
+    Field(const Recordset& recordset, std::size_t index) noexcept
+        : recordset_(&recordset), index_(index) {}
+
+    const Recordset* recordset_;
+    std::size_t index_;
+};
+
+// Client-side and read-only: Open reads every row before it returns, and the rows stay readable
+// when the connection is closed. Can be closed and opened again. After a failed Open it is closed,
+// and the connection is ready for the next statement unless the server has gone away.
+//
+// Except for Open and IsOpen, every operation throws Error ObjectClosed when it is not open.
+class Recordset {
+  public:
+    Recordset();
+    ~Recordset();
+    Recordset(const Recordset&) = delete;
+    Recordset& operator=(const Recordset&) = delete;
+
+    // Runs a batch, keeps its first row set, and reads the rest of its results for their errors:
+    // an error anywhere in the batch is thrown. A batch without a row set gives no fields and no
+    // rows. Throws Error ObjectOpen when already open.
+    void Open(std::u16string_view sql, const std::shared_ptr<Connection>& connection);
+    void Close();
+    bool IsOpen() const noexcept;
+
+    std::size_t RecordCount() const;
+
+    std::size_t FieldCount() const;
+    const FieldInfo& Info(std::size_t index) const;
+    // Names are compared without regard to case; of equal names the first counts.
+    // Throws Error ItemNotFound.
+    std::size_t FieldIndex(std::u16string_view name) const;
+    Field Fields(std::size_t index) const;
+    Field Fields(std::u16string_view name) const;
+
+    // The cursor stands on the first row after Open, past the last one when there is none.
+    void MoveFirst();
+    // Throws Error NoCurrentRecord when already past the last row.
+    void MoveNext();
+    bool EndOfSet() const;
+
+    // The packed rows, in order.
+    std::size_t BlockCount() const;
+    std::size_t RowsInBlock(std::size_t block) const;
+    PackedColumn Column(std::size_t block, std::size_t field) const;
+    // One cell of any row, wherever the cursor stands.
+    QuillonLib::Value ValueAt(std::size_t row, std::size_t field) const;
+    // Memory held by the rows, in bytes.
+    std::size_t MemoryUsed() const;
+
+  private:
+    friend class Field;
+    class Rows;
+    const Rows& Opened() const;
+    Rows& Opened();
+
+    std::unique_ptr<Rows> rows_;
+};
+
+}  // namespace QuillonLib
