@@ -1,0 +1,55 @@
+// What the server's catalog says of tables, views, columns and indexes.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace QuillonLib {
+
+// Bits of IndexFacts::Type. An index carries at most one of them: the index of a primary key is
+// not taken for a unique index, so that a key whose name differs between two databases is not
+// chosen by mistake.
+enum class IndexType : std::int32_t {
+    Unique = 2,
+    PrimaryKey = 0x800,
+    UniqueConstraint = 0x1000,
+};
+
+struct ObjectName {
+    std::u16string Owner;  // a schema, on servers that have schemas
+    std::u16string Name;
+};
+
+struct ColumnFacts {
+    std::u16string Name;
+    std::u16string DataType;  // base type, as the server writes it
+    std::int32_t Length = 0;  // characters for nchar and nvarchar, else bytes; -1 for max types
+    std::int32_t NumericPrecision = 0;
+    std::int32_t NumericScale = 0;
+    bool Computed = false;
+    bool Identity = false;
+    bool AllowNulls = false;
+};
+
+struct IndexFacts {
+    std::u16string Name;
+    std::int32_t Type = 0;
+    std::vector<std::u16string> Columns;  // key columns, in key order
+
+    bool Has(IndexType bit) const { return (Type & static_cast<std::int32_t>(bit)) != 0; }
+};
+
+struct ObjectFacts {
+    ObjectName Object;
+    bool IsView = false;
+    std::vector<ColumnFacts> Columns;  // in column order
+    std::vector<IndexFacts> Indexes;   // in index-id order
+
+    // Null when there is none.
+    const IndexFacts* PrimaryKey() const;
+    const IndexFacts* FindIndex(std::u16string_view name) const;    // without regard to case
+    const ColumnFacts* FindColumn(std::u16string_view name) const;  // exactly that name
+};
+
+}  // namespace QuillonLib

@@ -1,0 +1,23 @@
+// The ways in which the library logs in to a server.
+#pragma once
+
+#include <chrono>
+#include <memory>
+
+#include "catalog/LoginData.h"
+
+namespace QuillonLib {
+
+class Connection;
+class Database;
+
+// For reading the catalog: a login that names no database, so that it proves nothing but that the
+// server and the credentials are good. The default time-out is the connection's own.
+std::shared_ptr<Connection> LogIn(const LoginData& login);
+std::shared_ptr<Connection> LogIn(const LoginData& login, std::chrono::seconds timeout);
+
+// For queries: a login to the database that the object describes, without a limit on the time
+// that a command may take. A failure reaches the caller as it is; nothing is recorded.
+std::shared_ptr<Connection> OpenConnection(const Database& obDatabase);
+
+}  // namespace QuillonLib
