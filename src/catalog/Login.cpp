@@ -30,9 +30,13 @@ std::shared_ptr<Connection> LogIn(const LoginData& login, std::chrono::seconds t
 
 std::shared_ptr<Connection> OpenConnection(const Database& obDatabase) {
     auto connection = std::make_shared<Connection>();
-    connection->CommandTimeout(std::chrono::seconds(0));
-    Open(*connection, obDatabase.Login(), obDatabase.DatabaseName());
+    OpenConnection(obDatabase, *connection);
     return connection;
+}
+
+void OpenConnection(const Database& obDatabase, Connection& connection) {
+    connection.CommandTimeout(std::chrono::seconds(0));
+    Open(connection, obDatabase.Login(), obDatabase.DatabaseName());
 }
 
 }  // namespace QuillonLib

@@ -19,5 +19,7 @@ std::shared_ptr<Connection> LogIn(const LoginData& login, std::chrono::seconds t
 // For queries: a login to the database that the object describes, without a limit on the time
 // that a command may take. A failure reaches the caller as it is; nothing is recorded.
 std::shared_ptr<Connection> OpenConnection(const Database& obDatabase);
+// The same into a connection of the caller's, whose Errors() then tell of a failure too.
+void OpenConnection(const Database& obDatabase, Connection& connection);
 
 }  // namespace QuillonLib

@@ -1,0 +1,11 @@
+// The whole library: include this one header and begin with the class Utils.
+#pragma once
+
+#include "Utils.h"
+#include "catalog/Databases.h"
+#include "core/Error.h"
+#include "core/KeyedList.h"
+#include "core/TableEntry.h"
+#include "core/Text.h"
+#include "data/PropertyBag.h"
+#include "data/Recordset.h"
