@@ -1,0 +1,133 @@
+#include "data/Connection.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+#include <utility>
+
+#include "data/ConnectionString.h"
+#include "data/Odbc.h"
+
+namespace QuillonLib {
+
+namespace {
+
+// ODBC counts its characters in 16 bits; the rest is room for what the driver needs added.
+constexpr std::size_t MaxConnectionString = 32000;
+
+std::u16string AdaptToDriver(const std::u16string& connectionString) {
+#ifdef _WIN32
+    return connectionString;
+#else
+    return AdaptConnectionString(connectionString, std::getenv("TDSPORT") != nullptr);
+#endif
+}
+
+}  // namespace
+
+void Connection::Impl::Open(std::u16string_view text) {
+    if (open) {
+        throw Error(ErrorNumber::ObjectOpen, u"Operation is not allowed when the object is open.");
+    }
+    if (text.size() > MaxConnectionString) {
+        throw Error(ErrorNumber::InvalidArgument, u"The connection string is too long.");
+    }
+    connectionString = text;
+    environment = odbc::Environment(SQL_NULL_HANDLE);
+    SQLSetEnvAttr(environment.Get(), SQL_ATTR_ODBC_VERSION, odbc::AsPointer(SQL_OV_ODBC3), 0);
+    link = odbc::Link(environment.Get());
+    try {
+        Connect();
+    } catch (...) {
+        Close();
+        throw;
+    }
+}
+
+void Connection::Impl::Connect() {
+    SQLSetConnectAttr(link.Get(), SQL_ATTR_LOGIN_TIMEOUT,
+                      odbc::AsPointer(static_cast<SQLULEN>(loginTimeout.count())), 0);
+    const std::u16string adapted = AdaptToDriver(connectionString);
+    const SQLRETURN result = SQLDriverConnectW(link.Get(), nullptr, odbc::Wide(adapted),
+                                               static_cast<SQLSMALLINT>(adapted.size()), nullptr, 0,
+                                               nullptr, SQL_DRIVER_NOPROMPT);
+    if (!SQL_SUCCEEDED(result)) Fail(odbc::ReadErrors(SQL_HANDLE_DBC, link.Get()));
+    open = true;
+    lost = false;
+}
+
+void Connection::Impl::Close() noexcept {
+    if (open) SQLDisconnect(link.Get());
+    open = false;
+    lost = false;
+    link = odbc::Link();
+    environment = odbc::Environment();
+}
+
+void Connection::Impl::RequireOpen() const {
+    if (!open) {
+        throw Error(ErrorNumber::ObjectClosed,
+                    u"Operation is not allowed when the object is closed.");
+    }
+    if (lost) {
+        throw Error(ErrorNumber::DataAccess, u"The connection to the server has been lost.");
+    }
+}
+
+void Connection::Impl::Fail(std::vector<Diagnostic> diagnostics) {
+    if (diagnostics.empty()) {
+        diagnostics.push_back(
+            {ErrorNumber::DataAccess, "HY000", 0, u"The driver reported an error without a text."});
+    }
+    NoticeLoss(diagnostics);
+    errors = diagnostics;
+    throw DataError(std::move(diagnostics));
+}
+
+void Connection::Impl::NoticeLoss(const std::vector<Diagnostic>& diagnostics) noexcept {
+    if (!open) return;
+    SQLUINTEGER dead = SQL_CD_FALSE;
+    SQLGetConnectAttr(link.Get(), SQL_ATTR_CONNECTION_DEAD, &dead, SQL_IS_UINTEGER, nullptr);
+    lost = lost || dead == SQL_CD_TRUE ||
+           std::any_of(diagnostics.begin(), diagnostics.end(),
+                       [](const Diagnostic& d) { return d.sqlState.starts_with("08"); });
+}
+
+Connection::Connection() : impl_(std::make_unique<Impl>()) {
+}
+Connection::~Connection() {
+    Close();
+}
+
+void Connection::LoginTimeout(std::chrono::seconds limit) noexcept {
+    impl_->loginTimeout = limit;
+}
+void Connection::CommandTimeout(std::chrono::seconds limit) noexcept {
+    impl_->commandTimeout = limit;
+}
+
+void Connection::Open(std::u16string_view connectionString) {
+    impl_->Open(connectionString);
+}
+
+const std::u16string& Connection::ConnectionString() const noexcept {
+    return impl_->connectionString;
+}
+
+void Connection::Execute(std::u16string_view sql) {
+    odbc::Statement statement(*impl_);
+    statement.Execute(sql);
+    statement.Finish();
+}
+
+void Connection::Close() noexcept {
+    impl_->Close();
+}
+bool Connection::IsOpen() const noexcept {
+    return impl_->open && !impl_->lost;
+}
+const std::vector<Diagnostic>& Connection::Errors() const noexcept {
+    return impl_->errors;
+}
+
+}  // namespace QuillonLib

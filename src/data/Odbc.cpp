@@ -1,0 +1,162 @@
+#include "data/Odbc.h"
+
+#include <algorithm>
+#include <array>
+#include <new>
+#include <string>
+
+#include "core/Text.h"
+
+namespace QuillonLib::odbc {
+
+namespace {
+
+// A batch of many failing statements must not fill the memory with their texts.
+constexpr std::size_t MaxErrors = 1000;
+
+bool IsInformation(std::string_view sqlState) {
+    return sqlState.starts_with("01");
+}
+
+// Errors after which asking for the next result would bring the same error for ever: the server
+// has gone away, the time is over, or the call came out of turn.
+bool EndsTheBatch(const Diagnostic& error) {
+    const std::string_view state = error.sqlState;
+    return state.starts_with("08") || state.starts_with("24") ||
+           (state.starts_with("HY") && state != "HY000");
+}
+
+// One record; false past the last one.
+bool ReadRecord(SQLSMALLINT handleType, SQLHANDLE handle, SQLSMALLINT record, Diagnostic& out) {
+    std::array<char16_t, 6> state{};
+    SQLINTEGER nativeError = 0;
+    SQLSMALLINT length = 0;
+    std::u16string text(1023, u'\0');
+    for (;;) {
+        const SQLRETURN result = SQLGetDiagRecW(
+            handleType, handle, record, reinterpret_cast<SQLWCHAR*>(state.data()), &nativeError,
+            Wide(text), static_cast<SQLSMALLINT>(text.size() + 1), &length);
+        if (!SQL_SUCCEEDED(result)) return false;
+        if (static_cast<std::size_t>(length) <= text.size()) break;
+        text.resize(static_cast<std::size_t>(length));
+    }
+    text.resize(static_cast<std::size_t>(length));
+    out.sqlState = ToUtf8(state.data());
+    out.number = NumberOfSqlState(out.sqlState);
+    out.nativeError = nativeError;
+    out.description = std::move(text);
+    return true;
+}
+
+// The driver takes a batch that is one EXEC with plain arguments for a procedure call, and sends
+// the arguments as values of types that it guesses: a bigint is cut to 32 bits, a decimal becomes a
+// float. A comment at the end keeps it a batch.
+std::u16string_view KeepAsBatch(std::u16string_view sql, std::u16string& copy) {
+    const auto isSpace = [](char16_t c) { return c == u' ' || (c >= u'\t' && c <= u'\r'); };
+    const auto begin = std::find_if_not(sql.begin(), sql.end(), isSpace);
+    if (!EqualIgnoringCase(sql.substr(static_cast<std::size_t>(begin - sql.begin()), 4), u"exec")) {
+        return sql;
+    }
+    copy = sql;
+    copy += u"\r\n--";
+    return copy;
+}
+
+}  // namespace
+
+std::vector<Diagnostic> ReadErrors(SQLSMALLINT handleType, SQLHANDLE handle) {
+    std::vector<Diagnostic> errors;
+    Diagnostic record;
+    for (SQLSMALLINT i = 1; i < 10000 && ReadRecord(handleType, handle, i, record); ++i) {
+        if (!IsInformation(record.sqlState)) errors.push_back(record);
+    }
+    return errors;
+}
+
+template <SQLSMALLINT Type>
+Handle<Type>::Handle(SQLHANDLE parent) {
+    if (!SQL_SUCCEEDED(SQLAllocHandle(Type, parent, &handle_))) throw std::bad_alloc();
+}
+
+template class Handle<SQL_HANDLE_ENV>;
+template class Handle<SQL_HANDLE_DBC>;
+template class Handle<SQL_HANDLE_STMT>;
+
+Statement::Statement(Connection::Impl& connection) : connection_(connection) {
+    connection.RequireOpen();
+    handle_ = Handle<SQL_HANDLE_STMT>(connection.link.Get());
+    // The batch is T-SQL as it stands: no "{" escapes to translate.
+    Require(SQLSetStmtAttr(Get(), SQL_ATTR_NOSCAN, AsPointer(SQL_NOSCAN_ON), 0));
+    if (connection.commandTimeout.count() > 0) {
+        Require(SQLSetStmtAttr(Get(), SQL_ATTR_QUERY_TIMEOUT,
+                               AsPointer(static_cast<SQLULEN>(connection.commandTimeout.count())),
+                               0));
+    }
+}
+
+void Statement::Gather(SQLRETURN result) {
+    if (result != SQL_ERROR && result != SQL_SUCCESS_WITH_INFO) {
+        if (result == SQL_INVALID_HANDLE) connection_.Fail({});
+        return;
+    }
+    std::vector<Diagnostic> found = ReadErrors(SQL_HANDLE_STMT, Get());
+    if (result == SQL_ERROR && found.empty()) {
+        found.push_back(
+            {ErrorNumber::DataAccess, "HY000", 0, u"The driver reported an error without a text."});
+        more_ = false;
+    }
+    if (std::any_of(found.begin(), found.end(), EndsTheBatch)) more_ = false;
+    const std::size_t room = MaxErrors - std::min(MaxErrors, errors_.size());
+    found.resize(std::min(found.size(), room));
+    std::move(found.begin(), found.end(), std::back_inserter(errors_));
+}
+
+bool Statement::Succeeded(SQLRETURN result) {
+    more_ = result != SQL_NO_DATA;
+    Gather(result);
+    return SQL_SUCCEEDED(result);
+}
+
+bool Statement::Execute(std::u16string_view sql) {
+    std::u16string copy;
+    sql = KeepAsBatch(sql, copy);
+    const SQLRETURN result = SQLExecDirectW(Get(), Wide(sql), static_cast<SQLINTEGER>(sql.size()));
+    const bool succeeded = Succeeded(result);
+    // SQL_NO_DATA: the first statement counted no row, or had nothing to count.
+    if (result == SQL_NO_DATA) more_ = true;
+    return succeeded;
+}
+
+bool Statement::NextResult() {
+    while (more_) {
+        if (Succeeded(SQLMoreResults(Get()))) return true;
+    }
+    return false;
+}
+
+bool Statement::Fetch() {
+    const SQLRETURN result = SQLFetch(Get());
+    Gather(result);
+    return SQL_SUCCEEDED(result);
+}
+
+bool Statement::GetData(SQLUSMALLINT column, SQLSMALLINT cType, void* buffer, std::size_t size,
+                        SQLLEN& indicator) {
+    const SQLRETURN result =
+        SQLGetData(Get(), column, cType, buffer, static_cast<SQLLEN>(size), &indicator);
+    Gather(result);
+    return SQL_SUCCEEDED(result);
+}
+
+void Statement::Require(SQLRETURN result) {
+    if (SQL_SUCCEEDED(result)) return;
+    connection_.Fail(ReadErrors(SQL_HANDLE_STMT, Get()));
+}
+
+void Statement::Finish() {
+    while (NextResult()) {
+    }
+    if (Failed()) connection_.Fail(std::move(errors_));
+}
+
+}  // namespace QuillonLib::odbc

@@ -1,0 +1,129 @@
+// ODBC for Connection and Recordset alone: calls that throw, and handles that own. No other file
+// includes this one, and no other file includes ODBC's headers.
+#pragma once
+
+#include <sql.h>
+#include <sqlext.h>
+
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "data/Connection.h"
+#include "data/Diagnostic.h"
+
+namespace QuillonLib::odbc {
+
+static_assert(sizeof(SQLWCHAR) == sizeof(char16_t), "the driver manager must be built for UTF-16");
+
+// ODBC takes its texts as pointers to non-const.
+inline SQLWCHAR* Wide(std::u16string_view text) {
+    return reinterpret_cast<SQLWCHAR*>(const_cast<char16_t*>(text.data()));
+}
+
+inline SQLPOINTER AsPointer(SQLULEN number) {
+    return reinterpret_cast<SQLPOINTER>(number);
+}
+
+// All records of a handle, information (SQLSTATE 01...) left out. The driver sorts them by
+// severity and the cause may come late, so none is skipped.
+std::vector<Diagnostic> ReadErrors(SQLSMALLINT handleType, SQLHANDLE handle);
+
+template <SQLSMALLINT Type>
+class Handle {
+  public:
+    Handle() = default;
+    // Throws std::bad_alloc when the driver manager has no memory for another handle.
+    explicit Handle(SQLHANDLE parent);
+    ~Handle() { Free(); }
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+    Handle(Handle&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
+    Handle& operator=(Handle&& other) noexcept {
+        std::swap(handle_, other.handle_);
+        return *this;
+    }
+
+    SQLHANDLE Get() const noexcept { return handle_; }
+
+  private:
+    void Free() noexcept {
+        if (handle_ != nullptr) SQLFreeHandle(Type, handle_);
+    }
+
+    SQLHANDLE handle_ = nullptr;
+};
+
+using Environment = Handle<SQL_HANDLE_ENV>;
+using Link = Handle<SQL_HANDLE_DBC>;
+
+}  // namespace QuillonLib::odbc
+
+namespace QuillonLib {
+
+class Connection::Impl {
+  public:
+    void Open(std::u16string_view connectionString);
+    void Close() noexcept;
+
+    // Throws Error ObjectClosed, or DataAccess when the server has gone away.
+    void RequireOpen() const;
+    // Remembers the diagnostics, looks whether the server is still there, and throws.
+    [[noreturn]] void Fail(std::vector<Diagnostic> diagnostics);
+
+    odbc::Environment environment;
+    odbc::Link link;
+    bool open = false;
+    bool lost = false;
+    std::chrono::seconds loginTimeout{15};
+    std::chrono::seconds commandTimeout{0};
+    std::u16string connectionString;
+    std::vector<Diagnostic> errors;
+
+  private:
+    void Connect();
+    void NoticeLoss(const std::vector<Diagnostic>& diagnostics) noexcept;
+};
+
+namespace odbc {
+
+// One batch and its results. Errors are gathered as they come, for the results of later statements
+// can follow those of a failed one; Finish throws them.
+class Statement {
+  public:
+    // Throws as Connection::Impl::RequireOpen does.
+    explicit Statement(Connection::Impl& connection);
+
+    SQLHSTMT Get() const noexcept { return handle_.Get(); }
+
+    // Each returns false when there is nothing (more) of its kind to read.
+    bool Execute(std::u16string_view sql);
+    bool NextResult();
+    bool HasMore() const noexcept { return more_; }
+    bool Fetch();
+    // The next piece of a long cell. `indicator` is left alone when there is none.
+    bool GetData(SQLUSMALLINT column, SQLSMALLINT cType, void* buffer, std::size_t size,
+                 SQLLEN& indicator);
+
+    // For calls that only describe or bind: throws at once.
+    void Require(SQLRETURN result);
+
+    // Before the buffers that are bound go away.
+    void Unbind() noexcept { SQLFreeStmt(Get(), SQL_UNBIND); }
+
+    bool Failed() const noexcept { return !errors_.empty(); }
+    // Reads the remaining results for their errors, and throws when there were any.
+    void Finish();
+
+  private:
+    bool Succeeded(SQLRETURN result);
+    void Gather(SQLRETURN result);
+
+    Connection::Impl& connection_;
+    Handle<SQL_HANDLE_STMT> handle_;
+    std::vector<Diagnostic> errors_;
+    bool more_ = false;
+};
+
+}  // namespace odbc
+}  // namespace QuillonLib

@@ -1,0 +1,299 @@
+#include "data/RowsetReader.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "core/Text.h"
+
+namespace QuillonLib {
+
+static_assert(sizeof(StagedTimestamp) == sizeof(SQL_TIMESTAMP_STRUCT));
+static_assert(sizeof(StagedGuid) == sizeof(SQLGUID));
+static_assert(sizeof(std::ptrdiff_t) == sizeof(SQLLEN));
+static_assert(StagedColumn::NullIndicator == SQL_NULL_DATA);
+
+namespace {
+
+// Types of the server that ODBC's own headers do not name.
+constexpr SQLSMALLINT SqlVariant = -150;
+constexpr SQLSMALLINT SqlUserDefined = -151;
+constexpr SQLSMALLINT SqlXml = -152;
+constexpr SQLSMALLINT SqlTime = -154;
+constexpr SQLSMALLINT SqlDateTimeOffset = -155;
+
+constexpr SQLULEN MaxBoundedSize = 8000;  // longest column that is not a long one
+constexpr std::size_t TextWidth = 48;     // of a number or a date as text
+constexpr std::size_t BufferLimit = 4 << 20;
+constexpr std::size_t MaxRowsPerBlock = 1024;
+constexpr std::size_t MaxLongRowsPerBlock = 256;
+constexpr std::size_t MaxPendingBytes = 1 << 20;  // of long cells that wait to be packed
+constexpr std::size_t FirstPiece = 8 << 10;
+constexpr std::size_t MaxPiece = 16 << 20;
+
+bool IsLong(const ColumnDescription& column) {
+    // The max types and xml report size 0.
+    return column.size == 0 || column.size > MaxBoundedSize || column.type == SQL_LONGVARCHAR ||
+           column.type == SQL_WLONGVARCHAR || column.type == SQL_LONGVARBINARY ||
+           column.type == SqlXml || column.type == SqlUserDefined;
+}
+
+FetchPlan Native(ValueKind kind, SQLSMALLINT cType, std::size_t width) {
+    return {kind, StagedForm::Native, cType, width, 0};
+}
+
+FetchPlan Ascii(ValueKind kind, StagedForm form) {
+    return {kind, form, SQL_C_CHAR, TextWidth, 1};
+}
+
+// The server's code page becomes UTF-16 in the driver.
+FetchPlan CodePageText(const ColumnDescription& column) {
+    const std::size_t width = IsLong(column) ? 0 : (column.size + 1) * sizeof(char16_t);
+    return {ValueKind::String, StagedForm::Utf16, SQL_C_WCHAR, width, sizeof(char16_t)};
+}
+
+// The server's text is UTF-16 already. Asked for as characters it would pass through a conversion
+// that has no form for half a surrogate pair; as bytes it arrives as it was sent.
+FetchPlan UnicodeText(const ColumnDescription& column) {
+    const std::size_t width = IsLong(column) ? 0 : column.size * sizeof(char16_t);
+    return {ValueKind::String, StagedForm::Utf16, SQL_C_BINARY, width, 0};
+}
+
+FetchPlan BinaryData(const ColumnDescription& column) {
+    return {ValueKind::Bytes, StagedForm::Binary, SQL_C_BINARY, IsLong(column) ? 0 : column.size,
+            0};
+}
+
+bool IsMoney(const ColumnDescription& column) {
+    return column.typeName.ends_with(u"money");
+}
+
+}  // namespace
+
+FetchPlan PlanFetch(const ColumnDescription& column) {
+    switch (column.type) {
+        case SQL_BIT:
+            return Native(ValueKind::Boolean, SQL_C_BIT, 1);
+        case SQL_TINYINT:
+            return Native(ValueKind::Byte, SQL_C_UTINYINT, 1);
+        case SQL_SMALLINT:
+            return Native(ValueKind::Integer, SQL_C_SSHORT, 2);
+        case SQL_INTEGER:
+            return Native(ValueKind::Long, SQL_C_SLONG, 4);
+        case SQL_BIGINT:
+            return Native(ValueKind::LongLong, SQL_C_SBIGINT, 8);
+        case SQL_REAL:
+            return Native(ValueKind::Single, SQL_C_FLOAT, 4);
+        case SQL_FLOAT:
+        case SQL_DOUBLE:
+            return Native(ValueKind::Double, SQL_C_DOUBLE, 8);
+        case SQL_GUID:
+            return {ValueKind::Guid, StagedForm::Guid, SQL_C_GUID, sizeof(StagedGuid), 0};
+
+        // As text: asked for in ODBC's binary form, a decimal loses its fraction.
+        case SQL_DECIMAL:
+        case SQL_NUMERIC:
+            return IsMoney(column) ? Ascii(ValueKind::Currency, StagedForm::Money)
+                                   : Ascii(ValueKind::Decimal, StagedForm::Digits);
+
+        // As text: in ODBC's structures a time loses its fraction and an offset its zone.
+        case SQL_TYPE_DATE:
+        case SQL_TYPE_TIME:
+        case SqlTime:
+        case SqlDateTimeOffset:
+            return Ascii(ValueKind::String, StagedForm::Temporal);
+        case SQL_TYPE_TIMESTAMP:
+            if (column.typeName == u"datetime2")
+                return Ascii(ValueKind::String, StagedForm::Temporal);
+            return {ValueKind::Date, StagedForm::Timestamp, SQL_C_TYPE_TIMESTAMP,
+                    sizeof(StagedTimestamp), 0};
+
+        case SQL_CHAR:
+        case SQL_VARCHAR:
+        case SQL_LONGVARCHAR:
+            return CodePageText(column);
+        case SQL_WCHAR:
+        case SQL_WVARCHAR:
+        case SQL_WLONGVARCHAR:
+        case SqlXml:
+            return UnicodeText(column);
+        case SQL_BINARY:
+        case SQL_VARBINARY:
+        case SQL_LONGVARBINARY:
+        case SqlUserDefined:
+            return BinaryData(column);
+        case SqlVariant:
+        default:
+            return {ValueKind::String, StagedForm::Utf16, SQL_C_WCHAR, 0, sizeof(char16_t)};
+    }
+}
+
+RowsetReader::RowsetReader(odbc::Statement& statement) : statement_(statement) {
+    SQLSMALLINT count = 0;
+    statement_.Require(SQLNumResultCols(statement_.Get(), &count));
+    for (SQLUSMALLINT i = 1; i <= static_cast<SQLUSMALLINT>(count); ++i) {
+        ColumnDescription column = Describe(i);
+        const FetchPlan plan = PlanFetch(column);
+        plans_.push_back(plan);
+        StagedColumn& staged = staged_.emplace_back();
+        staged.name = column.name;
+        staged.kind = plan.kind;
+        staged.form = plan.form;
+        staged.width = plan.width;
+        staged.capacity = plan.width - std::min(plan.width, plan.terminator);
+        fields_.push_back({std::move(column.name), std::move(column.typeName), plan.kind});
+    }
+}
+
+ColumnDescription RowsetReader::Describe(SQLUSMALLINT index) {
+    ColumnDescription column;
+    std::array<char16_t, 512> name{};
+    SQLSMALLINT nameLength = 0, digits = 0, nullable = 0;
+    statement_.Require(SQLDescribeColW(statement_.Get(), index,
+                                       reinterpret_cast<SQLWCHAR*>(name.data()),
+                                       static_cast<SQLSMALLINT>(name.size()), &nameLength,
+                                       &column.type, &column.size, &digits, &nullable));
+    column.name.assign(name.data(), std::min<std::size_t>(nameLength, name.size() - 1));
+
+    std::array<char16_t, 128> type{};
+    SQLSMALLINT bytes = 0;
+    statement_.Require(SQLColAttributeW(statement_.Get(), index, SQL_DESC_TYPE_NAME, type.data(),
+                                        static_cast<SQLSMALLINT>(sizeof type), &bytes, nullptr));
+    column.typeName = type.data();
+    return column;
+}
+
+std::vector<RowBlock> RowsetReader::ReadRows() {
+    std::vector<RowBlock> blocks;
+    const bool anyLong = std::any_of(staged_.begin(), staged_.end(),
+                                     [](const StagedColumn& column) { return column.IsLong(); });
+    if (anyLong) {
+        ReadOneByOne(blocks);
+    } else {
+        ReadBlocks(blocks);
+    }
+    return blocks;
+}
+
+void RowsetReader::Stage(std::size_t slots) {
+    for (StagedColumn& column : staged_) {
+        column.indicators.resize(slots);
+        if (!column.IsLong()) {
+            column.cells = std::make_unique_for_overwrite<std::uint8_t[]>(slots * column.width);
+        }
+    }
+}
+
+// Binds every column that is not long to its buffer from `slot` on.
+void RowsetReader::Bind(std::size_t slot) {
+    for (std::size_t i = 0; i < staged_.size(); ++i) {
+        StagedColumn& column = staged_[i];
+        if (column.IsLong()) continue;
+        statement_.Require(SQLBindCol(statement_.Get(), static_cast<SQLUSMALLINT>(i + 1),
+                                      plans_[i].cType, column.cells.get() + slot * column.width,
+                                      static_cast<SQLLEN>(column.width),
+                                      reinterpret_cast<SQLLEN*>(&column.indicators[slot])));
+    }
+}
+
+// As many rows as the buffers may hold in all; narrow rows come in larger blocks.
+std::size_t RowsetReader::RowsPerBlock() const {
+    std::size_t rowWidth = 0;
+    for (const StagedColumn& column : staged_)
+        rowWidth += column.width + sizeof(SQLLEN);
+    return std::clamp<std::size_t>(BufferLimit / rowWidth, 1, MaxRowsPerBlock);
+}
+
+void RowsetReader::ReadBlocks(std::vector<RowBlock>& blocks) {
+    const std::size_t rows = RowsPerBlock();
+    Stage(rows);
+    const SQLHSTMT handle = statement_.Get();
+    statement_.Require(SQLSetStmtAttr(handle, SQL_ATTR_ROW_ARRAY_SIZE, odbc::AsPointer(rows), 0));
+    statement_.Require(SQLSetStmtAttr(handle, SQL_ATTR_ROWS_FETCHED_PTR, &fetched_, 0));
+    Bind(0);
+    std::size_t firstRow = 0;
+    // An error that ends the rows comes with a part of them; the next fetch then says that there
+    // are no more.
+    while (statement_.Fetch() && !statement_.Failed()) {
+        if (fetched_ == 0) break;
+        blocks.emplace_back(staged_, firstRow, static_cast<std::size_t>(fetched_));
+        firstRow += static_cast<std::size_t>(fetched_);
+    }
+}
+
+// Long cells can only be read from a rowset of one row. The others of its row are bound to a slot
+// past the last, from which each row is copied to its own.
+void RowsetReader::ReadOneByOne(std::vector<RowBlock>& blocks) {
+    const std::size_t slot = std::min(MaxLongRowsPerBlock, RowsPerBlock());
+    Stage(slot + 1);
+    Bind(slot);
+    std::size_t firstRow = 0, rows = 0;
+    const auto pack = [&] {
+        if (rows == 0) return;
+        blocks.emplace_back(staged_, firstRow, rows);
+        firstRow += rows;
+        rows = 0;
+        for (StagedColumn& column : staged_)
+            column.pool.clear();
+    };
+    while (statement_.Fetch()) {
+        KeepRow(slot, rows);
+        if (statement_.Failed()) return;
+        ++rows;
+        std::size_t pending = 0;
+        for (const StagedColumn& column : staged_)
+            pending += column.pool.size();
+        if (rows == slot || pending >= MaxPendingBytes) pack();
+    }
+    pack();
+}
+
+void RowsetReader::KeepRow(std::size_t slot, std::size_t row) {
+    for (std::size_t i = 0; i < staged_.size(); ++i) {
+        StagedColumn& column = staged_[i];
+        if (column.IsLong()) {
+            ReadLongCell(i, row);
+            continue;
+        }
+        column.indicators[row] = column.indicators[slot];
+        std::memcpy(column.cells.get() + row * column.width,
+                    column.cells.get() + slot * column.width, column.width);
+    }
+}
+
+void RowsetReader::ReadLongCell(std::size_t index, std::size_t row) {
+    StagedColumn& column = staged_[index];
+    const FetchPlan& plan = plans_[index];
+    const std::size_t begin = column.pool.size();
+    column.indicators[row] = StagedColumn::NullIndicator;
+    for (std::size_t piece = FirstPiece;;) {
+        const std::size_t at = column.pool.size();
+        column.pool.resize(at + piece);
+        SQLLEN indicator = SQL_NULL_DATA;
+        if (!statement_.GetData(static_cast<SQLUSMALLINT>(index + 1), plan.cType,
+                                column.pool.data() + at, piece, indicator)) {
+            column.pool.resize(at);  // an error, or the last piece filled its buffer
+            if (at == begin) return;
+            break;
+        }
+        if (indicator == SQL_NULL_DATA) {
+            column.pool.resize(begin);
+            return;
+        }
+        const std::size_t room = piece - plan.terminator;
+        if (indicator != SQL_NO_TOTAL && static_cast<std::size_t>(indicator) <= room) {
+            column.pool.resize(at + static_cast<std::size_t>(indicator));
+            break;
+        }
+        // The piece is full. The driver tells how much is left, or that it does not know.
+        column.pool.resize(at + room);
+        piece = indicator == SQL_NO_TOTAL
+                    ? std::min(piece * 2, MaxPiece)
+                    : static_cast<std::size_t>(indicator) - room + plan.terminator;
+    }
+    column.indicators[row] = static_cast<std::ptrdiff_t>(column.pool.size() - begin);
+}
+
+}  // namespace QuillonLib

@@ -1,0 +1,58 @@
+// Reads one row set from the driver into packed rows: the part of Recordset that deals with ODBC.
+#pragma once
+
+#include <vector>
+
+#include "data/Odbc.h"
+#include "data/Recordset.h"
+#include "data/RowPacker.h"
+
+namespace QuillonLib {
+
+// How a column is asked for: what its cells become, and the C type to ask the driver for.
+struct FetchPlan {
+    ValueKind kind = ValueKind::Null;
+    StagedForm form = StagedForm::Native;
+    SQLSMALLINT cType = SQL_C_CHAR;
+    std::size_t width = 0;       // bytes of a cell's buffer; 0: a long column
+    std::size_t terminator = 0;  // bytes of the buffer that the driver keeps for its NUL
+};
+
+// What the driver says of a column.
+struct ColumnDescription {
+    std::u16string name;
+    std::u16string typeName;
+    SQLSMALLINT type = 0;
+    SQLULEN size = 0;
+};
+
+FetchPlan PlanFetch(const ColumnDescription& column);
+
+class RowsetReader {
+  public:
+    // On the statement's current result, which has columns.
+    explicit RowsetReader(odbc::Statement& statement);
+
+    const std::vector<FieldInfo>& Fields() const noexcept { return fields_; }
+
+    // Reads up to the last row, or up to an error, which the statement keeps.
+    std::vector<RowBlock> ReadRows();
+
+  private:
+    ColumnDescription Describe(SQLUSMALLINT column);
+    std::size_t RowsPerBlock() const;
+    void ReadBlocks(std::vector<RowBlock>& blocks);
+    void ReadOneByOne(std::vector<RowBlock>& blocks);
+    void Stage(std::size_t slots);
+    void Bind(std::size_t slot);
+    void KeepRow(std::size_t slot, std::size_t row);
+    void ReadLongCell(std::size_t column, std::size_t row);
+
+    odbc::Statement& statement_;
+    std::vector<FieldInfo> fields_;
+    std::vector<FetchPlan> plans_;
+    std::vector<StagedColumn> staged_;
+    SQLULEN fetched_ = 0;
+};
+
+}  // namespace QuillonLib
