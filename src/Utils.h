@@ -9,7 +9,7 @@
 #include "compare/EventSink.h"
 #include "compare/TableDifference.h"
 #include "core/Options.h"
-#include "core/TextArray.h"
+#include "core/BoundedArray.h"
 
 namespace QuillonLib {
 

@@ -9,7 +9,7 @@
 #include "compare/Choices.h"
 #include "compare/Events.h"
 #include "compare/TableDifference.h"
-#include "core/TextArray.h"
+#include "core/BoundedArray.h"
 
 namespace QuillonLib {
 

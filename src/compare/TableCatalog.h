@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "catalog/CatalogReader.h"
-#include "core/TextArray.h"
+#include "core/BoundedArray.h"
 
 namespace QuillonLib {
 

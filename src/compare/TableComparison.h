@@ -9,7 +9,7 @@
 #include "compare/Events.h"
 #include "compare/TableCatalog.h"
 #include "compare/TableDifference.h"
-#include "core/TextArray.h"
+#include "core/BoundedArray.h"
 #include "data/Recordset.h"
 
 namespace QuillonLib {

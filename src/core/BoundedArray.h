@@ -1,4 +1,4 @@
-// An array of texts with bounds, as automation callers pass and receive it.
+// An array with bounds, as automation callers pass and receive it.
 #pragma once
 
 #include <cstdint>
@@ -8,19 +8,23 @@
 
 namespace QuillonLib {
 
-struct TextArray {
-    TextArray() = default;
-    TextArray(std::vector<std::u16string> items, std::int32_t lowerBound = 0)
+template <typename T>
+struct BoundedArray {
+    BoundedArray() = default;
+    // A plain list is an array from 0.
+    BoundedArray(std::vector<T> items, std::int32_t lowerBound = 0)
         : Items(std::move(items)), LowerBound(lowerBound) {}
 
-    std::vector<std::u16string> Items;
+    std::vector<T> Items;
     std::int32_t LowerBound = 0;
 
     // LowerBound - 1 for an array without elements.
     std::int32_t UpperBound() const {
         return LowerBound + static_cast<std::int32_t>(Items.size()) - 1;
     }
-    bool operator==(const TextArray&) const = default;
+    bool operator==(const BoundedArray&) const = default;
 };
+
+using TextArray = BoundedArray<std::u16string>;
 
 }  // namespace QuillonLib

@@ -1,0 +1,178 @@
+#include "core/WholeFile.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <string>
+
+#include "core/Error.h"
+#include "core/Text.h"
+
+#ifdef _WIN32
+#include <io.h>
+#include <process.h>
+#else
+#include <unistd.h>
+#endif
+
+namespace QuillonLib {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t ChunkSize = 1 << 20;
+
+std::error_code LastSystemError() {
+    return {errno, std::generic_category()};
+}
+
+#ifdef _WIN32
+std::FILE* OpenNew(const fs::path& path) {
+    return _wfopen(path.c_str(), L"wbx");
+}
+int Flush(std::FILE* file) {
+    return _commit(_fileno(file));
+}
+int ProcessNumber() {
+    return _getpid();
+}
+#else
+std::FILE* OpenNew(const fs::path& path) {
+    return std::fopen(path.c_str(), "wbx");
+}
+int Flush(std::FILE* file) {
+    return fsync(fileno(file));
+}
+int ProcessNumber() {
+    return getpid();
+}
+#endif
+
+class StdioFile final : public FileOperations::File {
+  public:
+    explicit StdioFile(std::FILE* file) : file_(file) {}
+    ~StdioFile() override {
+        if (file_ != nullptr) std::fclose(file_);
+    }
+    StdioFile(const StdioFile&) = delete;
+    StdioFile& operator=(const StdioFile&) = delete;
+
+    std::error_code Write(std::string_view bytes) override {
+        const bool whole = std::fwrite(bytes.data(), 1, bytes.size(), file_) == bytes.size();
+        return whole ? std::error_code() : LastSystemError();
+    }
+    std::error_code Sync() override {
+        if (std::fflush(file_) != 0 || Flush(file_) != 0) return LastSystemError();
+        return {};
+    }
+    std::error_code Close() override {
+        std::FILE* file = file_;
+        file_ = nullptr;
+        return std::fclose(file) == 0 ? std::error_code() : LastSystemError();
+    }
+
+  private:
+    std::FILE* file_;
+};
+
+class StdioFiles final : public FileOperations {
+  public:
+    std::unique_ptr<File> Create(const fs::path& path, std::error_code& failure) override {
+        std::FILE* file = OpenNew(path);
+        if (file == nullptr) {
+            failure = LastSystemError();
+            return nullptr;
+        }
+        try {
+            return std::make_unique<StdioFile>(file);
+        } catch (...) {
+            std::fclose(file);
+            Remove(path);
+            throw;
+        }
+    }
+    std::error_code Rename(const fs::path& from, const fs::path& to) override {
+        std::error_code failure;
+        fs::rename(from, to, failure);
+        return failure;
+    }
+    void Remove(const fs::path& path) noexcept override {
+        std::error_code ignored;
+        fs::remove(path, ignored);
+    }
+};
+
+// The temporary file: gone with this object unless it has taken the name of the real one.
+class NewFile {
+  public:
+    NewFile(const fs::path& target, FileOperations& files) : target_(target), files_(files) {
+        path_ = target;
+        path_ += "." + std::to_string(ProcessNumber()) + ".new";
+    }
+    ~NewFile() {
+        file_.reset();
+        if (created_) files_.Remove(path_);
+    }
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+
+    std::error_code Write(std::string_view bytes) {
+        std::error_code failure;
+        file_ = files_.Create(path_, failure);
+        if (failure) return failure;
+        created_ = true;
+        for (std::size_t at = 0; at < bytes.size() && !failure; at += ChunkSize) {
+            failure = file_->Write(bytes.substr(at, ChunkSize));
+        }
+        if (!failure) failure = file_->Sync();
+        if (!failure) failure = file_->Close();
+        return failure;
+    }
+
+    std::error_code TakeTheName(const fs::file_status& old) {
+        std::error_code failure;
+        if (fs::exists(old)) fs::permissions(path_, old.permissions(), failure);
+        if (!failure) failure = files_.Rename(path_, target_);
+        if (!failure) created_ = false;
+        return failure;
+    }
+
+  private:
+    fs::path target_;
+    FileOperations& files_;
+    fs::path path_;
+    std::unique_ptr<FileOperations::File> file_;
+    bool created_ = false;
+};
+
+std::error_code Write(const fs::path& path, std::string_view bytes, FileOperations& files) {
+    std::error_code ignored;
+    const fs::path linked = fs::weakly_canonical(path, ignored);
+    const fs::path target = linked.empty() ? path : linked;
+    const fs::file_status old = fs::status(target, ignored);
+    if (fs::is_directory(old)) return std::make_error_code(std::errc::is_a_directory);
+    if (fs::exists(old) && (old.permissions() & fs::perms::owner_write) == fs::perms::none) {
+        return std::make_error_code(std::errc::permission_denied);
+    }
+    NewFile file(target, files);
+    const std::error_code failure = file.Write(bytes);
+    return failure ? failure : file.TakeTheName(old);
+}
+
+}  // namespace
+
+FileOperations& SystemFiles() {
+    static StdioFiles files;
+    return files;
+}
+
+void WriteWholeFile(const std::filesystem::path& path, std::string_view bytes,
+                    FileOperations& files) {
+    const std::error_code failure = Write(path, bytes, files);
+    if (failure) {
+        throw Error(ErrorNumber::FileAccess, u"Cannot write the file '" + path.u16string() +
+                                                 u"': " + FromUtf8(failure.message()));
+    }
+}
+
+}  // namespace QuillonLib

@@ -1,0 +1,40 @@
+// Writes a file whole or not at all.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <string_view>
+#include <system_error>
+
+namespace QuillonLib {
+
+// The calls to the system that writing takes, so that a test can make any of them fail.
+class FileOperations {
+  public:
+    // An open file; null never occurs.
+    class File {
+      public:
+        virtual ~File() = default;  // closes, whatever the result
+        virtual std::error_code Write(std::string_view bytes) = 0;
+        virtual std::error_code Sync() = 0;
+        virtual std::error_code Close() = 0;
+    };
+
+    virtual ~FileOperations() = default;
+    // A new file; fails where one of that name exists.
+    virtual std::unique_ptr<File> Create(const std::filesystem::path& path,
+                                         std::error_code& failure) = 0;
+    virtual std::error_code Rename(const std::filesystem::path& from,
+                                   const std::filesystem::path& to) = 0;
+    virtual void Remove(const std::filesystem::path& path) noexcept = 0;
+};
+
+FileOperations& SystemFiles();
+
+// Writes beside the file, then takes its name: whatever fails, the file is the old one or the new
+// one. Its permissions stay; a symbolic link stays a link. Error 75 names the file and the cause.
+void WriteWholeFile(const std::filesystem::path& path, std::string_view bytes,
+                    FileOperations& files = SystemFiles());
+
+}  // namespace QuillonLib
