@@ -1,0 +1,62 @@
+#include "data/ConnectionString.h"
+
+#include <gtest/gtest.h>
+
+namespace QuillonLib {
+namespace {
+
+TEST(ConnectionString, NamesUserAndPasswordForASqlLogin) {
+    EXPECT_EQ(BuildConnectionString(u"SRV", u"world", false, u"sa", u"secret"),
+              u"driver={SQL Server};server=SRV;database=world;uid=sa;pwd=secret");
+}
+
+TEST(ConnectionString, KeepsAnEmptyUserAndPassword) {
+    EXPECT_EQ(BuildConnectionString(u"SRV", u"world", false, u"", u""),
+              u"driver={SQL Server};server=SRV;database=world;uid=;pwd=");
+}
+
+TEST(ConnectionString, LeavesUserAndPasswordOutForNtSecurity) {
+    EXPECT_EQ(BuildConnectionString(u"SRV", u"world", true, u"sa", u"secret"),
+              u"driver={SQL Server};server=SRV;database=world");
+}
+
+TEST(ConnectionString, PlacesValuesAsTheyStand) {
+    EXPECT_EQ(BuildConnectionString(u"a;b", u"{d}", false, u"u=1", u"p;}{"),
+              u"driver={SQL Server};server=a;b;database={d};uid=u=1;pwd=p;}{");
+}
+
+TEST(ConnectionString, GivesTheDriverTheStandardPort) {
+    EXPECT_EQ(
+        AdaptConnectionString(u"driver={SQL Server};server=SRV;database=d;uid=u;pwd=p", false),
+        u"driver={SQL Server};server=SRV;port=1433;database=d;uid=u;pwd=p");
+}
+
+TEST(ConnectionString, LeavesThePortToAnInstanceAPortOrTheEnvironment) {
+    const std::u16string_view withPort = u"driver={SQL Server};server=127.0.0.1,5000;database=d";
+    EXPECT_EQ(AdaptConnectionString(withPort, false), withPort);
+    const std::u16string_view withInstance = u"driver={SQL Server};server=SRV\\EXPRESS;database=d";
+    EXPECT_EQ(AdaptConnectionString(withInstance, false), withInstance);
+    const std::u16string_view explicitly = u"driver={SQL Server};server=SRV;database=d;PORT=5000";
+    EXPECT_EQ(AdaptConnectionString(explicitly, false), explicitly);
+    const std::u16string_view plain = u"driver={SQL Server};server=SRV;database=d";
+    EXPECT_EQ(AdaptConnectionString(plain, true), plain);
+}
+
+TEST(ConnectionString, ReadsAServerInBracesAsTheDriverDoes) {
+    EXPECT_EQ(AdaptConnectionString(u"driver={SQL Server};Server={S;R};database=d", false),
+              u"driver={SQL Server};Server={S;R};port=1433;database=d");
+}
+
+TEST(ConnectionString, EndsAValueInBraces) {
+    EXPECT_EQ(AdaptConnectionString(u"driver={SQL Server};server=S,1;uid=u;pwd={p}", false),
+              u"driver={SQL Server};server=S,1;uid=u;pwd={p};");
+}
+
+TEST(ConnectionString, LeavesAnythingElseAlone) {
+    EXPECT_EQ(AdaptConnectionString(u"", false), u"");
+    EXPECT_EQ(AdaptConnectionString(u"nonsense", false), u"nonsense");
+    EXPECT_EQ(AdaptConnectionString(u"DSN=mine;uid=u", false), u"DSN=mine;uid=u");
+}
+
+}  // namespace
+}  // namespace QuillonLib
