@@ -9,3 +9,4 @@
 #include "core/Text.h"
 #include "data/PropertyBag.h"
 #include "data/Recordset.h"
+#include "templates/ComparisonTemplates.h"
