@@ -86,7 +86,9 @@ bool Connection::AnswerChallenge(LoginPacket& login) {
 }
 
 bool Connection::LogIn(const LoginPacket& login) {
-    tokens_.SetVersion(std::min(AskedFor(login.version), NewestOf(share_.backend->Version())));
+    // Until the acknowledgement names another, a client expects messages in the form of its own
+    // version.
+    tokens_.SetVersion(AskedFor(login.version));
     login_ = login.request;
     try {
         session_ = share_.backend->Login(login_);
@@ -121,11 +123,12 @@ void Connection::WriteLoginResponse(std::size_t packetSize) {
     const std::u16string database = session_->Database();
     const std::string size = std::to_string(packetSize);
     tokens_.EnvironmentText(Environment::Database, database, u"master");
-    tokens_.Say(Information(5701, u"Changed database context to '" + database + u"'."));
     tokens_.EnvironmentBytes(Environment::Collation, kCollation, {});
     tokens_.EnvironmentText(Environment::Language, kLanguage, u"");
-    tokens_.Say(Information(5703, u"Changed language setting to us_english."));
+    tokens_.SetVersion(std::min(tokens_.Version(), NewestOf(share_.backend->Version())));
     tokens_.LoginAcknowledged(share_.backend->Version());
+    tokens_.Say(Information(5701, u"Changed database context to '" + database + u"'."));
+    tokens_.Say(Information(5703, u"Changed language setting to us_english."));
     tokens_.EnvironmentText(Environment::PacketSize, std::u16string(size.begin(), size.end()),
                             u"4096");
     tokens_.Done(Token::Done, 0, 0, 0);
@@ -177,14 +180,15 @@ bool Connection::ServeBatch(Bytes payload) {
     return !out_.Broken();
 }
 
-Connection::Outcome Connection::Execute(const std::u16string& batch, ResultWriter& results) {
+Connection::Outcome Connection::Execute(const std::u16string& batch, ResultWriter& results,
+                                        Environment ended) {
     share_.journal.Add({sessionNumber_, session_->Database(), batch, {}});
     const int depthBefore = session_->TransactionDepth();
     watch_.Begin();
     const bool alive = RunWithFaults(batch, results);
     const bool attention = watch_.End();
     if (!alive) return Outcome::Dropped;
-    ReportTransaction(depthBefore, Environment::CommitTransaction);
+    ReportTransaction(depthBefore, ended);
     return attention ? Outcome::Attention : Outcome::Finished;
 }
 

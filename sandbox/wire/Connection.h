@@ -55,7 +55,9 @@ class Connection {
 
     // Runs `batch`, logged and subject to faults; its results go to `results`.
     enum class Outcome { Finished, Attention, Dropped };
-    Outcome Execute(const std::u16string& batch, ResultWriter& results);
+    // `ended`: how the client is told of a transaction that the batch ended.
+    Outcome Execute(const std::u16string& batch, ResultWriter& results,
+                    Environment ended = Environment::CommitTransaction);
     // False: a fault has dropped the connection.
     bool RunWithFaults(std::u16string_view batch, ResultWriter& results);
     void RunSession(std::u16string_view batch, ResultSink& sink);

@@ -111,7 +111,9 @@ bool Connection::ServeTransaction(Bytes payload) {
     if (batch.empty()) {
         results.Say(Refusal(8501, u"MSDTC on server is unavailable."));
     } else {
-        switch (Execute(batch, results)) {
+        const Environment ended = request.IsRollback() ? Environment::RollbackTransaction
+                                                       : Environment::CommitTransaction;
+        switch (Execute(batch, results, ended)) {
             case Outcome::Dropped:
                 return false;
             case Outcome::Attention:

@@ -4,6 +4,27 @@
 
 namespace sandbox::wire {
 
+namespace {
+
+bool IsRequest(PacketType type) {
+    switch (type) {
+        case PacketType::SqlBatch:
+        case PacketType::Rpc:
+        case PacketType::Attention:
+        case PacketType::BulkLoad:
+        case PacketType::TransactionManager:
+        case PacketType::Login:
+        case PacketType::Sspi:
+        case PacketType::Prelogin:
+            return true;
+        case PacketType::Response:
+            break;
+    }
+    return false;
+}
+
+}  // namespace
+
 std::optional<Request> RequestReader::Next() {
     Request request;
     bool first = true;
@@ -13,6 +34,8 @@ std::optional<Request> RequestReader::Next() {
         const auto type = static_cast<PacketType>(header[0]);
         const std::uint8_t status = header[1];
         const std::size_t length = static_cast<std::size_t>(header[2]) << 8 | header[3];
+        // Who speaks another protocol must not keep the server waiting for the rest of a packet.
+        if (!IsRequest(type)) throw ProtocolError("a packet of unknown type");
         if (length < kHeaderSize || length > kLargestPacket) {
             throw ProtocolError("a packet of impossible length");
         }

@@ -75,8 +75,8 @@ class FakeSession : public Session {
                    found != backend_.scripts_.end()) {
             found->second(sink, cancelled);
         } else {
-            sink.Say(Error(102, u"Incorrect syntax near '" + std::u16string(batch.substr(0, 20)) +
-                                    u"'."));
+            sink.Say(Error(
+                102, u"Incorrect syntax near '" + std::u16string(batch.substr(0, 20)) + u"'."));
         }
     }
 
@@ -119,7 +119,9 @@ inline std::vector<std::u16string> FakeBackend::Batches() const {
 }
 
 // Cells for the tests' rows.
-inline Cell Null() { return {}; }
+inline Cell Null() {
+    return {};
+}
 
 inline Cell Integer(std::int64_t value) {
     Cell cell;
