@@ -33,8 +33,13 @@ class Connection {
     // As given to Open, letter for letter; it holds the password.
     const std::u16string& ConnectionString() const noexcept;
 
-    // Runs a batch and reads all of its results. An error in any statement of the batch is thrown,
-    // after the rest of the batch has run as far as the server runs it. Rows are thrown away.
+    // Runs a batch and reads all of its results, so that an error in any of its statements is
+    // thrown. An error of the first statement ends the batch: whether the server has run the rest
+    // of it is not known. After any other the rest runs as far as the server goes on. Rows are
+    // thrown away.
+    //
+    // A batch that the driver would change (see BatchText.h) runs in a scope of its own, as
+    // sp_executesql does: what it SETs or USEs ends with it.
     // Throws Error ObjectClosed when not open.
     void Execute(std::u16string_view sql);
 

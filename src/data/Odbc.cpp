@@ -6,6 +6,7 @@
 #include <string>
 
 #include "core/Text.h"
+#include "data/BatchText.h"
 
 namespace QuillonLib::odbc {
 
@@ -26,6 +27,11 @@ bool EndsTheBatch(const Diagnostic& error) {
            (state.starts_with("HY") && state != "HY000");
 }
 
+// The driver gives a refused login the SQLSTATE of any other error of the server.
+bool IsRefusedLogin(std::int32_t nativeError) {
+    return nativeError >= 18450 && nativeError <= 18489;
+}
+
 // One record; false past the last one.
 bool ReadRecord(SQLSMALLINT handleType, SQLHANDLE handle, SQLSMALLINT record, Diagnostic& out) {
     std::array<char16_t, 6> state{};
@@ -41,25 +47,11 @@ bool ReadRecord(SQLSMALLINT handleType, SQLHANDLE handle, SQLSMALLINT record, Di
         text.resize(static_cast<std::size_t>(length));
     }
     text.resize(static_cast<std::size_t>(length));
-    out.sqlState = ToUtf8(state.data());
+    out.sqlState = IsRefusedLogin(nativeError) ? "28000" : ToUtf8(state.data());
     out.number = NumberOfSqlState(out.sqlState);
     out.nativeError = nativeError;
     out.description = std::move(text);
     return true;
-}
-
-// The driver takes a batch that is one EXEC with plain arguments for a procedure call, and sends
-// the arguments as values of types that it guesses: a bigint is cut to 32 bits, a decimal becomes a
-// float. A comment at the end keeps it a batch.
-std::u16string_view KeepAsBatch(std::u16string_view sql, std::u16string& copy) {
-    const auto isSpace = [](char16_t c) { return c == u' ' || (c >= u'\t' && c <= u'\r'); };
-    const auto begin = std::find_if_not(sql.begin(), sql.end(), isSpace);
-    if (!EqualIgnoringCase(sql.substr(static_cast<std::size_t>(begin - sql.begin()), 4), u"exec")) {
-        return sql;
-    }
-    copy = sql;
-    copy += u"\r\n--";
-    return copy;
 }
 
 }  // namespace
@@ -118,13 +110,26 @@ bool Statement::Succeeded(SQLRETURN result) {
 }
 
 bool Statement::Execute(std::u16string_view sql) {
-    std::u16string copy;
-    sql = KeepAsBatch(sql, copy);
-    const SQLRETURN result = SQLExecDirectW(Get(), Wide(sql), static_cast<SQLINTEGER>(sql.size()));
+    if (sql.empty()) return false;  // which the driver manager refuses to send
+    const SQLRETURN result = DriverWouldChange(sql) ? ExecuteAsParameter(sql) : ExecuteDirect(sql);
     const bool succeeded = Succeeded(result);
     // SQL_NO_DATA: the first statement counted no row, or had nothing to count.
     if (result == SQL_NO_DATA) more_ = true;
     return succeeded;
+}
+
+SQLRETURN Statement::ExecuteDirect(std::u16string_view sql) {
+    return SQLExecDirectW(Get(), Wide(sql), static_cast<SQLINTEGER>(sql.size()));
+}
+
+// The value of a parameter is sent unit by unit. The batch runs in a scope of its own then: what
+// it sets or uses does not outlast it.
+SQLRETURN Statement::ExecuteAsParameter(std::u16string_view sql) {
+    const std::size_t bytes = sql.size() * sizeof(char16_t);
+    parameterLength_ = static_cast<SQLLEN>(bytes);
+    Require(SQLBindParameter(Get(), 1, SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WLONGVARCHAR, sql.size(),
+                             0, Wide(sql), static_cast<SQLLEN>(bytes), &parameterLength_));
+    return ExecuteDirect(u"{call sp_executesql(?)}");
 }
 
 bool Statement::NextResult() {

@@ -96,7 +96,8 @@ class Statement {
 
     SQLHSTMT Get() const noexcept { return handle_.Get(); }
 
-    // Each returns false when there is nothing (more) of its kind to read.
+    // Each returns false when there is nothing (more) of its kind to read. `sql` stays as it is
+    // until the statement goes away.
     bool Execute(std::u16string_view sql);
     bool NextResult();
     bool HasMore() const noexcept { return more_; }
@@ -116,12 +117,15 @@ class Statement {
     void Finish();
 
   private:
+    SQLRETURN ExecuteDirect(std::u16string_view sql);
+    SQLRETURN ExecuteAsParameter(std::u16string_view sql);
     bool Succeeded(SQLRETURN result);
     void Gather(SQLRETURN result);
 
     Connection::Impl& connection_;
     Handle<SQL_HANDLE_STMT> handle_;
     std::vector<Diagnostic> errors_;
+    SQLLEN parameterLength_ = 0;
     bool more_ = false;
 };
 

@@ -48,14 +48,15 @@ FetchPlan Ascii(ValueKind kind, StagedForm form) {
     return {kind, form, SQL_C_CHAR, TextWidth, 1};
 }
 
-// The server's code page becomes UTF-16 in the driver.
+// The server's code page becomes UTF-16 in the driver. A byte to which the code page gives no
+// character (five of them in 1252) becomes "?" there, and nothing tells.
 FetchPlan CodePageText(const ColumnDescription& column) {
     const std::size_t width = IsLong(column) ? 0 : (column.size + 1) * sizeof(char16_t);
     return {ValueKind::String, StagedForm::Utf16, SQL_C_WCHAR, width, sizeof(char16_t)};
 }
 
-// The server's text is UTF-16 already. Asked for as characters it would pass through a conversion
-// that has no form for half a surrogate pair; as bytes it arrives as it was sent.
+// The server's text is UTF-16 already. As bytes it arrives as it was sent, halves of surrogate
+// pairs included, whatever the driver's conversion makes of them.
 FetchPlan UnicodeText(const ColumnDescription& column) {
     const std::size_t width = IsLong(column) ? 0 : column.size * sizeof(char16_t);
     return {ValueKind::String, StagedForm::Utf16, SQL_C_BINARY, width, 0};

@@ -1,0 +1,313 @@
+#include "data/Connection.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <string>
+
+#include "tests/data/ScriptedServer.h"
+
+namespace QuillonLib {
+namespace {
+
+using namespace std::string_literals;
+using namespace std::chrono_literals;
+using sandbox::FaultKind;
+using sandbox::ResultSink;
+using sandbox::TypeId;
+using test::ScriptedServer;
+
+// The Error that the action throws.
+template <class Action>
+DataError Failure(const Action& action) {
+    try {
+        action();
+    } catch (const DataError& error) {
+        return error;
+    }
+    ADD_FAILURE() << "nothing was thrown";
+    return DataError({Diagnostic{}});
+}
+
+template <class Action>
+std::int32_t NumberThrown(const Action& action) {
+    try {
+        action();
+    } catch (const Error& error) {
+        return error.Number();
+    }
+    return 0;
+}
+
+TEST(Connection, KeepsTheConnectionStringLetterForLetter) {
+    ScriptedServer server;
+    const auto connection = server.Connect();
+    EXPECT_TRUE(connection->IsOpen());
+    EXPECT_EQ(connection->ConnectionString(), u"driver={SQL Server};server=" + server.Address() +
+                                                  u";database=master;uid=sa;pwd=sandbox");
+    ASSERT_EQ(server.Logins().size(), 1U);
+    EXPECT_EQ(server.Logins()[0].user, u"sa");
+    EXPECT_EQ(server.Logins()[0].database, u"master");
+}
+
+TEST(Connection, ClosesAndOpensAgain) {
+    ScriptedServer server;
+    const auto connection = server.Connect();
+    connection->Close();
+    EXPECT_FALSE(connection->IsOpen());
+    connection->Close();
+    connection->Open(server.ConnectionString());
+    EXPECT_TRUE(connection->IsOpen());
+}
+
+TEST(Connection, RefusesWhatNeedsTheOtherState) {
+    ScriptedServer server;
+    Connection closed;
+    EXPECT_EQ(NumberThrown([&] { closed.Execute(u"SELECT 1"); }), 3704);
+    const auto connection = server.Connect();
+    EXPECT_EQ(NumberThrown([&] { connection->Open(server.ConnectionString()); }), 3705);
+    EXPECT_EQ(NumberThrown([&] { closed.Open(std::u16string(40000, u'x')); }), 5);
+}
+
+// The driver reports its own failure first and the server's reason in a later record.
+TEST(Connection, TellsARefusedLoginFromTheLaterRecord) {
+    ScriptedServer server;
+    Connection connection;
+    const DataError error =
+        Failure([&] { connection.Open(server.ConnectionString(u"hunter2-geheim")); });
+    EXPECT_EQ(error.Number(), static_cast<std::int32_t>(0x80040E4D));
+    EXPECT_TRUE(error.HasNativeError(18456));
+    EXPECT_NE(error.Description().find(u"Login failed for user 'sa'."), std::u16string::npos);
+    EXPECT_EQ(error.Description().find(u"hunter2"), std::u16string::npos);
+    EXPECT_EQ(connection.Errors().size(), error.Diagnostics().size());
+    EXPECT_FALSE(connection.IsOpen());
+}
+
+TEST(Connection, FailsCleanlyWithoutAServer) {
+    Connection connection;
+    std::u16string address;
+    {
+        ScriptedServer server;
+        address = server.Address();
+    }
+    const DataError error = Failure([&] {
+        connection.Open(BuildConnectionString(address, u"master", false, u"sa", u"hunter2-geheim"));
+    });
+    EXPECT_EQ(error.Number(), static_cast<std::int32_t>(0x80004005));
+    EXPECT_EQ(error.Description().find(u"hunter2"), std::u16string::npos);
+    EXPECT_EQ(NumberThrown([&] { connection.Execute(u"SELECT 1"); }), 3704);
+}
+
+TEST(Connection, FailsCleanlyWithoutTheDriver) {
+    Connection connection;
+    const DataError error = Failure(
+        [&] { connection.Open(u"driver={No Such Driver};server=x;database=y;uid=u;pwd=hunter2"); });
+    EXPECT_EQ(error.Number(), static_cast<std::int32_t>(0x80004005));
+    EXPECT_EQ(error.Description().find(u"hunter2"), std::u16string::npos);
+}
+
+// Odd passwords reach the server as they are, a value in braces without them.
+TEST(Connection, SendsThePasswordAsItStands) {
+    for (const auto& [given, sent] :
+         {std::pair{u"p w'\"=é\x20AC"s, u"p w'\"=é\x20AC"s}, std::pair{u"{secret}"s, u"secret"s},
+          std::pair{u"a}"s, u"a}"s}}) {
+        ScriptedServer server;
+        server.Password(sent);
+        Connection connection;
+        EXPECT_NO_THROW(connection.Open(server.ConnectionString(given)));
+    }
+}
+
+TEST(Connection, TakesThePortFromTheEnvironment) {
+    ScriptedServer server;
+    const std::string port = std::to_string(server.Wire().Port());
+    setenv("TDSPORT", port.c_str(), 1);
+    Connection connection;
+    EXPECT_NO_THROW(
+        connection.Open(BuildConnectionString(u"127.0.0.1", u"master", false, u"sa", u"sandbox")));
+    unsetenv("TDSPORT");
+}
+
+// ---- running a batch ---------------------------------------------------------------------------
+
+TEST(Connection, TakesABatchWithoutACountForASuccess) {
+    ScriptedServer server;
+    server.On(u"CREATE TABLE t (a int)",
+              [](ResultSink& sink) { sink.StatementDone(std::nullopt, false, false); });
+    server.On(u"DELETE t", [](ResultSink& sink) { sink.StatementDone(0, false, false); });
+    const auto connection = server.Connect();
+    EXPECT_NO_THROW(connection->Execute(u"CREATE TABLE t (a int)"));
+    EXPECT_NO_THROW(connection->Execute(u"DELETE t"));
+    EXPECT_NO_THROW(connection->Execute(u""));
+    EXPECT_NO_THROW(connection->Execute(u"-- nothing"));
+}
+
+TEST(Connection, ReadsEveryResultOfABatch) {
+    ScriptedServer server;
+    std::atomic<bool> toTheEnd = false;
+    server.On(u"three", [&](ResultSink& sink) {
+        for (int i = 0; i < 3; ++i) {
+            test::SendRows(sink, {test::Column(u"a", test::Type(TypeId::Int))},
+                           test::Rows(1000, {test::IntegerCell(i)}));
+        }
+        sink.StatementDone(5, false, false);
+        toTheEnd = true;
+    });
+    const auto connection = server.Connect();
+    connection->Execute(u"three");
+    EXPECT_TRUE(toTheEnd);
+    EXPECT_NO_THROW(connection->Execute(u"SELECT 1"));
+}
+
+TEST(Connection, SurfacesTheErrorOfALaterStatement) {
+    ScriptedServer server;
+    server.On(u"batch", [](ResultSink& sink) {
+        sink.StatementDone(1, false, false);
+        test::SendError(sink, 547,
+                        u"The INSERT statement conflicted with the FOREIGN KEY constraint.");
+        sink.StatementDone(1, false, false);
+    });
+    const auto connection = server.Connect();
+    const DataError error = Failure([&] { connection->Execute(u"batch"); });
+    EXPECT_EQ(error.Number(), static_cast<std::int32_t>(0x80040E2F));
+    EXPECT_TRUE(error.HasNativeError(547));
+    EXPECT_EQ(
+        error.Description(),
+        u"[FreeTDS][SQL Server]The INSERT statement conflicted with the FOREIGN KEY constraint.");
+    ASSERT_EQ(connection->Errors().size(), 1U);
+    EXPECT_EQ(connection->Errors()[0].nativeError, 547);
+    EXPECT_EQ(connection->Errors()[0].sqlState, "23000");
+    EXPECT_TRUE(connection->IsOpen());
+}
+
+TEST(Connection, JoinsTheErrorsOfAllStatements) {
+    ScriptedServer server;
+    std::atomic<bool> toTheEnd = false;
+    server.On(u"batch", [&](ResultSink& sink) {
+        sink.StatementDone(1, false, false);
+        test::SendError(sink, 208, u"Invalid object name 't'.");
+        test::SendRows(sink, {test::Column(u"a", test::Type(TypeId::Int))},
+                       {{test::IntegerCell(1)}});
+        test::SendError(sink, 8134, u"Divide by zero error encountered.");
+        sink.StatementDone(1, false, false);
+        toTheEnd = true;
+    });
+    const auto connection = server.Connect();
+    const DataError error = Failure([&] { connection->Execute(u"batch"); });
+    EXPECT_EQ(error.Number(), static_cast<std::int32_t>(0x80040E37));
+    EXPECT_EQ(error.Description(),
+              u"[FreeTDS][SQL Server]Invalid object name 't'.\r\n"
+              u"[FreeTDS][SQL Server]Divide by zero error encountered.");
+    EXPECT_TRUE(toTheEnd);
+    EXPECT_NO_THROW(connection->Execute(u"SELECT 1"));
+}
+
+TEST(Connection, SurfacesAnErrorAmongRowsThatNobodyReads) {
+    ScriptedServer server;
+    server.On(u"batch", [](ResultSink& sink) {
+        sink.Columns({test::Column(u"a", test::Type(TypeId::Int))});
+        const sandbox::Cell cell = test::IntegerCell(1);
+        for (int i = 0; i < 500; ++i)
+            sink.Row(&cell);
+        sink.Say(test::ServerError(8134, u"Divide by zero error encountered."));
+        sink.StatementDone(std::nullopt, true, true);
+    });
+    const auto connection = server.Connect();
+    EXPECT_TRUE(Failure([&] { connection->Execute(u"batch"); }).HasNativeError(8134));
+}
+
+TEST(Connection, TakesAPrintForNoError) {
+    ScriptedServer server;
+    server.On(u"PRINT", [](ResultSink& sink) {
+        sink.Say(test::ServerError(0, u"hello", 0));
+        sink.StatementDone(std::nullopt, false, false);
+    });
+    const auto connection = server.Connect();
+    EXPECT_NO_THROW(connection->Execute(u"PRINT"));
+    EXPECT_TRUE(connection->Errors().empty());
+}
+
+TEST(Connection, SendsEveryUnitOfABatch) {
+    const std::u16string odd = u"INSERT t VALUES (N'\0\xD800 \xDC00 \xD83D\xDE00 \xFFFF')"s;
+    for (const std::u16string& batch :
+         {u"SELECT 'é\x20AC\x4E2D \xD83D\xDE00'"s, u"EXEC p 5000000000, 1.5"s,
+          u"SELECT [a?{b] -- ?{"s, u"SELECT N'?{'"s, u"SELECT 1 /* a /* b? */ {c? */"s, odd,
+          odd + std::u16string(100000, u' ') + u"x",
+          u"SELECT '" + std::u16string(300000, u'é') + u"'"}) {
+        ScriptedServer server;
+        const auto connection = server.Connect();
+        server.Wire().ClearLog();
+        connection->Execute(batch);
+        ASSERT_EQ(server.Batches().size(), 1U);
+        EXPECT_EQ(server.Batches()[0], batch);
+    }
+}
+
+TEST(Connection, SurfacesTheErrorsOfABatchSentAsAParameter) {
+    ScriptedServer server;
+    const std::u16string batch = u"SELECT N'\0' FROM missing"s;
+    server.On(batch, [](ResultSink& sink) {
+        test::SendError(sink, 208, u"Invalid object name 'missing'.");
+    });
+    const auto connection = server.Connect();
+    const DataError error = Failure([&] { connection->Execute(batch); });
+    EXPECT_EQ(error.Description(), u"[FreeTDS][SQL Server]Invalid object name 'missing'.");
+    EXPECT_EQ(error.Number(), static_cast<std::int32_t>(0x80040E37));
+}
+
+// ---- a server that goes away -------------------------------------------------------------------
+
+TEST(Connection, NoticesThatTheServerHasGoneAway) {
+    ScriptedServer server;
+    const auto connection = server.Connect();
+    sandbox::Fault drop;
+    drop.kind = FaultKind::Drop;
+    server.Wire().AddFault(drop);
+    EXPECT_EQ(Failure([&] { connection->Execute(u"SELECT 1"); }).Number(),
+              static_cast<std::int32_t>(0x80004005));
+    EXPECT_FALSE(connection->IsOpen());
+    EXPECT_EQ(NumberThrown([&] { connection->Execute(u"SELECT 1"); }),
+              static_cast<std::int32_t>(0x80004005));
+    Recordset rows;
+    EXPECT_EQ(NumberThrown([&] { rows.Open(u"SELECT 1", connection); }),
+              static_cast<std::int32_t>(0x80004005));
+    connection->Close();
+    EXPECT_NO_THROW(connection->Open(server.ConnectionString()));
+    EXPECT_NO_THROW(connection->Execute(u"SELECT 1"));
+}
+
+TEST(Connection, NoticesACrashBetweenTwoBatches) {
+    ScriptedServer server;
+    const auto connection = server.Connect();
+    connection->Execute(u"SELECT 1");
+    server.Wire().Kill();
+    EXPECT_NE(NumberThrown([&] { connection->Execute(u"SELECT 1"); }), 0);
+    EXPECT_FALSE(connection->IsOpen());
+}
+
+TEST(Connection, GivesUpAfterTheCommandTimeout) {
+    ScriptedServer server;
+    const auto connection = server.Connect();
+    sandbox::Fault delay;
+    delay.kind = FaultKind::Delay;
+    delay.delay = 3s;
+    server.Wire().AddFault(delay);
+    connection->CommandTimeout(1s);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_NE(NumberThrown([&] { connection->Execute(u"SELECT 1"); }), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 2500ms);
+}
+
+TEST(Connection, HasNoCommandTimeoutUnlessAsked) {
+    ScriptedServer server;
+    const auto connection = server.Connect();
+    sandbox::Fault delay;
+    delay.kind = FaultKind::Delay;
+    delay.delay = 1500ms;
+    server.Wire().AddFault(delay);
+    EXPECT_NO_THROW(connection->Execute(u"SELECT 1"));
+}
+
+}  // namespace
+}  // namespace QuillonLib
