@@ -1,17 +1,24 @@
 // The entry class: every operation of the library that is not a property of one of its objects.
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "catalog/Database.h"
 #include "compare/Choices.h"
 #include "compare/EventSink.h"
 #include "compare/TableDifference.h"
-#include "core/Options.h"
 #include "core/BoundedArray.h"
+#include "core/Options.h"
+#include "util/TextEncryption.h"
 
 namespace QuillonLib {
+
+class Recordset;
 
 // Create one, set EventSink, call an operation. An operation runs on the caller's thread, logs in
 // to the servers that it needs, and holds nothing open when it returns. Every failure is an Error.
@@ -56,6 +63,62 @@ class Utils {
                                                         const TextArray& sTables,
                                                         const IndexDictionary& obIndexes,
                                                         const ColumnDictionary& obColumns);
+
+    // The rows behind one table's result, and the two scripts that remove its differences.
+    //
+    // enOptions: cpoShowIdentical, cpoShowDifferent, cpoShowMissing and cpoShowAdditional ask for
+    // rsEqual, rsDifferent, rsRight (only in database 1) and rsLeft (only in database 2); a row set
+    // that is not asked for becomes null. In rsDifferent every column stands twice, its name
+    // followed by "_1" and "_2". sRight is to be run on database 2, sLeft on database 1; they cover
+    // the rows of the row sets that were asked for, and no more than lRecords of each with
+    // cpoLimitRecordsReturned.
+    //
+    // Nothing is touched when the result has an Error or no key. An Error of the servers reaches
+    // the caller; outputs set before it keep their values. Error 0x80040002 when a key column is
+    // one that scripts cannot carry (computed, timestamp).
+    void GetRecordsets(const std::shared_ptr<Database>& obDB1,
+                       const std::shared_ptr<Database>& obDB2,
+                       const std::shared_ptr<Database>& obDB3,
+                       const std::shared_ptr<TableDifference>& obTableDifference,
+                       std::shared_ptr<Recordset>& rsEqual, std::shared_ptr<Recordset>& rsDifferent,
+                       std::shared_ptr<Recordset>& rsRight, std::shared_ptr<Recordset>& rsLeft,
+                       std::u16string& sRight, std::u16string& sLeft, enShowOptions enOptions,
+                       std::int32_t lRecords);
+
+    // One pair of scripts for a whole comparison, each in one transaction, the tables ordered by
+    // the dependencies that the catalog of database 1 holds (set its CheckDependencies). Tables
+    // without a key, with an Error, views, and tables of a dependency cycle get no part in it.
+    //
+    // Raises Status; after a cancel the scripts keep what they held (nothing, before the first is
+    // written). Errors as GetRecordsets; 5 when database 1 no longer has a table, 6 for more than
+    // 32,767 tables.
+    void GetUpdateScripts(const std::shared_ptr<Database>& obDB1,
+                          const std::shared_ptr<Database>& obDB2,
+                          const std::shared_ptr<Database>& obDB3,
+                          const std::shared_ptr<TableDifferences>& obTableDifferences,
+                          std::u16string& sLeft, std::u16string& sRight, enShowOptions enOptions,
+                          std::int32_t lRecords);
+
+    // The SQL Server instances that answer on the network, "HOST" or "HOST\INSTANCE", in an array
+    // from 1; nothing when there is none. Error 0x80004005 when the network cannot be asked; it
+    // does not become LastError.
+    std::optional<TextArray> AvailableServers() const;
+
+    // The databases of a server, in an array from 1; nothing when there is none. Without a user
+    // the login is integrated and the password is not used. The server has 20 seconds to answer
+    // the login. The Error of a failure is LastError too.
+    std::optional<TextArray> AvailableDatabases(std::u16string_view sServer,
+                                                std::u16string_view sUser = {},
+                                                std::u16string_view sPassword = {});
+
+    // The batches of a script, in an array from 0: see util/StatementSplitter.h.
+    TextArray GetSQLStatementsFromScript(std::u16string_view sScript) const;
+
+    // See util/TextEncryption.h, and do not trust it with secrets.
+    EncryptedText EncryptText(std::u16string_view sText, std::u16string_view sPassword) const;
+    std::u16string DecryptText(const EncryptedText& vBytes, std::u16string_view sPassword) const;
+    // The bytes of the text's UTF-16 units are what is decrypted.
+    std::u16string DecryptText(std::u16string_view vBytes, std::u16string_view sPassword) const;
 
   private:
     std::u16string lastError_;

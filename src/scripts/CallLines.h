@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "data/Recordset.h"
+#include "scripts/TextRun.h"
 
 namespace QuillonLib {
 
@@ -15,6 +16,8 @@ namespace QuillonLib {
 // CR LF, with no line end after the last. The cursor of the row set does not move.
 // Throws Error ItemNotFound for a field that is not there.
 void AppendCallLines(std::u16string& out, std::u16string_view command, const Recordset& rows,
+                     std::span<const std::size_t> fields);
+void AppendCallLines(TextRun& out, std::u16string_view command, const Recordset& rows,
                      std::span<const std::size_t> fields);
 
 }  // namespace QuillonLib

@@ -1,0 +1,108 @@
+#include "scripts/DifferenceScripts.h"
+
+#include <vector>
+
+#include "catalog/ColumnObject.h"
+#include "compare/TableDifference.h"
+#include "core/Error.h"
+#include "core/Text.h"
+#include "data/Recordset.h"
+#include "scripts/CallLines.h"
+#include "scripts/DifferenceQueries.h"
+#include "scripts/ScriptColumns.h"
+
+namespace QuillonLib {
+
+namespace {
+
+using Columns = std::vector<std::shared_ptr<ColumnObject>>;
+using FieldList = std::vector<std::size_t>;
+
+std::shared_ptr<Recordset> OpenIf(bool wanted, const std::u16string& query,
+                                  const std::shared_ptr<Connection>& connection) {
+    if (!wanted || query.empty()) return nullptr;
+    auto rows = std::make_shared<Recordset>();
+    rows->Open(query, connection);
+    return rows;
+}
+
+bool HasRows(const std::shared_ptr<Recordset>& rows) {
+    return rows != nullptr && rows->RecordCount() > 0;
+}
+
+FieldList FieldsOf(const Recordset& rows, const Columns& columns, std::u16string_view suffix = {}) {
+    FieldList fields;
+    for (const auto& column : columns) {
+        fields.push_back(rows.FieldIndex(column->Name() + std::u16string(suffix)));
+    }
+    return fields;
+}
+
+Columns KeyColumns(const Columns& columns) {
+    Columns keys;
+    for (const auto& column : columns) {
+        if (column->PrimaryKey()) keys.push_back(column);
+    }
+    return keys;
+}
+
+void RequireWritableKey(const TableDifference& obTableDifference, enShowOptions enOptions) {
+    const std::u16string column = KeyColumnOutsideScripts(*obTableDifference.Columns(), enOptions);
+    if (column.empty()) return;
+    throw Error(ErrorNumber::Comparison, u"No script can be written for " +
+                                             obTableDifference.Name() + u": its key column [" +
+                                             column + u"] cannot be written into a script");
+}
+
+}  // namespace
+
+void OpenDifferenceRowsets(const Database& obDB1, const Database& obDB2, const Database& obDB3,
+                           const TableDifference& obTableDifference, enShowOptions enOptions,
+                           std::int32_t lRecords, const std::shared_ptr<Connection>& connection3,
+                           DifferenceRowsets& rowsets) {
+    const DifferenceQueries queries =
+        BuildDifferenceQueries(obDB1, obDB2, obDB3, obTableDifference, enOptions, lRecords);
+    const auto open = [&](enShowOptions flag, const std::u16string& query) {
+        return OpenIf(HasOption(enOptions, flag), query, connection3);
+    };
+    rowsets.Different = open(cpoShowDifferent, queries.Different);
+    rowsets.Equal = open(cpoShowIdentical, queries.Equal);
+    rowsets.Right = open(cpoShowMissing, queries.Right);
+    rowsets.Left = open(cpoShowAdditional, queries.Left);
+}
+
+ScriptPieces BuildScriptPieces(const TableDifference& obTableDifference,
+                               const DifferenceRowsets& rowsets, enShowOptions enOptions) {
+    ScriptPieces pieces;
+    if (obTableDifference.IsView()) return pieces;
+    if (HasRows(rowsets.Different) || HasRows(rowsets.Right) || HasRows(rowsets.Left)) {
+        RequireWritableKey(obTableDifference, enOptions);
+    }
+
+    pieces.Procedures = DefineProcedures(obTableDifference, enOptions);
+    const Columns columns = ScriptColumns(*obTableDifference.Columns(), enOptions);
+    const Columns keys = KeyColumns(columns);
+    const auto append = [](TextRun& run, std::u16string_view procedure, const Recordset& rows,
+                           const FieldList& fields) {
+        AppendCallLines(run, CallOf(procedure), rows, fields);
+    };
+
+    if (HasRows(rowsets.Different)) {
+        const Recordset& rows = *rowsets.Different;
+        append(pieces.Right.Updates, UpdateProcedure, rows, FieldsOf(rows, columns, u"_1"));
+        append(pieces.Left.Updates, UpdateProcedure, rows, FieldsOf(rows, columns, u"_2"));
+    }
+    if (HasRows(rowsets.Right)) {
+        const Recordset& rows = *rowsets.Right;
+        append(pieces.Right.Inserts, InsertProcedure, rows, FieldsOf(rows, columns));
+        append(pieces.Left.Deletes, DeleteProcedure, rows, FieldsOf(rows, keys));
+    }
+    if (HasRows(rowsets.Left)) {
+        const Recordset& rows = *rowsets.Left;
+        append(pieces.Right.Deletes, DeleteProcedure, rows, FieldsOf(rows, keys));
+        append(pieces.Left.Inserts, InsertProcedure, rows, FieldsOf(rows, columns));
+    }
+    return pieces;
+}
+
+}  // namespace QuillonLib

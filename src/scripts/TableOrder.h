@@ -1,0 +1,32 @@
+// The order in which the tables of a multi-table script are worked on. Not installed.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace QuillonLib {
+
+class Database;
+class TableDifferences;
+
+struct PlacedTable {
+    std::u16string Name;
+    bool HasIdentity = false;
+    std::int16_t Sequence = 0;  // the pass in which the table was placed, from 1
+};
+
+// A table is placed once every other table of the results that it depends on (by the catalog of
+// database 1) has been placed. Placing goes in passes over the results. Tables that get no script
+// (views, tables without a key or with an error) and tables of a cycle are never placed; the former
+// are counted in every pass, and the passes end when the count reaches the number of results even
+// if a table is still to be placed.
+//
+// The result is in the order of placing: by Sequence, and within a pass by the order of the
+// results. Error 5 when the catalog of database 1 lacks a table; errors of loading that catalog.
+std::vector<PlacedTable> OrderTablesByDependency(Database& obDB1,
+                                                 const TableDifferences& obTableDifferences);
+
+}  // namespace QuillonLib
