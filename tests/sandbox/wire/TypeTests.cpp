@@ -468,7 +468,8 @@ TEST(Columns, CarryTheirFlags) {
         login.version = version;
         client.Login(login);
         std::vector<std::uint32_t> all;
-        for (const ClientColumn& column : client.Query(u"ask").sets.at(0).columns) {
+        const ClientRows set = client.Query(u"ask").sets.at(0);
+        for (const ClientColumn& column : set.columns) {
             all.push_back(column.flags);
             all.push_back(column.userType);
         }
