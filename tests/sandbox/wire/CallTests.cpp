@@ -113,12 +113,8 @@ TEST_P(CallTest, ParametersOfAStatementBecomeVariables) {
 
 TEST_P(CallTest, APreparedStatementRunsByItsHandle) {
     const ClientResponse prepared =
-        client_->Call(Numbered(11) +
-                      Parameter(u"",
-                                "26040"
-                                "400",
-                                1) +
-                      NText(u"@P1 int") + NText(u"select @P1") + Parameter(u"", "26040401000000"));
+        client_->Call(Numbered(11) + Parameter(u"", "260400", 1) + NText(u"@P1 int") +
+                      NText(u"select @P1") + Parameter(u"", "26040401000000"));
     ASSERT_EQ(prepared.returnValues.size(), 1U);
     EXPECT_EQ(prepared.returnValues[0].value, 1);
     EXPECT_EQ(prepared.returnStatus, 0);
