@@ -74,10 +74,13 @@ class KeyedList {
             throw Error(ErrorNumber::DuplicateKey,
                         u"This key is already associated with an element of this collection");
         }
-        auto node = std::make_unique<Node>(Node{std::move(value), folded});
-        nodes_.reserve(nodes_.size() + 1);
-        byKey_.emplace(std::move(folded), node.get());
-        nodes_.push_back(std::move(node));
+        nodes_.push_back(std::make_unique<Node>(Node{std::move(value), folded}));
+        try {
+            byKey_.emplace(std::move(folded), nodes_.back().get());
+        } catch (...) {
+            nodes_.pop_back();
+            throw;
+        }
     }
 
     const T& Item(std::u16string_view key) const { return Find(key).value; }

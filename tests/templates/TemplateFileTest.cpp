@@ -1,0 +1,431 @@
+// The file and the template-level operations.
+#include <gtest/gtest.h>
+
+#include "TemplateFiles.h"
+#include "core/LibraryFolder.h"
+
+namespace QuillonLib {
+namespace {
+
+class TemplateFileTest : public TemplateFiles {
+  protected:
+    void SetUp() override { store.Load(Path()); }
+    ComparisonTemplates store;
+};
+
+constexpr const char* TwoTemplates =
+    "<templates><lasttemplate name=\"Nightly\"/>"
+    "<template id=\"Default\"><database1 name=\"a\"/><database2 name=\"b\"/><database3 name=\"c\"/>"
+    "<tables><table id=\"[dbo].[T]\"/></tables><columns/><indexes/></template>"
+    "<template id=\"Nightly\"><database1 name=\"x\"/><database2 name=\"y\"/><database3 name=\"z\"/>"
+    "<tables/><columns><table id=\"[dbo].[U]\"><column id=\"c1\"/><column "
+    "id=\"c2\"/></table></columns>"
+    "<indexes><table id=\"[dbo].[U]\"><index id=\"PK_U\"/></table></indexes></template>"
+    "</templates>";
+
+TEST_F(TemplateFileTest, FirstUseWithNoFile) {
+    EXPECT_EQ(Names(store.Templates()), Texts{});
+    EXPECT_EQ(store.CurrentTemplate(), u"");
+    EXPECT_EQ(Tables(store), Texts{});
+    EXPECT_EQ(store.CurrentTemplate(), u"Default");
+    EXPECT_FALSE(std::filesystem::exists(file));
+    EXPECT_TRUE(store.Persist());
+    EXPECT_EQ(Read(),
+              "<templates><lasttemplate name=\"Default\"/><template id=\"Default\">"
+              "<tables/><database1 name=\"\"/><database2 name=\"\"/><database3 name=\"\"/>"
+              "<columns/><indexes/></template></templates>");
+}
+
+TEST_F(TemplateFileTest, NewTemplateWritesItsElementsInOrder) {
+    store.LoadTemplate(u"");
+    EXPECT_EQ(store.Database1(), u"");
+    store.Database1(u"World");
+    store.Database2(u"World, stale");
+    store.Database3(u"World");
+    store.Add(tmpTable, u"[dbo].[City]");
+    store.Add(tmpColumn, u"[dbo].[City]", u"Name");
+    store.Add(tmpIndex, u"[dbo].[City]", u"PK_City");
+    EXPECT_TRUE(store.NewTemplate(u"Weekly"));
+    EXPECT_EQ(store.CurrentTemplate(), u"Weekly");
+    const std::string written = Read();
+    const std::string wanted =
+        "<template id=\"Weekly\"><database1 name=\"World\"/>"
+        "<database2 name=\"World, stale\"/><database3 name=\"World\"/>"
+        "<tables><table id=\"[dbo].[City]\"/></tables>"
+        "<columns><table id=\"[dbo].[City]\"><column id=\"Name\"/></table></columns>"
+        "<indexes><table id=\"[dbo].[City]\"><index id=\"PK_City\"/></table></indexes></template>";
+    EXPECT_NE(written.find(wanted), std::string::npos) << written;
+    EXPECT_NE(written.find("<lasttemplate name=\"Weekly\"/>"), std::string::npos) << written;
+}
+
+TEST_F(TemplateFileTest, LoadTellsWhetherTheFileWasRead) {
+    EXPECT_FALSE(ComparisonTemplates().Load(Path()));  // missing
+    Write(TwoTemplates);
+    EXPECT_TRUE(ComparisonTemplates().Load(Path()));
+    Write("");
+    EXPECT_FALSE(ComparisonTemplates().Load(Path()));
+    Write("<templates><template></templates>");
+    EXPECT_FALSE(ComparisonTemplates().Load(Path()));
+    Write("<a/><b/>");
+    EXPECT_FALSE(ComparisonTemplates().Load(Path()));
+    EXPECT_FALSE(ComparisonTemplates().Load(folder.u16string()));  // a folder
+    EXPECT_EQ(Read(), "<a/><b/>");
+}
+
+TEST_F(TemplateFileTest, AnUnreadableFileGivesAnEmptyStore) {
+    Write("<templates><template");
+    ComparisonTemplates other;
+    EXPECT_FALSE(other.Load(Path()));
+    EXPECT_EQ(Names(other.Templates()), Texts{});
+}
+
+TEST_F(TemplateFileTest, LoadOfTheLoadedPathKeepsUnsavedChanges) {
+    store.Add(tmpTable, u"[dbo].[T]");
+    EXPECT_TRUE(store.Dirty());
+    EXPECT_FALSE(store.Load(Path()));
+    EXPECT_TRUE(store.Dirty());
+    EXPECT_EQ(Tables(store), Texts{u"[dbo].[T]"});
+}
+
+TEST_F(TemplateFileTest, LoadOfAnotherPathClearsDirtyAndKeepsTheCurrentTemplate) {
+    store.Add(tmpTable, u"[dbo].[T]");
+    store.Load((folder / "other.xml").u16string());
+    EXPECT_FALSE(store.Dirty());
+    EXPECT_EQ(store.CurrentTemplate(), u"Default");
+    EXPECT_EQ(Tables(store), Texts{u"[dbo].[T]"});
+}
+
+// What is bound belongs to the file that was open before; it must neither crash nor reach the new
+// file by itself.
+TEST_F(TemplateFileTest, ElementsOfTheFileBeforeStayUsable) {
+    Write(TwoTemplates);
+    ComparisonTemplates other;
+    other.Load(Path());
+    other.LoadTemplate(u"Default");
+    EXPECT_EQ(Tables(other), Texts{u"[dbo].[T]"});
+    other.Load((folder / "other.xml").u16string());
+    EXPECT_EQ(other.Database1(), u"a");
+    EXPECT_TRUE(other.Persist());
+    EXPECT_EQ(Read(), TwoTemplates);
+    EXPECT_EQ(std::filesystem::file_size(folder / "other.xml"), 0U);
+}
+
+TEST_F(TemplateFileTest, TheDefaultPathIsBesideTheLibrary) {
+    ComparisonTemplates other;
+    EXPECT_FALSE(other.Load(u""));  // no such file there
+    EXPECT_FALSE(other.Load((LibraryFolder() / "Templates.xml").u16string()));  // already loaded
+    // the tests hold the library themselves
+    EXPECT_EQ(LibraryFolder(), std::filesystem::canonical("/proc/self/exe").parent_path());
+}
+
+TEST_F(TemplateFileTest, TemplatesAreListedInFileOrder) {
+    Write(TwoTemplates);
+    ComparisonTemplates other;
+    other.Load(Path());
+    EXPECT_EQ(Names(other.Templates()), (Texts{u"Default", u"Nightly"}));
+    EXPECT_EQ(other.Templates()->Item(u"NIGHTLY"), u"Nightly");
+    EXPECT_EQ(other.CurrentTemplate(), u"Nightly");
+}
+
+TEST_F(TemplateFileTest, NamesThatDifferInCaseOnlyAreError457) {
+    Write(
+        "<templates><lasttemplate name=\"\"/><template id=\"A\"/><template id=\"a\"/></templates>");
+    ComparisonTemplates other;
+    other.Load(Path());
+    EXPECT_EQ(NumberOf([&] { other.Templates(); }), 457);
+    EXPECT_EQ(NumberOf([&] { other.NewTemplate(u"B"); }), 457);
+}
+
+TEST_F(TemplateFileTest, EmptyNameAndDefaultAreTheSame) {
+    Write(TwoTemplates);
+    for (const char16_t* name : {u"", u"Default"}) {
+        ComparisonTemplates other;
+        other.Load(Path());
+        other.LoadTemplate(name);
+        EXPECT_EQ(other.CurrentTemplate(), u"Default");
+        EXPECT_EQ(Tables(other), Texts{u"[dbo].[T]"});
+    }
+}
+
+TEST_F(TemplateFileTest, LoadTemplateIsCaseSensitive) {
+    Write(TwoTemplates);
+    ComparisonTemplates other;
+    other.Load(Path());
+    other.LoadTemplate(u"default");
+    EXPECT_EQ(other.CurrentTemplate(), u"default");
+    EXPECT_EQ(Tables(other), Texts{});
+}
+
+TEST_F(TemplateFileTest, NewTemplateRefusesANameInAnyCase) {
+    Write(TwoTemplates);
+    ComparisonTemplates other;
+    other.Load(Path());
+    EXPECT_FALSE(other.NewTemplate(u"DEFAULT"));
+    EXPECT_FALSE(other.NewTemplate(u"nightly"));
+    EXPECT_EQ(Read(), TwoTemplates);
+    EXPECT_EQ(other.CurrentTemplate(), u"Nightly");
+}
+
+TEST_F(TemplateFileTest, NewTemplateSavesWhatWasCurrent) {
+    Write(TwoTemplates);
+    ComparisonTemplates other;
+    other.Load(Path());
+    other.LoadTemplate(u"Default");
+    EXPECT_EQ(other.Database1(), u"a");
+    EXPECT_EQ(Tables(other), Texts{u"[dbo].[T]"});
+    EXPECT_TRUE(other.NewTemplate(u"Copy"));
+    EXPECT_FALSE(other.Dirty());
+
+    ComparisonTemplates again;
+    again.Load(Path());
+    again.LoadTemplate(u"Copy2");  // bind something, so that Copy can be bound
+    again.LoadTemplate(u"Copy");
+    EXPECT_EQ(again.Database1(), u"a");
+    EXPECT_EQ(again.Database3(), u"c");
+    EXPECT_EQ(Tables(again), Texts{u"[dbo].[T]"});
+}
+
+TEST_F(TemplateFileTest, RemoveTemplateRefusesDefaultInAnyCase) {
+    Write(TwoTemplates);
+    ComparisonTemplates other;
+    other.Load(Path());
+    for (const char16_t* name : {u"Default", u"default", u"DEFAULT"}) {
+        EXPECT_FALSE(other.RemoveTemplate(name));
+    }
+    EXPECT_FALSE(other.Dirty());
+    EXPECT_EQ(Names(other.Templates()), (Texts{u"Default", u"Nightly"}));
+}
+
+TEST_F(TemplateFileTest, RemovingWhatIsNotThereIsTrueAndChangesNothing) {
+    EXPECT_TRUE(store.RemoveTemplate(u"Weekly"));
+    EXPECT_FALSE(store.Dirty());
+}
+
+TEST_F(TemplateFileTest, RemovalReachesTheFileWithPersist) {
+    Write(TwoTemplates);
+    ComparisonTemplates other;
+    other.Load(Path());
+    other.LoadTemplate(u"Default");
+    EXPECT_TRUE(other.RemoveTemplate(u"Nightly"));
+    EXPECT_TRUE(other.Dirty());
+    EXPECT_EQ(Read(), TwoTemplates);
+    EXPECT_EQ(Names(other.Templates()), Texts{u"Default"});
+    EXPECT_TRUE(other.Persist());
+    EXPECT_EQ(Read().find("Nightly"), std::string::npos) << Read();
+}
+
+TEST_F(TemplateFileTest, DefaultInheritsFromARemovedCurrentTemplate) {
+    Write(TwoTemplates);
+    ComparisonTemplates other;
+    other.Load(Path());
+    other.LoadTemplate(u"Other");
+    other.LoadTemplate(u"Nightly");
+    EXPECT_EQ(other.Database1(), u"x");
+    EXPECT_TRUE(other.ItemExists(tmpColumn, u"[dbo].[U]", u"c1"));
+    EXPECT_TRUE(other.ItemExists(tmpIndex, u"[dbo].[U]", u"PK_U"));
+    EXPECT_EQ(Tables(other), Texts{});
+    EXPECT_TRUE(other.RemoveTemplate(u"Nightly"));
+    EXPECT_EQ(other.CurrentTemplate(), u"Default");
+    other.Persist();
+    EXPECT_EQ(Read(),
+              "<templates><lasttemplate name=\"Default\"/>"
+              "<template id=\"Default\"><database1 name=\"x\"/><database2 name=\"y\"/>"
+              "<database3 name=\"z\"/><tables/>"
+              "<columns><table id=\"[dbo].[U]\"><column id=\"c1\"/><column id=\"c2\"/></table>"
+              "</columns><indexes><table id=\"[dbo].[U]\"><index id=\"PK_U\"/></table></indexes>"
+              "</template><template id=\"Other\"/></templates>");
+}
+
+TEST_F(TemplateFileTest, PersistBeforeAnyDocumentIsFalse) {
+    ComparisonTemplates untouched;
+    EXPECT_FALSE(untouched.Persist());
+    EXPECT_FALSE(std::filesystem::exists(LibraryFolder() / "Templates.xml"));
+}
+
+TEST_F(TemplateFileTest, TheStoredTemplateIsCurrentButNotBound) {
+    Write(TwoTemplates);
+    ComparisonTemplates other;
+    other.Load(Path());
+    other.Templates();
+    EXPECT_EQ(other.CurrentTemplate(), u"Nightly");
+    other.LoadTemplate(u"Nightly");
+    EXPECT_EQ(NumberOf([&] { other.Items(tmpTable); }), 91);
+    EXPECT_EQ(NumberOf([&] { other.Items(tmpColumn); }), 91);
+    EXPECT_EQ(NumberOf([&] { other.ItemExists(tmpIndex, u"t", u"i"); }), 91);
+    EXPECT_EQ(NumberOf([&] { other.Database1(); }), 91);
+    EXPECT_EQ(NumberOf([&] { other.Persist(); }), 91);
+    other.LoadTemplate(u"Default");
+    EXPECT_EQ(Tables(other), Texts{u"[dbo].[T]"});
+}
+
+TEST_F(TemplateFileTest, ARootOfAnotherNameServesAsItStands) {
+    Write("<settings><window width=\"3\"/></settings>");
+    ComparisonTemplates other;
+    EXPECT_TRUE(other.Load(Path()));
+    other.LoadTemplate(u"Mine");
+    other.Persist();
+    EXPECT_EQ(Read(),
+              "<settings><window width=\"3\"/><lasttemplate name=\"Mine\"/>"
+              "<template id=\"Mine\"><database1 name=\"\"/><database2 name=\"\"/>"
+              "<database3 name=\"\"/><tables/><columns/><indexes/></template></settings>");
+}
+
+TEST_F(TemplateFileTest, ForeignElementsAttributesAndCommentsStay) {
+    Write(
+        "<?xml version=\"1.0\"?><!-- ours --><templates owner=\"me\"><note>keep</note>"
+        "<lasttemplate seen=\"1\" name=\"A\"/>"
+        "<template colour=\"red\" id=\"A\"><!-- picks --><extra/><tables/><indexes/><columns/>"
+        "<database3 name=\"3\"/><database2 name=\"2\"/><database1 name=\"1\"/></template>"
+        "</templates>");
+    ComparisonTemplates other;
+    other.Load(Path());
+    other.LoadTemplate(u"B");
+    other.LoadTemplate(u"A");
+    EXPECT_EQ(other.Database1(), u"1");
+    other.Add(tmpTable, u"[dbo].[T]");
+    other.RemoveTemplate(u"B");
+    other.Persist();
+    EXPECT_EQ(Read(),
+              "<?xml version=\"1.0\"?><!-- ours --><templates owner=\"me\"><note>keep</note>"
+              "<lasttemplate seen=\"1\" name=\"A\"/>"
+              "<template colour=\"red\" id=\"A\"><!-- picks --><extra/>"
+              "<tables><table id=\"[dbo].[T]\"/></tables><indexes/><columns/>"
+              "<database3 name=\"3\"/><database2 name=\"2\"/><database1 name=\"1\"/></template>"
+              "</templates>");
+}
+
+TEST_F(TemplateFileTest, AMissingNameOrIdIsError94) {
+    const auto load = [&](const char* content) {
+        Write(content);
+        auto other = std::make_unique<ComparisonTemplates>();
+        other->Load(Path());
+        return other;
+    };
+    EXPECT_EQ(NumberOf([&] { load("<templates><lasttemplate/></templates>")->Templates(); }), 94);
+    EXPECT_EQ(NumberOf([&] { load("<templates><template/></templates>")->Templates(); }), 94);
+    for (const char* element : {"<database1/>", "<database2/>", "<database3/>"}) {
+        const std::string content = std::string("<templates><template id=\"Default\">") + element +
+                                    "</template></templates>";
+        EXPECT_EQ(NumberOf([&] { load(content.c_str())->Database1(); }), 94) << element;
+    }
+    const auto withList = [&](const std::string& list) {
+        return load(
+            ("<templates><template id=\"Default\">" + list + "</template></templates>").c_str());
+    };
+    EXPECT_EQ(NumberOf([&] { withList("<tables><table/></tables>")->Items(tmpTable); }), 94);
+    EXPECT_EQ(
+        NumberOf([&] {
+            withList("<columns><table id=\"t\"><column/></table></columns>")->Items(tmpColumn);
+        }),
+        94);
+    EXPECT_EQ(
+        NumberOf([&] {
+            withList("<columns><table><column id=\"c\"/></table></columns>")->Items(tmpColumn);
+        }),
+        94);
+    EXPECT_EQ(NumberOf([&] {
+                  withList("<indexes><table id=\"t\"><index/></table></indexes>")->Items(tmpIndex);
+              }),
+              94);
+}
+
+TEST_F(TemplateFileTest, AnApostropheInATemplateNameIsAnErrorOfThePathExpression) {
+    try {
+        store.LoadTemplate(u"O'Brien");
+        FAIL() << "no error";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.Number(), static_cast<std::int32_t>(0x80004005));
+        EXPECT_EQ(error.Description().substr(0, 25), u"template[@id='O'Brien']: ");
+        EXPECT_GT(error.Description().size(), 25U);
+    }
+}
+
+// A name can be written so that its path expression matches the bound template.
+TEST_F(TemplateFileTest, RemovingTheBoundTemplateByATrickDoesNoHarm) {
+    Write(TwoTemplates);
+    ComparisonTemplates other;
+    other.Load(Path());
+    other.LoadTemplate(u"Default");
+    EXPECT_TRUE(other.RemoveTemplate(u"x' or @id='Default"));
+    EXPECT_EQ(Tables(other), Texts{u"[dbo].[T]"});
+    EXPECT_TRUE(other.Persist());
+    EXPECT_EQ(Read().find("\"Default\"><"), std::string::npos) << Read();
+}
+
+TEST_F(TemplateFileTest, NamesMayHoldEveryCharacterThatXmlEscapes) {
+    const std::u16string name = u"[d&o].[<T> \"q\" 'a' \t\r\n ]\u00e9\U0001F600]";
+    store.Add(tmpTable, name);
+    store.Add(tmpColumn, name, u"a<b>&\"c\"'d'");
+    store.Add(tmpIndex, name, u"\t&amp;\n");
+    EXPECT_EQ(store.Database1(), u"");
+    store.Database1(u"<&\"'>");
+    EXPECT_EQ(Tables(store), Texts{});  // another database drops the picks
+    store.Add(tmpTable, name);
+    store.Add(tmpColumn, name, u"a<b>&\"c\"'d'");
+    EXPECT_TRUE(store.NewTemplate(u"a<b>&\"c\""));
+
+    ComparisonTemplates other;
+    other.Load(Path());
+    other.LoadTemplate(u"x");
+    other.LoadTemplate(u"a<b>&\"c\"");
+    EXPECT_EQ(other.Database1(), u"<&\"'>");
+    EXPECT_EQ(Tables(other), Texts{name});
+    EXPECT_TRUE(other.ItemExists(tmpColumn, name, u"a<b>&\"c\"'d'"));
+}
+
+TEST_F(TemplateFileTest, ANameThatXmlCannotHoldIsAnErrorAndSavesNothing) {
+    Write(TwoTemplates);
+    for (const std::u16string& name : {std::u16string(u"a\0b", 3), std::u16string(u"\x01"),
+                                       std::u16string{0xD83D}, std::u16string{0xFFFE}}) {
+        ComparisonTemplates other;
+        other.Load(Path());
+        other.Add(tmpTable, name);
+        EXPECT_EQ(NumberOf([&] { other.Persist(); }), static_cast<std::int32_t>(0x80004005));
+        EXPECT_EQ(Read(), TwoTemplates);
+    }
+}
+
+TEST_F(TemplateFileTest, OtherEncodingsAreReadAndUtf8IsWritten) {
+    Write(
+        "<?xml version=\"1.0\" encoding=\"iso-8859-1\"?><templates><template "
+        "id=\"caf\xE9\"/></templates>");
+    ComparisonTemplates latin;
+    EXPECT_TRUE(latin.Load(Path()));
+    EXPECT_EQ(Names(latin.Templates()), Texts{u"caf\u00e9"});
+    latin.NewTemplate(u"\u20ac");
+    EXPECT_EQ(Read().substr(0, 39), "<?xml version=\"1.0\" encoding=\"utf-8\"?><");
+    EXPECT_NE(Read().find("\"caf\xC3\xA9\""), std::string::npos);
+    EXPECT_NE(Read().find("\"\xE2\x82\xAC\""), std::string::npos);
+
+    const std::u16string utf16 = u"\uFEFF<templates><template id=\"\u4E2D\"/></templates>";
+    Write(std::string(reinterpret_cast<const char*>(utf16.data()), utf16.size() * 2));
+    ComparisonTemplates wide;
+    EXPECT_TRUE(wide.Load(Path()));
+    EXPECT_EQ(Names(wide.Templates()), Texts{u"\u4E2D"});
+
+    Write("<templates><template id=\"caf\xE9\"/></templates>");  // neither UTF-8 nor declared
+    EXPECT_FALSE(ComparisonTemplates().Load(Path()));
+}
+
+TEST_F(TemplateFileTest, TenThousandTablesRoundTrip) {
+    for (int i = 0; i < 10000; ++i) {
+        const std::u16string table = u"[dbo].[Table " + ToText(i) + u"]";
+        store.Add(tmpTable, table);
+        store.Add(tmpColumn, table, u"id");
+        store.Add(tmpIndex, table, u"PK");
+    }
+    store.Persist();
+    ComparisonTemplates other;
+    other.Load(Path());
+    other.LoadTemplate(u"x");
+    other.LoadTemplate(u"Default");
+    const Texts tables = Tables(other);
+    ASSERT_EQ(tables.size(), 10000U);
+    EXPECT_EQ(tables.front(), u"[dbo].[Table 0]");
+    EXPECT_EQ(tables.back(), u"[dbo].[Table 9999]");
+    EXPECT_TRUE(other.ItemExists(tmpColumn, u"[dbo].[Table 5000]", u"ID"));
+    EXPECT_TRUE(other.ItemExists(tmpIndex, u"[dbo].[Table 9999]", u"PK"));
+}
+
+}  // namespace
+}  // namespace QuillonLib

@@ -1,0 +1,60 @@
+// A folder of its own for each test, and files in it.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "core/Error.h"
+#include "templates/ComparisonTemplates.h"
+
+namespace QuillonLib {
+
+class TemplateFiles : public ::testing::Test {
+  protected:
+    TemplateFiles() {
+        std::string name = (std::filesystem::temp_directory_path() / "quillon-XXXXXX").string();
+        folder = mkdtemp(name.data());
+        file = folder / "Templates.xml";
+    }
+    ~TemplateFiles() override {
+        std::filesystem::permissions(folder, std::filesystem::perms::owner_all);
+        std::filesystem::remove_all(folder);
+    }
+
+    void Write(const std::string& content) const {
+        std::ofstream(file, std::ios::binary) << content;
+    }
+    std::string Read() const {
+        std::ifstream stream(file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+    std::u16string Path() const { return file.u16string(); }
+
+    static std::int32_t NumberOf(const std::function<void()>& action) {
+        try {
+            action();
+        } catch (const Error& error) {
+            return error.Number();
+        }
+        return 0;
+    }
+    static std::vector<std::u16string> Names(const std::shared_ptr<NameList>& list) {
+        return {list->begin(), list->end()};
+    }
+    static std::vector<std::u16string> Tables(ComparisonTemplates& store) {
+        return std::get<TextArray>(store.Items(tmpTable)).Items;
+    }
+
+    std::filesystem::path folder;
+    std::filesystem::path file;
+};
+
+using Texts = std::vector<std::u16string>;
+
+}  // namespace QuillonLib

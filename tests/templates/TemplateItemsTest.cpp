@@ -1,0 +1,222 @@
+// Picks and database names.
+#include <gtest/gtest.h>
+
+#include "TemplateFiles.h"
+
+namespace QuillonLib {
+namespace {
+
+class TemplateItemsTest : public TemplateFiles {
+  protected:
+    void SetUp() override { store.Load(Path()); }
+
+    Texts Columns(const std::u16string& table) {
+        const auto lists = std::get<std::shared_ptr<ColumnLists>>(store.Items(tmpColumn));
+        return lists->ItemExists(table) ? Names(lists->Item(table)) : Texts{u"(no list)"};
+    }
+    Texts Indexes() { return Names(std::get<std::shared_ptr<NameList>>(store.Items(tmpIndex))); }
+
+    ComparisonTemplates store;
+};
+
+TEST_F(TemplateItemsTest, WithoutDatabasesEveryPickIsAccepted) {
+    store.Add(tmpTable, u"[dbo].[T]");
+    store.Add(tmpColumn, u"[dbo].[T]", u"c");
+    store.Add(tmpIndex, u"[dbo].[T]", u"i");
+    EXPECT_TRUE(store.ItemExists(tmpTable, u"[dbo].[T]"));
+    EXPECT_TRUE(store.ItemExists(tmpColumn, u"[dbo].[T]", u"c"));
+    EXPECT_TRUE(store.ItemExists(tmpIndex, u"[dbo].[T]", u"i"));
+}
+
+TEST_F(TemplateItemsTest, WithDatabasesThatAreNotKnownEveryPickIsRefusedSilently) {
+    const auto databases = std::make_shared<Databases>();
+    databases->Add()->Description(u"one");
+    store.DatabasesObject(databases);
+    EXPECT_EQ(store.DatabasesObject(), databases);
+    EXPECT_EQ(store.Database1(), u"");
+    store.Database1(u"one");
+    store.Database2(u"ONE");  // descriptions are compared letter for letter
+    EXPECT_EQ(store.Database3(), u"");
+    store.Add(tmpTable, u"[dbo].[T]");
+    store.Add(tmpColumn, u"[dbo].[T]", u"c");
+    store.Add(tmpIndex, u"[dbo].[T]", u"i");
+    EXPECT_FALSE(store.ItemExists(tmpTable, u"[dbo].[T]"));
+    EXPECT_FALSE(store.ItemExists(tmpColumn, u"[dbo].[T]", u"c"));
+    EXPECT_FALSE(store.ItemExists(tmpIndex, u"[dbo].[T]", u"i"));
+}
+
+TEST_F(TemplateItemsTest, RemovingTheLastColumnRemovesTheTableFromTheColumnLists) {
+    store.Add(tmpColumn, u"[dbo].[T]", u"c");
+    store.Remove(tmpColumn, u"[dbo].[T]", u"C");
+    EXPECT_EQ(Columns(u"[dbo].[T]"), Texts{u"(no list)"});
+    store.Persist();
+    EXPECT_NE(Read().find("<columns/>"), std::string::npos);
+}
+
+TEST_F(TemplateItemsTest, RemovingOneOfTwoColumnsKeepsTheOther) {
+    store.Add(tmpColumn, u"[dbo].[T]", u"a");
+    store.Add(tmpColumn, u"[dbo].[T]", u"b");
+    store.Remove(tmpColumn, u"[dbo].[T]", u"a");
+    EXPECT_EQ(Columns(u"[dbo].[T]"), Texts{u"b"});
+}
+
+TEST_F(TemplateItemsTest, RemovingColumnsWithoutANameRemovesAll) {
+    store.Add(tmpColumn, u"[dbo].[T]", u"a");
+    store.Add(tmpColumn, u"[dbo].[T]", u"b");
+    store.Remove(tmpColumn, u"[dbo].[T]");
+    EXPECT_EQ(Columns(u"[dbo].[T]"), Texts{u"(no list)"});
+    EXPECT_EQ(NumberOf([&] { store.Remove(tmpColumn, u"[dbo].[T]"); }), 5);
+}
+
+TEST_F(TemplateItemsTest, RemovingWhatIsAbsentIsError5BeforeAnythingIsDirty) {
+    store.Persist();
+    EXPECT_EQ(NumberOf([&] { store.Remove(tmpTable, u"t"); }), 5);
+    EXPECT_EQ(NumberOf([&] { store.Remove(tmpColumn, u"t", u"c"); }), 5);
+    EXPECT_EQ(NumberOf([&] { store.Remove(tmpIndex, u"t"); }), 5);
+    EXPECT_FALSE(store.Dirty());
+}
+
+TEST_F(TemplateItemsTest, DuplicatesAreError457) {
+    store.Add(tmpTable, u"[dbo].[T]");
+    store.Add(tmpColumn, u"[dbo].[T]", u"c");
+    store.Add(tmpIndex, u"[dbo].[T]", u"i");
+    EXPECT_EQ(NumberOf([&] { store.Add(tmpTable, u"[DBO].[t]"); }), 457);
+    EXPECT_EQ(NumberOf([&] { store.Add(tmpColumn, u"[DBO].[t]", u"C"); }), 457);
+    EXPECT_EQ(NumberOf([&] { store.Add(tmpIndex, u"[dbo].[T]", u"other"); }), 457);
+}
+
+TEST_F(TemplateItemsTest, TableAndColumnLookUpsIgnoreCaseIndexNamesDoNot) {
+    store.Add(tmpTable, u"[dbo].[T]");
+    store.Add(tmpColumn, u"[dbo].[T]", u"Col");
+    store.Add(tmpIndex, u"[dbo].[T]", u"PK_T");
+    EXPECT_TRUE(store.ItemExists(tmpTable, u"[DBO].[t]"));
+    EXPECT_TRUE(store.ItemExists(tmpColumn, u"[DBO].[t]", u"COL"));
+    EXPECT_TRUE(store.ItemExists(tmpIndex, u"[DBO].[t]", u"PK_T"));
+    EXPECT_FALSE(store.ItemExists(tmpIndex, u"[dbo].[T]", u"pk_t"));
+    EXPECT_FALSE(store.ItemExists(tmpColumn, u"[dbo].[T]", u"x"));
+    EXPECT_FALSE(store.ItemExists(tmpIndex, u"[dbo].[U]", u"PK_T"));
+}
+
+TEST_F(TemplateItemsTest, UnknownKindsDoNothingAndExist) {
+    const auto unknown = static_cast<enItemTypes>(3);
+    EXPECT_TRUE(store.ItemExists(unknown, u"anything"));
+    store.Add(unknown, u"anything");
+    EXPECT_FALSE(store.Dirty());
+    EXPECT_TRUE(std::holds_alternative<std::monostate>(store.Items(unknown)));
+    store.Remove(unknown, u"anything");
+    EXPECT_TRUE(store.Dirty());
+}
+
+TEST_F(TemplateItemsTest, TablesOfAnEmptyTemplateAreAnArrayWithoutElements) {
+    const auto items = store.Items(tmpTable);
+    ASSERT_TRUE(std::holds_alternative<TextArray>(items));
+    EXPECT_EQ(std::get<TextArray>(items).UpperBound(), -1);
+}
+
+TEST_F(TemplateItemsTest, TablesAreAnArrayFromZeroInOrder) {
+    store.Add(tmpTable, u"[dbo].[B]");
+    store.Add(tmpTable, u"[dbo].[A]");
+    EXPECT_EQ(std::get<TextArray>(store.Items(tmpTable)),
+              TextArray(Texts{u"[dbo].[B]", u"[dbo].[A]"}, 0));
+}
+
+TEST_F(TemplateItemsTest, MoreThan32767TablesOverflow) {
+    for (int i = 0; i < 32767; ++i)
+        store.Add(tmpTable, ToText(i));
+    EXPECT_EQ(Tables(store).size(), 32767U);
+    store.Add(tmpTable, u"one more");
+    EXPECT_EQ(NumberOf([&] { store.Items(tmpTable); }), 6);
+}
+
+TEST_F(TemplateItemsTest, ChangesThroughTheSharedListsReachTheStore) {
+    store.Add(tmpColumn, u"[dbo].[T]", u"a");
+    store.Add(tmpIndex, u"[dbo].[T]", u"i");
+    std::get<std::shared_ptr<ColumnLists>>(store.Items(tmpColumn))
+        ->Item(u"[dbo].[T]")
+        ->Add(u"b", u"b");
+    EXPECT_TRUE(store.ItemExists(tmpColumn, u"[dbo].[T]", u"b"));
+    store.Persist();
+    EXPECT_NE(Read().find("<column id=\"a\"/><column id=\"b\"/>"), std::string::npos) << Read();
+}
+
+TEST_F(TemplateItemsTest, OnlyTheFirstIndexOfATableIsLoaded) {
+    Write(
+        "<templates><template id=\"Default\"><indexes><table id=\"[dbo].[T]\">"
+        "<index id=\"first\"/><index id=\"second\"/></table><table id=\"[dbo].[U]\"/></indexes>"
+        "</template></templates>");
+    ComparisonTemplates other;
+    other.Load(Path());
+    EXPECT_TRUE(other.ItemExists(tmpIndex, u"[dbo].[T]", u"first"));
+    EXPECT_FALSE(other.ItemExists(tmpIndex, u"[dbo].[T]", u"second"));
+    EXPECT_FALSE(other.ItemExists(tmpIndex, u"[dbo].[U]", u""));
+    EXPECT_FALSE(other.Dirty());
+}
+
+TEST_F(TemplateItemsTest, SettingADatabaseToItsValueChangesNothing) {
+    EXPECT_EQ(store.Database1(), u"");
+    store.Database1(u"one");
+    store.Add(tmpTable, u"[dbo].[T]");
+    store.Persist();
+    store.Database1(u"one");
+    EXPECT_FALSE(store.Dirty());
+    EXPECT_EQ(Tables(store), Texts{u"[dbo].[T]"});
+}
+
+TEST_F(TemplateItemsTest, AnotherDatabaseEmptiesTheListsButForTheIndexNames) {
+    store.Add(tmpTable, u"[dbo].[T]");
+    store.Add(tmpColumn, u"[dbo].[T]", u"c");
+    store.Add(tmpIndex, u"[dbo].[T]", u"i");
+    EXPECT_EQ(store.Database2(), u"");
+    store.Persist();
+    store.Database2(u"two");
+    EXPECT_TRUE(store.Dirty());
+    EXPECT_EQ(Tables(store), Texts{});
+    EXPECT_EQ(Columns(u"[dbo].[T]"), Texts{u"(no list)"});
+    EXPECT_EQ(Indexes(), Texts{u"i"});
+    EXPECT_EQ(NumberOf([&] { store.Add(tmpIndex, u"[dbo].[T]", u"i"); }), 457);
+    store.Persist();
+    EXPECT_NE(Read().find("<database2 name=\"two\"/>"), std::string::npos);
+    EXPECT_NE(Read().find("<indexes/>"), std::string::npos) << Read();
+}
+
+TEST_F(TemplateItemsTest, FlushReadsEverythingAgain) {
+    store.Add(tmpTable, u"[dbo].[T]");
+    store.Add(tmpIndex, u"[dbo].[T]", u"i");
+    EXPECT_EQ(store.Database1(), u"");
+    store.Persist();
+    store.Add(tmpTable, u"[dbo].[U]");
+    store.Database1(u"changed");
+    store.Flush();
+    EXPECT_FALSE(store.Dirty());
+    EXPECT_EQ(Tables(store), Texts{u"[dbo].[T]"});
+    EXPECT_EQ(Indexes(), Texts{u"i"});
+    EXPECT_EQ(store.Database1(), u"");
+}
+
+TEST_F(TemplateItemsTest, ANameSetBeforeItWasReadIsReplacedByTheStoredOne) {
+    Write(
+        "<templates><template id=\"Default\"><database1 name=\"stored\"/></template></templates>");
+    ComparisonTemplates other;
+    other.Load(Path());
+    other.Database1(u"mine");
+    EXPECT_TRUE(other.Dirty());
+    EXPECT_EQ(other.Database1(), u"stored");
+}
+
+TEST_F(TemplateItemsTest, EachDatabaseHasItsOwnName) {
+    EXPECT_EQ(store.Database1(), u"");
+    store.Database1(u"1");
+    store.Database2(u"2");
+    store.Database3(u"3");
+    store.Persist();
+    ComparisonTemplates other;
+    other.Load(Path());
+    other.LoadTemplate(u"x");
+    other.LoadTemplate(u"Default");
+    EXPECT_EQ(other.Database1(), u"1");
+    EXPECT_EQ(other.Database2(), u"2");
+    EXPECT_EQ(other.Database3(), u"3");
+}
+
+}  // namespace
+}  // namespace QuillonLib
