@@ -10,6 +10,7 @@
 #include "util/EventLog.h"
 #include "util/StatementSplitter.h"
 #include "util/SystemErrorText.h"
+#include "util/TextEncryption.h"
 
 namespace QuillonLib {
 

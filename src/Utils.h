@@ -14,7 +14,7 @@
 #include "compare/TableDifference.h"
 #include "core/BoundedArray.h"
 #include "core/Options.h"
-#include "util/TextEncryption.h"
+#include "util/EncryptedText.h"
 
 namespace QuillonLib {
 
@@ -111,10 +111,14 @@ class Utils {
                                                 std::u16string_view sUser = {},
                                                 std::u16string_view sPassword = {});
 
-    // The batches of a script, in an array from 0: see util/StatementSplitter.h.
+    // The batches of a script, in an array from 0: the pieces between lines that hold exactly
+    // "GO" (CR LF "GO" CR LF). Empty pieces are kept; an empty script has none.
     TextArray GetSQLStatementsFromScript(std::u16string_view sScript) const;
 
-    // See util/TextEncryption.h, and do not trust it with secrets.
+    // Under a pass phrase, which counts in Windows-1252; do not trust it with secrets (see
+    // util/EncryptedText.h). A wrong pass phrase is not noticed: it decrypts to garbage. Errors: 9
+    // for an empty text, an empty array, or one that does not begin at 0; 0x80040001 for a
+    // cryptographic call that failed, its description telling which.
     EncryptedText EncryptText(std::u16string_view sText, std::u16string_view sPassword) const;
     std::u16string DecryptText(const EncryptedText& vBytes, std::u16string_view sPassword) const;
     // The bytes of the text's UTF-16 units are what is decrypted.

@@ -1,22 +1,15 @@
-// Encryption of a text with a pass phrase.
-//
-// This protects nothing against a serious attacker: an unsalted MD5 digest keys RC4, the same text
-// always gives the same bytes, and two texts under one pass phrase betray each other. It is kept
-// for the data that exists. Keep secrets elsewhere.
+// Encryption of a text with a pass phrase. See EncryptedText.h for what it is not good for.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 
-#include "core/BoundedArray.h"
+#include "util/EncryptedText.h"
 
 namespace QuillonLib {
 
 class Cryptography;
 class SystemMessages;
-
-using EncryptedText = BoundedArray<std::uint8_t>;
 
 // The pass phrase counts in Windows-1252: characters that it lacks are all the same "?". A wrong
 // pass phrase is not noticed; it decrypts to garbage of the same length.

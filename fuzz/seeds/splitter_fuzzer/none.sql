@@ -1,0 +1,5 @@
+GO
+A
+go
+B
+GO 

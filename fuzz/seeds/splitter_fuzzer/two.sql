@@ -1,0 +1,5 @@
+SELECT 1
+GO
+SELECT 2
+GO
+GO

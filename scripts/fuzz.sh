@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Builds the fuzzers and runs each for some seconds (default: 60). Where clang's runtime cannot be
+# had, says so and does nothing.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+. scripts/packages.sh
+
+seconds=${1:-60}
+need "${check_packages[@]}"
+if ! compgen -G '/usr/lib/llvm-14/lib/clang/*/lib/linux/libclang_rt.fuzzer-*.a' >/dev/null; then
+    echo "clang's fuzzer runtime is not here: the fuzzers are left out"
+    exit 0
+fi
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+for seeds in fuzz/seeds/*; do
+    fuzzer=$(basename "$seeds")
+    mkdir "$work/$fuzzer"
+    echo "$fuzzer, $seconds s"
+    if ! "build/fuzz/fuzz/$fuzzer" -max_total_time="$seconds" -print_final_stats=1 -verbosity=0 \
+        -artifact_prefix="$PWD/build/fuzz/" "$work/$fuzzer" "$seeds" >"$work/log" 2>&1; then
+        cat "$work/log" >&2
+        exit 1
+    fi
+    grep number_of_executed_units "$work/log"
+done

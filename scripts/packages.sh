@@ -1,0 +1,35 @@
+# Sourced by the other scripts: installs the Debian packages that a task needs.
+
+# need PACKAGE...: installs what is missing, as root or through sudo; names it and stops where
+# neither is possible.
+need() {
+    local missing=() package
+    for package in "$@"; do
+        dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q '^install ok installed$' ||
+            missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return
+
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        if ! command -v sudo >/dev/null || ! sudo -v; then
+            echo "These Debian packages are missing and cannot be installed without root:" >&2
+            echo "  ${missing[*]}" >&2
+            exit 1
+        fi
+        as_root=(sudo)
+    fi
+    echo "Installing ${missing[*]}"
+    "${as_root[@]}" apt-get update -qq
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq \
+        --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# What every build needs, and what a running program finds: the driver and the demo's data.
+build_packages=(ca-certificates cmake g++ iso-codes libcli11-dev libicu-dev libpugixml-dev
+    libsqlite3-dev nettle-dev ninja-build pkg-config tdsodbc unixodbc-dev)
+# The tests add their frameworks, and clients of the sandbox that were not written here.
+test_packages=("${build_packages[@]}" freetds-bin libbenchmark-dev libgmock-dev libgtest-dev
+    python3 python3-tds)
+# Style and analysis, and the fuzzers' compiler.
+check_packages=("${test_packages[@]}" clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev)
