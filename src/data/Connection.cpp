@@ -51,7 +51,7 @@ void Connection::Impl::Connect() {
     const SQLRETURN result = SQLDriverConnectW(link.Get(), nullptr, odbc::Wide(adapted),
                                                static_cast<SQLSMALLINT>(adapted.size()), nullptr, 0,
                                                nullptr, SQL_DRIVER_NOPROMPT);
-    if (!SQL_SUCCEEDED(result)) Fail(odbc::ReadErrors(SQL_HANDLE_DBC, link.Get()));
+    if (!SQL_SUCCEEDED(result)) Fail(odbc::ReadErrors(SQL_HANDLE_DBC, link.Get(), true));
     open = true;
     lost = false;
 }
@@ -75,22 +75,18 @@ void Connection::Impl::RequireOpen() const {
 }
 
 void Connection::Impl::Fail(std::vector<Diagnostic> diagnostics) {
-    if (diagnostics.empty()) {
-        diagnostics.push_back(
-            {ErrorNumber::DataAccess, "HY000", 0, u"The driver reported an error without a text."});
-    }
-    NoticeLoss(diagnostics);
+    if (diagnostics.empty()) diagnostics.push_back(odbc::SilentError());
+    const auto tellsOfLoss = [](const Diagnostic& d) { return d.sqlState.starts_with("08"); };
+    lost = open && (lost || ServerIsGone() ||
+                    std::any_of(diagnostics.begin(), diagnostics.end(), tellsOfLoss));
     errors = diagnostics;
     throw DataError(std::move(diagnostics));
 }
 
-void Connection::Impl::NoticeLoss(const std::vector<Diagnostic>& diagnostics) noexcept {
-    if (!open) return;
+bool Connection::Impl::ServerIsGone() const noexcept {
     SQLUINTEGER dead = SQL_CD_FALSE;
     SQLGetConnectAttr(link.Get(), SQL_ATTR_CONNECTION_DEAD, &dead, SQL_IS_UINTEGER, nullptr);
-    lost = lost || dead == SQL_CD_TRUE ||
-           std::any_of(diagnostics.begin(), diagnostics.end(),
-                       [](const Diagnostic& d) { return d.sqlState.starts_with("08"); });
+    return dead == SQL_CD_TRUE;
 }
 
 Connection::Connection() : impl_(std::make_unique<Impl>()) {

@@ -56,13 +56,18 @@ bool ReadRecord(SQLSMALLINT handleType, SQLHANDLE handle, SQLSMALLINT record, Di
 
 }  // namespace
 
-std::vector<Diagnostic> ReadErrors(SQLSMALLINT handleType, SQLHANDLE handle) {
-    std::vector<Diagnostic> errors;
+std::vector<Diagnostic> ReadErrors(SQLSMALLINT handleType, SQLHANDLE handle, bool failed) {
+    std::vector<Diagnostic> errors, information;
     Diagnostic record;
     for (SQLSMALLINT i = 1; i < 10000 && ReadRecord(handleType, handle, i, record); ++i) {
-        if (!IsInformation(record.sqlState)) errors.push_back(record);
+        (IsInformation(record.sqlState) ? information : errors).push_back(record);
     }
-    return errors;
+    if (!errors.empty() || !failed) return errors;
+    return information;
+}
+
+Diagnostic SilentError() {
+    return {ErrorNumber::DataAccess, "HY000", 0, u"The driver reported an error without a text."};
 }
 
 template <SQLSMALLINT Type>
@@ -87,17 +92,14 @@ Statement::Statement(Connection::Impl& connection) : connection_(connection) {
 }
 
 void Statement::Gather(SQLRETURN result) {
-    if (result != SQL_ERROR && result != SQL_SUCCESS_WITH_INFO) {
-        if (result == SQL_INVALID_HANDLE) connection_.Fail({});
-        return;
-    }
-    std::vector<Diagnostic> found = ReadErrors(SQL_HANDLE_STMT, Get());
-    if (result == SQL_ERROR && found.empty()) {
-        found.push_back(
-            {ErrorNumber::DataAccess, "HY000", 0, u"The driver reported an error without a text."});
+    if (result != SQL_ERROR && result != SQL_SUCCESS_WITH_INFO) return;
+    std::vector<Diagnostic> found = ReadErrors(SQL_HANDLE_STMT, Get(), result == SQL_ERROR);
+    const bool silent = result == SQL_ERROR && found.empty();
+    if (silent) found.push_back(SilentError());
+    if (silent || std::any_of(found.begin(), found.end(), EndsTheBatch) ||
+        connection_.ServerIsGone()) {
         more_ = false;
     }
-    if (std::any_of(found.begin(), found.end(), EndsTheBatch)) more_ = false;
     const std::size_t room = MaxErrors - std::min(MaxErrors, errors_.size());
     found.resize(std::min(found.size(), room));
     std::move(found.begin(), found.end(), std::back_inserter(errors_));
@@ -155,7 +157,7 @@ bool Statement::GetData(SQLUSMALLINT column, SQLSMALLINT cType, void* buffer, st
 
 void Statement::Require(SQLRETURN result) {
     if (SQL_SUCCEEDED(result)) return;
-    connection_.Fail(ReadErrors(SQL_HANDLE_STMT, Get()));
+    connection_.Fail(ReadErrors(SQL_HANDLE_STMT, Get(), true));
 }
 
 void Statement::Finish() {

@@ -25,9 +25,13 @@ inline SQLPOINTER AsPointer(SQLULEN number) {
     return reinterpret_cast<SQLPOINTER>(number);
 }
 
-// All records of a handle, information (SQLSTATE 01...) left out. The driver sorts them by
-// severity and the cause may come late, so none is skipped.
-std::vector<Diagnostic> ReadErrors(SQLSMALLINT handleType, SQLHANDLE handle);
+// All records of a handle that are errors. The driver sorts them by severity and the cause may come
+// late, so none is skipped. Information (SQLSTATE 01...) is left out; only where a call `failed`
+// with nothing else to say for itself is it the error.
+std::vector<Diagnostic> ReadErrors(SQLSMALLINT handleType, SQLHANDLE handle, bool failed);
+
+// What stands for the records of a call that failed without any.
+Diagnostic SilentError();
 
 template <SQLSMALLINT Type>
 class Handle {
@@ -70,6 +74,8 @@ class Connection::Impl {
     void RequireOpen() const;
     // Remembers the diagnostics, looks whether the server is still there, and throws.
     [[noreturn]] void Fail(std::vector<Diagnostic> diagnostics);
+    // What the driver knows; asks nothing of the server.
+    bool ServerIsGone() const noexcept;
 
     odbc::Environment environment;
     odbc::Link link;
@@ -82,7 +88,6 @@ class Connection::Impl {
 
   private:
     void Connect();
-    void NoticeLoss(const std::vector<Diagnostic>& diagnostics) noexcept;
 };
 
 namespace odbc {

@@ -1,0 +1,181 @@
+// What a Recordset costs beside the driver: processor time of the client against a bare block fetch
+// into the same kinds of buffers, and memory against the payload.
+//
+//   quillon_recordset_bench [rows]
+#include <sql.h>
+#include <sqlext.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "BenchSupport.h"
+#include "data/Recordset.h"
+
+namespace {
+
+using bench::Measured;
+
+struct BareColumn {
+    SQLSMALLINT cType;
+    std::size_t width;
+};
+
+// As Recordset asks for the columns of the served table.
+constexpr BareColumn BareColumns[] = {
+    {SQL_C_SLONG, 4},           {SQL_C_SBIGINT, 8}, {SQL_C_BINARY, 100}, {SQL_C_WCHAR, 42},
+    {SQL_C_TYPE_TIMESTAMP, 16}, {SQL_C_CHAR, 48},   {SQL_C_BIT, 1},      {SQL_C_DOUBLE, 8}};
+constexpr std::size_t BareRows = 1024;
+
+void Expect(SQLRETURN result, const char* what) {
+    if (SQL_SUCCEEDED(result)) return;
+    std::fprintf(stderr, "%s failed\n", what);
+    std::exit(1);
+}
+
+SQLWCHAR* Wide(const std::u16string& text) {
+    return reinterpret_cast<SQLWCHAR*>(const_cast<char16_t*>(text.data()));
+}
+
+class BareConnection {
+  public:
+    explicit BareConnection(const std::u16string& text) {
+        Expect(SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &environment_), "environment");
+        SQLSetEnvAttr(environment_, SQL_ATTR_ODBC_VERSION,
+                      reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
+        Expect(SQLAllocHandle(SQL_HANDLE_DBC, environment_, &link_), "connection");
+        Expect(SQLDriverConnectW(link_, nullptr, Wide(text), static_cast<SQLSMALLINT>(text.size()),
+                                 nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT),
+               "connect");
+    }
+    ~BareConnection() {
+        SQLDisconnect(link_);
+        SQLFreeHandle(SQL_HANDLE_DBC, link_);
+        SQLFreeHandle(SQL_HANDLE_ENV, environment_);
+    }
+    BareConnection(const BareConnection&) = delete;
+    BareConnection& operator=(const BareConnection&) = delete;
+
+    // Fetches and forgets; returns the number of rows.
+    std::size_t Fetch(const std::u16string& batch) {
+        SQLHSTMT statement = nullptr;
+        Expect(SQLAllocHandle(SQL_HANDLE_STMT, link_, &statement), "statement");
+        Expect(SQLExecDirectW(statement, Wide(batch), static_cast<SQLINTEGER>(batch.size())),
+               "execute");
+        SQLULEN fetched = 0;
+        SQLSetStmtAttr(statement, SQL_ATTR_ROW_ARRAY_SIZE, reinterpret_cast<SQLPOINTER>(BareRows),
+                       0);
+        SQLSetStmtAttr(statement, SQL_ATTR_ROWS_FETCHED_PTR, &fetched, 0);
+        std::vector<std::unique_ptr<char[]>> cells;
+        std::vector<std::vector<SQLLEN>> indicators;
+        for (const BareColumn& column : BareColumns) {
+            cells.push_back(std::make_unique<char[]>(column.width * BareRows));
+            indicators.emplace_back(BareRows);
+            Expect(SQLBindCol(statement, static_cast<SQLUSMALLINT>(cells.size()), column.cType,
+                              cells.back().get(), static_cast<SQLLEN>(column.width),
+                              indicators.back().data()),
+                   "bind");
+        }
+        std::size_t rows = 0;
+        while (SQL_SUCCEEDED(SQLFetch(statement)))
+            rows += fetched;
+        SQLFreeHandle(SQL_HANDLE_STMT, statement);
+        return rows;
+    }
+
+  private:
+    SQLHENV environment_ = nullptr;
+    SQLHDBC link_ = nullptr;
+};
+
+// Bytes of the values themselves.
+std::size_t Payload(const QuillonLib::Recordset& rows) {
+    using QuillonLib::ValueKind;
+    std::size_t bytes = 0;
+    for (std::size_t block = 0; block < rows.BlockCount(); ++block) {
+        for (std::size_t field = 0; field < rows.FieldCount(); ++field) {
+            const QuillonLib::PackedColumn column = rows.Column(block, field);
+            for (std::size_t row = 0; row < rows.RowsInBlock(block); ++row) {
+                if (column.IsNull(row)) continue;
+                switch (column.Kind()) {
+                    case ValueKind::Boolean:
+                        bytes += 1;
+                        break;
+                    case ValueKind::Long:
+                        bytes += 4;
+                        break;
+                    case ValueKind::Decimal:
+                        bytes += column.Digits(row).size();
+                        break;
+                    case ValueKind::String:
+                        bytes += column.Text(row).size() * sizeof(char16_t);
+                        break;
+                    default:
+                        bytes += 8;
+                        break;
+                }
+            }
+        }
+    }
+    return bytes;
+}
+
+std::size_t ResidentBytes() {
+    std::size_t total = 0, resident = 0;
+    std::ifstream("/proc/self/statm") >> total >> resident;
+    return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
+// On a fresh heap: what earlier runs gave back would hide the growth.
+void PrintMemory(const std::u16string& batch,
+                 const std::shared_ptr<QuillonLib::Connection>& connection) {
+    const std::size_t before = ResidentBytes();
+    QuillonLib::Recordset rows;
+    rows.Open(batch, connection);
+    const std::size_t resident = ResidentBytes() - std::min(before, ResidentBytes());
+    const std::size_t payload = Payload(rows);
+    std::printf("%-22s %8.1f MB\n", "payload", static_cast<double>(payload) / 1e6);
+    std::printf("%-22s %8.1f MB  %6.2f of the payload\n", "Recordset",
+                static_cast<double>(rows.MemoryUsed()) / 1e6,
+                static_cast<double>(rows.MemoryUsed()) / static_cast<double>(payload));
+    std::printf("%-22s %8.1f MB\n", "resident set grew by", static_cast<double>(resident) / 1e6);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::size_t count = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 1000000;
+    const std::string digits = std::to_string(count);
+    const std::u16string batch = u"SELECT " + std::u16string(digits.begin(), digits.end());
+
+    const bench::ServerProcess server;
+    BareConnection bare(server.ConnectionString());
+    const auto connection = std::make_shared<QuillonLib::Connection>();
+    connection->Open(server.ConnectionString());
+    bare.Fetch(batch);  // warms the server
+    PrintMemory(batch, connection);
+
+    Measured bareBest, recordsetBest;
+    for (int run = 0; run < 5; ++run) {
+        std::size_t bareRows = 0;
+        bench::KeepBest(bareBest, bench::Measure([&] { bareRows = bare.Fetch(batch); }));
+        QuillonLib::Recordset rows;
+        bench::KeepBest(recordsetBest, bench::Measure([&] { rows.Open(batch, connection); }));
+        if (bareRows != count || rows.RecordCount() != count) {
+            std::fprintf(stderr, "rows were lost\n");
+            return 1;
+        }
+    }
+    const auto print = [&](const char* name, const Measured& best) {
+        std::printf("%-22s %8.3f s CPU  %8.3f s  %6.2f M rows/s\n", name, best.cpu, best.wall,
+                    static_cast<double>(count) / best.wall / 1e6);
+    };
+    print("bare block fetch", bareBest);
+    print("Recordset::Open", recordsetBest);
+    std::printf("%-22s %8.2f\n", "CPU ratio", recordsetBest.cpu / bareBest.cpu);
+    return 0;
+}
