@@ -98,20 +98,33 @@ std::u16string_view WithoutDirection(std::u16string_view declaration) {
     return declaration;
 }
 
+// What a variable is declared as: text, ntext and image cannot be the types of variables.
+std::u16string Declaration(std::u16string_view declaration) {
+    declaration = WithoutDirection(declaration);
+    const std::size_t space = declaration.find_last_of(u" \t\r\n");
+    if (space == std::u16string_view::npos) return std::u16string(declaration);
+    const std::u16string_view type = declaration.substr(space + 1);
+    const std::u16string before(declaration.substr(0, space + 1));
+    if (EqualAscii(type, u"TEXT")) return before + u"VARCHAR(MAX)";
+    if (EqualAscii(type, u"NTEXT")) return before + u"NVARCHAR(MAX)";
+    if (EqualAscii(type, u"IMAGE")) return before + u"VARBINARY(MAX)";
+    return std::u16string(declaration);
+}
+
 // Splits at the commas that do not stand in parentheses.
-std::vector<std::u16string_view> Split(std::u16string_view declarations) {
-    std::vector<std::u16string_view> parts;
+std::vector<std::u16string> Split(std::u16string_view declarations) {
+    std::vector<std::u16string> parts;
     int depth = 0;
     std::size_t start = 0;
     for (std::size_t n = 0; n < declarations.size(); ++n) {
         if (declarations[n] == u'(') ++depth;
         if (declarations[n] == u')') --depth;
         if (declarations[n] == u',' && depth == 0) {
-            parts.push_back(WithoutDirection(declarations.substr(start, n - start)));
+            parts.push_back(Declaration(declarations.substr(start, n - start)));
             start = n + 1;
         }
     }
-    parts.push_back(WithoutDirection(declarations.substr(start)));
+    parts.push_back(Declaration(declarations.substr(start)));
     return parts;
 }
 
@@ -154,7 +167,7 @@ std::u16string ParameterizedStatement::Batch(const std::vector<RpcParameter>& va
     std::u16string declare = u"DECLARE ";
     std::u16string set;
     std::u16string_view separator;
-    const std::vector<std::u16string_view> parts = Split(declarations);
+    const std::vector<std::u16string> parts = Split(declarations);
     for (std::size_t n = 0; n < parts.size(); ++n) {
         declare += separator;
         declare += parts[n];

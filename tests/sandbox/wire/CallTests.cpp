@@ -111,6 +111,12 @@ TEST_P(CallTest, ParametersOfAStatementBecomeVariables) {
                             u"SET @a=5 SET @b=123.45 SET @c=N'i''s' select @a, @b, @c"));
 }
 
+TEST_P(CallTest, VariablesHaveNoTextTypes) {
+    client_->Call(Numbered(10) + NText(u"x") + NText(u"@a text, @b NText out,@c\timage"));
+    EXPECT_THAT(backend_.Batches(),
+                ElementsAre(u"DECLARE @a VARCHAR(MAX), @b NVARCHAR(MAX), @c\tVARBINARY(MAX) x"));
+}
+
 TEST_P(CallTest, APreparedStatementRunsByItsHandle) {
     const ClientResponse prepared =
         client_->Call(Numbered(11) + Parameter(u"", "260400", 1) + NText(u"@P1 int") +
