@@ -118,8 +118,8 @@ void AddBatches(FakeBackend& backend) {
     });
     // What a client's call of sp_executesql with parameters amounts to.
     backend.On(
-        u"DECLARE @P0 int, @P1 nvarchar(4000) SET @P0=7 SET @P1=N'it''s \u6f22' "
-        u"parameters @P0 @P1",
+        u"DECLARE @P1 INT, @P2 NVARCHAR(MAX) SET @P1=7 SET @P2=N'it''s \u6f22' "
+        u"parameters @P1 @P2",
         [](ResultSink& sink, const auto&) { SendNumbers(sink, 1, false); });
 }
 
