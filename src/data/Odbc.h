@@ -21,8 +21,9 @@ inline SQLWCHAR* Wide(std::u16string_view text) {
     return reinterpret_cast<SQLWCHAR*>(const_cast<char16_t*>(text.data()));
 }
 
+// ODBC passes numbers as pointers.
 inline SQLPOINTER AsPointer(SQLULEN number) {
-    return reinterpret_cast<SQLPOINTER>(number);
+    return reinterpret_cast<SQLPOINTER>(number);  // NOLINT(performance-no-int-to-ptr)
 }
 
 // All records of a handle that are errors. The driver sorts them by severity and the cause may come

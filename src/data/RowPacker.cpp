@@ -217,8 +217,8 @@ std::uint8_t* PackVariableCell(const StagedColumn& column, const std::uint8_t* c
         const std::string_view text = AsText(cell, length);
         std::u16string wide(MissingYearDigits(text), u'0');
         wide.append(text.begin(), text.end());
-        std::memcpy(out, wide.data(), wide.size() * sizeof(char16_t));
-        return out + wide.size() * sizeof(char16_t);
+        return std::copy_n(reinterpret_cast<const std::uint8_t*>(wide.data()),
+                           wide.size() * sizeof(char16_t), out);
     }
     const auto size = column.form == StagedForm::Utf16 ? length & ~std::ptrdiff_t{1} : length;
     std::memcpy(out, cell, static_cast<std::size_t>(size));

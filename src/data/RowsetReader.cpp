@@ -204,7 +204,8 @@ std::size_t RowsetReader::RowsPerBlock() const {
     std::size_t rowWidth = 0;
     for (const StagedColumn& column : staged_)
         rowWidth += column.width + sizeof(SQLLEN);
-    return std::clamp<std::size_t>(BufferLimit / rowWidth, 1, MaxRowsPerBlock);
+    return std::clamp<std::size_t>(BufferLimit / std::max<std::size_t>(rowWidth, 1), 1,
+                                   MaxRowsPerBlock);
 }
 
 void RowsetReader::ReadBlocks(std::vector<RowBlock>& blocks) {
@@ -217,7 +218,7 @@ void RowsetReader::ReadBlocks(std::vector<RowBlock>& blocks) {
     std::size_t firstRow = 0;
     // An error that ends the rows comes with a part of them; the next fetch then says that there
     // are no more.
-    while (statement_.Fetch() && !statement_.Failed()) {
+    while (statement_.Fetch()) {
         if (fetched_ == 0) break;
         blocks.emplace_back(staged_, firstRow, static_cast<std::size_t>(fetched_));
         firstRow += static_cast<std::size_t>(fetched_);

@@ -125,6 +125,10 @@ char* WriteText(char* out, Currency amount) {
 }
 
 char* WriteText(char* out, float number) {
+    // The server reads a double and narrows it. Of all floats there is this one whose shortest text
+    // lies so close to the middle between two floats that the two roundings end at its neighbour.
+    constexpr float RoundedTwice = 7.03853069e-26F;
+    if (std::fabs(number) == RoundedTwice) return WriteFloating(out, static_cast<double>(number));
     return WriteFloating(out, number);
 }
 char* WriteText(char* out, double number) {

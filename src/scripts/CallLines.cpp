@@ -14,7 +14,7 @@ constexpr std::u16string_view Separator = u", ";
 
 // Longest line that is put together in the line buffer. A longer one has a long cell, whose worst
 // case (every character a quote) is not worth the room.
-constexpr std::size_t MaxBufferedLine = 64 * 1024;
+constexpr std::size_t MaxBufferedLine = std::size_t{64} << 10;
 
 // Puts one line together after the other, in a buffer that stays in the cache.
 class LineWriter {

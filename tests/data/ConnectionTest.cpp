@@ -204,6 +204,23 @@ TEST(Connection, JoinsTheErrorsOfAllStatements) {
     EXPECT_NO_THROW(connection->Execute(u"SELECT 1"));
 }
 
+// One call, two records: none is skipped, and the cause may be the later one.
+TEST(Connection, ReadsEveryRecordOfAFailedCall) {
+    ScriptedServer server;
+    server.On(u"batch", [](ResultSink& sink) {
+        sink.Say(test::ServerError(8134, u"Divide by zero error encountered."));
+        sink.Say(test::ServerError(3621, u"The statement has been terminated.", 0));
+        sink.Say(test::ServerError(547, u"The UPDATE statement conflicted."));
+        sink.StatementDone(std::nullopt, false, true);
+    });
+    const auto connection = server.Connect();
+    const DataError error = Failure([&] { connection->Execute(u"batch"); });
+    EXPECT_EQ(error.Description(),
+              u"[FreeTDS][SQL Server]Divide by zero error encountered.\r\n"
+              u"[FreeTDS][SQL Server]The UPDATE statement conflicted.");
+    EXPECT_EQ(error.Number(), static_cast<std::int32_t>(0x80040E2F));
+}
+
 TEST(Connection, IsUsableAfterAnErrorOfTheFirstStatement) {
     ScriptedServer server;
     server.On(u"batch", [](ResultSink& sink) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <random>
@@ -135,18 +136,39 @@ TEST(DefaultText, GivesBackTheSameBits) {
     }
 }
 
+bool ComesBackByWayOfADouble(float number) {
+    char text[MaxNumberText + 1];
+    *WriteText(text, number) = '\0';
+    const auto back = static_cast<float>(std::strtod(text, nullptr));
+    return std::memcmp(&back, &number, sizeof number) == 0;
+}
+
+// The one float whose shortest text does not survive being read as a double first.
+TEST(DefaultText, GivesBackTheFloatThatWouldBeRoundedTwice) {
+    EXPECT_TRUE(ComesBackByWayOfADouble(7.03853069e-26F));
+    EXPECT_TRUE(ComesBackByWayOfADouble(-7.03853069e-26F));
+}
+
+// All of them, which takes minutes. QUILLON_EVERY_FLOAT asks for it.
+TEST(DefaultText, GivesBackEveryFloatByWayOfADouble) {
+    if (std::getenv("QUILLON_EVERY_FLOAT") == nullptr)
+        GTEST_SKIP() << "QUILLON_EVERY_FLOAT is not set";
+    for (std::uint32_t bits = 0; bits < 0x7F800000U; ++bits) {
+        float number = 0;
+        std::memcpy(&number, &bits, sizeof number);
+        ASSERT_TRUE(ComesBackByWayOfADouble(number)) << bits;
+    }
+}
+
 // The server reads a float first and narrows it: the text must survive both roundings.
 TEST(DefaultText, GivesBackTheSameBitsOfASingleByWayOfADouble) {
     std::mt19937 random(20240115);
-    char text[MaxNumberText + 1];
     for (int i = 0; i < 200000; ++i) {
         const std::uint32_t bits = random();
         float number = 0;
         std::memcpy(&number, &bits, sizeof number);
         if (!std::isfinite(number)) continue;
-        *WriteText(text, number) = '\0';
-        const auto back = static_cast<float>(std::strtod(text, nullptr));
-        ASSERT_EQ(std::memcmp(&back, &number, sizeof number), 0) << text;
+        ASSERT_TRUE(ComesBackByWayOfADouble(number)) << bits;
     }
 }
 
