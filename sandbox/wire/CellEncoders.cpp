@@ -44,7 +44,7 @@ std::uint8_t* PutDecimal(std::uint8_t* p, Int128 value, std::uint8_t size) {
 }
 
 std::uint8_t* PutDateTime(std::uint8_t* p, std::int64_t value) {
-    constexpr std::int64_t kPerDay = 300 * 86'400;
+    constexpr std::int64_t kPerDay = 25'920'000;  // of 1/300 s
     std::int64_t days = value / kPerDay;
     std::int64_t ofDay = value % kPerDay;
     if (ofDay < 0) {
@@ -105,7 +105,7 @@ std::uint8_t* MakeRoom(std::uint8_t* p, std::size_t size, RowContext& row) {
 }
 
 // Long values go through the stream in pieces of this size.
-constexpr std::size_t kPiece = 64 * 1024;
+constexpr std::size_t kPiece = std::size_t{64} * 1024;
 
 std::uint8_t* PutLongBytes(std::uint8_t* p, const Cell& cell, RowContext& row) {
     for (std::size_t at = 0; at < cell.size; at += kPiece) {

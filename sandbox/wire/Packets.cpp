@@ -59,7 +59,7 @@ std::optional<Request> RequestReader::Next() {
 }
 
 ResponseStream::ResponseStream(const Socket& socket, std::uint16_t spid)
-    : socket_(socket), spid_(spid), buffer_(8 * 1024) {
+    : socket_(socket), spid_(spid), buffer_(std::size_t{8} * 1024) {
 }
 
 void ResponseStream::PutBytes(const void* data, std::size_t size) {

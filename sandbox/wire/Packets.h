@@ -56,7 +56,7 @@ class RequestReader {
 
   private:
     const Socket& socket_;
-    std::size_t limit_ = 128 * 1024;
+    std::size_t limit_ = std::size_t{128} * 1024;
 };
 
 // The answer to one request on its way to the client. Tokens are written one after another into
@@ -96,7 +96,7 @@ class ResponseStream {
     bool Broken() const { return broken_; }
 
   private:
-    static constexpr std::size_t kSendAt = 128 * 1024;
+    static constexpr std::size_t kSendAt = std::size_t{128} * 1024;
 
     void Grow(std::size_t size);
     void SendFullPackets();

@@ -320,7 +320,7 @@ class ValueReader {
         } else if (value.size() == 8) {
             constexpr std::int32_t kFirstDay = -53'690;   // 1753-01-01
             constexpr std::int32_t kLastDay = 2'958'463;  // 9999-12-31
-            constexpr std::int64_t kPerDay = 300 * 86'400;
+            constexpr std::int64_t kPerDay = 25'920'000;  // of 1/300 s
             const auto days = As<std::int32_t>(value);
             const auto ofDay = As<std::uint32_t>(value.subspan(4));
             if (days < kFirstDay || days > kLastDay || ofDay >= kPerDay) {

@@ -53,6 +53,12 @@ void ResultWriter::Say(const Message& message) {
 void ResultWriter::DatabaseChanged(const std::u16string& from, const std::u16string& to) {
     Release(true);
     tokens_.EnvironmentText(Environment::Database, to, from);
+    Message changed;
+    changed.number = 5701;
+    changed.severity = 0;
+    changed.state = 2;
+    changed.text = u"Changed database context to '" + to + u"'.";
+    tokens_.Say(changed);
 }
 
 void ResultWriter::End(bool last) {

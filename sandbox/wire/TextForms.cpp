@@ -63,7 +63,7 @@ void AddDateTime(ShortText& text, std::int64_t ticks, int scale) {
 }
 
 ShortText OldDateTimeText(const Cell& cell) {
-    constexpr std::int64_t kPerDay = 300 * 86'400;
+    constexpr std::int64_t kPerDay = 25'920'000;  // of 1/300 s
     const std::int64_t days = cell.i >= 0 ? cell.i / kPerDay : -((kPerDay - 1 - cell.i) / kPerDay);
     const std::int64_t ofDay = cell.i - days * kPerDay;
     // 1/300 s shows as .000, .003, .007.

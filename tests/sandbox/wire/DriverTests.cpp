@@ -82,6 +82,12 @@ class Driver {
         }
     }
 
+    std::string CurrentDatabase() const {
+        std::array<SQLCHAR, 200> name{};
+        SQLGetConnectAttr(connection_, SQL_ATTR_CURRENT_CATALOG, name.data(), name.size(), nullptr);
+        return reinterpret_cast<const char*>(name.data());
+    }
+
     SQLSMALLINT TypeOf(int column) const {
         SQLSMALLINT type = 0;
         SQLDescribeCol(statement_, static_cast<SQLUSMALLINT>(column), nullptr, 0, nullptr, &type,
@@ -320,6 +326,17 @@ TEST_F(DriverTest, WalksThroughTheResultsOfABatch) {
     SQLRowCount(driver.Statement(), &count);
     EXPECT_EQ(count, 5);
     EXPECT_EQ(driver.More(), SQL_NO_DATA);
+}
+
+TEST_F(DriverTest, FollowsTheCurrentDatabase) {
+    backend_.On(u"USE world", [](ResultSink& sink, const auto&) {
+        sink.DatabaseChanged(u"master", u"world");
+        sink.StatementDone(std::nullopt, false, false);
+    });
+    Driver driver(ConnectionString());
+    EXPECT_EQ(driver.Execute("USE world"), SQL_SUCCESS_WITH_INFO);
+    EXPECT_THAT(driver.Errors(), HasSubstr("Changed database context to 'world'."));
+    EXPECT_EQ(driver.CurrentDatabase(), "world");
 }
 
 TEST_F(DriverTest, ErrorAfterRowsReachesTheFetch) {

@@ -141,6 +141,10 @@ TEST_P(ResultTest, UseChangesTheDatabase) {
     EXPECT_EQ(response.changes[0].type, 1);
     EXPECT_EQ(response.changes[0].now, Hex(Utf16Bytes(u"world")));
     EXPECT_EQ(response.changes[0].before, Hex(Utf16Bytes(u"master")));
+    ASSERT_EQ(response.messages.size(), 1U);
+    EXPECT_FALSE(response.messages[0].error);
+    EXPECT_EQ(response.messages[0].number, 5701);
+    EXPECT_EQ(response.messages[0].text, u"Changed database context to 'world'.");
 }
 
 TEST_P(ResultTest, AnEngineThatThrowsIsAnErrorToTheClient) {
