@@ -1,0 +1,125 @@
+// What the parts of one session share: its SQLite connection, the databases that it has attached,
+// its variables and options.
+#pragma once
+
+#include <list>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "sandbox/engine/Catalog.h"
+#include "sandbox/engine/Host.h"
+#include "sandbox/engine/Storage.h"
+#include "sandbox/engine/Types.h"
+
+namespace sandbox::engine {
+
+struct Variable {
+    std::u16string name;  // folded, with "@"
+    SqlType type;
+    Value value;
+};
+
+// The variables of a batch or of one call of a procedure.
+struct Frame {
+    std::vector<Variable> variables;
+    int procedureId = 0;
+    std::u16string procedure;
+    std::optional<std::int64_t> scopeIdentity;
+    bool inProcedure = false;
+
+    Variable* Find(std::u16string_view folded) {
+        for (Variable& v : variables) {
+            if (v.name == folded) return &v;
+        }
+        return nullptr;
+    }
+};
+
+// A key that a foreign key has to be checked for when the statement ends.
+struct PendingKey {
+    int constraint = 0;
+    DatabasePtr database;
+    bool parentGone = false;  // the referenced row was deleted or its key changed
+    bool updated = false;     // ... by an update: newKey is what it became
+    std::vector<Value> key, newKey;
+};
+
+// Resolves to a table, a view or a system view.
+struct Resolved {
+    Catalog* catalog = nullptr;
+    std::optional<ObjectMeta> object;
+};
+
+class Context {
+  public:
+    Context(ServerState& server, DatabasePtr database);
+    ~Context();
+    Context(const Context&) = delete;
+    Context& operator=(const Context&) = delete;
+
+    Store store;
+    ServerState& server;
+    std::u16string user, hostName, application;
+    int spid = 51;
+
+    // Databases
+    DatabasePtr current;
+    void Use(DatabasePtr database);
+    Catalog& Open(const DatabasePtr& database);
+    Catalog& Current() { return Open(current); }
+    // The database that a name means: through a linked server, by its name, or the current one.
+    // Throws 7202, 7399, 911 ...
+    Catalog& OpenNamed(std::u16string_view serverName, std::u16string_view databaseName);
+    Resolved Resolve(const ObjectName& name);
+    // Moves when any catalog that the session looks at has changed.
+    std::uint64_t Generation() const { return generation_; }
+    // Looks whether another session has changed a catalog.
+    void RefreshCatalogs();
+    void ForgetCatalogs();
+    void BumpGeneration() { ++generation_; }
+    Catalog* Attached(int number);
+
+    // Execution state
+    Frame* frame = nullptr;
+    std::int64_t rowCount = 0;
+    int lastError = 0;
+    std::optional<std::int64_t> lastIdentity;
+    int transactionDepth = 0;
+    bool inStoreTransaction = false;  // SQLite has a transaction open
+    std::vector<PendingKey> pendingKeys;
+    std::u16string verb;            // INSERT, UPDATE, DELETE: what a conflict message names
+    bool reshufflingKeys = false;   // deletes stand for an update of keys
+    std::int64_t statementNow = 0;  // datetime of the running statement, 0: not asked yet
+    std::int64_t statementUtcNow = 0;
+    const Message* caught = nullptr;  // ERROR_MESSAGE() and the like
+
+    // Options
+    bool noCount = false, xactAbort = false, quotedIdentifier = true, dmy = false;
+    std::int64_t rowLimit = 0;  // SET ROWCOUNT
+    std::map<std::u16string, std::u16string> options;
+    // The one table whose identity may be written.
+    DatabasePtr identityInsertDatabase;
+    int identityInsertTable = 0;
+    std::u16string identityInsertName;
+
+  private:
+    struct Attachment {
+        DatabasePtr file;
+        std::unique_ptr<Catalog> catalog;
+        std::uint64_t used = 0;
+    };
+    void DetachOldest();
+
+    std::unordered_map<int, Attachment> attached_;
+    std::uint64_t clock_ = 0;
+    std::uint64_t generation_ = 1;
+};
+
+// Registers the collations and every function that translated SQL calls.
+void RegisterFunctions(Context& context);
+
+}  // namespace sandbox::engine

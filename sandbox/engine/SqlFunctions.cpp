@@ -1,0 +1,73 @@
+#include "sandbox/engine/SqlFunctions.h"
+
+#include "sandbox/engine/Collation.h"
+#include "sandbox/engine/Conversion.h"
+
+namespace sandbox::engine {
+namespace {
+
+// What a registered function finds again when SQLite calls it.
+struct Registration {
+    Context* context;
+    FunctionBody body;
+};
+
+// No exception may cross SQLite's frames: an error waits in the store.
+void Call(sqlite3_context* c, int, sqlite3_value** arguments) {
+    const auto& r = *static_cast<Registration*>(sqlite3_user_data(c));
+    try {
+        r.body(*r.context, c, arguments);
+    } catch (SqlError& e) {
+        r.context->store.pending = std::move(e);
+        sqlite3_result_error(c, "raised", -1);
+    } catch (const StoreError& e) {
+        sqlite3_result_error(c, e.what(), -1);
+    } catch (const std::bad_alloc&) {
+        sqlite3_result_error_nomem(c);
+    }
+}
+
+std::u16string_view View(const void* data, int bytes) {
+    return {static_cast<const char16_t*>(data), static_cast<std::size_t>(bytes) / 2};
+}
+
+int TextCollation(void*, int n, const void* a, int m, const void* b) {
+    return CompareText(View(a, n), View(b, m));
+}
+
+// The UTC ticks decide, not the offset.
+int OffsetCollation(void*, int n, const void* a, int m, const void* b) {
+    const auto x = View(a, n).substr(0, 4);
+    const auto y = View(b, m).substr(0, 4);
+    return x < y ? -1 : y < x ? 1 : 0;
+}
+
+int VariantCollation(void*, int n, const void* a, int m, const void* b) {
+    return CompareVariants(View(a, n), View(b, m));
+}
+
+}  // namespace
+
+void RegisterTable(Context& context, const FunctionEntry* entries, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const FunctionEntry& e = entries[i];
+        const int flags = SQLITE_UTF16LE | (e.purity == Purity::Pure ? SQLITE_DETERMINISTIC : 0);
+        sqlite3_create_function_v2(context.store.Raw(), e.name, e.arguments, flags,
+                                   new Registration{&context, e.body}, Call, nullptr, nullptr,
+                                   [](void* p) { delete static_cast<Registration*>(p); });
+    }
+}
+
+void RegisterFunctions(Context& context) {
+    sqlite3* db = context.store.Raw();
+    sqlite3_create_collation_v2(db, "ms", SQLITE_UTF16LE, nullptr, TextCollation, nullptr);
+    sqlite3_create_collation_v2(db, "dto", SQLITE_UTF16LE, nullptr, OffsetCollation, nullptr);
+    sqlite3_create_collation_v2(db, "var", SQLITE_UTF16LE, nullptr, VariantCollation, nullptr);
+    RegisterNumberFunctions(context);
+    RegisterTextFunctions(context);
+    RegisterDateFunctions(context);
+    RegisterMetadataFunctions(context);
+    RegisterWriteFunctions(context);
+}
+
+}  // namespace sandbox::engine
