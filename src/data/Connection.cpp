@@ -1,7 +1,6 @@
 #include "data/Connection.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <string>
 #include <utility>
 
@@ -19,7 +18,7 @@ std::u16string AdaptToDriver(const std::u16string& connectionString) {
 #ifdef _WIN32
     return connectionString;
 #else
-    return AdaptConnectionString(connectionString, std::getenv("TDSPORT") != nullptr);
+    return AdaptConnectionString(connectionString);
 #endif
 }
 

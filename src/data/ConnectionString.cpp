@@ -52,13 +52,12 @@ std::u16string BuildConnectionString(std::u16string_view server, std::u16string_
 
 // Two quirks of FreeTDS:
 //  - a server named without port or instance gets no port at all, unless one is configured: the
-//    connection fails before a packet is sent. It gets the server's standard port here.
+//    connection fails before a packet is sent. It gets the server's standard port here; TDSPORT in
+//    the environment still goes before it.
 //  - a value in braces at the very end keeps its closing brace; a ";" after it mends that.
-std::u16string AdaptConnectionString(std::u16string_view connectionString,
-                                     bool environmentSetsPort) {
+std::u16string AdaptConnectionString(std::u16string_view connectionString) {
     std::u16string adapted(connectionString);
     if (adapted.ends_with(u'}')) adapted += u';';
-    if (environmentSetsPort) return adapted;
 
     std::size_t portBelongsAt = std::u16string::npos;
     for (std::size_t start = 0; start < connectionString.size();) {

@@ -13,8 +13,7 @@ std::u16string BuildConnectionString(std::u16string_view server, std::u16string_
                                      std::u16string_view password);
 
 // What the driver is given in place of `connectionString` where one of its quirks needs it (see
-// the definition). `environmentSetsPort`: the environment names a default port of its own.
-std::u16string AdaptConnectionString(std::u16string_view connectionString,
-                                     bool environmentSetsPort);
+// the definition).
+std::u16string AdaptConnectionString(std::u16string_view connectionString);
 
 }  // namespace QuillonLib

@@ -26,36 +26,33 @@ TEST(ConnectionString, PlacesValuesAsTheyStand) {
 }
 
 TEST(ConnectionString, GivesTheDriverTheStandardPort) {
-    EXPECT_EQ(
-        AdaptConnectionString(u"driver={SQL Server};server=SRV;database=d;uid=u;pwd=p", false),
-        u"driver={SQL Server};server=SRV;port=1433;database=d;uid=u;pwd=p");
+    EXPECT_EQ(AdaptConnectionString(u"driver={SQL Server};server=SRV;database=d;uid=u;pwd=p"),
+              u"driver={SQL Server};server=SRV;port=1433;database=d;uid=u;pwd=p");
 }
 
-TEST(ConnectionString, LeavesThePortToAnInstanceAPortOrTheEnvironment) {
+TEST(ConnectionString, LeavesThePortToAnInstanceOrAPort) {
     const std::u16string_view withPort = u"driver={SQL Server};server=127.0.0.1,5000;database=d";
-    EXPECT_EQ(AdaptConnectionString(withPort, false), withPort);
+    EXPECT_EQ(AdaptConnectionString(withPort), withPort);
     const std::u16string_view withInstance = u"driver={SQL Server};server=SRV\\EXPRESS;database=d";
-    EXPECT_EQ(AdaptConnectionString(withInstance, false), withInstance);
+    EXPECT_EQ(AdaptConnectionString(withInstance), withInstance);
     const std::u16string_view explicitly = u"driver={SQL Server};server=SRV;database=d;PORT=5000";
-    EXPECT_EQ(AdaptConnectionString(explicitly, false), explicitly);
-    const std::u16string_view plain = u"driver={SQL Server};server=SRV;database=d";
-    EXPECT_EQ(AdaptConnectionString(plain, true), plain);
+    EXPECT_EQ(AdaptConnectionString(explicitly), explicitly);
 }
 
 TEST(ConnectionString, ReadsAServerInBracesAsTheDriverDoes) {
-    EXPECT_EQ(AdaptConnectionString(u"driver={SQL Server};Server={S;R};database=d", false),
+    EXPECT_EQ(AdaptConnectionString(u"driver={SQL Server};Server={S;R};database=d"),
               u"driver={SQL Server};Server={S;R};port=1433;database=d");
 }
 
 TEST(ConnectionString, EndsAValueInBraces) {
-    EXPECT_EQ(AdaptConnectionString(u"driver={SQL Server};server=S,1;uid=u;pwd={p}", false),
+    EXPECT_EQ(AdaptConnectionString(u"driver={SQL Server};server=S,1;uid=u;pwd={p}"),
               u"driver={SQL Server};server=S,1;uid=u;pwd={p};");
 }
 
 TEST(ConnectionString, LeavesAnythingElseAlone) {
-    EXPECT_EQ(AdaptConnectionString(u"", false), u"");
-    EXPECT_EQ(AdaptConnectionString(u"nonsense", false), u"nonsense");
-    EXPECT_EQ(AdaptConnectionString(u"DSN=mine;uid=u", false), u"DSN=mine;uid=u");
+    EXPECT_EQ(AdaptConnectionString(u""), u"");
+    EXPECT_EQ(AdaptConnectionString(u"nonsense"), u"nonsense");
+    EXPECT_EQ(AdaptConnectionString(u"DSN=mine;uid=u"), u"DSN=mine;uid=u");
 }
 
 }  // namespace
