@@ -14,10 +14,10 @@ class CancelTest : public ::testing::Test {
     CancelTest() {
         backend_.On(u"endless rows", [this](ResultSink& sink, const auto&) {
             sink.Columns({Column(u"n", {TypeId::Int})});
+            // Far more rows than pass before an attention, and yet an end.
             const Cell cell = Integer(1);
-            while (sink.Row(&cell)) {
-            }
-            ended_ = true;
+            for (int n = 0; n < 20'000'000 && !ended_; ++n)
+                ended_ = !sink.Row(&cell);
         });
         backend_.On(u"long work", [this](ResultSink&, const std::atomic<bool>& cancelled) {
             started_ = true;
@@ -54,6 +54,7 @@ void ExpectAcknowledged(const ClientResponse& response, TdsClient& client) {
     EXPECT_EQ(response.dones.back().status, 0x20);
     const ClientResponse next = client.Query(u"one");
     ASSERT_EQ(next.sets.size(), 1U);
+    EXPECT_EQ(next.sets[0].rows.size(), 1U);
     EXPECT_EQ(next.dones.at(0).status, 0x10);
 }
 

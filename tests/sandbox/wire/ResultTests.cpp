@@ -109,6 +109,17 @@ TEST_P(ResultTest, ABatchThatOnlySaysAnErrorEndsInError) {
     EXPECT_EQ(response.dones[0].status, 0x02);
 }
 
+TEST_P(ResultTest, AStatementThatSaidAnErrorEndsInError) {
+    const ClientResponse response = Answer([](ResultSink& sink, const auto&) {
+        sink.Say(Error(3701, u"Cannot drop the table 't'."));
+        sink.StatementDone(std::nullopt, false, false);
+        sink.StatementDone(std::nullopt, false, false);
+    });
+    ASSERT_EQ(response.dones.size(), 2U);
+    EXPECT_EQ(response.dones[0].status, 0x03);
+    EXPECT_EQ(response.dones[1].status, 0);
+}
+
 TEST_P(ResultTest, AnErrorAmongRowsEndsThem) {
     const ClientResponse response = Answer([](ResultSink& sink, const auto&) {
         sink.Columns({Column(u"n", {TypeId::Int})});

@@ -19,8 +19,8 @@ TEST(SplitScript, AtLinesThatHoldOnlyGo) {
 }
 
 TEST(SplitScript, NotWhereGoIsPartOfALine) {
-    EXPECT_THAT(SplitScript(u"GOTO x\nSELECT GO\nGO;\nGOing\nG O\ngo home"),
-                ElementsAre(u"GOTO x\nSELECT GO\nGO;\nGOing\nG O\ngo home"));
+    EXPECT_THAT(SplitScript(u"GOTO x\nSELECT GO\nGO;\nGOing\nG O\nGO5\ngo home"),
+                ElementsAre(u"GOTO x\nSELECT GO\nGO;\nGOing\nG O\nGO5\ngo home"));
 }
 
 TEST(SplitScript, LeavesEmptyBatchesOut) {
