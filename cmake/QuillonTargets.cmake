@@ -2,6 +2,10 @@
 # An outside project that uses the installed package sees none of it.
 add_library(quillon_build_flags INTERFACE)
 target_compile_options(quillon_build_flags INTERFACE -Wall -Wextra -Wpedantic -Werror)
+# GCC 12 sees overlaps in plain string concatenation that are not there.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    target_compile_options(quillon_build_flags INTERFACE -Wno-restrict)
+endif()
 if(QUILLON_SANITIZE)
     target_compile_options(quillon_build_flags INTERFACE
         -fsanitize=${QUILLON_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
