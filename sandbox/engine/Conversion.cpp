@@ -100,8 +100,9 @@ Value ToMoney(const Number& n, const SqlType& from, const SqlType& to) {
 Value ToDecimal(const Number& n, const SqlType& from, const SqlType& to) {
     const auto v = n.real ? DoubleToDecimal(n.d, to.scale) : Rescale(n.value, n.scale, to.scale);
     if (!v || DigitCount(*v) > to.precision) {
-        throw SqlError(8115, Format(u"Arithmetic overflow error converting %1 to data type %2.",
-                                    {SourceWord(from), u"numeric"}));
+        throw SqlError(
+            8115, Format(u"Arithmetic overflow error converting %1 to data type %2.",
+                         {IsInteger(from.id) ? TypeName(from.id) : SourceWord(from), u"numeric"}));
     }
     return DecimalToValue(*v, to);
 }
@@ -425,7 +426,7 @@ Value FitText(std::u16string text, const SqlType& from, const SqlType& to, Purpo
             const bool blanks = text.find_first_not_of(u' ', room) == std::u16string::npos;
             if (purpose == Purpose::Column && !blanks) FailTruncation();
         } else if (IsInteger(from.id) && !IsUnicode(to.id)) {
-            text = u"*";
+            text.assign(1, u'*');
         } else if (IsNumber(from.id) || (IsInteger(from.id) && IsUnicode(to.id))) {
             FailOverflow(SourceWord(from), to);
         } else if (from.id == TypeId::UniqueIdentifier) {

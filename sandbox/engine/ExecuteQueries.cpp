@@ -135,7 +135,9 @@ struct ResetGuard {
 }  // namespace
 
 void Executor::BindParams(Statement& statement, const std::vector<ParamSource>& params) {
-    for (std::size_t i = 0; i < params.size(); ++i) {
+    // Literals that were converted at translation leave parameters that the text does not use.
+    const auto used = static_cast<std::size_t>(sqlite3_bind_parameter_count(statement.Raw()));
+    for (std::size_t i = 0; i < params.size() && i < used; ++i) {
         const ParamSource& p = params[i];
         if (p.kind == ParamSource::Kind::Literal) {
             statement.Bind(static_cast<int>(i) + 1, p.value);

@@ -25,6 +25,7 @@ void Executor::RunBatch(std::u16string_view text) {
         context_.lastError = e.message.number;
         sink_.Say(e.message);
         sink_.StatementDone(std::nullopt, false, true);
+    } catch (const ScopeEnded&) {
     } catch (const BatchEnded&) {
     } catch (const Cancelled&) {
     }
@@ -85,6 +86,7 @@ void Executor::Fail(SqlError error, const Stmt& stmt) {
         reach = ErrorReach::Rollback;
     }
     if (reach == ErrorReach::Rollback) RollbackAll(context_);
+    if (reach == ErrorReach::Scope) throw ScopeEnded{};
     if (reach != ErrorReach::Statement) throw BatchEnded{};
 }
 

@@ -48,7 +48,8 @@ class Executor {
   private:
     enum class Flow { Next, Break, Continue, Return };
 
-    struct BatchEnded {};  // the batch is over, the error has been told
+    struct ScopeEnded {};  // the procedure or EXEC('...') is over, the error has been told
+    struct BatchEnded {};  // the whole batch is over
     struct Cancelled {};   // the client has gone
 
     // Control flow (Executor.cpp)

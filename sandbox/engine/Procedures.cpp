@@ -169,6 +169,7 @@ void Executor::Call(const ProcedureMeta& procedure, Catalog& catalog, const Exec
     const int depth = context_.transactionDepth;
     try {
         RunAll(definition->body);
+    } catch (const ScopeEnded&) {  // the caller goes on
     } catch (...) {
         leave();
         throw;
@@ -206,7 +207,13 @@ void Executor::RunDynamic(std::u16string_view text, Frame* parameters) {
     }
     // The text outlives its statements, which refer to it.
     const std::u16string own(text);
-    const std::vector<StmtPtr> statements = Parser(own, context_.quotedIdentifier).ParseBatch();
+    std::vector<StmtPtr> statements;
+    try {
+        statements = Parser(own, context_.quotedIdentifier).ParseBatch();
+    } catch (SqlError& e) {
+        e.reach = ErrorReach::Statement;  // of the text alone; the caller goes on
+        throw;
+    }
     Frame frame;
     Frame& use = parameters ? *parameters : frame;
     Frame* const caller = context_.frame;
@@ -226,6 +233,7 @@ void Executor::RunDynamic(std::u16string_view text, Frame* parameters) {
     };
     try {
         RunAll(statements);
+    } catch (const ScopeEnded&) {
     } catch (...) {
         leave();
         throw;

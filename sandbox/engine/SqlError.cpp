@@ -34,7 +34,6 @@ ErrorReach ReachOf(std::int32_t number) {
         case 137:
         case 156:
         case 195:
-        case 201:
         case 206:
         case 207:
         case 208:
@@ -54,7 +53,7 @@ ErrorReach ReachOf(std::int32_t number) {
         case 8102:
         case 8155:
         case 8156:
-            return ErrorReach::Batch;
+            return ErrorReach::Scope;
         default:
             return ErrorReach::Statement;
     }

@@ -12,7 +12,8 @@ namespace sandbox::engine {
 // How far an error reaches beyond its statement.
 enum class ErrorReach {
     Statement,  // the statement is undone, the batch goes on
-    Batch,      // the batch ends
+    Scope,      // the batch, procedure or EXEC('...') that holds the statement ends
+    Batch,      // the batch ends, whatever it has called
     Rollback,   // the batch ends and its transaction is rolled back
 };
 

@@ -587,6 +587,14 @@ Bound Translator::Arithmetic(const std::u16string& op, const Bound& a, const Bou
         if (x.type.id == y.type.id) invalid(x);
         incompatible();
     }
+    // An integer literal beside a decimal is as precise as its digits.
+    const auto narrow = [](Bound& side, const Bound& other) {
+        if (side.literal && IsInteger(side.type.id) && IsDecimal(other.type.id)) {
+            side.type = DecimalType(DigitCount(side.literal->i), 0);
+        }
+    };
+    narrow(x, y);
+    narrow(y, x);
     r.type = ArithmeticType(op, x.type, y.type);
     if (r.type.id == TypeId::Bit) invalid(x);
     if (op == u"%" && IsApproximate(r.type.id)) incompatible();
