@@ -64,7 +64,9 @@ class Server {
     // Runs a script with "GO" lines in process, as sa, unlogged and untouched by faults.
     // Throws std::runtime_error with the batch and the server's message at the first error.
     virtual void Run(std::u16string_view script) = 0;
-    // The first field of the first row of one batch, as text ("" for NULL); for tests.
+    // The first field of the first row of one batch, as text ("" for NULL and without a row); for
+    // tests. All digits are there: money has four decimals, a date is "2024-01-15", a datetime
+    // "2024-01-15 13:45:30.123", binary "0x00FF". Throws as Run() does.
     virtual std::u16string Scalar(std::u16string_view batch) = 0;
 
     virtual std::vector<LogEntry> Log() const = 0;
