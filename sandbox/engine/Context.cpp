@@ -1,7 +1,9 @@
 #include "sandbox/engine/Context.h"
 
 #include <algorithm>
+#include <chrono>
 #include <mutex>
+#include <thread>
 
 #include "sandbox/engine/Collation.h"
 #include "sandbox/engine/DateTime.h"
@@ -9,11 +11,30 @@
 namespace sandbox::engine {
 
 namespace {
+
 constexpr std::size_t kMostAttached = 9;
+constexpr int kLongestWait = 30'000;  // ms
+
+// Called while another session holds the lock; 0 gives up.
+int WaitForLock(void* pointer, int attempt) {
+    constexpr int kPause = 2;
+    const auto& context = *static_cast<Context*>(pointer);
+    const int most = context.lockTimeout < 0 ? kLongestWait : context.lockTimeout;
+    if (context.IsCancelled() || attempt * kPause >= most) return 0;
+    std::this_thread::sleep_for(std::chrono::milliseconds(kPause));
+    return 1;
 }
+
+int StopWhenCancelled(void* pointer) {
+    return static_cast<Context*>(pointer)->IsCancelled() ? 1 : 0;
+}
+
+}  // namespace
 
 Context::Context(ServerState& s, DatabasePtr database) : server(s) {
     RegisterFunctions(*this);
+    sqlite3_busy_handler(store.Raw(), WaitForLock, this);
+    sqlite3_progress_handler(store.Raw(), 20'000, StopWhenCancelled, this);
     Use(std::move(database));
 }
 
@@ -69,6 +90,7 @@ Catalog& Context::Open(const DatabasePtr& database) {
             store.Execute("PRAGMA " + alias + ".synchronous=OFF");
         }
         store.Execute("PRAGMA " + alias + ".cache_size=-65536");
+        store.Execute("PRAGMA " + alias + ".secure_delete=OFF");
     }
     ++generation_;
     Catalog& catalog = *a.catalog;

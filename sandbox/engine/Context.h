@@ -2,6 +2,7 @@
 // its variables and options.
 #pragma once
 
+#include <atomic>
 #include <list>
 #include <map>
 #include <memory>
@@ -97,7 +98,13 @@ class Context {
     std::int64_t statementUtcNow = 0;
     const Message* caught = nullptr;  // ERROR_MESSAGE() and the like
 
+    // Waiting and long statements look at this while a batch runs.
+    const std::atomic<bool>* cancelled = nullptr;
+    bool IsCancelled() const { return cancelled != nullptr && *cancelled; }
+
     // Options
+    int lockTimeout = -1;  // ms; -1: as long as the server waits
+    bool formatOnly = false;
     bool noCount = false, xactAbort = false, quotedIdentifier = true, dmy = false;
     std::int64_t rowLimit = 0;  // SET ROWCOUNT
     std::map<std::u16string, std::u16string> options;

@@ -209,7 +209,7 @@ std::shared_ptr<Plan> Executor::FreshPlan(const Stmt& stmt) {
 }
 
 void Executor::Select(const QueryStmt& stmt) {
-    if (stmt.query->into) return SelectInto(stmt);
+    if (stmt.query->into && !context_.formatOnly) return SelectInto(stmt);
     std::shared_ptr<Plan> plan = FreshPlan(stmt);
     if (!plan) {
         plan = std::make_shared<Plan>();
@@ -236,7 +236,8 @@ void Executor::SendRows(Plan& plan) {
     sink_.Columns(plan.columns);
     RowReader reader(plan.statement.Raw(), plan.columns);
     std::int64_t count = 0;
-    while ((context_.rowLimit == 0 || count < context_.rowLimit) && plan.statement.Step()) {
+    while (!context_.formatOnly && (context_.rowLimit == 0 || count < context_.rowLimit) &&
+           plan.statement.Step()) {
         ++count;
         if (!sink_.Row(reader.Read())) throw Cancelled{};
         if ((count & 255) == 0 && cancelled_) throw Cancelled{};

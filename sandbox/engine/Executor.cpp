@@ -12,11 +12,15 @@ namespace sandbox::engine {
 
 void Executor::RunBatch(std::u16string_view text) {
     Frame frame;
-    struct FrameGuard {  // a sink may throw
+    struct BatchGuard {  // a sink may throw
         Context& context;
-        ~FrameGuard() { context.frame = nullptr; }
+        ~BatchGuard() {
+            context.frame = nullptr;
+            context.cancelled = nullptr;
+        }
     } const guard{context_};
     context_.frame = &frame;
+    context_.cancelled = &cancelled_;
     try {
         const std::vector<StmtPtr> statements =
             Parser(text, context_.quotedIdentifier).ParseBatch();
@@ -104,6 +108,9 @@ void Executor::DoneWrite(std::int64_t count) {
 
 Executor::Flow Executor::Run(const Stmt& stmt) {
     context_.statementNow = context_.statementUtcNow = 0;
+    const bool describes = stmt.kind == StmtKind::Query || stmt.kind == StmtKind::SetOption ||
+                           stmt.kind == StmtKind::Declare;
+    if (context_.formatOnly && !describes) return Flow::Next;
     if (!context_.inStoreTransaction) context_.RefreshCatalogs();
     const Flow flow = Dispatch(stmt);
     // Only statements that ran by themselves reset @@ERROR; IF and WHILE contain others.
@@ -490,7 +497,7 @@ void Executor::SetOption(const SetOptionStmt& stmt) {
             throw SqlError(195, Format(u"'%1' is not a recognized SET option.", {option}), 15);
         }
         const bool refused =
-            stmt.on && (option == u"FMTONLY" || option == u"PARSEONLY" || option == u"NOEXEC" ||
+            stmt.on && (option == u"PARSEONLY" || option == u"NOEXEC" ||
                         option == u"SHOWPLAN_TEXT" || option == u"SHOWPLAN_ALL" ||
                         option == u"IMPLICIT_TRANSACTIONS" || option == u"NUMERIC_ROUNDABORT");
         const bool nullsRefused = !stmt.on && option == u"CONCAT_NULL_YIELDS_NULL";
@@ -499,6 +506,10 @@ void Executor::SetOption(const SetOptionStmt& stmt) {
                            Format(u"SET %1 %2 is not supported by this server.",
                                   {option, stmt.on ? u"ON" : u"OFF"}),
                            15);
+        }
+        if (option == u"FMTONLY") context_.formatOnly = stmt.on;
+        if (option == u"LOCK_TIMEOUT" && stmt.expr) {
+            context_.lockTimeout = static_cast<int>(Evaluate(*stmt.expr).value.i);
         }
         if (option == u"NOCOUNT") context_.noCount = stmt.on;
         if (option == u"XACT_ABORT") context_.xactAbort = stmt.on;

@@ -98,7 +98,6 @@ Store::Store() {
         throw StoreError(SQLITE_CANTOPEN, text);
     }
     sqlite3_extended_result_codes(db_, 1);
-    sqlite3_busy_timeout(db_, 30'000);
     Execute("PRAGMA encoding='UTF-16le'");
     Execute("PRAGMA temp_store=MEMORY");
     Execute("PRAGMA trusted_schema=ON");
