@@ -75,7 +75,7 @@ Int128 PowerOf10(int n) {
 int DigitCount(Int128 value) {
     const UInt128 m = Magnitude(value);
     int n = 1;
-    while (n < 38 && m >= static_cast<UInt128>(PowerOf10(n)))
+    while (n <= 38 && m >= static_cast<UInt128>(PowerOf10(n)))
         ++n;
     return n;
 }

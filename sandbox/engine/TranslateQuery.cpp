@@ -567,7 +567,7 @@ std::unique_ptr<Source> Translator::TableSource(const ObjectName& name, std::u16
     }
     source->meta = resolved.catalog->Table(resolved.object->id);
     if (!source->meta) ThrowInvalidObject(name.Text());
-    used.emplace_back(resolved.catalog, resolved.object->id);
+    if (viewCatalogs_.empty()) used.emplace_back(resolved.catalog, resolved.object->id);
     if (source->meta->type == u'V') {
         *from = "(" + ViewSql(*source->meta, *resolved.catalog, source->columns) + ") AS " +
                 source->sql;

@@ -205,9 +205,12 @@ std::optional<SqlType> TypeByName(std::u16string_view name) {
         SqlType type;
     };
     static const Synonym kSynonyms[] = {
-        {u"sysname", {TypeId::NVarChar, 128, 0, 0}},   {u"integer", {TypeId::Int, 0, 0, 0}},
-        {u"dec", {TypeId::Decimal, 0, 18, 0}},         {u"character", {TypeId::Char, 1, 0, 0}},
+        {u"sysname", {TypeId::NVarChar, 128, 0, 0}},
+        {u"integer", {TypeId::Int, 0, 0, 0}},
+        {u"dec", {TypeId::Decimal, 0, 18, 0}},
+        {u"character", {TypeId::Char, 1, 0, 0}},
         {u"rowversion", {TypeId::Timestamp, 0, 0, 0}},
+        {u"ncharacter", {TypeId::NChar, 1, 0, 0}},  // NATIONAL CHARACTER
     };
     for (const Synonym& s : kSynonyms) {
         if (SameName(s.name, name)) return s.type;
