@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 
 namespace sandbox::engine {
@@ -51,7 +52,23 @@ char16_t LowerUnit(char16_t unit) {
     return LowerTable()[unit];
 }
 
-int CompareText(std::u16string_view a, std::u16string_view b) {
+namespace {
+
+// UTF-16 units in bytes that need not be aligned, as SQLite's pages hold them.
+struct LooseUnits {
+    const unsigned char* bytes;
+    std::size_t count;
+
+    std::size_t size() const { return count; }
+    char16_t operator[](std::size_t i) const {
+        char16_t unit;
+        std::memcpy(&unit, bytes + i * 2, 2);
+        return unit;
+    }
+};
+
+template <typename Units>
+int Compare(const Units& a, const Units& b) {
     const auto& upper = UpperTable();
     const std::size_t common = a.size() < b.size() ? a.size() : b.size();
     for (std::size_t i = 0; i < common; ++i) {
@@ -68,6 +85,17 @@ int CompareText(std::u16string_view a, std::u16string_view b) {
         if (b[i] != u' ') return b[i] < u' ' ? 1 : -1;
     }
     return 0;
+}
+
+}  // namespace
+
+int CompareText(std::u16string_view a, std::u16string_view b) {
+    return Compare(a, b);
+}
+
+int CompareTextBytes(const void* a, std::size_t sizeA, const void* b, std::size_t sizeB) {
+    return Compare(LooseUnits{static_cast<const unsigned char*>(a), sizeA / 2},
+                   LooseUnits{static_cast<const unsigned char*>(b), sizeB / 2});
 }
 
 std::u16string FoldName(std::u16string_view name) {

@@ -2,6 +2,7 @@
 // otherwise by code unit.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -11,6 +12,8 @@ char16_t UpperUnit(char16_t unit);
 char16_t LowerUnit(char16_t unit);
 
 int CompareText(std::u16string_view a, std::u16string_view b);
+// The same for UTF-16LE bytes at any address; sizes in bytes.
+int CompareTextBytes(const void* a, std::size_t sizeA, const void* b, std::size_t sizeB);
 
 // Names compare as text does.
 inline bool SameName(std::u16string_view a, std::u16string_view b) {

@@ -4,8 +4,6 @@
 #include "sandbox/engine/Executor.h"
 #include "sandbox/engine/Host.h"
 
-#include <sqlite3.h>
-
 namespace sandbox {
 namespace {
 
@@ -14,28 +12,6 @@ using engine::DatabasePtr;
 using engine::Executor;
 using engine::Format;
 using engine::ServerState;
-
-// While it lives, a statement of the store stops when the flag is set, however long it works
-// without returning a row.
-class Interruptible {
-  public:
-    Interruptible(sqlite3* db, const std::atomic<bool>& cancelled) : db_(db) {
-        constexpr int kInstructions = 10'000;  // between two looks at the flag
-        sqlite3_progress_handler(
-            db_, kInstructions,
-            [](void* flag) {
-                const auto* set = static_cast<const std::atomic<bool>*>(flag);
-                return set->load(std::memory_order_relaxed) ? 1 : 0;
-            },
-            const_cast<std::atomic<bool>*>(&cancelled));
-    }
-    ~Interruptible() { sqlite3_progress_handler(db_, 0, nullptr, nullptr); }
-    Interruptible(const Interruptible&) = delete;
-    Interruptible& operator=(const Interruptible&) = delete;
-
-  private:
-    sqlite3* db_;
-};
 
 class EngineSession : public Session {
   public:
@@ -58,7 +34,6 @@ class EngineSession : public Session {
     void Execute(std::u16string_view batch, ResultSink& sink,
                  const std::atomic<bool>& cancelled) override {
         // The sink may throw (the client is gone): the batch ends, the session stays usable.
-        const Interruptible interruptible(context_.store.Raw(), cancelled);
         Executor(context_, sink, cancelled).RunBatch(batch);
     }
 

@@ -1,3 +1,4 @@
+#include <cstring>
 #include <vector>
 
 #include "sandbox/engine/Collation.h"
@@ -86,8 +87,9 @@ class RowReader {
                 const std::string_view bytes = ColumnBytes(statement_, column);
                 std::int64_t ticks = 0;
                 int offset = 0;
-                DecodeOffset({reinterpret_cast<const char16_t*>(bytes.data()), bytes.size() / 2},
-                             ticks, offset);
+                char16_t units[5];
+                std::memcpy(units, bytes.data(), sizeof units);
+                DecodeOffset({units, 5}, ticks, offset);
                 cell.i = ticks;
                 cell.offset = static_cast<std::int16_t>(offset);
                 break;
@@ -100,9 +102,10 @@ class RowReader {
 
     void ReadVariant(std::size_t i, int column) {
         const std::string_view bytes = ColumnBytes(statement_, column);
+        std::u16string units(bytes.size() / 2, u'\0');
+        std::memcpy(units.data(), bytes.data(), units.size() * 2);
         SqlType type;
-        variants_[i] = UnwrapVariant(
-            {reinterpret_cast<const char16_t*>(bytes.data()), bytes.size() / 2}, type);
+        variants_[i] = UnwrapVariant(units, type);
         cells_[i] = MakeCell(variants_[i], type);
         if (type.id == TypeId::UniqueIdentifier) {
             GuidFromStorage(reinterpret_cast<const unsigned char*>(variants_[i].bytes.data()),

@@ -1,5 +1,7 @@
 #include "sandbox/engine/SqlFunctions.h"
 
+#include <cstring>
+
 #include "sandbox/engine/Collation.h"
 #include "sandbox/engine/Conversion.h"
 
@@ -27,23 +29,27 @@ void Call(sqlite3_context* c, int, sqlite3_value** arguments) {
     }
 }
 
-std::u16string_view View(const void* data, int bytes) {
-    return {static_cast<const char16_t*>(data), static_cast<std::size_t>(bytes) / 2};
+std::u16string Copy(const void* data, int bytes) {
+    std::u16string out(static_cast<std::size_t>(bytes) / 2, u'\0');
+    std::memcpy(out.data(), data, out.size() * 2);
+    return out;
 }
 
 int TextCollation(void*, int n, const void* a, int m, const void* b) {
-    return CompareText(View(a, n), View(b, m));
+    return CompareTextBytes(a, static_cast<std::size_t>(n), b, static_cast<std::size_t>(m));
 }
 
 // The UTC ticks decide, not the offset.
-int OffsetCollation(void*, int n, const void* a, int m, const void* b) {
-    const auto x = View(a, n).substr(0, 4);
-    const auto y = View(b, m).substr(0, 4);
-    return x < y ? -1 : y < x ? 1 : 0;
+int OffsetCollation(void*, int, const void* a, int, const void* b) {
+    char16_t x[4];
+    char16_t y[4];
+    std::memcpy(x, a, sizeof x);
+    std::memcpy(y, b, sizeof y);
+    return std::u16string_view(x, 4).compare(std::u16string_view(y, 4));
 }
 
 int VariantCollation(void*, int n, const void* a, int m, const void* b) {
-    return CompareVariants(View(a, n), View(b, m));
+    return CompareVariants(Copy(a, n), Copy(b, m));
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include "sandbox/engine/Storage.h"
 
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 
 namespace sandbox::engine {
 namespace {
@@ -68,7 +70,9 @@ void Statement::Run() {
 
 std::u16string Statement::Text(int index) const {
     const std::string_view bytes = ColumnBytes(raw_, index);
-    return {reinterpret_cast<const char16_t*>(bytes.data()), bytes.size() / 2};
+    std::u16string text(bytes.size() / 2, u'\0');
+    if (!text.empty()) std::memcpy(text.data(), bytes.data(), text.size() * 2);
+    return text;
 }
 
 Value Statement::Column(int index) const {
@@ -157,6 +161,10 @@ void Store::ThrowLast(int code) {
 
 std::u16string_view ReadText(sqlite3_value* value) {
     const void* data = sqlite3_value_blob(value);
+    // A value still in SQLite's page may begin at an odd address: have it copied.
+    if (reinterpret_cast<std::uintptr_t>(data) % alignof(char16_t) != 0) {
+        data = sqlite3_value_text16(value);
+    }
     return {static_cast<const char16_t*>(data),
             static_cast<std::size_t>(sqlite3_value_bytes16(value)) / 2};
 }
