@@ -1,0 +1,80 @@
+// What the tests against the sandbox share: a server for the whole program, databases made anew for
+// each test, and Database objects that lead to them.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "QuillonLib.h"
+#include "sandbox/Sandbox.h"
+
+namespace QuillonLib {
+
+// What an action raised: number 0 for nothing.
+struct Raised {
+    std::int32_t number = 0;
+    std::u16string description;
+    std::u16string source;
+};
+
+inline Raised RaisedBy(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const Error& error) {
+        return {error.Number(), error.Description(), error.Source()};
+    }
+    return {};
+}
+
+class SandboxTest : public ::testing::Test {
+  protected:
+    SandboxTest() : server(box.AddServer()) {}
+
+    std::shared_ptr<Database> MakeDatabase(std::u16string name) {
+        return MakeDatabase(server, std::move(name));
+    }
+    static std::shared_ptr<Database> MakeDatabase(sandbox::Server& on, std::u16string name) {
+        auto database = std::make_shared<Database>();
+        database->Server(on.Address());
+        database->DatabaseName(name);
+        database->Username(u"sa");
+        database->Password(u"sandbox");
+        database->Description(u"the " + name);
+        return database;
+    }
+
+    // The batches that clients sent, in order, without logins.
+    static std::vector<std::u16string> Batches(const sandbox::Server& on) {
+        std::vector<std::u16string> batches;
+        for (const sandbox::LogEntry& entry : on.Log()) {
+            if (!entry.batch.empty()) batches.push_back(entry.batch);
+        }
+        return batches;
+    }
+    static int Logins(const sandbox::Server& on) {
+        int logins = 0;
+        for (const sandbox::LogEntry& entry : on.Log()) {
+            if (entry.batch.empty()) ++logins;
+        }
+        return logins;
+    }
+
+    static sandbox::Fault ErrorIn(std::u16string contains, int nth = 1) {
+        sandbox::Fault fault;
+        fault.contains = std::move(contains);
+        fault.nth = nth;
+        fault.message.number = 50000;
+        fault.message.text = u"made to fail";
+        return fault;
+    }
+
+    sandbox::Sandbox box;
+    sandbox::Server& server;
+};
+
+}  // namespace QuillonLib
