@@ -4,9 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -62,6 +64,14 @@ class SandboxTest : public ::testing::Test {
             if (entry.batch.empty()) ++logins;
         }
         return logins;
+    }
+
+    // How many connections stay open: the server notices a client's leaving a moment later.
+    static int ConnectionsLeft(const sandbox::Server& on) {
+        for (int tries = 0; tries < 200 && on.OpenConnections() > 0; ++tries) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return on.OpenConnections();
     }
 
     static sandbox::Fault ErrorIn(std::u16string contains, int nth = 1) {

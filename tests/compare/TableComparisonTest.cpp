@@ -1,0 +1,386 @@
+// What the comparison of one table finds out.
+#include <gtest/gtest.h>
+
+#include "ComparisonFixture.h"
+
+namespace QuillonLib {
+namespace {
+
+class TableComparisonTest : public ComparisonFixture {
+  protected:
+    static constexpr const char16_t* Keyed =
+        u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, a int NOT NULL, "
+        u"b nvarchar(10) NULL)";
+
+    static const ColumnObject& Column(const TableDifference& result, const char16_t* name) {
+        return *result.Columns()->Item(name);
+    }
+    static Texts Names(const TableDifference& result) {
+        Texts names;
+        for (const auto& column : *result.Columns())
+            names.push_back(column->Name());
+        return names;
+    }
+};
+
+TEST_F(TableComparisonTest, CountsEveryKindOfRow) {
+    RunInBoth(Keyed);
+    RunIn(u"one", u"INSERT t VALUES (1,1,N'same'),(2,2,NULL),(3,3,N'x'),(4,4,N'only here')");
+    RunIn(u"two",
+          u"INSERT t VALUES (1,1,N'same'),(2,2,N'y'),(3,3,NULL),(5,5,N'only there'),(6,6,NULL)");
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_EQ(result->Name(), u"[dbo].[t]");
+    EXPECT_EQ(result->RecordsIn1(), 4);
+    EXPECT_EQ(result->RecordsIn2(), 5);
+    EXPECT_EQ(result->RecordsInUnion(), 8);
+    EXPECT_EQ(result->RecordsDiffering(), 2);
+    EXPECT_TRUE(result->HasPrimaryKey());
+    EXPECT_FALSE(result->Identical());
+    EXPECT_FALSE(result->HasDodgyColumns());
+    EXPECT_FALSE(result->HasIdentity());
+    EXPECT_FALSE(result->IsView());
+    EXPECT_EQ(result->Error(), u"");
+}
+
+TEST_F(TableComparisonTest, IdenticalRowsNeedNoDifferingQuery) {
+    RunInBoth(Keyed);
+    RunInBoth(u"INSERT t VALUES (1,1,N'a'),(2,2,NULL)");
+    server.ClearLog();
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_TRUE(result->Identical());
+    EXPECT_EQ(result->RecordsInUnion(), 2);
+    EXPECT_EQ(result->RecordsDiffering(), 0);
+    EXPECT_EQ(Told(server),
+              (Texts{u"SELECT COUNT(*) FROM [dbo].[t]", u"SELECT COUNT(*) FROM [dbo].[t]",
+                     u"SELECT COUNT(*) FROM (SELECT [id], [a], [b] FROM [one].[dbo].[t] UNION "
+                     u"SELECT [id], [a], [b] FROM [two].[dbo].[t]) t1"}));
+}
+
+TEST_F(TableComparisonTest, OneSideEmptyNeedsNoDifferingQuery) {
+    RunInBoth(Keyed);
+    RunIn(u"two", u"INSERT t VALUES (1,1,N'a'),(2,2,NULL)");
+    server.ClearLog();
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_EQ(result->RecordsIn1(), 0);
+    EXPECT_EQ(result->RecordsInUnion(), 2);
+    EXPECT_EQ(result->RecordsDiffering(), 0);
+    EXPECT_FALSE(result->Identical());
+    EXPECT_EQ(Told(server).size(), 3U);
+}
+
+TEST_F(TableComparisonTest, OnlyKeyColumnsInCommonNeedNoDifferingQuery) {
+    RunIn(u"one", u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, x int)");
+    RunIn(u"two", u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, y int)");
+    RunIn(u"one", u"INSERT t VALUES (1,1),(2,2)");
+    RunIn(u"two", u"INSERT t VALUES (1,1),(3,3)");
+    server.ClearLog();
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_EQ(Names(*result), Texts{u"id"});
+    EXPECT_EQ(result->RecordsInUnion(), 3);
+    EXPECT_EQ(result->RecordsDiffering(), 0);
+    EXPECT_FALSE(result->Identical());
+    EXPECT_EQ(Told(server).size(), 3U);
+}
+
+TEST_F(TableComparisonTest, ATableWithoutAKeyIsOnlyCounted) {
+    RunInBoth(u"CREATE TABLE t (a int)");
+    RunInBoth(u"INSERT t VALUES (1),(2)");
+    RunInBoth(u"CREATE TABLE k (id int NOT NULL CONSTRAINT PK_k PRIMARY KEY)");
+    statuses.clear();
+    const auto results = Compare({u"[dbo].[t]", u"[dbo].[k]"});
+    const auto result = results->Item(1);
+    EXPECT_FALSE(result->HasPrimaryKey());
+    EXPECT_EQ(result->RecordsIn1(), 2);
+    EXPECT_EQ(result->RecordsIn2(), 2);
+    EXPECT_EQ(result->RecordsInUnion(), 0);
+    EXPECT_EQ(result->RecordsDiffering(), 0);
+    EXPECT_FALSE(result->Identical());
+    // its four steps are counted all the same
+    EXPECT_EQ((std::vector<StatusEvent>(statuses.begin() + 3, statuses.end())),
+              (std::vector<StatusEvent>{{u"Comparing t", 0},
+                                        {u"Comparing t", 12},
+                                        {u"Comparing t", 25},
+                                        {u"Comparing k", 50},
+                                        {u"Comparing k", 62},
+                                        {u"Comparing k", 75},
+                                        {u"Comparing k", 88},
+                                        {u"Comparing k", 100}}));
+}
+
+TEST_F(TableComparisonTest, PrimaryKeysOfOtherNamesGiveNoKey) {
+    RunIn(u"one", u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_1 PRIMARY KEY)");
+    RunIn(u"two", u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_2 PRIMARY KEY)");
+    RunInBoth(u"INSERT t VALUES (1)");
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_FALSE(result->HasPrimaryKey());
+    EXPECT_EQ(result->RecordsIn1(), 1);
+    EXPECT_EQ(result->RecordsInUnion(), 0);
+    EXPECT_EQ(result->Error(), u"");
+}
+
+TEST_F(TableComparisonTest, PrimaryKeysOfNamesInAnotherCaseGiveNoKey) {
+    RunIn(u"one", u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY)");
+    RunIn(u"two", u"CREATE TABLE t (id int NOT NULL CONSTRAINT pk_T PRIMARY KEY)");
+    EXPECT_FALSE(CompareOne(u"[dbo].[t]")->HasPrimaryKey());
+}
+
+TEST_F(TableComparisonTest, TheFirstUniqueIndexServesWherePrimaryKeysDoNot) {
+    RunInBoth(
+        u"CREATE TABLE t (a int NOT NULL, b int NOT NULL, c int NOT NULL)\nGO\n"
+        u"CREATE INDEX plain ON t (a)\nGO\n"
+        u"CREATE UNIQUE INDEX first ON t (b)\nGO\nCREATE UNIQUE INDEX second ON t (c)");
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_TRUE(result->HasPrimaryKey());
+    EXPECT_FALSE(Column(*result, u"a").PrimaryKey());
+    EXPECT_TRUE(Column(*result, u"b").PrimaryKey());
+    EXPECT_FALSE(Column(*result, u"c").PrimaryKey());
+}
+
+TEST_F(TableComparisonTest, AUniqueConstraintServesAsAKey) {
+    RunInBoth(u"CREATE TABLE t (a int NOT NULL, b int NOT NULL CONSTRAINT UQ_t UNIQUE)");
+    EXPECT_TRUE(Column(*CompareOne(u"[dbo].[t]"), u"b").PrimaryKey());
+}
+
+TEST_F(TableComparisonTest, ThePrimaryKeyComesBeforeAUniqueIndex) {
+    RunInBoth(
+        u"CREATE TABLE t (a int NOT NULL, b int NOT NULL)\nGO\n"
+        u"CREATE UNIQUE CLUSTERED INDEX ix ON t (a)\nGO\n"
+        u"ALTER TABLE t ADD CONSTRAINT PK_t PRIMARY KEY NONCLUSTERED (b)");
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_FALSE(Column(*result, u"a").PrimaryKey());
+    EXPECT_TRUE(Column(*result, u"b").PrimaryKey());
+}
+
+TEST_F(TableComparisonTest, AChosenIndexIsTheKey) {
+    RunInBoth(Keyed);
+    RunInBoth(u"CREATE INDEX ix_ba ON t (b, a)");
+    indexes.Add(u"IX_ba", u"[DBO].[T]");
+    server.ClearLog();
+    RunIn(u"one", u"INSERT t VALUES (1,1,N'x')");
+    RunIn(u"two", u"INSERT t VALUES (2,1,N'x'),(3,2,N'x')");
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_TRUE(result->HasPrimaryKey());
+    EXPECT_FALSE(Column(*result, u"id").PrimaryKey());
+    EXPECT_EQ(Told(server).back(),
+              u"SELECT COUNT(*) FROM [one].[dbo].[t] T1 INNER JOIN [two].[dbo].[t] T2 ON "
+              u"T1.[a]=T2.[a] AND T1.[b]=T2.[b]  WHERE (T1.[id]<>T2.[id]) ");
+}
+
+TEST_F(TableComparisonTest, AnEmptyIndexChoiceIsNone) {
+    RunInBoth(Keyed);
+    indexes.Add(u"", u"[dbo].[t]");
+    EXPECT_TRUE(Column(*CompareOne(u"[dbo].[t]"), u"id").PrimaryKey());
+}
+
+TEST_F(TableComparisonTest, AChosenIndexThatIsNotThereFailsTheTable) {
+    RunInBoth(Keyed);
+    indexes.Add(u"nothing", u"[dbo].[t]");
+    EXPECT_EQ(CompareOne(u"[dbo].[t]")->Error(),
+              u"Error comparing [dbo].[t]\r\n"
+              u"The table [dbo].[t] in database 'one' has no index named 'nothing'.");
+}
+
+TEST_F(TableComparisonTest, PrimaryKeysOfOneNameButOtherColumnsUseThoseOfDatabase1) {
+    RunIn(u"one", u"CREATE TABLE t (a int NOT NULL CONSTRAINT PK_t PRIMARY KEY, b int NOT NULL)");
+    RunIn(u"two", u"CREATE TABLE t (a int NOT NULL, b int NOT NULL CONSTRAINT PK_t PRIMARY KEY)");
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_TRUE(Column(*result, u"a").PrimaryKey());
+    EXPECT_FALSE(Column(*result, u"b").PrimaryKey());
+
+    RunIn(u"one", u"CREATE TABLE u (a int NOT NULL CONSTRAINT PK_u PRIMARY KEY, b int NOT NULL)");
+    RunIn(u"two", u"CREATE TABLE u (b int NOT NULL CONSTRAINT PK_u PRIMARY KEY)");
+    EXPECT_EQ(CompareOne(u"[dbo].[u]")->Error(),
+              u"Error comparing [dbo].[u]\r\nKey columns differ");
+}
+
+TEST_F(TableComparisonTest, ColumnsThatCannotBeComparedAreMarked) {
+    RunInBoth(
+        u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, txt text, ntxt ntext, "
+        u"img image, ts timestamp, twice AS id * 2, plain int)");
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_EQ(result->Error(), u"");
+    EXPECT_TRUE(result->HasDodgyColumns());
+    for (const char16_t* name : {u"txt", u"ntxt", u"img", u"ts", u"twice"}) {
+        EXPECT_TRUE(Column(*result, name).CannotCompare()) << ToUtf8(name);
+    }
+    EXPECT_FALSE(Column(*result, u"plain").CannotCompare());
+    EXPECT_TRUE(Column(*result, u"twice").Computed());
+    EXPECT_EQ(result->Columns()->ColumnList(), u"[id], [plain]");
+}
+
+TEST_F(TableComparisonTest, AColumnComputedOnlyInDatabase2IsCompared) {
+    RunIn(u"one", u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, c int)");
+    RunIn(u"two", u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, c AS id + 1)");
+    RunIn(u"one", u"INSERT t VALUES (1, 2), (2, 9)");
+    RunIn(u"two", u"INSERT t (id) VALUES (1), (2)");
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_FALSE(Column(*result, u"c").CannotCompare());
+    EXPECT_FALSE(result->HasDodgyColumns());
+    EXPECT_EQ(result->RecordsDiffering(), 1);
+}
+
+TEST_F(TableComparisonTest, AColumnInAnotherCaseIsAnotherColumn) {
+    RunIn(u"one", u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, Name int)");
+    RunIn(u"two", u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, name int)");
+    EXPECT_EQ(Names(*CompareOne(u"[dbo].[t]")), Texts{u"id"});
+    RunIn(u"one", u"CREATE TABLE u (Id int NOT NULL CONSTRAINT PK_u PRIMARY KEY)");
+    RunIn(u"two", u"CREATE TABLE u (ID int NOT NULL CONSTRAINT PK_u PRIMARY KEY)");
+    EXPECT_EQ(CompareOne(u"[dbo].[u]")->Error(),
+              u"Error comparing [dbo].[u]\r\nKey columns differ");
+}
+
+TEST_F(TableComparisonTest, ColumnsOfDatabase2OnlyAreNotLookedAt) {
+    RunInBoth(Keyed);
+    RunIn(u"two", u"ALTER TABLE t ADD extra text NULL");
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_EQ(Names(*result), (Texts{u"id", u"a", u"b"}));
+    EXPECT_FALSE(result->HasDodgyColumns());
+}
+
+TEST_F(TableComparisonTest, ColumnFactsAreThoseOfDatabase1) {
+    RunIn(u"one",
+          u"CREATE TABLE t (id int IDENTITY(1,1) NOT NULL CONSTRAINT PK_t PRIMARY KEY, "
+          u"d decimal(18,4) NOT NULL, n nvarchar(50) NULL, m nvarchar(max) NULL, "
+          u"v varbinary(max) NULL, c char(7) NOT NULL)");
+    RunIn(u"two",
+          u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, "
+          u"d decimal(10,2) NULL, n nvarchar(20) NULL, m nvarchar(10) NULL, "
+          u"v varbinary(5) NULL, c char(3) NOT NULL)");
+    const auto result = CompareOne(u"[dbo].[t]");
+    ASSERT_EQ(result->Error(), u"");
+    EXPECT_TRUE(result->HasIdentity());
+    EXPECT_EQ(Column(*result, u"id").DataType(), u"int");
+    EXPECT_FALSE(Column(*result, u"id").AllowNulls());
+    EXPECT_EQ(Column(*result, u"d").DataType(), u"decimal");
+    EXPECT_EQ(Column(*result, u"d").NumericPrecision(), 18);
+    EXPECT_EQ(Column(*result, u"d").NumericScale(), 4);
+    EXPECT_TRUE(Column(*result, u"d").AllowNulls());  // it does in database 2
+    EXPECT_EQ(Column(*result, u"n").Length(), 50);
+    EXPECT_EQ(Column(*result, u"m").Length(), -1);
+    EXPECT_EQ(Column(*result, u"v").Length(), -1);
+    EXPECT_EQ(Column(*result, u"c").Length(), 7);
+    EXPECT_FALSE(Column(*result, u"c").AllowNulls());
+}
+
+TEST_F(TableComparisonTest, ColumnsThatWereNotChosenAreNotCompared) {
+    RunInBoth(Keyed);
+    RunIn(u"one", u"INSERT t VALUES (1, 1, N'x')");
+    RunIn(u"two", u"INSERT t VALUES (1, 2, N'x')");
+    ChooseColumns(u"[dbo].[t]", {u"ID", u"B"});
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_TRUE(Column(*result, u"a").CannotCompare());
+    EXPECT_FALSE(result->HasDodgyColumns());
+    EXPECT_TRUE(result->Identical());
+}
+
+TEST_F(TableComparisonTest, AChoiceWithoutAKeyColumnStillJoinsOnIt) {
+    RunInBoth(Keyed);
+    RunIn(u"one", u"INSERT t VALUES (1, 1, N'x'), (2, 1, NULL)");
+    RunIn(u"two", u"INSERT t VALUES (1, 2, N'x'), (3, 1, NULL)");
+    ChooseColumns(u"[dbo].[t]", {u"a"});
+    server.ClearLog();
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_TRUE(Column(*result, u"id").CannotCompare());
+    EXPECT_EQ(result->RecordsDiffering(), 1);
+    EXPECT_EQ(Told(server).back(),
+              u"SELECT COUNT(*) FROM [one].[dbo].[t] T1 INNER JOIN [two].[dbo].[t] T2 ON "
+              u"T1.[id]=T2.[id]  WHERE (T1.[a]<>T2.[a]) ");
+}
+
+TEST_F(TableComparisonTest, AColumnChosenTwiceFailsTheTable) {
+    RunInBoth(Keyed);
+    auto choice = std::make_shared<ColumnChoice>();
+    choice->Add(u"a");
+    choice->Add(u"A");
+    columns.Add(choice, u"[dbo].[t]");
+    EXPECT_EQ(CompareOne(u"[dbo].[t]")->Error().substr(0, 27), u"Error comparing [dbo].[t]\r\n");
+}
+
+TEST_F(TableComparisonTest, IndexedViewsAreComparedByTheirUniqueIndex) {
+    RunInBoth(u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, a int NOT NULL)");
+    RunInBoth(
+        u"CREATE VIEW v WITH SCHEMABINDING AS SELECT id, a FROM dbo.t\nGO\n"
+        u"CREATE UNIQUE CLUSTERED INDEX ix ON v (id)");
+    RunIn(u"one", u"INSERT t VALUES (1,1),(2,2)");
+    RunIn(u"two", u"INSERT t VALUES (1,1),(2,3)");
+    const auto result = CompareOne(u"[dbo].[v]");
+    EXPECT_EQ(result->Error(), u"");
+    EXPECT_TRUE(result->IsView());
+    EXPECT_TRUE(result->HasPrimaryKey());
+    EXPECT_TRUE(Column(*result, u"id").PrimaryKey());
+}
+
+TEST_F(TableComparisonTest, AViewInDatabase2AloneMarksTheResultAsAView) {
+    RunIn(u"one", u"CREATE TABLE v (id int NOT NULL CONSTRAINT PK_v PRIMARY KEY)");
+    RunIn(u"two", u"CREATE TABLE t (id int NOT NULL)");
+    RunIn(u"two", u"CREATE VIEW v AS SELECT id FROM dbo.t");
+    const auto result = CompareOne(u"[dbo].[v]");
+    EXPECT_TRUE(result->IsView());
+    EXPECT_FALSE(result->HasPrimaryKey());  // the primary key of one side is not a view's key
+}
+
+TEST_F(TableComparisonTest, AtCompatibilityLevel70ViewsAreNotFound) {
+    RunInBoth(u"CREATE TABLE t (id int NOT NULL)");
+    RunInBoth(u"CREATE VIEW v AS SELECT id FROM dbo.t");
+    server.Run(u"EXEC sp_dbcmptlevel 'one', 70");
+    EXPECT_EQ(CompareOne(u"[dbo].[v]")->Error(),
+              u"Error comparing [dbo].[v]\r\nThe database 'one' has no table or view [dbo].[v].");
+}
+
+TEST_F(TableComparisonTest, EntriesAreCutByPosition) {
+    RunInBoth(u"CREATE TABLE dbo.[a.b] (id int NOT NULL CONSTRAINT PK_ab PRIMARY KEY)");
+    EXPECT_EQ(CompareOne(u"[dbo].[a.b]")->Error(), u"");
+    EXPECT_EQ(CompareOne(u"no point or brackets")->Error(),
+              u"Error comparing no point or brackets\r\n"
+              u"The database 'one' has no table or view [].[o point or bracket].");
+    EXPECT_EQ(CompareOne(u".")->Error(),
+              u"Error comparing .\r\nThe database 'one' has no table or view [].[].");
+}
+
+TEST_F(TableComparisonTest, NothingInCommonIsAnErrorAfterTheRowsAreCounted) {
+    RunIn(u"one", u"CREATE TABLE t (a int)\nGO\nINSERT t VALUES (1),(2)");
+    RunIn(u"two", u"CREATE TABLE t (b int)\nGO\nINSERT t VALUES (1)");
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_EQ(result->Error(), u"Error comparing [dbo].[t]\r\nAll columns differ");
+    EXPECT_EQ(result->RecordsIn1(), 2);
+    EXPECT_EQ(result->RecordsIn2(), 1);
+    EXPECT_FALSE(result->HasPrimaryKey());
+    ASSERT_EQ(processErrors.size(), 1U);
+    EXPECT_EQ(processErrors[0].number, static_cast<std::int32_t>(0x80040002));
+    EXPECT_EQ(processErrors[0].description, u"Error comparing [dbo].[t]\r\nAll columns differ");
+}
+
+TEST_F(TableComparisonTest, AnotherGenerationOfCatalogsTellsTheSame) {
+    sandbox::ServerSettings settings;
+    settings.name = u"OLD";
+    settings.version = "8.00.2039";
+    sandbox::Server& old = box.AddServer(settings);
+    for (const char16_t* name : {u"one", u"two"}) {
+        old.Run(u"CREATE DATABASE " + std::u16string(name) + u"\nGO\nUSE " + name +
+                u"\nGO\nCREATE TABLE t (id int IDENTITY(1,1) NOT NULL CONSTRAINT PK_t PRIMARY KEY, "
+                u"n nvarchar(50) NULL, d decimal(18,4) NOT NULL, x ntext, twice AS id * 2)\nGO\n"
+                u"INSERT t (n, d) VALUES (N'a', 1), (N'" +
+                name +
+                u"', 2.5)\nGO\n"
+                u"CREATE TABLE w (a int NOT NULL, b int NOT NULL CONSTRAINT UQ_w UNIQUE)\nGO\n"
+                u"CREATE VIEW v WITH SCHEMABINDING AS SELECT id, d FROM dbo.t\nGO\n"
+                u"CREATE UNIQUE CLUSTERED INDEX ix ON v (id)");
+    }
+    one = MakeDatabase(old, u"one");
+    two = MakeDatabase(old, u"two");
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_EQ(result->Error(), u"");
+    EXPECT_TRUE(result->HasIdentity());
+    EXPECT_TRUE(result->HasDodgyColumns());
+    EXPECT_EQ(result->RecordsDiffering(), 1);
+    EXPECT_EQ(Column(*result, u"n").Length(), 50);
+    EXPECT_EQ(Column(*result, u"n").DataType(), u"nvarchar");
+    EXPECT_EQ(Column(*result, u"d").NumericPrecision(), 18);
+    EXPECT_EQ(Column(*result, u"d").NumericScale(), 4);
+    EXPECT_TRUE(Column(*result, u"id").PrimaryKey());
+    EXPECT_TRUE(Column(*CompareOne(u"[dbo].[w]"), u"b").PrimaryKey());
+    EXPECT_TRUE(CompareOne(u"[dbo].[v]")->IsView());
+}
+
+}  // namespace
+}  // namespace QuillonLib
