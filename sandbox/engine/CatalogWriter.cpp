@@ -105,7 +105,7 @@ void CatalogWriter::RemoveIndex(int table, int index) {
 std::u16string CatalogWriter::AutoName(std::u16string_view prefix, std::u16string_view table,
                                        int id) {
     char digits[16];
-    std::snprintf(digits, sizeof digits, "%08X", static_cast<unsigned>(id));
+    static_cast<void>(std::snprintf(digits, sizeof digits, "%08X", static_cast<unsigned>(id)));
     return std::u16string(prefix) + u"__" + std::u16string(table.substr(0, 9)) + u"__" +
            Widen(digits);
 }

@@ -250,10 +250,10 @@ std::u16string GuidText(const std::string& stored) {
     unsigned char w[16];
     GuidFromStorage(reinterpret_cast<const unsigned char*>(stored.data()), w);
     char buffer[40];
-    std::snprintf(buffer, sizeof buffer,
-                  "%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X", w[3],
-                  w[2], w[1], w[0], w[5], w[4], w[7], w[6], w[8], w[9], w[10], w[11], w[12], w[13],
-                  w[14], w[15]);
+    static_cast<void>(std::snprintf(
+        buffer, sizeof buffer,
+        "%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X", w[3], w[2], w[1],
+        w[0], w[5], w[4], w[7], w[6], w[8], w[9], w[10], w[11], w[12], w[13], w[14], w[15]));
     return Widen(buffer);
 }
 
@@ -382,7 +382,8 @@ std::u16string TextOf(const Value& v, const SqlType& from, const SqlType& to, in
         if (style == 3) return FloatText(v.d, real ? 9 : 17);
         if (style == 2 || style == 1) {
             char buffer[40];
-            std::snprintf(buffer, sizeof buffer, "%.*e", style == 1 ? 7 : 15, v.d);
+            static_cast<void>(
+                std::snprintf(buffer, sizeof buffer, "%.*e", style == 1 ? 7 : 15, v.d));
             std::string text = buffer;
             const std::size_t e = text.find('e');
             if (text.size() - e - 2 < 3) text.insert(e + 2, 1, '0');
@@ -543,7 +544,7 @@ Value ToDateTime(const Value& v, const SqlType& from, const SqlType& to, int sty
         Moment m;
         m.days = kDays1900 + static_cast<std::int64_t>(whole);
         const double ticks = (days - whole) * static_cast<double>(kTicksPerDay);
-        m.ticks = static_cast<std::int64_t>(ticks + 0.5);
+        m.ticks = std::llround(ticks);
         if (m.ticks >= kTicksPerDay) {
             m.ticks -= kTicksPerDay;
             ++m.days;
@@ -624,79 +625,12 @@ void GuidFromStorage(const unsigned char stored[16], unsigned char wire[16]) {
 
 std::u16string FloatText(double value, int digits) {
     char buffer[48];
-    std::snprintf(buffer, sizeof buffer, "%.*g", digits, value);
+    static_cast<void>(std::snprintf(buffer, sizeof buffer, "%.*g", digits, value));
     std::string text = buffer;
     const std::size_t e = text.find('e');
     // Three digits in the exponent.
     if (e != std::string::npos && text.size() - e - 2 < 3) text.insert(e + 2, 1, '0');
     return Widen(text);
-}
-
-void CheckConvertible(const SqlType& from, const SqlType& to, bool isExplicit) {
-    const auto clash = [&] {
-        throw SqlError(206, Format(u"Operand type clash: %1 is incompatible with %2",
-                                   {TypeName(from.id), TypeName(to.id)}));
-    };
-    const auto needsConvert = [&] {
-        if (isExplicit) return;
-        throw SqlError(257,
-                       Format(u"Implicit conversion from data type %1 to %2 is not allowed. Use "
-                              u"the CONVERT function to run this query.",
-                              {TypeName(from.id), TypeName(to.id)}));
-    };
-    const auto never = [&] {
-        if (!isExplicit) clash();
-        throw SqlError(529, Format(u"Explicit conversion from data type %1 to %2 is not allowed.",
-                                   {TypeName(from.id), TypeName(to.id)}));
-    };
-    if (from.id == to.id || from.id == TypeId::SqlVariant || to.id == TypeId::SqlVariant) {
-        if (to.id == TypeId::SqlVariant && (IsLob(from.id) || from.id == TypeId::Timestamp))
-            clash();
-        if (from.id == TypeId::SqlVariant && to.id != TypeId::SqlVariant) needsConvert();
-        return;
-    }
-    const bool newDate = to.id == TypeId::Date || to.id == TypeId::Time ||
-                         to.id == TypeId::DateTime2 || to.id == TypeId::DateTimeOffset;
-    const bool oldDate = to.id == TypeId::DateTime || to.id == TypeId::SmallDateTime;
-    if (IsCharacter(from.id)) {
-        if (IsBinary(to.id)) {
-            if (IsLob(from.id) && to.id != TypeId::Image) never();
-            if (to.id == TypeId::Image && IsUnicode(from.id)) never();
-            if (to.id != TypeId::Image) needsConvert();
-            if (from.id == TypeId::NText) never();
-        }
-        if (IsLob(from.id) && (IsNumber(to.id) || IsDateTime(to.id))) never();
-        return;
-    }
-    if (IsNumber(from.id)) {
-        if (newDate || to.id == TypeId::UniqueIdentifier || to.id == TypeId::Xml) never();
-        if (IsLob(to.id)) never();
-        return;
-    }
-    if (IsDateTime(from.id)) {
-        if (IsNumber(to.id)) {
-            if (from.id != TypeId::DateTime && from.id != TypeId::SmallDateTime) never();
-            needsConvert();
-        }
-        if (to.id == TypeId::UniqueIdentifier || IsLob(to.id)) never();
-        if (IsBinary(to.id)) needsConvert();
-        return;
-    }
-    if (IsBinary(from.id)) {
-        if (IsApproximate(to.id) || IsDecimal(to.id) || newDate) never();
-        if (from.id == TypeId::Image && (IsNumber(to.id) || IsCharacter(to.id) || oldDate)) never();
-        if (to.id == TypeId::NText || to.id == TypeId::Text) never();
-        return;
-    }
-    if (from.id == TypeId::UniqueIdentifier) {
-        if (IsNumber(to.id) || IsDateTime(to.id) || IsLob(to.id)) never();
-        return;
-    }
-    if (from.id == TypeId::Xml) {
-        if (!IsCharacter(to.id) && !IsBinary(to.id)) never();
-        if (IsLob(to.id)) never();
-        needsConvert();
-    }
 }
 
 Value Convert(const Value& v, const SqlType& from, const SqlType& to, Purpose purpose, int style) {
@@ -760,103 +694,6 @@ Cell MakeCell(const Value& v, const SqlType& type) {
 std::u16string DisplayText(const Value& v, const SqlType& type) {
     if (v.IsNull()) return {};
     return Convert(v, type, NVarCharType(-1), Purpose::Cast).text;
-}
-
-Value WrapVariant(const Value& v, const SqlType& type) {
-    const std::int64_t packed = Pack(type);
-    std::u16string out;
-    const auto append64 = [&](std::uint64_t bits) {
-        for (int shift = 48; shift >= 0; shift -= 16)
-            out += static_cast<char16_t>(bits >> shift);
-    };
-    append64(static_cast<std::uint64_t>(packed));
-    switch (v.kind) {
-        case Value::Kind::Int:
-            append64(static_cast<std::uint64_t>(v.i));
-            break;
-        case Value::Kind::Real: {
-            std::uint64_t bits = 0;
-            std::memcpy(&bits, &v.d, 8);
-            append64(bits);
-            break;
-        }
-        case Value::Kind::Text:
-            out += v.text;
-            break;
-        case Value::Kind::Blob:
-            for (const char c : v.bytes)
-                out += static_cast<char16_t>(static_cast<unsigned char>(c));
-            break;
-        case Value::Kind::Null:
-            return {};
-    }
-    return Value::Text(std::move(out));
-}
-
-Value UnwrapVariant(std::u16string_view encoded, SqlType& type) {
-    const auto read64 = [&](std::size_t at) {
-        std::uint64_t bits = 0;
-        for (std::size_t i = 0; i < 4; ++i)
-            bits = bits << 16 | encoded[at + i];
-        return bits;
-    };
-    type = Unpack(static_cast<std::int64_t>(read64(0)));
-    switch (RepOf(type)) {
-        case Rep::Int:
-            return Value::Int(static_cast<std::int64_t>(read64(4)));
-        case Rep::Real: {
-            const std::uint64_t bits = read64(4);
-            double d = 0;
-            std::memcpy(&d, &bits, 8);
-            return Value::Real(d);
-        }
-        case Rep::Blob: {
-            std::string bytes;
-            for (const char16_t c : encoded.substr(4))
-                bytes += static_cast<char>(c);
-            return Value::Blob(std::move(bytes));
-        }
-        case Rep::Text:
-            break;
-    }
-    return Value::Text(std::u16string(encoded.substr(4)));
-}
-
-int CompareVariants(std::u16string_view a, std::u16string_view b) {
-    SqlType ta;
-    SqlType tb;
-    const Value va = UnwrapVariant(a, ta);
-    const Value vb = UnwrapVariant(b, tb);
-    // Families, highest first: dates, approximate, exact, text, binary, uniqueidentifier.
-    const auto family = [](const SqlType& t) {
-        if (IsDateTime(t.id)) return 5;
-        if (IsApproximate(t.id)) return 4;
-        if (IsNumber(t.id)) return 3;
-        if (IsCharacter(t.id)) return 2;
-        return IsBinary(t.id) ? 1 : 0;
-    };
-    const int fa = family(ta);
-    const int fb = family(tb);
-    if (fa != fb) return fa < fb ? -1 : 1;
-    const auto order = [](const auto& x, const auto& y) { return x < y ? -1 : y < x ? 1 : 0; };
-    switch (fa) {
-        case 5: {
-            const SqlType wide{TypeId::DateTime2, 0, 0, 7};
-            return order(Convert(va, ta, wide, Purpose::Cast).i,
-                         Convert(vb, tb, wide, Purpose::Cast).i);
-        }
-        case 4:
-            return order(va.d, vb.d);
-        case 3: {
-            const SqlType wide = CommonType(AsDecimal(ta), AsDecimal(tb));
-            return order(DecimalFromValue(Convert(va, ta, wide, Purpose::Cast)),
-                         DecimalFromValue(Convert(vb, tb, wide, Purpose::Cast)));
-        }
-        case 2:
-            return CompareText(va.text, vb.text);
-        default:
-            return order(va.bytes, vb.bytes);
-    }
 }
 
 }  // namespace sandbox::engine

@@ -426,8 +426,7 @@ Moment ToMoment(std::int64_t value, const SqlType& type) {
 
 std::u16string MomentText(const Moment& moment, const SqlType& type, int style) {
     const Date d = DateFromDays(moment.days);
-    const std::u16string iso =
-        Digits(d.year, 4) + u"-" + Digits(d.month, 2) + u"-" + Digits(d.day, 2);
+    std::u16string iso = Digits(d.year, 4) + u"-" + Digits(d.month, 2) + u"-" + Digits(d.day, 2);
     const bool legacy = type.id == TypeId::DateTime || type.id == TypeId::SmallDateTime;
     const int scale = legacy ? 3 : type.id == TypeId::Date ? 0 : type.scale;
     const auto slashed = [&](int a, int b, char16_t separator, bool century) {

@@ -12,8 +12,8 @@ namespace sandbox::engine {
 
 inline constexpr std::int64_t kTicksPerSecond = 10'000'000;  // 100 ns
 inline constexpr std::int64_t kTicksPerDay = 86'400 * kTicksPerSecond;
-inline constexpr std::int64_t kDays1900 = 693'595;           // 0001-01-01 to 1900-01-01
-inline constexpr std::int64_t kThirdsPerDay = 86'400 * 300;  // 1/300 s
+inline constexpr std::int64_t kDays1900 = 693'595;             // 0001-01-01 to 1900-01-01
+inline constexpr std::int64_t kThirdsPerDay = 86'400LL * 300;  // 1/300 s
 
 struct Date {
     int year = 1900, month = 1, day = 1;

@@ -42,7 +42,7 @@ std::string Joined(const std::vector<std::string>& parts) {
 }  // namespace
 
 TablePtr Executor::NeedTable(const ObjectName& name, const Resolved& resolved) {
-    const TablePtr table = resolved.object ? resolved.catalog->Table(resolved.object->id) : nullptr;
+    TablePtr table = resolved.object ? resolved.catalog->Table(resolved.object->id) : nullptr;
     if (!table) ThrowInvalidObject(name.Text());
     if (table->type == u'V') {
         throw SqlError(
@@ -278,7 +278,7 @@ void Executor::ThrowConstraint(const StoreError& error, const Plan& plan, const 
     const std::size_t colon = text.find(": ");
     std::string detail = colon == std::string::npos ? "" : text.substr(colon + 2);
     if (error.code == SQLITE_CONSTRAINT_NOTNULL) {
-        const int id = std::atoi(detail.c_str() + detail.rfind(".c") + 2);
+        const int id = LeadingNumber(std::string_view(detail).substr(detail.rfind(".c") + 2));
         const ColumnMeta* c = table.FindById(id);
         throw SqlError(
             515, Format(u"Cannot insert the value NULL into column '%1', table '%2'; column does "

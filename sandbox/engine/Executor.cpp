@@ -365,7 +365,7 @@ void Executor::RaisError(const SimpleStmt& stmt) {
         return;
     }
     error.reach = ErrorReach::Statement;
-    throw error;
+    throw SqlError(error);
 }
 
 void Executor::Throw(const SimpleStmt& stmt) {
@@ -379,13 +379,13 @@ void Executor::Throw(const SimpleStmt& stmt) {
         }
         SqlError again = *currentError_;
         again.reach = ErrorReach::Batch;
-        throw again;
+        throw SqlError(again);
     }
     SqlError error(static_cast<std::int32_t>(Evaluate(*stmt.args[0]).value.i),
                    EvaluateText(*stmt.args[1]), 16,
                    static_cast<std::uint8_t>(Evaluate(*stmt.args[2]).value.i));
     error.reach = ErrorReach::Batch;
-    throw error;
+    throw SqlError(error);
 }
 
 void Executor::Wait(const SimpleStmt& stmt) {

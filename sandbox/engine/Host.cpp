@@ -1,8 +1,10 @@
 #include "sandbox/engine/Host.h"
 
+#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <ctime>
 #include <random>
@@ -15,15 +17,32 @@
 namespace sandbox::engine {
 namespace {
 
+constexpr const char* kFolderName = "quillon-sandbox-";
+
+// A process that was killed leaves its databases behind, in memory even: the next one takes them
+// away.
+void RemoveStaleFolders(const std::filesystem::path& base) {
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(base, error)) {
+        const std::string name = entry.path().filename().string();
+        if (!name.starts_with(kFolderName)) continue;
+        const int pid =
+            LeadingNumber(std::string_view(name).substr(std::string_view(kFolderName).size()));
+        const bool gone = pid > 0 && ::kill(pid, 0) != 0 && errno == ESRCH;
+        if (gone) std::filesystem::remove_all(entry.path(), error);
+    }
+}
+
 std::filesystem::path MakeFolder() {
     std::error_code error;
     std::random_device random;
     for (const std::filesystem::path& base :
          {std::filesystem::path("/dev/shm"), std::filesystem::temp_directory_path()}) {
         if (!std::filesystem::is_directory(base, error)) continue;
+        RemoveStaleFolders(base);
         for (int attempt = 0; attempt < 16; ++attempt) {
-            const auto folder = base / ("quillon-sandbox-" + std::to_string(::getpid()) + "-" +
-                                        std::to_string(random() % 1'000'000'000));
+            auto folder = base / (kFolderName + std::to_string(::getpid()) + "-" +
+                                  std::to_string(random() % 1'000'000'000));
             if (!std::filesystem::create_directory(folder, error)) continue;
             std::filesystem::permissions(folder, std::filesystem::perms::owner_all, error);
             return folder;
@@ -226,7 +245,7 @@ ServerState& HostState::AddServer(const EngineSettings& settings) {
     auto server = std::make_unique<ServerState>();
     server->host = this;
     server->settings = settings;
-    server->major = std::atoi(settings.version.c_str());
+    server->major = LeadingNumber(settings.version);
     for (const char16_t* name : {u"master", u"tempdb", u"model", u"msdb"})
         server->Create(name);
     servers_.push_back(std::move(server));

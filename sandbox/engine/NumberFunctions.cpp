@@ -244,7 +244,7 @@ struct SumState {
 
 // SQLite's memory is aligned to eight bytes only, so the state lives on the heap.
 SumState* State(sqlite3_context* c) {
-    auto** slot = static_cast<SumState**>(sqlite3_aggregate_context(c, sizeof(SumState*)));
+    auto** slot = static_cast<SumState**>(sqlite3_aggregate_context(c, sizeof(void*)));
     if (slot == nullptr) return nullptr;
     if (*slot == nullptr) *slot = new (std::nothrow) SumState{};
     return *slot;

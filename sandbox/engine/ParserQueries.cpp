@@ -131,9 +131,7 @@ SelectItem Parser::Item() {
     }
     item.expr = Expression();
     if (item.expr->kind == ExprKind::Star) return item;
-    if (TakeWord(u"AS")) {
-        item.alias = TakeNameOrString();
-    } else if (AtName() || Peek().kind == TokenKind::String) {
+    if (TakeWord(u"AS") || AtName() || Peek().kind == TokenKind::String) {
         item.alias = TakeNameOrString();
     }
     return item;

@@ -11,6 +11,18 @@ std::u16string Upper(std::u16string_view word) {
     return FoldName(word);
 }
 
+// Some definitions are a batch of their own.
+void RefuseUnlessFirst(const Stmt& stmt) {
+    const char16_t* what = stmt.kind == StmtKind::CreateProcedure ? u"CREATE/ALTER PROCEDURE"
+                           : stmt.kind == StmtKind::CreateView    ? u"CREATE VIEW"
+                           : stmt.kind == StmtKind::CreateSchema  ? u"CREATE SCHEMA"
+                                                                  : nullptr;
+    if (what == nullptr) return;
+    SqlError error(111, Format(u"'%1' must be the first statement in a query batch.", {what}), 15);
+    error.message.line = stmt.line;
+    throw SqlError(error);
+}
+
 }  // namespace
 
 std::vector<StmtPtr> Parser::ParseBatch() {
@@ -19,6 +31,7 @@ std::vector<StmtPtr> Parser::ParseBatch() {
     while (!AtEnd()) {
         if (TakeSymbol(u";")) continue;
         statements.push_back(Statement(first));
+        if (!first) RefuseUnlessFirst(*statements.back());
         first = false;
     }
     return statements;

@@ -263,7 +263,7 @@ void Parser::Unexpected() {
         error = SqlError(102, Format(u"Incorrect syntax near '%1'.", {shown}), 15);
     }
     error.message.line = token.line;
-    throw error;
+    throw SqlError(error);
 }
 
 bool Parser::AtName(std::size_t ahead) {

@@ -143,6 +143,12 @@ std::u16string ToText(std::int64_t number) {
     return {buffer, end};
 }
 
+int LeadingNumber(std::string_view text) {
+    int number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+
 void ThrowSyntax(std::u16string_view near) {
     throw SqlError(102, Format(u"Incorrect syntax near '%1'.", {near}), 15);
 }

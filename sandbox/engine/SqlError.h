@@ -33,6 +33,7 @@ std::u16string Format(std::u16string_view pattern, std::initializer_list<std::u1
 std::u16string Widen(std::string_view text);   // UTF-8 to UTF-16
 std::string Narrow(std::u16string_view text);  // UTF-16 to UTF-8
 std::u16string ToText(std::int64_t number);
+int LeadingNumber(std::string_view text);  // 0 when there is none
 
 // The errors that many places raise.
 [[noreturn]] void ThrowSyntax(std::u16string_view near);         // 102

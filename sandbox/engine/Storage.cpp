@@ -152,9 +152,9 @@ void Store::Execute(const std::string& sql) {
 
 void Store::ThrowLast(int code) {
     if (pending) {
-        SqlError error = std::move(*pending);
+        const SqlError error = std::move(*pending);
         pending.reset();
-        throw error;
+        throw SqlError(error);
     }
     throw StoreError(code, sqlite3_errmsg(db_));
 }
@@ -233,7 +233,7 @@ std::string InlineLiteral(const Value& v) {
             return "(" + std::to_string(v.i) + ")";
         case Value::Kind::Real: {
             char buffer[40];
-            std::snprintf(buffer, sizeof buffer, "%.17e", v.d);
+            static_cast<void>(std::snprintf(buffer, sizeof buffer, "%.17e", v.d));
             return std::string("(") + buffer + ")";
         }
         case Value::Kind::Text:

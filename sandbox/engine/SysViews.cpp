@@ -59,7 +59,7 @@ std::vector<std::vector<Value>> Types(Context& context) {
 constexpr const char* kShippedObjects = "FROM @m_object o";
 
 // The columns that sys.objects and the views over it share.
-std::vector<ViewColumn> ObjectColumns(std::vector<ViewColumn> more) {
+std::vector<ViewColumn> ObjectColumns(const std::vector<ViewColumn>& more) {
     std::vector<ViewColumn> columns = {
         {"name", N, "o.name"},
         {"object_id", I, "o.id"},
@@ -78,12 +78,12 @@ std::vector<ViewColumn> ObjectColumns(std::vector<ViewColumn> more) {
         {"is_ms_shipped", B, "o.shipped"},
         {"is_published", B, "0"},
         {"is_schema_published", B, "0"}};
-    for (ViewColumn& c : more)
+    for (const ViewColumn& c : more)
         columns.push_back(c);
     return columns;
 }
 
-std::vector<ViewColumn> ColumnColumns(std::vector<ViewColumn> more) {
+std::vector<ViewColumn> ColumnColumns(const std::vector<ViewColumn>& more) {
     std::vector<ViewColumn> columns = {
         {"object_id", I, "c.object_id"},
         {"name", N, "c.name"},
@@ -107,7 +107,7 @@ std::vector<ViewColumn> ColumnColumns(std::vector<ViewColumn> more) {
         {"default_object_id", I, "c.default_id"},
         {"rule_object_id", I, "0"},
         {"is_sparse", B, "0"}};
-    for (ViewColumn& c : more)
+    for (const ViewColumn& c : more)
         columns.push_back(c);
     return columns;
 }

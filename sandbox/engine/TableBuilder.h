@@ -10,6 +10,10 @@
 
 namespace sandbox::engine {
 
+inline bool IsKey(const ConstraintDef& c) {
+    return c.kind == ConstraintDef::Kind::PrimaryKey || c.kind == ConstraintDef::Kind::Unique;
+}
+
 class TableBuilder {
   public:
     TableBuilder(Context& context, Catalog& catalog)

@@ -272,14 +272,16 @@ void Str(Context&, sqlite3_context* c, sqlite3_value** a) {
     const auto length = static_cast<std::size_t>(std::clamp<std::int64_t>(Int(a[1]), 0, 8000));
     const auto decimals = static_cast<int>(std::clamp<std::int64_t>(Int(a[2]), 0, 16));
     char buffer[512];
-    std::snprintf(buffer, sizeof buffer, "%.*f", decimals, sqlite3_value_double(a[0]));
+    static_cast<void>(
+        std::snprintf(buffer, sizeof buffer, "%.*f", decimals, sqlite3_value_double(a[0])));
     std::u16string text = Widen(buffer);
     if (text.size() > length) {
         const std::size_t point = text.find(u'.');
         if (point != std::u16string::npos && point <= length) {
-            std::snprintf(buffer, sizeof buffer, "%.*f",
-                          point + 1 >= length ? 0 : static_cast<int>(length - point - 1),
-                          sqlite3_value_double(a[0]));
+            static_cast<void>(
+                std::snprintf(buffer, sizeof buffer, "%.*f",
+                              point + 1 >= length ? 0 : static_cast<int>(length - point - 1),
+                              sqlite3_value_double(a[0])));
             text = Widen(buffer);
         }
         if (text.size() > length) text.assign(length, u'*');

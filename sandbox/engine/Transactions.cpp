@@ -9,7 +9,7 @@ std::string SavepointName(std::u16string_view name) {
     std::string out = "sp";
     for (const char16_t c : FoldName(name)) {
         char digits[8];
-        std::snprintf(digits, sizeof digits, "_%x", static_cast<unsigned>(c));
+        static_cast<void>(std::snprintf(digits, sizeof digits, "_%x", static_cast<unsigned>(c)));
         out += digits;
     }
     return out;

@@ -279,6 +279,7 @@ std::vector<Bound> Translator::UnifiedTypes(Tree& tree) {
     std::vector<Bound> result;
     for (std::size_t i = 0; i < rows.front().size(); ++i) {
         std::vector<Bound> column;
+        column.reserve(rows.size());
         for (const auto& row : rows)
             column.push_back(row[i]);
         Bound unified = Unify(column);
@@ -503,7 +504,7 @@ std::string Translator::TableRefSql(const TableRef& ref, Scope& scope) {
         c.nullable = outputs[i].nullable;
         source->columns.push_back(std::move(c));
     }
-    const std::string from = "(" + query + ") AS " + source->sql;
+    std::string from = "(" + query + ") AS " + source->sql;
     scope.sources.push_back(std::move(source));
     return from;
 }

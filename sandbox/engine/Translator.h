@@ -164,6 +164,8 @@ class Translator {
 std::optional<Bound> TranslateFunction(Translator& translator, const Expr& expr,
                                        std::vector<Bound>& args);
 bool IsAggregateName(std::u16string_view name);
+// How messages call an operator: "=" is "equal to".
+std::u16string OperatorName(const std::u16string& op);
 
 // System views (CatalogViews.cpp): columns and the FROM text, for one database.
 struct SystemViewColumn {

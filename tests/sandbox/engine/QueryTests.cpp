@@ -146,6 +146,8 @@ TEST_F(Queries, SyntaxErrorsStopTheWholeBatch) {
               "!105 Unclosed quotation mark after the character string 'abc'.\n");
     EXPECT_EQ(box.Text(u"SELECT 1 /* open"), "!113 Missing end comment mark '*/'.\n");
     EXPECT_EQ(box.Text(u"SELECT 1 1"), "!102 Incorrect syntax near '1'.\n");
+    EXPECT_EQ(box.Text(u"DELETE FROM a CREATE PROCEDURE p AS SELECT 1"),
+              "!111 'CREATE/ALTER PROCEDURE' must be the first statement in a query batch.\n");
     EXPECT_EQ(box.Text(u"CREATE PROCEDURE p AS"), "!156 Incorrect syntax near the keyword 'AS'.\n");
     EXPECT_EQ(box.Text(u"MERGE a USING b ON 1=1"), "!102 Incorrect syntax near 'USING'.\n");
     EXPECT_EQ(box.Text(u"SELECT COUNT(*) FROM a"), "3\n");
