@@ -22,7 +22,7 @@ class ComparisonFailureTest : public ComparisonFixture {
     void ExpectThatTheNextComparisonWorks() {
         server.ClearFaults();
         EXPECT_EQ(ConnectionsLeft(server), 0);
-        EXPECT_EQ(CompareBoth().number, 0);
+        ASSERT_EQ(CompareBoth().number, 0);
         EXPECT_EQ(results->Item(1)->RecordsDiffering(), 1);
         EXPECT_EQ(utils.LastError(), u"");
     }

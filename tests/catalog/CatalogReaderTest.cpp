@@ -1,0 +1,183 @@
+#include "catalog/CatalogReader.h"
+
+#include <gtest/gtest.h>
+
+#include "catalog/Identifiers.h"
+#include "catalog/Login.h"
+#include "core/TableEntry.h"
+#include "tests/support/SandboxTest.h"
+
+namespace QuillonLib {
+namespace {
+
+TEST(Identifiers, AreQuotedByDoubling) {
+    EXPECT_EQ(QuoteIdentifier(u"a]b["), u"[a]]b[]");
+    EXPECT_EQ(QuoteText(u"O'Brien"), u"N'O''Brien'");
+}
+
+class CatalogReaderTest : public SandboxTest, public ::testing::WithParamInterface<const char*> {
+  protected:
+    CatalogReaderTest() : versioned(box.AddServer(Versioned(GetParam()))) {
+        versioned.Run(u"CREATE DATABASE [odd]]name'x]\nGO\nUSE [odd]]name'x]");
+    }
+    static sandbox::ServerSettings Versioned(const char* version) {
+        sandbox::ServerSettings settings;
+        settings.name = u"VERSIONED";
+        settings.version = version;
+        return settings;
+    }
+    void Run(const std::u16string& sql) { versioned.Run(u"USE [odd]]name'x]\nGO\n" + sql); }
+    CatalogReader Reader() {
+        LoginData login;
+        login.Server = versioned.Address();
+        login.Username = u"sa";
+        login.Password = u"sandbox";
+        CatalogReader reader(LogIn(login));
+        reader.UseDatabase(u"ODD]name'x");
+        return reader;
+    }
+    ObjectFacts Facts(const ObjectName& name) {
+        CatalogReader reader = Reader();
+        const auto objects = reader.Objects({&name, 1});
+        const ObjectFacts* found = FindObject(objects, name);
+        return found == nullptr ? ObjectFacts() : *found;
+    }
+    sandbox::Server& versioned;
+};
+
+TEST_P(CatalogReaderTest, EveryTypeIsNamedAsTheServerNamesIt) {
+    Run(u"CREATE TABLE t (a bit, b tinyint, c smallint, d int, e bigint, f decimal(38,10), "
+        u"g numeric(5,0), h money, i smallmoney, j float, k real, l datetime, m smalldatetime, "
+        u"n char(3), o varchar(4), p text, q nchar(5), r nvarchar(6), s ntext, t binary(7), "
+        u"u varbinary(8), v image, w uniqueidentifier, x timestamp)");
+    const ObjectFacts facts = Facts({u"dbo", u"t"});
+    std::vector<std::u16string> types;
+    for (const auto& column : facts.Columns)
+        types.push_back(column.DataType);
+    EXPECT_EQ(types, (std::vector<std::u16string>{u"bit",
+                                                  u"tinyint",
+                                                  u"smallint",
+                                                  u"int",
+                                                  u"bigint",
+                                                  u"decimal",
+                                                  u"numeric",
+                                                  u"money",
+                                                  u"smallmoney",
+                                                  u"float",
+                                                  u"real",
+                                                  u"datetime",
+                                                  u"smalldatetime",
+                                                  u"char",
+                                                  u"varchar",
+                                                  u"text",
+                                                  u"nchar",
+                                                  u"nvarchar",
+                                                  u"ntext",
+                                                  u"binary",
+                                                  u"varbinary",
+                                                  u"image",
+                                                  u"uniqueidentifier",
+                                                  u"timestamp"}));
+    const auto column = [&](const char16_t* name) { return *facts.FindColumn(name); };
+    EXPECT_EQ(column(u"f").NumericPrecision, 38);
+    EXPECT_EQ(column(u"f").NumericScale, 10);
+    EXPECT_EQ(column(u"g").NumericPrecision, 5);
+    EXPECT_EQ(column(u"g").NumericScale, 0);
+    EXPECT_EQ(column(u"n").Length, 3);
+    EXPECT_EQ(column(u"o").Length, 4);
+    EXPECT_EQ(column(u"q").Length, 5);
+    EXPECT_EQ(column(u"r").Length, 6);
+    EXPECT_EQ(column(u"t").Length, 7);
+    EXPECT_EQ(column(u"u").Length, 8);
+    EXPECT_TRUE(column(u"a").AllowNulls);
+}
+
+TEST_P(CatalogReaderTest, AnIndexCarriesOneFlagAtMost) {
+    Run(u"CREATE TABLE t (a int NOT NULL CONSTRAINT PK PRIMARY KEY NONCLUSTERED, "
+        u"b int NOT NULL CONSTRAINT UQ UNIQUE, c int NOT NULL, d int NOT NULL)\nGO\n"
+        u"CREATE UNIQUE INDEX UX ON t (d, c)\nGO\nCREATE INDEX IX ON t (c)");
+    const ObjectFacts facts = Facts({u"dbo", u"t"});
+    ASSERT_EQ(facts.Indexes.size(), 4U);
+    EXPECT_EQ(facts.FindIndex(u"pk")->Type, 0x800);
+    EXPECT_EQ(facts.FindIndex(u"UQ")->Type, 0x1000);
+    EXPECT_EQ(facts.FindIndex(u"UX")->Type, 2);
+    EXPECT_EQ(facts.FindIndex(u"IX")->Type, 0);
+    EXPECT_EQ(facts.FindIndex(u"UX")->Columns, (std::vector<std::u16string>{u"d", u"c"}));
+    EXPECT_EQ(facts.PrimaryKey(), facts.FindIndex(u"PK"));
+}
+
+TEST_P(CatalogReaderTest, NamesWithQuotesAndBracketsAreFound) {
+    Run(u"CREATE TABLE [dbo].[t]]able 'q'] ([c]]ol 'q'] int NOT NULL)");
+    const ObjectFacts facts = Facts({u"dbo", u"t]able 'q'"});
+    ASSERT_EQ(facts.Columns.size(), 1U);
+    EXPECT_EQ(facts.Columns[0].Name, u"c]ol 'q'");
+}
+
+TEST_P(CatalogReaderTest, NamesAreMatchedAsTheServerMatchesThem) {
+    Run(u"CREATE TABLE Mixed (id int)");
+    EXPECT_EQ(Facts({u"DBO", u"mIXED"}).Object.Name, u"Mixed");
+}
+
+TEST_P(CatalogReaderTest, WhatDoesNotExistIsLeftOut) {
+    Run(u"CREATE TABLE t (id int)\nGO\nCREATE PROCEDURE p AS SELECT 1");
+    CatalogReader reader = Reader();
+    const std::vector<ObjectName> names{
+        {u"dbo", u"t"}, {u"dbo", u"x"}, {u"no", u"t"}, {u"dbo", u"p"}, {u"", u""}};
+    EXPECT_EQ(reader.Objects(names).size(), 1U);
+    EXPECT_TRUE(reader.Objects({}).empty());
+}
+
+TEST_P(CatalogReaderTest, ManyObjectsTakeTwoQueries) {
+    std::vector<ObjectName> names;
+    for (int i = 0; i < 30; ++i) {
+        names.push_back({u"dbo", u"t" + ToText(i)});
+        Run(u"CREATE TABLE " + names.back().Name + u" (id int NOT NULL PRIMARY KEY)");
+    }
+    CatalogReader reader = Reader();
+    versioned.ClearLog();
+    EXPECT_EQ(reader.Objects(names).size(), 30U);
+    EXPECT_EQ(versioned.Log().size(), 2U);
+}
+
+TEST_P(CatalogReaderTest, WhatTheServerBroughtAlongIsNotTheUsers) {
+    Run(u"CREATE TABLE mine (id int)");
+    CatalogReader reader = Reader();
+    const auto tables = reader.UserTables();
+    ASSERT_EQ(tables.size(), 1U);
+    EXPECT_EQ(tables[0].Owner, u"dbo");
+    EXPECT_EQ(tables[0].Name, u"mine");
+}
+
+TEST_P(CatalogReaderTest, CompatibilityLevelIsTheDatabases) {
+    versioned.Run(u"EXEC sp_dbcmptlevel 'odd]name''x', 70");
+    EXPECT_EQ(Reader().CompatibilityLevel(), 70);
+}
+
+INSTANTIATE_TEST_SUITE_P(Versions, CatalogReaderTest, ::testing::Values("8.00.2039", "10.50.6000"));
+
+class MaxTypesTest : public SandboxTest {};
+
+TEST_F(MaxTypesTest, HaveLengthMinusOneAndAliasTypesTheirBaseType) {
+    server.Run(
+        u"CREATE DATABASE d\nGO\nUSE d\nGO\nCREATE TABLE t (a varchar(max), b nvarchar(max), "
+        u"c varbinary(max), d xml, e date, f time(3), g datetime2(5), h datetimeoffset, "
+        u"i sysname)");
+    LoginData login{server.Address(), u"sa", u"sandbox", false};
+    CatalogReader reader(LogIn(login));
+    reader.UseDatabase(u"d");
+    const ObjectName name{u"dbo", u"t"};
+    const auto objects = reader.Objects({&name, 1});
+    ASSERT_EQ(objects.size(), 1U);
+    std::vector<std::pair<std::u16string, std::int32_t>> types;
+    for (const auto& column : objects[0].Columns)
+        types.emplace_back(column.DataType, column.Length);
+    types.resize(4);
+    EXPECT_EQ(types, (std::vector<std::pair<std::u16string, std::int32_t>>{
+                         {u"varchar", -1}, {u"nvarchar", -1}, {u"varbinary", -1}, {u"xml", -1}}));
+    EXPECT_EQ(objects[0].FindColumn(u"g")->DataType, u"datetime2");
+    EXPECT_EQ(objects[0].FindColumn(u"i")->DataType, u"nvarchar");
+    EXPECT_EQ(objects[0].FindColumn(u"i")->Length, 128);
+}
+
+}  // namespace
+}  // namespace QuillonLib

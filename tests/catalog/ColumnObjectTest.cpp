@@ -1,0 +1,67 @@
+#include "catalog/ColumnObject.h"
+
+#include <gtest/gtest.h>
+
+#include "catalog/CatalogBuilder.h"
+
+namespace QuillonLib {
+namespace {
+
+class ColumnObjectsTest : public ::testing::Test {
+  protected:
+    std::shared_ptr<ColumnObject> Add(const std::u16string& name) {
+        ColumnFacts facts;
+        facts.Name = name;
+        return CatalogBuilder::AddFullColumn(columns, facts);
+    }
+    ColumnObjects columns;
+};
+
+TEST_F(ColumnObjectsTest, ListsTheColumnsThatAreComparedOrKeys) {
+    Add(u"a");
+    Add(u"b")->CannotCompare(true);
+    const auto key = Add(u"c");
+    key->PrimaryKey(true);
+    key->CannotCompare(true);
+    Add(u"d]");
+    EXPECT_EQ(columns.ColumnList(), u"[a], [c], [d]]");
+}
+
+TEST_F(ColumnObjectsTest, TheListOfThreeColumns) {
+    Add(u"a");
+    Add(u"b");
+    Add(u"c");
+    EXPECT_EQ(columns.ColumnList(), u"[a], [b], [c]");
+}
+
+TEST_F(ColumnObjectsTest, TheListOfOneColumn) {
+    Add(u"id");
+    EXPECT_EQ(columns.ColumnList(), u"[id]");
+}
+
+TEST_F(ColumnObjectsTest, TheListIsEmptyWhereNoColumnQualifies) {
+    EXPECT_EQ(columns.ColumnList(), u"");
+    Add(u"a")->CannotCompare(true);
+    EXPECT_EQ(columns.ColumnList(), u"");
+}
+
+TEST_F(ColumnObjectsTest, ItemExistsIgnoresCaseAndNeverFails) {
+    Add(u"Name");
+    EXPECT_TRUE(columns.ItemExists(u"NAME"));
+    EXPECT_TRUE(columns.ItemExists(1));
+    EXPECT_FALSE(columns.ItemExists(u"x"));
+    EXPECT_FALSE(columns.ItemExists(2));
+}
+
+TEST_F(ColumnObjectsTest, ColumnsBeginWithNothingSet) {
+    const auto column = Add(u"a");
+    EXPECT_FALSE(column->PrimaryKey());
+    EXPECT_FALSE(column->CannotCompare());
+    EXPECT_EQ(column->DataType(), u"");
+    EXPECT_EQ(column->Length(), 0);
+    EXPECT_FALSE(column->Computed());
+    EXPECT_FALSE(column->AllowNulls());
+}
+
+}  // namespace
+}  // namespace QuillonLib

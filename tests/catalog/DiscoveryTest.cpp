@@ -1,0 +1,108 @@
+#include "catalog/Discovery.h"
+
+#include <gtest/gtest.h>
+
+#include "catalog/ServerBrowser.h"
+#include "tests/support/SandboxTest.h"
+
+namespace QuillonLib {
+namespace {
+
+using Texts = std::vector<std::u16string>;
+
+// Nothing here leaves this machine.
+BrowserSettings Loopback(std::uint16_t port) {
+    BrowserSettings settings;
+    settings.addresses = {{"127.0.0.1", port, true}, {"127.0.0.1", port, false}};
+    settings.patience = std::chrono::milliseconds(300);
+    return settings;
+}
+
+class DiscoveryTest : public SandboxTest {};
+
+TEST_F(DiscoveryTest, ServersAreListedOnceByName) {
+    sandbox::ServerSettings instance;
+    instance.name = u"HOST\\SALES";
+    box.AddServer(instance);
+    const auto servers = ListAvailableServers(Loopback(box.ServeResolution()));
+    ASSERT_TRUE(servers.has_value());
+    EXPECT_EQ(*servers, TextArray(Texts{u"HOST\\SALES", u"SANDBOX"}, 1));
+    EXPECT_EQ(servers->UpperBound(), 2);
+}
+
+TEST_F(DiscoveryTest, NoAnswerIsNoArray) {
+    EXPECT_EQ(ListAvailableServers(Loopback(1)), std::nullopt);
+}
+
+TEST_F(DiscoveryTest, TheDefaultAsksTheNetworkAndThisMachine) {
+    const BrowserSettings settings;
+    ASSERT_EQ(settings.addresses.size(), 2U);
+    EXPECT_EQ(settings.addresses[0].host, "255.255.255.255");
+    EXPECT_TRUE(settings.addresses[0].broadcast);
+    EXPECT_EQ(settings.addresses[1].host, "127.0.0.1");
+    EXPECT_EQ(settings.addresses[1].port, 1434);
+}
+
+TEST(Browser, ReadsTheNamesInAnAnswer) {
+    EXPECT_EQ(ParseBrowserAnswer("ServerName;A;InstanceName;MSSQLSERVER;IsClustered;No;Version;8.0;"
+                                 "tcp;1433;;ServerName;A;InstanceName;X;IsClustered;No;;"),
+              (Texts{u"A", u"A\\X"}));
+    EXPECT_EQ(ParseBrowserAnswer(""), Texts{});
+    EXPECT_EQ(ParseBrowserAnswer(";;;;nonsense"), Texts{});
+    EXPECT_EQ(ParseBrowserAnswer("ServerName;A"), Texts{u"A"});
+    EXPECT_EQ(ParseBrowserAnswer("InstanceName;X;;"), Texts{});
+}
+
+TEST(Discovery, AnEmptyEntryIsPassedOverAndLeavesNoGap) {
+    EXPECT_EQ(NonEmptyNames({u"a", u"", u"b", u""}), (Texts{u"a", u"b"}));
+    EXPECT_EQ(NonEmptyNames({}), Texts{});
+}
+
+TEST(Discovery, NamesStandFromOne) {
+    for (const std::size_t count : {1U, 10U, 11U, 25U}) {
+        const auto array = ToNameArray(Texts(count, u"name"));
+        ASSERT_TRUE(array.has_value());
+        EXPECT_EQ(array->LowerBound, 1);
+        EXPECT_EQ(array->UpperBound(), static_cast<std::int32_t>(count));
+    }
+    EXPECT_EQ(ToNameArray({}), std::nullopt);
+    EXPECT_EQ(RaisedBy([] { (void)ToNameArray(Texts(32768)); }).number, 6);
+}
+
+TEST_F(DiscoveryTest, DatabasesAreListedInNameOrder) {
+    server.Run(u"CREATE DATABASE zulu\nGO\nCREATE DATABASE alpha");
+    Utils utils;
+    const auto databases = utils.AvailableDatabases(server.Address(), u"sa", u"sandbox");
+    ASSERT_TRUE(databases.has_value());
+    EXPECT_EQ(databases->LowerBound, 1);
+    EXPECT_EQ(databases->Items.front(), u"alpha");
+    EXPECT_EQ(databases->Items.back(), u"zulu");
+    EXPECT_EQ(utils.LastError(), u"");
+}
+
+TEST_F(DiscoveryTest, ARefusedLoginIsTheLastError) {
+    Utils utils;
+    const Raised raised =
+        RaisedBy([&] { utils.AvailableDatabases(server.Address(), u"sa", u"wrong"); });
+    EXPECT_EQ(raised.number, static_cast<std::int32_t>(0x80040E4D));
+    EXPECT_EQ(utils.LastError(), raised.description);
+    utils.AvailableDatabases(server.Address(), u"sa", u"sandbox");
+    EXPECT_EQ(utils.LastError(), u"");
+}
+
+TEST_F(DiscoveryTest, AServerThatCannotBeReachedIsTheLastError) {
+    Utils utils;
+    const Raised raised = RaisedBy([&] { utils.AvailableDatabases(u"127.0.0.1,1", u"sa", u"x"); });
+    EXPECT_NE(raised.number, 0);
+    EXPECT_EQ(utils.LastError(), raised.description);
+}
+
+TEST_F(DiscoveryTest, WithoutAUserThePasswordIsNotSent) {
+    Utils utils;
+    RaisedBy([&] { utils.AvailableDatabases(server.Address(), u"", u"secret"); });
+    for (const auto& entry : server.Log())
+        EXPECT_EQ(entry.user, u"");
+}
+
+}  // namespace
+}  // namespace QuillonLib
