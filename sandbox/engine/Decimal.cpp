@@ -120,7 +120,7 @@ std::optional<Int128> Divide(Int128 a, int scaleA, Int128 b, int scaleB, int to)
                        Magnitude(b), remainder);
     } else if (shift < 0) {
         const auto scaled = Rescale(b, 0, -shift);
-        if (!scaled) return Int128{0};
+        if (!scaled || *scaled == 0) return Int128{0};
         q = Magnitude(a) / Magnitude(*scaled);
     }
     if (!q) return std::nullopt;

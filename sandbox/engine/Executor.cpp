@@ -294,10 +294,8 @@ void Executor::Declare(const DeclareStmt& stmt) {
                                   {d.type.name}));
         }
         const std::u16string name = FoldName(d.name);
-        Variable* v = context_.frame->Find(name);
-        if (v == nullptr) {
+        if (context_.frame->Find(name) == nullptr) {  // a loop comes by again
             context_.frame->variables.push_back({name, d.type.type, Value::Null()});
-            v = &context_.frame->variables.back();
         }
         if (d.value) Assign(name, Evaluate(*d.value));
     }

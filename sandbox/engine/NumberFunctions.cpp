@@ -152,7 +152,7 @@ void Rounding(Context&, sqlite3_context* c, sqlite3_value** a) {
     const bool cut = Int(a[4]) != 0;
     if (IsApproximate(type.id)) {
         const double d = sqlite3_value_double(a[1]);
-        double r = d;
+        double r;
         if (what == 0) {
             const double unit = std::pow(10.0, length);
             r = (cut ? std::trunc(d * unit) : std::round(d * unit)) / unit;

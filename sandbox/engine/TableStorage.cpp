@@ -151,9 +151,9 @@ void CreateTriggers(Context& context, Catalog& catalog, const TableMeta& table) 
         if (check.disabled) continue;
         const std::string condition =
             TableExpression(context, table, check.text, "NEW", true, nullptr, nullptr);
-        const std::string body = "BEGIN SELECT ms_checkfailed(" + number + "," +
-                                 std::to_string(table.id) + "," + std::to_string(check.id) +
-                                 ") WHERE NOT (" + condition + ")";
+        std::string body = "BEGIN SELECT ms_checkfailed(";
+        body.append(number).append(",").append(std::to_string(table.id)).append(",");
+        body.append(std::to_string(check.id)).append(") WHERE NOT (").append(condition).append(")");
         create("INSERT", body);
         create("UPDATE", body);
     }
@@ -180,7 +180,8 @@ void CreateTriggers(Context& context, Catalog& catalog, const TableMeta& table) 
         std::string changed;
         for (const int id : ids) {
             const std::string c = table.FindById(id)->Sql();
-            changed += (changed.empty() ? "" : " OR ") + ("OLD." + c + " IS NOT NEW." + c);
+            changed.append(changed.empty() ? "OLD." : " OR OLD.").append(c);
+            changed.append(" IS NOT NEW.").append(c);
         }
         create("UPDATE OF " + OfColumns(table, ids),
                "WHEN " + changed + " " +

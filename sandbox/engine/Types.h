@@ -53,11 +53,11 @@ std::int64_t Pack(const SqlType& type);
 SqlType Unpack(std::int64_t packed);
 
 struct TypeFacts {
-    TypeId id;
     std::u16string_view name;
     int systemType;  // xtype, system_type_id
     int userType;    // xusertype, user_type_id
     int legacyType;  // systypes.type
+    TypeId id;
 };
 const TypeFacts& Facts(TypeId id);
 std::u16string_view TypeName(TypeId id);
