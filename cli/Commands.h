@@ -1,0 +1,23 @@
+// The commands of quillon. Each adds itself to the program; its action sets the exit code.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include "cli/Console.h"
+
+namespace quillon {
+
+// What the commands share while the program runs.
+struct Program {
+    Console console;
+    int exitCode = 0;
+};
+
+void AddDemoCommand(CLI::App& app, Program& program);
+void AddCompareCommand(CLI::App& app, Program& program);
+void AddSandboxCommand(CLI::App& app, Program& program);
+
+// The whole program; returns its exit code. `arguments` begins with the program's name.
+int RunProgram(int argc, const char* const* argv);
+
+}  // namespace quillon

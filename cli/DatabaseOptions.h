@@ -1,0 +1,58 @@
+// The options by which a command is told of a server, or of the databases of a comparison.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "QuillonLib.h"
+#include "cli/Console.h"
+
+namespace quillon {
+
+// A login: who, and with what password. The password comes from the environment or from a prompt,
+// never from the command line, where every user of the machine could read it.
+struct LoginOptions {
+    std::string user;
+    bool integrated = false;
+    const char* passwordVariable = "QUILLON_PASSWORD";
+
+    void AddTo(CLI::App& command, const std::string& suffix, const std::string& whose);
+    std::u16string Password(Console& console) const;
+};
+
+// SERVER/DATABASE, the server as the library takes it: "host", "host,port", "host\instance".
+struct DatabaseLocation {
+    std::u16string server;
+    std::u16string database;
+
+    // Throws CLI::ValidationError that names what is wrong.
+    static DatabaseLocation Parse(const std::string& text);
+};
+
+// Databases 1 and 2, and 3, on whose server the queries run across both (default: database 1's).
+class DatabaseOptions {
+  public:
+    void AddTo(CLI::App& command);
+
+    struct Databases {
+        std::shared_ptr<QuillonLib::Database> obDB1;
+        std::shared_ptr<QuillonLib::Database> obDB2;
+        std::shared_ptr<QuillonLib::Database> obDB3;
+    };
+    Databases Make(Console& console) const;
+
+    bool Given() const { return !location1_.empty(); }
+
+  private:
+    std::string location1_;
+    std::string location2_;
+    std::string location3_;
+    LoginOptions login1_;
+    LoginOptions login2_;
+};
+
+std::shared_ptr<QuillonLib::Database> MakeDatabase(const DatabaseLocation& location,
+                                                   const LoginOptions& login, Console& console);
+
+}  // namespace quillon

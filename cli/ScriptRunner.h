@@ -1,0 +1,31 @@
+// Runs a synchronization script on a database.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "QuillonLib.h"
+
+namespace quillon {
+
+// The batches of a script, cut at its lines that hold "GO", but not at such a line inside a
+// literal, a comment or a name in brackets: rows may hold anything. Long runs of EXEC lines are cut
+// further, between lines, so that no batch has many more than `linesInBatch`.
+std::vector<std::u16string> CutIntoBatches(std::u16string_view script, std::size_t linesInBatch);
+
+// A batch that failed, and why. What the script had done by then has been rolled back.
+struct BatchFailure : std::runtime_error {
+    BatchFailure(const std::string& what, std::size_t number, std::size_t count)
+        : std::runtime_error(what), batch(number), batches(count) {}
+    std::size_t batch;  // from 1
+    std::size_t batches;
+};
+
+// Runs them in order on one connection; after a failure rolls back and throws BatchFailure.
+void RunBatches(QuillonLib::Connection& connection, const std::vector<std::u16string>& batches);
+
+}  // namespace quillon
