@@ -1,0 +1,399 @@
+#include "RandomDatabases.h"
+
+#include "core/TableEntry.h"
+#include "core/Text.h"
+
+namespace QuillonLib {
+
+namespace {
+
+// Every type of the servers, but sql_variant (its base type does not travel) and xml (no server
+// compares it).
+const std::vector<std::u16string> Types{u"bit",
+                                        u"tinyint",
+                                        u"smallint",
+                                        u"int",
+                                        u"bigint",
+                                        u"decimal(38,0)",
+                                        u"decimal(38,38)",
+                                        u"decimal(18,4)",
+                                        u"numeric(9,2)",
+                                        u"money",
+                                        u"smallmoney",
+                                        u"float",
+                                        u"real",
+                                        u"datetime",
+                                        u"smalldatetime",
+                                        u"date",
+                                        u"time(0)",
+                                        u"time(3)",
+                                        u"time(7)",
+                                        u"datetime2(0)",
+                                        u"datetime2(7)",
+                                        u"datetimeoffset(0)",
+                                        u"datetimeoffset(7)",
+                                        u"char(10)",
+                                        u"varchar(30)",
+                                        u"varchar(max)",
+                                        u"text",
+                                        u"nchar(10)",
+                                        u"nvarchar(30)",
+                                        u"nvarchar(max)",
+                                        u"ntext",
+                                        u"binary(8)",
+                                        u"varbinary(20)",
+                                        u"varbinary(max)",
+                                        u"image",
+                                        u"uniqueidentifier"};
+
+}  // namespace
+
+RandomDatabases::RandomDatabases(std::uint32_t seed) : random_(seed) {
+    const int count = 2 + Below(4);
+    for (int i = 0; i < count; ++i)
+        MakeTable(i);
+    withView_ = Chance(50) && tables_[0].key == Key::Int;
+    for (Table& table : tables_)
+        FillTable(table);
+}
+
+void RandomDatabases::MakeTable(int number) {
+    static constexpr Key Keys[] = {Key::Int,  Key::Int,         Key::Identity, Key::Composite,
+                                   Key::Guid, Key::UniqueIndex, Key::None};
+    Table table;
+    table.name = number == 0 ? std::u16string(u"first") : u"t " + ToText(number);
+    table.key = number == 0 ? Key::Int : Keys[Below(7)];
+    AddKeyColumns(table);
+    // Chains and diamonds: a table may refer to any of those before it. One without a key gets no
+    // script, so what it refers to could not go away.
+    for (int parent = 0; parent < number && table.key != Key::None; ++parent) {
+        if (!Chance(40) || tables_[static_cast<std::size_t>(parent)].key != Key::Int) continue;
+        Column reference{u"ref" + ToText(parent), u"int"};
+        reference.parent = parent;
+        table.columns.push_back(reference);
+    }
+    const int columns = 1 + Below(7);
+    for (int i = 0; i < columns; ++i)
+        AddColumn(table);
+    if (Chance(20)) {
+        Column computed{u"computed", u"int"};
+        computed.written = false;
+        computed.definition = u"AS " + std::u16string(u"1 + 1");
+        table.columns.push_back(computed);
+    }
+    if (Chance(20)) {
+        Column stamp{u"stamp", u"timestamp"};
+        stamp.written = false;
+        table.columns.push_back(stamp);
+    }
+    if (Chance(20)) table.columns.push_back({u"msrepl_tran_version", u"uniqueidentifier"});
+    tables_.push_back(std::move(table));
+}
+
+void RandomDatabases::AddKeyColumns(Table& table) {
+    const auto add = [&](const char16_t* name, const char16_t* type) {
+        Column column{name, type};
+        column.nullable = false;
+        column.isKey = true;
+        table.columns.push_back(column);
+    };
+    switch (table.key) {
+        case Key::Int:
+        case Key::Identity:
+        case Key::UniqueIndex:
+            return add(u"id", u"int");
+        case Key::Composite:
+            add(u"part one", u"nvarchar(20)");
+            add(u"part two", u"smallint");
+            return add(u"part three", u"datetime");
+        case Key::Guid:
+            return add(u"id", u"uniqueidentifier");
+        case Key::None:
+            return;
+    }
+}
+
+void RandomDatabases::AddColumn(Table& table) {
+    Column column{u"c" + ToText(static_cast<std::int64_t>(table.columns.size())),
+                  Types[static_cast<std::size_t>(Below(static_cast<int>(Types.size())))]};
+    if (Chance(20)) column.name += u" 'q\" [";
+    column.nullable = Chance(70);
+    table.columns.push_back(column);
+}
+
+std::vector<std::u16string> RandomDatabases::KeyLiterals(const Table& table, int row) {
+    switch (table.key) {
+        case Key::Composite:
+            return {u"N'k''" + ToText(row / 3) + u"'", ToText(row % 3 - 1),
+                    u"'20240229 23:59:59.99" + std::u16string(row % 2 == 0 ? u"7'" : u"3'")};
+        case Key::Guid:
+            return {u"'{00000000-0000-4000-8000-" + Padded(row, 12) + u"}'"};
+        case Key::None:
+            return {};
+        default:
+            return {ToText(row * 3 - 7)};
+    }
+}
+
+void RandomDatabases::FillTable(Table& table) {
+    const int count = Below(12);
+    for (int i = 0; i < count; ++i) {
+        const std::vector<std::u16string> key = KeyLiterals(table, i);
+        const bool in[2] = {Chance(80), Chance(80)};
+        const bool same = Chance(55);
+        Row before;
+        for (int side = 0; side < 2; ++side) {
+            if (!in[side]) continue;
+            Row row;
+            for (std::size_t c = 0; c < table.columns.size(); ++c) {
+                const Column& column = table.columns[c];
+                if (column.isKey) {
+                    row.push_back(key[c]);
+                } else if (!before.empty() && column.parent < 0 && (same || Chance(60))) {
+                    row.push_back(before[c]);
+                } else {
+                    row.push_back(ValueOf(column, side));
+                }
+            }
+            before = row;
+            if (table.key == Key::Int) table.keyValues[side].push_back(key[0]);
+            table.rows[side].push_back(std::move(row));
+        }
+    }
+}
+
+std::u16string RandomDatabases::ValueOf(const Column& column, int side) {
+    if (!column.written) return {};
+    if (column.parent >= 0) {
+        const auto& keys = tables_[static_cast<std::size_t>(column.parent)].keyValues[side];
+        if (keys.empty() || Chance(25)) return u"NULL";
+        return keys[static_cast<std::size_t>(Below(static_cast<int>(keys.size())))];
+    }
+    if (column.nullable && Chance(25)) return u"NULL";
+    return Literal(column.type);
+}
+
+std::u16string RandomDatabases::Padded(int number, int width) {
+    std::u16string text = ToText(number);
+    return std::u16string(static_cast<std::size_t>(width) - text.size(), u'0') + text;
+}
+
+std::u16string RandomDatabases::Digits(int count) {
+    std::u16string digits;
+    for (int i = 0; i < count; ++i)
+        digits += static_cast<char16_t>(u'0' + Below(10));
+    return digits;
+}
+
+std::u16string RandomDatabases::Hex(int bytes) {
+    std::u16string hex = u"0x";
+    for (int i = 0; i < 2 * bytes; ++i)
+        hex += u"0123456789ABCDEF"[Below(16)];
+    return hex;
+}
+
+std::u16string RandomDatabases::Day(int firstYear, int lastYear, bool dashes) {
+    const std::u16string dash = dashes ? u"-" : u"";
+    const int year = Chance(10)   ? firstYear
+                     : Chance(10) ? lastYear
+                                  : firstYear + Below(lastYear - firstYear + 1);
+    return Padded(year, 4) + dash + Padded(1 + Below(12), 2) + dash + Padded(1 + Below(28), 2);
+}
+
+std::u16string RandomDatabases::TimeOfDay(int fractionDigits) {
+    std::u16string time =
+        Padded(Below(24), 2) + u":" + Padded(Below(60), 2) + u":" + Padded(Below(60), 2);
+    if (Chance(15)) time = u"23:59:59";
+    if (fractionDigits > 0)
+        time += u"." + (Chance(15) ? std::u16string(static_cast<std::size_t>(fractionDigits), u'9')
+                                   : Digits(fractionDigits));
+    return time;
+}
+
+std::u16string RandomDatabases::TextLiteral(bool unicode, int longest, bool oneLine) {
+    std::u16string text;
+    const int length = Below(longest + 1);
+    for (int i = 0; i < length; ++i) {
+        switch (Below(unicode ? 12 : 8)) {
+            case 0:
+                text += u'\'';
+                break;
+            case 1:
+                text += u"[]\"-/*?{}"[Below(9)];
+                break;
+            case 2:
+                text += static_cast<char16_t>(0xA0 + Below(0x60));
+                break;
+            case 3:
+                text += oneLine ? u'\t' : u'\n';
+                break;
+            case 8:
+                text += static_cast<char16_t>(0xD800 + Below(0x800));
+                break;  // a lone surrogate
+            case 9:
+                text += u'\0';
+                break;
+            case 10:
+                text += static_cast<char16_t>(1 + Below(0xD7FF));
+                break;
+            default:
+                text += static_cast<char16_t>(u' ' + Below(95));
+                break;
+        }
+    }
+    if (!oneLine && length > 10 && Chance(20)) text += u"\r\nGO\r\n";
+    std::u16string literal = u"N'";
+    for (const char16_t unit : text) {
+        if (unit == u'\'') literal += unit;
+        literal += unit;
+    }
+    return literal + u"'";
+}
+
+std::u16string RandomDatabases::Literal(const std::u16string& type) {
+    const std::u16string sign = Chance(50) ? u"-" : u"";
+    const auto either = [&](const char16_t* low, const char16_t* high, std::u16string other) {
+        const int choice = Below(6);
+        return choice == 0 ? std::u16string(low) : choice == 1 ? std::u16string(high) : other;
+    };
+    const std::u16string name = type.substr(0, type.find(u'('));
+    if (name == u"bit") return ToText(Below(2));
+    if (name == u"tinyint") return ToText(Below(256));
+    if (name == u"smallint") return either(u"-32768", u"32767", sign + ToText(Below(30000)));
+    if (name == u"int") return either(u"-2147483648", u"2147483647", sign + ToText(Below(2000000)));
+    if (name == u"bigint") {
+        return either(u"-9223372036854775808", u"9223372036854775807", sign + u"1" + Digits(17));
+    }
+    if (type == u"decimal(38,0)") return sign + u"1" + Digits(Below(38));
+    if (type == u"decimal(38,38)") return sign + u"0." + Digits(38);
+    if (type == u"decimal(18,4)") return sign + u"1" + Digits(Below(14)) + u"." + Digits(4);
+    if (name == u"numeric") return sign + u"1" + Digits(Below(7)) + u"." + Digits(2);
+    if (name == u"money") {
+        return either(u"-922337203685477.5808", u"922337203685477.5807",
+                      sign + u"1" + Digits(Below(14)) + u"." + Digits(4));
+    }
+    if (name == u"smallmoney") {
+        return either(u"-214748.3648", u"214748.3647",
+                      sign + u"1" + Digits(Below(5)) + u"." + Digits(4));
+    }
+    if (name == u"float" || name == u"real") {
+        const int exponent = Below(name == u"float" ? 600 : 70) - (name == u"float" ? 300 : 35);
+        return sign + u"1." + Digits(name == u"float" ? 16 : 8) + u"E" + ToText(exponent);
+    }
+    if (name == u"datetime") return u"'" + Day(1753, 9999, false) + u" " + TimeOfDay(2) + u"7'";
+    if (name == u"smalldatetime") {
+        return u"'" + Day(1900, 2078, false) + u" " + Padded(Below(24), 2) + u":" +
+               Padded(Below(60), 2) + u":00'";
+    }
+    const int scale =
+        type.find(u'(') == std::u16string::npos ? 0 : type[type.find(u'(') + 1] - u'0';
+    if (name == u"date") return u"'" + Day(1, 9999, true) + u"'";
+    if (name == u"time") return u"'" + TimeOfDay(scale) + u"'";
+    if (name == u"datetime2") return u"'" + Day(1, 9999, true) + u" " + TimeOfDay(scale) + u"'";
+    if (name == u"datetimeoffset") {
+        return u"'" + Day(2, 9998, true) + u" " + TimeOfDay(scale) + (Chance(50) ? u" +" : u" -") +
+               Padded(Below(14), 2) + u":" + Padded(Below(4) * 15, 2) + u"'";
+    }
+    if (name == u"char") return TextLiteral(false, 10, true);
+    if (type == u"varchar(30)") return TextLiteral(false, 24, true);
+    if (name == u"varchar" || name == u"text")
+        return TextLiteral(false, Chance(10) ? 9000 : 40, false);
+    if (name == u"nchar") return TextLiteral(true, 10, true);
+    if (type == u"nvarchar(30)") return TextLiteral(true, 24, false).substr(0, 2000);
+    if (name == u"nvarchar" || name == u"ntext")
+        return TextLiteral(true, Chance(10) ? 5000 : 40, false);
+    if (name == u"binary") return Hex(8);
+    if (type == u"varbinary(20)") return Hex(Below(21));
+    if (name == u"varbinary" || name == u"image") return Hex(Chance(10) ? 10000 : Below(30));
+    const std::u16string guid = Hex(16).substr(2);
+    return u"'{" + guid.substr(0, 8) + u"-" + guid.substr(8, 4) + u"-" + guid.substr(12, 4) + u"-" +
+           guid.substr(16, 4) + u"-" + guid.substr(20) + u"}'";
+}
+
+std::u16string RandomDatabases::CreateTable(const Table& table) {
+    std::u16string sql = u"CREATE TABLE [" + table.name + u"] (";
+    std::u16string key;
+    bool first = true;
+    for (const Column& column : table.columns) {
+        if (!first) sql += u", ";
+        first = false;
+        sql += u"[" + column.name + u"] ";
+        if (!column.definition.empty()) {
+            sql += column.definition;
+            continue;
+        }
+        sql += column.type;
+        if (column.isKey && table.key == Key::Identity) sql += u" IDENTITY(1,1)";
+        sql += column.nullable && column.written ? u" NULL" : u" NOT NULL";
+        if (column.isKey) key += (key.empty() ? u"[" : u", [") + column.name + u"]";
+    }
+    if (table.key != Key::None && table.key != Key::UniqueIndex) {
+        sql += u", CONSTRAINT [PK " + table.name + u"] PRIMARY KEY (" + key + u")";
+    }
+    sql += u")\nGO\n";
+    if (table.key == Key::UniqueIndex) {
+        sql += u"CREATE UNIQUE INDEX [UX " + table.name + u"] ON [" + table.name + u"] (" + key +
+               u")\nGO\n";
+    }
+    return sql;
+}
+
+std::u16string RandomDatabases::Script(const std::u16string& database) const {
+    std::u16string sql = u"CREATE DATABASE " + database + u"\nGO\nUSE " + database + u"\nGO\n";
+    for (const Table& table : tables_) {
+        sql += CreateTable(table);
+        for (const Column& column : table.columns) {
+            if (column.parent < 0) continue;
+            const Table& parent = tables_[static_cast<std::size_t>(column.parent)];
+            sql += u"ALTER TABLE [" + table.name + u"] ADD CONSTRAINT [FK " + table.name +
+                   column.name + u"] FOREIGN KEY ([" + column.name + u"]) REFERENCES [" +
+                   parent.name + u"] ([id])\nGO\n";
+        }
+    }
+    if (withView_) {
+        sql +=
+            u"CREATE VIEW v WITH SCHEMABINDING AS SELECT id FROM dbo.[first]\nGO\n"
+            u"CREATE UNIQUE CLUSTERED INDEX ix ON v (id)\nGO\n";
+    }
+    return sql;
+}
+
+std::vector<std::u16string> RandomDatabases::Inserts(int side) const {
+    std::vector<std::u16string> batches;
+    for (const Table& table : tables_) {
+        const bool identity = table.key == Key::Identity;
+        for (const Row& row : table.rows[side - 1]) {
+            std::u16string columns;
+            std::u16string values;
+            for (std::size_t c = 0; c < row.size(); ++c) {
+                if (!table.columns[c].written) continue;
+                columns += (columns.empty() ? u"[" : u", [") + table.columns[c].name + u"]";
+                values += (values.empty() ? u"" : u", ") + row[c];
+            }
+            if (columns.empty()) continue;
+            const std::u16string insert =
+                u"INSERT INTO [" + table.name + u"] (" + columns + u") VALUES (" + values + u")";
+            const std::u16string on = u"SET IDENTITY_INSERT [" + table.name + u"] ON ";
+            const std::u16string off = u" SET IDENTITY_INSERT [" + table.name + u"] OFF";
+            batches.push_back(identity ? on + insert + off : insert);
+        }
+    }
+    return batches;
+}
+
+std::vector<std::u16string> RandomDatabases::Entries() const {
+    std::vector<std::u16string> entries;
+    for (const Table& table : tables_)
+        entries.push_back(MakeTableEntry(u"dbo", table.name));
+    if (withView_) entries.push_back(u"[dbo].[v]");
+    return entries;
+}
+
+std::vector<std::u16string> RandomDatabases::TableNames() const {
+    std::vector<std::u16string> names;
+    for (const Table& table : tables_)
+        names.push_back(u"[" + table.name + u"]");
+    return names;
+}
+
+}  // namespace QuillonLib

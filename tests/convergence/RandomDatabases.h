@@ -1,0 +1,69 @@
+// Two databases of one random schema whose rows differ at random.
+#pragma once
+
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace QuillonLib {
+
+// Everything follows from the seed.
+class RandomDatabases {
+  public:
+    explicit RandomDatabases(std::uint32_t seed);
+
+    // A script that creates a database of the given name and its empty tables.
+    std::u16string Script(const std::u16string& database) const;
+    // The rows of side 1 or side 2: one batch each, for data may hold a line "GO".
+    std::vector<std::u16string> Inserts(int side) const;
+    // The tables in brackets, in an order in which each may refer to those before it.
+    std::vector<std::u16string> TableNames() const;
+    // Table entries of all tables and views, in order.
+    std::vector<std::u16string> Entries() const;
+
+  private:
+    enum class Key { Int, Identity, Composite, Guid, UniqueIndex, None };
+    struct Column {
+        std::u16string name;
+        std::u16string type;
+        bool nullable = true;
+        bool isKey = false;
+        bool written = true;             // not computed, not a timestamp
+        int parent = -1;                 // table that a foreign key refers to
+        std::u16string definition = {};  // of a computed column
+    };
+    using Row = std::vector<std::u16string>;  // literals, by column
+    struct Table {
+        std::u16string name;
+        Key key = Key::None;
+        std::vector<Column> columns;
+        std::vector<Row> rows[2];
+        std::vector<std::u16string> keyValues[2];  // of tables with a single int key
+    };
+
+    int Below(int limit) { return static_cast<int>(random_() % static_cast<unsigned>(limit)); }
+    bool Chance(int percent) { return Below(100) < percent; }
+
+    void MakeTable(int number);
+    void AddKeyColumns(Table& table);
+    void AddColumn(Table& table);
+    void FillTable(Table& table);
+    std::vector<std::u16string> KeyLiterals(const Table& table, int row);
+    std::u16string ValueOf(const Column& column, int side);
+    std::u16string Literal(const std::u16string& type);
+    std::u16string TextLiteral(bool unicode, int longest, bool oneLine);
+    std::u16string Digits(int count);
+    std::u16string Hex(int bytes);
+    std::u16string Padded(int number, int width);
+    std::u16string TimeOfDay(int fractionDigits);
+    std::u16string Day(int firstYear, int lastYear, bool dashes);
+
+    static std::u16string CreateTable(const Table& table);
+
+    std::mt19937 random_;
+    std::vector<Table> tables_;
+    bool withView_ = false;
+};
+
+}  // namespace QuillonLib
