@@ -1,10 +1,12 @@
 #include "scripts/TableOrder.h"
 
-#include <string_view>
+#include <limits>
 #include <unordered_set>
+#include <utility>
 
 #include "catalog/Database.h"
 #include "compare/TableDifference.h"
+#include "core/Error.h"
 
 namespace QuillonLib {
 
@@ -70,6 +72,13 @@ class TablePlacement {
 std::vector<PlacedTable> OrderTablesByDependency(Database& obDB1,
                                                  const TableDifferences& obTableDifferences) {
     return TablePlacement(obDB1, obTableDifferences).Run();
+}
+
+std::int16_t CountOfPlaced(const std::vector<PlacedTable>& order) {
+    if (order.size() > std::numeric_limits<std::int16_t>::max()) {
+        throw Error(ErrorNumber::Overflow, u"Overflow");
+    }
+    return static_cast<std::int16_t>(order.size());
 }
 
 }  // namespace QuillonLib

@@ -2,8 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -28,5 +26,8 @@ struct PlacedTable {
 // results. Error 5 when the catalog of database 1 lacks a table; errors of loading that catalog.
 std::vector<PlacedTable> OrderTablesByDependency(Database& obDB1,
                                                  const TableDifferences& obTableDifferences);
+
+// How many there are, in the 16 bits in which they are counted. Error 6 for more than 32,767.
+std::int16_t CountOfPlaced(const std::vector<PlacedTable>& order);
 
 }  // namespace QuillonLib

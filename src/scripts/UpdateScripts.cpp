@@ -1,14 +1,12 @@
 #include "scripts/UpdateScripts.h"
 
 #include <algorithm>
-#include <limits>
 #include <map>
 #include <vector>
 
 #include "catalog/Database.h"
 #include "catalog/Login.h"
 #include "compare/TableDifference.h"
-#include "core/Error.h"
 #include "core/Text.h"
 #include "data/Connection.h"
 #include "data/Recordset.h"
@@ -65,6 +63,7 @@ class UpdateScriptWriter {
 
         Reserve();
         BeginScripts();
+        CountOfPlaced(order);
         WriteDeletes(order);
         WriteInsertsAndUpdates(order);
         sRight_.append(u"COMMIT\r\n");
@@ -138,16 +137,8 @@ class UpdateScriptWriter {
         BeginScript(sLeft_, obDB1_, obDB2_);
     }
 
-    // Rows are counted in 16 bits.
-    static void RequireCountable(const std::vector<PlacedTable>& order) {
-        if (order.size() > std::numeric_limits<std::int16_t>::max()) {
-            throw Error(ErrorNumber::Overflow, u"Overflow");
-        }
-    }
-
     // From the last placed tables to the first; tables of one pass keep their order.
     void WriteDeletes(const std::vector<PlacedTable>& order) {
-        RequireCountable(order);
         std::vector<PlacedTable> descending = order;
         std::stable_sort(
             descending.begin(), descending.end(),

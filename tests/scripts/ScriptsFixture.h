@@ -1,0 +1,79 @@
+// Two databases that have been compared, and the scripts that come of it.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "data/Recordset.h"
+#include "tests/compare/ComparisonFixture.h"
+
+namespace QuillonLib {
+
+inline constexpr auto EverythingShown =
+    cpoShowIdentical | cpoShowDifferent | cpoShowMissing | cpoShowAdditional;
+
+// Every line with its line end.
+inline std::u16string Lines(const Texts& lines) {
+    std::u16string text;
+    for (const auto& line : lines)
+        text += line + u"\r\n";
+    return text;
+}
+
+class ScriptsFixture : public ComparisonFixture {
+  protected:
+    // Six outputs of one call, with the two strings as they were before it.
+    struct TableOutputs {
+        std::shared_ptr<Recordset> equal;
+        std::shared_ptr<Recordset> different;
+        std::shared_ptr<Recordset> right;
+        std::shared_ptr<Recordset> left;
+        std::u16string sRight = u"as it was";
+        std::u16string sLeft = u"as it was";
+    };
+
+    void GetRecordsets(const std::shared_ptr<TableDifference>& result, TableOutputs& outputs,
+                       enShowOptions options = EverythingShown, std::int32_t records = 0) {
+        utils.GetRecordsets(one, two, one, result, outputs.equal, outputs.different, outputs.right,
+                            outputs.left, outputs.sRight, outputs.sLeft, options, records);
+    }
+    TableOutputs RecordsetsOf(const std::u16string& table, enShowOptions options = EverythingShown,
+                              std::int32_t records = 0) {
+        const auto result = CompareOne(table);
+        EXPECT_EQ(result->Error(), u"");
+        TableOutputs outputs;
+        server.ClearLog();
+        GetRecordsets(result, outputs, options, records);
+        return outputs;
+    }
+
+    struct Scripts {
+        std::u16string sRight;
+        std::u16string sLeft;
+    };
+    Scripts UpdateScriptsOf(const std::shared_ptr<TableDifferences>& results,
+                            enShowOptions options = EverythingShown, std::int32_t records = 0) {
+        Scripts scripts{u"as it was", u"as it was"};
+        statuses.clear();
+        server.ClearLog();
+        utils.GetUpdateScripts(one, two, one, results, scripts.sLeft, scripts.sRight, options,
+                               records);
+        return scripts;
+    }
+    Scripts UpdateScriptsOf(const Texts& tables, enShowOptions options = EverythingShown) {
+        one->CheckDependencies(true);
+        return UpdateScriptsOf(Compare(tables), options);
+    }
+
+    // The server's address holds a port that no literal can know.
+    std::u16string WithoutAddress(std::u16string text) const {
+        const std::u16string address = server.Address();
+        for (std::size_t at = text.find(address); at != text.npos; at = text.find(address)) {
+            text.replace(at, address.size(), u"SERVER");
+        }
+        return text;
+    }
+};
+
+}  // namespace QuillonLib
