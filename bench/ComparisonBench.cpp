@@ -170,7 +170,7 @@ void Run(int tables, int rows) {
 
 int main(int argc, char** argv) {
     try {
-        Run(argc > 1 ? std::atoi(argv[1]) : 500, argc > 2 ? std::atoi(argv[2]) : 200);
+        Run(argc > 1 ? std::atoi(argv[1]) : 500, argc > 2 ? std::atoi(argv[2]) : 1000);
     } catch (const std::exception& error) {
         std::cerr << error.what() << '\n';
         return 1;
