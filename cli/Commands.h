@@ -15,6 +15,12 @@ struct Program {
 
 void AddDemoCommand(CLI::App& app, Program& program);
 void AddCompareCommand(CLI::App& app, Program& program);
+void AddRowsCommand(CLI::App& app, Program& program);
+void AddScriptCommand(CLI::App& app, Program& program);
+void AddSyncCommand(CLI::App& app, Program& program);
+void AddTemplateCommand(CLI::App& app, Program& program);
+void AddDiscoveryCommands(CLI::App& app, Program& program);  // servers, databases
+void AddTextCommands(CLI::App& app, Program& program);       // split, encrypt, decrypt
 void AddSandboxCommand(CLI::App& app, Program& program);
 
 // The whole program; returns its exit code. `arguments` begins with the program's name.

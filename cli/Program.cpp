@@ -23,6 +23,12 @@ int RunProgram(int argc, const char* const* argv) {
     app.footer("Exit codes: 0 identical or done, 1 differences found, 2 failed.");
     AddDemoCommand(app, program);
     AddCompareCommand(app, program);
+    AddRowsCommand(app, program);
+    AddScriptCommand(app, program);
+    AddSyncCommand(app, program);
+    AddTemplateCommand(app, program);
+    AddDiscoveryCommands(app, program);
+    AddTextCommands(app, program);
     AddSandboxCommand(app, program);
     MakeDriverReachable();
     try {

@@ -33,8 +33,8 @@ bool Works(Action action) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    std::ofstream(File(), std::ios::binary).write(reinterpret_cast<const char*>(data),
-                                                  static_cast<std::streamsize>(size));
+    std::ofstream(File(), std::ios::binary)
+        .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
     ComparisonTemplates store;
     store.Load(File().u16string());
     Works([&] { store.Templates(); });

@@ -73,8 +73,8 @@ std::filesystem::path LibraryFolder() {
     dl_iterate_phdr(FindObjectOfAddress, &object);
     if (!object.found) ThrowNotFound();
     std::error_code failure;
-    const std::filesystem::path file = std::filesystem::canonical(
-        object.path.empty() ? "/proc/self/exe" : object.path, failure);
+    const std::filesystem::path file =
+        std::filesystem::canonical(object.path.empty() ? "/proc/self/exe" : object.path, failure);
     if (failure) ThrowNotFound();
     return file.parent_path();
 }

@@ -26,15 +26,16 @@ void* XmlAllocate(std::size_t size) {
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+// Not inlined: seen together, malloc and delete look like a mistake to the compiler.
+[[gnu::noinline]] void* operator new(std::size_t size) {
     if (AllocationFails()) throw std::bad_alloc();
     if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
     std::free(memory);
 }
-void operator delete(void* memory, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
 }
 

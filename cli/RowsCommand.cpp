@@ -1,0 +1,156 @@
+#include <memory>
+#include <stdexcept>
+
+#include "cli/Commands.h"
+#include "cli/ComparisonOptions.h"
+
+namespace quillon {
+
+namespace {
+
+using namespace QuillonLib;
+
+struct RowsOptions {
+    DatabaseOptions databases;
+    std::string table;
+    std::string index;
+    bool identical = false;
+    bool different = false;
+    bool here = false;
+    bool there = false;
+    int limit = 0;
+};
+
+// A value as it can stand on one line.
+std::string Shown(const Value& value) {
+    if (value.IsNull()) return "NULL";
+    if (value.Kind() == ValueKind::Bytes) {
+        std::string text = "0x";
+        for (const std::uint8_t byte : value.Get<ByteArray>()) {
+            text += "0123456789ABCDEF"[byte >> 4];
+            text += "0123456789ABCDEF"[byte & 15];
+        }
+        return text;
+    }
+    std::string text;
+    for (const char unit : ToUtf8(DefaultText(value))) {
+        const auto code = static_cast<unsigned char>(unit);
+        if (unit == '\n') {
+            text += "\\n";
+        } else if (unit == '\r') {
+            text += "\\r";
+        } else if (unit == '\t') {
+            text += "\\t";
+        } else if (code < 0x20 || code == 0x7F) {
+            text += "\\x";
+            text += "0123456789abcdef"[code >> 4];
+            text += "0123456789abcdef"[code & 15];
+        } else {
+            text += unit;
+        }
+    }
+    return text;
+}
+
+void PrintRows(Console& console, const std::string& title, Recordset* rows) {
+    if (rows == nullptr) return;
+    console.Print(
+        console.Coloured(Colour::Bold, title + ": " + std::to_string(rows->RecordCount())));
+    if (rows->RecordCount() == 0) return;
+    std::vector<TextTable::Cell> heading;
+    for (std::size_t i = 0; i < rows->FieldCount(); ++i)
+        heading.push_back({ToUtf8(rows->Info(i).name)});
+    TextTable table(std::vector<TextTable::Align>(heading.size(), TextTable::Align::Left));
+    table.AddRow(heading);
+    for (; !rows->EndOfSet(); rows->MoveNext()) {
+        std::vector<TextTable::Cell> cells;
+        for (std::size_t i = 0; i < rows->FieldCount(); ++i) {
+            const Value value = rows->Fields(i).Value();
+            cells.push_back({Shown(value), value.IsNull() ? Colour::Dim : Colour::None});
+        }
+        table.AddRow(std::move(cells));
+    }
+    table.PrintTo(console);
+    console.Print();
+}
+
+// Two lines for each row, one for each database; a cell that differs is marked with "*" and colour.
+void PrintDifferent(Console& console, const TableDifference& result, Recordset* rows) {
+    if (rows == nullptr) return;
+    console.Print(
+        console.Coloured(Colour::Bold, "Different: " + std::to_string(rows->RecordCount())));
+    if (rows->RecordCount() == 0) return;
+    std::vector<TextTable::Cell> heading{{""}};
+    for (const auto& column : *result.Columns())
+        heading.push_back({ToUtf8(column->Name())});
+    TextTable table(std::vector<TextTable::Align>(heading.size(), TextTable::Align::Left));
+    table.AddRow(heading);
+    for (; !rows->EndOfSet(); rows->MoveNext()) {
+        std::vector<TextTable::Cell> cells[2] = {{{"1"}}, {{"2"}}};
+        for (std::size_t i = 0; i + 1 < rows->FieldCount(); i += 2) {
+            const Value values[2] = {rows->Fields(i).Value(), rows->Fields(i + 1).Value()};
+            const bool changed = !(values[0] == values[1]);
+            for (int side = 0; side < 2; ++side) {
+                cells[side].push_back({(changed ? "*" : "") + Shown(values[side]),
+                                       changed ? Colour::Yellow : Colour::None});
+            }
+        }
+        table.AddRow(std::move(cells[0]));
+        table.AddRow(std::move(cells[1]));
+    }
+    table.PrintTo(console);
+    console.Print();
+}
+
+int ShowRows(const RowsOptions& options, Console& console) {
+    Comparison comparison;
+    comparison.databases = options.databases.Make(console);
+    const std::u16string entry = ToTableEntry(options.table);
+    comparison.tables.Items.push_back(entry);
+    if (!options.index.empty()) comparison.indexes.Add(FromUtf8(options.index), entry);
+    const auto result = Run(comparison, console)->Item(1);
+    if (!result->Error().empty()) throw std::runtime_error(ToUtf8(result->Error()));
+    if (!result->HasPrimaryKey()) {
+        throw std::runtime_error(
+            options.table + " has no key that both databases share: its rows cannot be matched");
+    }
+
+    const bool all = !options.identical && !options.different && !options.here && !options.there;
+    int flags = options.limit > 0 ? cpoLimitRecordsReturned : 0;
+    if (options.identical) flags |= cpoShowIdentical;
+    if (options.different || all) flags |= cpoShowDifferent;
+    if (options.here || all) flags |= cpoShowMissing;
+    if (options.there || all) flags |= cpoShowAdditional;
+    Utils utils;
+    std::shared_ptr<Recordset> equal, different, right, left;
+    std::u16string toTwo, toOne;
+    const auto& [obDB1, obDB2, obDB3] = comparison.databases;
+    utils.GetRecordsets(obDB1, obDB2, obDB3, result, equal, different, right, left, toTwo, toOne,
+                        static_cast<enShowOptions>(flags), options.limit);
+    PrintRows(console, "Identical", equal.get());
+    PrintDifferent(console, *result, different.get());
+    PrintRows(console, "Only in " + ToUtf8(obDB1->Description()), right.get());
+    PrintRows(console, "Only in " + ToUtf8(obDB2->Description()), left.get());
+    return result->Identical() ? 0 : 1;
+}
+
+}  // namespace
+
+void AddRowsCommand(CLI::App& app, Program& program) {
+    auto* command = app.add_subcommand("rows", "Show the rows behind one table's result");
+    command->footer(
+        "Example:\n  quillon rows dbo.customer db1/sales db2/sales --user reader --limit 20");
+    auto options = std::make_shared<RowsOptions>();
+    command->add_option("table", options->table, "Table, as name or owner.name")->required();
+    options->databases.AddTo(*command);
+    command->add_option("--index", options->index, "Unique index whose columns are the key");
+    command->add_flag("--identical", options->identical, "Show identical rows");
+    command->add_flag("--different", options->different, "Show differing rows");
+    command->add_flag("--here", options->here, "Show rows only in the first database");
+    command->add_flag("--there", options->there, "Show rows only in the second database");
+    command->add_option("--limit", options->limit, "Show at most so many of each kind");
+    command->callback(
+        [options, &program] { program.exitCode = ShowRows(*options, program.console); });
+}
+
+}  // namespace quillon
