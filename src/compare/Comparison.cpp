@@ -103,6 +103,9 @@ class ComparisonRun {
         bool bCancel = false;
         for (std::int32_t index = request_.sTables.LowerBound;
              index <= request_.sTables.UpperBound() && !bCancel; ++index) {
+            // What an earlier table met is not told again with this one's failure.
+            for (const auto& connection : connections_)
+                connection->ClearErrors();
             if (request_.SuppressCompareProcessErrors) {
                 CompareAndReport(comparison, results, index, bCancel);
             } else {

@@ -124,5 +124,8 @@ bool Connection::IsOpen() const noexcept {
 const std::vector<Diagnostic>& Connection::Errors() const noexcept {
     return impl_->errors;
 }
+void Connection::ClearErrors() noexcept {
+    impl_->errors.clear();
+}
 
 }  // namespace QuillonLib

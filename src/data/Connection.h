@@ -52,6 +52,7 @@ class Connection {
     // The diagnostics of the last call that failed; empty before the first failure. They outlive
     // Close.
     const std::vector<Diagnostic>& Errors() const noexcept;
+    void ClearErrors() noexcept;
 
     class Impl;
 

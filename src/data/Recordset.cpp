@@ -130,9 +130,13 @@ const FieldInfo& Recordset::Info(std::size_t index) const {
 
 std::size_t Recordset::FieldIndex(std::u16string_view name) const {
     const Rows& rows = Opened();
-    const auto found =
-        std::find_if(rows.fields.begin(), rows.fields.end(),
-                     [&](const FieldInfo& field) { return EqualIgnoringCase(field.name, name); });
+    auto found = std::find_if(rows.fields.begin(), rows.fields.end(),
+                              [&](const FieldInfo& field) { return field.name == name; });
+    if (found == rows.fields.end()) {
+        found = std::find_if(rows.fields.begin(), rows.fields.end(), [&](const FieldInfo& field) {
+            return EqualIgnoringCase(field.name, name);
+        });
+    }
     if (found == rows.fields.end()) ThrowItemNotFound();
     return static_cast<std::size_t>(found - rows.fields.begin());
 }

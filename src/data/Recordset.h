@@ -66,7 +66,7 @@ class Recordset {
 
     std::size_t FieldCount() const;
     const FieldInfo& Info(std::size_t index) const;
-    // Names are compared without regard to case; of equal names the first counts.
+    // The field of exactly that name, else of that name in another case; of several the first.
     // Throws Error ItemNotFound.
     std::size_t FieldIndex(std::u16string_view name) const;
     Field Fields(std::size_t index) const;

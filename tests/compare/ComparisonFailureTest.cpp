@@ -85,6 +85,15 @@ TEST_F(ComparisonFailureTest, WithSuppressionTheOtherTablesAreCompared) {
     EXPECT_EQ(processErrors.size(), 1U);
 }
 
+TEST_F(ComparisonFailureTest, AnErrorTellsNothingOfEarlierTables) {
+    server.AddFault(ErrorIn(u"UNION"));
+    utils.SuppressCompareProcessErrors(true);
+    Compare({u"[dbo].[a]", u"[dbo].[nothing]"});
+    ASSERT_EQ(processErrors.size(), 2U);
+    EXPECT_NE(processErrors[0].description.find(u"made to fail"), std::u16string::npos);
+    EXPECT_EQ(processErrors[1].description, ClosedText);
+}
+
 TEST_F(ComparisonFailureTest, AHandlerOfProcessErrorMayEndTheComparison) {
     utils.SuppressCompareProcessErrors(true);
     onProcessError = [](bool& cancel) { cancel = true; };

@@ -180,6 +180,8 @@ TEST(Connection, SurfacesTheErrorOfALaterStatement) {
     EXPECT_EQ(connection->Errors()[0].nativeError, 547);
     EXPECT_EQ(connection->Errors()[0].sqlState, "23000");
     EXPECT_TRUE(connection->IsOpen());
+    connection->ClearErrors();
+    EXPECT_TRUE(connection->Errors().empty());
 }
 
 TEST(Connection, JoinsTheErrorsOfAllStatements) {

@@ -85,6 +85,18 @@ TEST_F(RecordsetTest, DescribesItsFields) {
     EXPECT_EQ(rows.FieldIndex(u"text"), 1U);
 }
 
+TEST_F(RecordsetTest, AFieldOfExactlyTheNameComesFirst) {
+    server.On(u"rows", [](ResultSink& sink) {
+        test::SendRows(sink,
+                       {test::Column(u"a", test::Type(sandbox::TypeId::Int)),
+                        test::Column(u"A", test::Type(sandbox::TypeId::Int))},
+                       {{test::IntegerCell(1), test::IntegerCell(2)}});
+    });
+    rows.Open(u"rows", connection);
+    EXPECT_EQ(rows.Fields(u"a").Value(), Value(1));
+    EXPECT_EQ(rows.Fields(u"A").Value(), Value(2));
+}
+
 TEST_F(RecordsetTest, HasNoFieldOfAnUnknownName) {
     ServeNumbers(1);
     rows.Open(u"rows", connection);
