@@ -191,7 +191,7 @@ TEST_F(RecordsetTest, FindsEveryRowOfManyBlocks) {
 TEST_F(RecordsetTest, KeepsFieldsOfTheSameName) {
     server.On(u"twice", [](ResultSink& sink) {
         SendRows(sink,
-                 {Column(u"a", Type(TypeId::Int)), Column(u"A", Type(TypeId::Int)),
+                 {Column(u"a", Type(TypeId::Int)), Column(u"a", Type(TypeId::Int)),
                   Column(u"", Type(TypeId::Int))},
                  {{IntegerCell(1), IntegerCell(2), IntegerCell(3)}});
     });
