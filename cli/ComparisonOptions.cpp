@@ -42,11 +42,14 @@ void ComparisonOptions::AddTo(CLI::App& command) {
         .add_option("--table,-t", tables_,
                     "Table or indexed view to compare, as name or owner.name; may be given again "
                     "(default: all that both databases have)")
+        ->allow_extra_args(false)
         ->type_name("TABLE");
     command.add_option("--index", indexes_, "Unique index whose columns are a table's key")
+        ->allow_extra_args(false)
         ->type_name("TABLE=INDEX");
     command
         .add_option("--columns", columns_, "Columns of a table that are compared (default: all)")
+        ->allow_extra_args(false)
         ->type_name("TABLE=A,B,...");
 }
 

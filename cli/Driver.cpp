@@ -25,10 +25,10 @@ bool IsRegistered() {
 fs::path FindFreeTds() {
     std::error_code ignored;
     for (const fs::path folder : {"/usr/lib", "/usr/lib64", "/usr/local/lib"}) {
-        const fs::path here = folder / "odbc" / "libtdsodbc.so";
+        fs::path here = folder / "odbc" / "libtdsodbc.so";
         if (fs::exists(here, ignored)) return here;
         for (const auto& entry : fs::directory_iterator(folder, ignored)) {
-            const fs::path there = entry.path() / "odbc" / "libtdsodbc.so";
+            fs::path there = entry.path() / "odbc" / "libtdsodbc.so";
             if (fs::exists(there, ignored)) return there;
         }
     }

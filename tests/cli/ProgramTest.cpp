@@ -1,0 +1,237 @@
+// The program as it is called, against the sandbox.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "cli/Commands.h"
+#include "tests/support/SandboxTest.h"
+
+namespace quillon {
+namespace {
+
+struct Outcome {
+    int exitCode = 0;
+    std::string out;
+    std::string err;
+};
+
+class ProgramTest : public QuillonLib::SandboxTest {
+  protected:
+    ProgramTest() {
+        setenv("QUILLON_PASSWORD", "sandbox", 1);
+        std::string name = (std::filesystem::temp_directory_path() / "quillon-XXXXXX").string();
+        folder = mkdtemp(name.data());
+        const std::u16string tables =
+            u"CREATE TABLE p (id int NOT NULL CONSTRAINT PK_p PRIMARY KEY, n nvarchar(20) "
+            u"NULL)\nGO\n"
+            u"CREATE TABLE c (id int NOT NULL CONSTRAINT PK_c PRIMARY KEY, "
+            u"pid int NULL CONSTRAINT FK_c REFERENCES p (id))\nGO\n";
+        server.Run(u"CREATE DATABASE a\nGO\nUSE a\nGO\n" + tables +
+                   u"INSERT p VALUES (1, N'one'), (2, NULL)\nGO\nINSERT c VALUES (1, 1), (2, 2)");
+        server.Run(
+            u"CREATE DATABASE b\nGO\nUSE b\nGO\n" + tables +
+            u"INSERT p VALUES (1, N'uno'), (3, N'three')\nGO\nINSERT c VALUES (1, 1), (2, 3)");
+        one = QuillonLib::ToUtf8(server.Address()) + "/a";
+        two = QuillonLib::ToUtf8(server.Address()) + "/b";
+    }
+    ~ProgramTest() override { std::filesystem::remove_all(folder); }
+
+    static Outcome Call(std::vector<std::string> arguments) {
+        std::vector<const char*> argv{"quillon"};
+        for (const auto& argument : arguments)
+            argv.push_back(argument.c_str());
+        Outcome outcome;
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        outcome.exitCode = RunProgram(static_cast<int>(argv.size()), argv.data());
+        outcome.out = testing::internal::GetCapturedStdout();
+        outcome.err = testing::internal::GetCapturedStderr();
+        return outcome;
+    }
+    Outcome OnBoth(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.end(), {one, two, "--user", "sa"});
+        return Call(std::move(arguments));
+    }
+    std::string Read(const char* name) const {
+        std::ifstream stream(folder / name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+    std::string File(const char* name) const { return (folder / name).string(); }
+    std::u16string RowsOfB() {
+        return server.Scalar(u"USE b SELECT CAST(COUNT(*) AS nvarchar(9)) + ' ' + MIN(n) FROM p");
+    }
+
+    std::filesystem::path folder;
+    std::string one;
+    std::string two;
+};
+
+TEST_F(ProgramTest, ComparePrintsATableAndALastLine) {
+    const Outcome outcome = OnBoth({"compare"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.out,
+              "Table      Rows in 1  Rows in 2  Union  Differing  Only in 1  Only in 2  Verdict\n"
+              "[dbo].[c]          2          2      3          1          0          0  different\n"
+              "[dbo].[p]          2          2      4          1          1          1  different\n"
+              "\n"
+              "2 tables: 0 identical, 2 different\n");
+    EXPECT_EQ(outcome.err, "");
+}
+
+TEST_F(ProgramTest, IdenticalDatabasesAreExitCode0) {
+    const Outcome outcome = Call({"compare", one, one, "--user", "sa", "--table", "p"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_NE(outcome.out.find("1 table: 1 identical, 0 different\n"), std::string::npos);
+}
+
+TEST_F(ProgramTest, ATableThatCannotBeComparedIsExitCode2) {
+    const Outcome outcome = OnBoth({"compare", "--table", "nothing"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_NE(outcome.out.find("The database 'a' has no table or view [dbo].[nothing]."),
+              std::string::npos)
+        << outcome.out;
+}
+
+TEST_F(ProgramTest, BadCallsAreNamed) {
+    const Outcome place = Call({"compare", "x", "y", "--user", "sa"});
+    EXPECT_EQ(place.exitCode, 2);
+    EXPECT_NE(place.err.find("quillon: 'x' is not SERVER/DATABASE"), std::string::npos)
+        << place.err;
+    EXPECT_EQ(Call({"compare", one, two}).exitCode, 2);
+    EXPECT_EQ(Call({"nonsense"}).exitCode, 2);
+    EXPECT_EQ(Call({}).exitCode, 2);
+}
+
+TEST_F(ProgramTest, HelpIsNoFailure) {
+    const Outcome outcome = Call({"sync", "--help"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_NE(outcome.out.find("--suspend-constraints"), std::string::npos);
+}
+
+TEST_F(ProgramTest, ARefusedLoginShowsTheServersTextAndNoPassword) {
+    setenv("QUILLON_PASSWORD", "not the password", 1);
+    const Outcome outcome = OnBoth({"compare"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_NE(outcome.err.find("Login failed for user 'sa'."), std::string::npos) << outcome.err;
+    EXPECT_EQ(outcome.err.find("not the password"), std::string::npos);
+}
+
+TEST_F(ProgramTest, RowsMarksTheCellsThatDiffer) {
+    const Outcome outcome = OnBoth({"rows", "p"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.out, "Different: 1\n   id  n\n1  1   *one\n2  1   *uno\n\nOnly in " + one +
+                               ": 1\nid  n\n2   NULL\n\nOnly in " + two +
+                               ": 1\nid  n\n3   three\n\n");
+}
+
+TEST_F(ProgramTest, ScriptWritesBothEncodingsWithTheirMark) {
+    EXPECT_EQ(OnBoth({"script", "--to", "2", "-o", File("a.sql")}).exitCode, 0);
+    const std::string utf8 = Read("a.sql");
+    EXPECT_EQ(utf8.substr(0, 17), "\xEF\xBB\xBF-- Run this on");
+    EXPECT_NE(utf8.find("\r\nEXEC prcTmp_QVX_Insert 2, NULL\r\n"), std::string::npos);
+    EXPECT_EQ(OnBoth({"script", "--to", "2", "-o", File("b.sql"), "--encoding", "utf16"}).exitCode,
+              0);
+    const std::string utf16 = Read("b.sql");
+    EXPECT_EQ(utf16.substr(0, 6), std::string("\xFF\xFE-\0-\0", 6));
+    EXPECT_EQ(utf16.size(), 2 + (utf8.size() - 3) * 2);
+}
+
+TEST_F(ProgramTest, HalfASurrogatePairIsRefusedInUtf8AndNothingIsWritten) {
+    server.Run(u"USE a\nGO\nINSERT p VALUES (9, N'" + std::u16string(1, 0xD83D) + u"')");
+    const Outcome outcome = OnBoth({"script", "--to", "2", "-o", File("a.sql")});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_NE(outcome.err.find("--encoding utf16"), std::string::npos) << outcome.err;
+    EXPECT_FALSE(std::filesystem::exists(folder / "a.sql"));
+    EXPECT_EQ(OnBoth({"script", "--to", "2", "-o", File("a.sql"), "--encoding", "utf16"}).exitCode,
+              0);
+}
+
+TEST_F(ProgramTest, SyncWithoutAYesChangesNothing) {
+    const Outcome outcome = OnBoth({"sync", "--to", "2"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(RowsOfB(), u"2 three");
+}
+
+TEST_F(ProgramTest, SyncExplainsAConstraintAndLeavesEverythingAsItWas) {
+    const Outcome outcome = OnBoth({"sync", "--to", "2", "--yes"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_NE(outcome.err.find("failed, and everything was rolled back:"), std::string::npos);
+    EXPECT_NE(
+        outcome.err.find("cannot satisfy the foreign key FK_c at every step; run it again with "
+                         "--suspend-constraints."),
+        std::string::npos)
+        << outcome.err;
+    EXPECT_EQ(RowsOfB(), u"2 three");
+}
+
+TEST_F(ProgramTest, SyncWithSuspendedConstraintsEndsIdentical) {
+    const Outcome outcome = OnBoth({"sync", "--to", "2", "--yes", "--suspend-constraints"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_NE(outcome.out.find("2 tables: 2 identical, 0 different\n"), std::string::npos);
+    EXPECT_EQ(RowsOfB(), u"2 one");
+    EXPECT_EQ(server.Scalar(u"USE b SELECT COUNT(*) FROM sys.foreign_keys WHERE is_disabled = 1 OR "
+                            u"is_not_trusted = 1"),
+              u"0");
+    const Outcome again = OnBoth({"sync", "--to", "2", "--yes"});
+    EXPECT_EQ(again.exitCode, 0);
+    EXPECT_NE(again.out.find("Nothing to do.\n"), std::string::npos);
+}
+
+TEST_F(ProgramTest, SyncIntoDatabase1) {
+    EXPECT_EQ(OnBoth({"sync", "--to", "1", "--yes", "--suspend-constraints"}).exitCode, 0);
+    EXPECT_EQ(server.Scalar(u"USE a SELECT n FROM p WHERE id = 3"), u"three");
+}
+
+TEST_F(ProgramTest, ADroppedConnectionInTheMiddleOfASyncChangesNothing) {
+    sandbox::Fault drop;
+    drop.kind = sandbox::FaultKind::Drop;
+    drop.contains = u"EXEC prcTmp_QVX_Update";
+    server.AddFault(drop);
+    EXPECT_EQ(OnBoth({"sync", "--to", "2", "--yes", "--suspend-constraints"}).exitCode, 2);
+    EXPECT_EQ(ConnectionsLeft(server), 0);
+    EXPECT_EQ(RowsOfB(), u"2 three");
+}
+
+TEST_F(ProgramTest, TemplatesAreMadePickedShownAndRemoved) {
+    const auto call = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), {"template", "--templates", File("t.xml")});
+        return Call(std::move(arguments));
+    };
+    EXPECT_EQ(call({"new", "nightly", "s/a", "s/b"}).exitCode, 0);
+    EXPECT_EQ(call({"new", "NIGHTLY", "s/a", "s/b"}).exitCode, 2);
+    EXPECT_EQ(call({"pick", "table", "p"}).exitCode, 0);
+    EXPECT_EQ(call({"pick", "column", "p", "n"}).exitCode, 0);
+    EXPECT_EQ(call({"pick", "index", "p", "PK_p"}).exitCode, 0);
+    EXPECT_EQ(call({"pick", "column", "p"}).exitCode, 2);
+    EXPECT_EQ(call({"list"}).out, "  Default\n* nightly\n");
+    EXPECT_EQ(
+        call({"show", "nightly"}).out,
+        "Database 1: s/a\nDatabase 2: s/b\nDatabase 3: s/a\n[dbo].[p]\n  key: PK_p\n  column: n\n");
+    EXPECT_EQ(call({"drop", "column", "p"}).exitCode, 0);
+    EXPECT_EQ(call({"use", "Default"}).exitCode, 0);
+    EXPECT_EQ(call({"list"}).out, "* Default\n  nightly\n");
+    EXPECT_EQ(call({"remove", "Default"}).exitCode, 2);
+    EXPECT_EQ(call({"remove", "nightly"}).exitCode, 0);
+    EXPECT_EQ(call({"show", "nightly"}).exitCode, 2);
+}
+
+TEST_F(ProgramTest, DatabasesAreListed) {
+    const Outcome outcome =
+        Call({"databases", QuillonLib::ToUtf8(server.Address()), "--user", "sa"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.out.substr(0, 4), "a\nb\n");
+}
+
+TEST_F(ProgramTest, SplitWritesAFileForEachBatch) {
+    std::ofstream(folder / "s.sql", std::ios::binary) << "A\r\nGO\r\nB";
+    EXPECT_EQ(Call({"split", File("s.sql"), "--out", File("out")}).exitCode, 0);
+    EXPECT_EQ(Read("out/1.sql"), "A");
+    EXPECT_EQ(Read("out/2.sql"), "B");
+    EXPECT_EQ(Call({"split", File("missing.sql")}).exitCode, 2);
+}
+
+}  // namespace
+}  // namespace quillon
