@@ -33,10 +33,13 @@ INSERT city VALUES (1, N'Oslo'), (2, N'Rome'), (4, N'Perth')
 GO
 SQL
 
+cmake --preset demo >/dev/null
+cmake --build --preset demo
+
 for shared in OFF ON; do
     echo "Package with BUILD_SHARED_LIBS=$shared"
     cmake -S . -B "$work/build-$shared" -G Ninja -DCMAKE_BUILD_TYPE=Release \
-        -DBUILD_SHARED_LIBS=$shared -DQUILLON_BUILD_TESTS=OFF \
+        -DBUILD_SHARED_LIBS=$shared -DQUILLON_BUILD_TESTS=OFF -DQUILLON_BUILD_CLI=OFF \
         -DCMAKE_INSTALL_PREFIX="$work/installed-$shared" >/dev/null
     cmake --build "$work/build-$shared" -j 2 >"$work/log" || { cat "$work/log"; exit 1; }
     cmake --install "$work/build-$shared" >/dev/null
@@ -46,7 +49,7 @@ for shared in OFF ON; do
     "$work/outside-$shared/outside"
 done
 
-"$work/installed-OFF/bin/quillon" sandbox --load "$work/world.sql" >"$work/sandbox.out" &
+build/demo/cli/quillon sandbox --load "$work/world.sql" >"$work/sandbox.out" &
 server=$!
 for _ in $(seq 100); do
     grep -q '127\.0\.0\.1,' "$work/sandbox.out" && break
