@@ -9,6 +9,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -19,6 +20,59 @@
 #include "sandbox/wire/WireServer.h"
 
 namespace bench {
+
+// So many rows of eight mixed columns. With two sides every column stands twice, as in the row set
+// of differing rows, and the sides differ in `Amount`.
+inline void SendRows(sandbox::ResultSink& sink, std::int64_t rows, std::size_t sides = 1) {
+    using sandbox::TypeId;
+    std::vector<sandbox::ColumnInfo> columns;
+    const auto add = [&](const char16_t* name, TypeId id, int length = 0, int precision = 0,
+                         int scale = 0) {
+        for (std::size_t side = 1; side <= sides; ++side) {
+            const std::u16string suffix = sides == 1 ? u"" : side == 1 ? u"_1" : u"_2";
+            columns.push_back({name + suffix,
+                               {id, length, static_cast<std::uint8_t>(precision),
+                                static_cast<std::uint8_t>(scale)},
+                               true,
+                               false,
+                               false});
+        }
+    };
+    add(u"Id", TypeId::Int);
+    add(u"Serial", TypeId::BigInt);
+    add(u"Name", TypeId::NVarChar, 50);
+    add(u"Code", TypeId::VarChar, 20);
+    add(u"Changed", TypeId::DateTime);
+    add(u"Amount", TypeId::Decimal, 0, 18, 4);
+    add(u"Active", TypeId::Bit);
+    add(u"Ratio", TypeId::Float);
+    sink.Columns(columns);
+    std::vector<sandbox::Cell> cells(columns.size());
+    for (auto& cell : cells)
+        cell.null = false;
+    const std::u16string names = u"Jo\x00E3o O'Neill-\x0141uczak \x4E2D\x6587 Holding & Sons, Ltd.";
+    const std::u16string codes = u"AB-1234/5678-XYZ-0001";
+    for (std::int64_t i = 0; i < rows; ++i) {
+        for (std::size_t side = 0; side < sides; ++side) {
+            const auto cell = [&](std::size_t column) -> sandbox::Cell& {
+                return cells[column * sides + side];
+            };
+            cell(0).i = i;
+            cell(1).i = i * 1000003;
+            cell(2).null = i % 16 == 15;
+            cell(2).data = reinterpret_cast<const std::uint8_t*>(names.data() + i % 8);
+            cell(2).size = static_cast<std::size_t>(16 + i % 16) * 2;
+            cell(3).data = reinterpret_cast<const std::uint8_t*>(codes.data());
+            cell(3).size = static_cast<std::size_t>(10 + i % 10) * 2;
+            cell(4).i = 45000LL * 25920000 + i * 7919;
+            cell(5).big = i * 12345 - 5000000 + static_cast<std::int64_t>(side);
+            cell(6).i = i & 1;
+            cell(7).d = static_cast<double>(i) / 7;
+        }
+        if (!sink.Row(cells.data())) return;
+    }
+    sink.StatementDone(rows, true, false);
+}
 
 // Answers any batch that is a number with so many rows.
 class RowSource : public sandbox::Backend {
@@ -46,58 +100,22 @@ class RowSource : public sandbox::Backend {
         }
         std::u16string Database() const override { return u"master"; }
         int TransactionDepth() const override { return 0; }
-
-      private:
-        static void SendRows(sandbox::ResultSink& sink, std::int64_t rows) {
-            using sandbox::TypeId;
-            const auto column = [](const char16_t* name, TypeId id, int length = 0,
-                                   int precision = 0, int scale = 0) {
-                return sandbox::ColumnInfo{name,
-                                           {id, length, static_cast<std::uint8_t>(precision),
-                                            static_cast<std::uint8_t>(scale)},
-                                           true,
-                                           false,
-                                           false};
-            };
-            sink.Columns(
-                {column(u"Id", TypeId::Int), column(u"Serial", TypeId::BigInt),
-                 column(u"Name", TypeId::NVarChar, 50), column(u"Code", TypeId::VarChar, 20),
-                 column(u"Changed", TypeId::DateTime), column(u"Amount", TypeId::Decimal, 0, 18, 4),
-                 column(u"Active", TypeId::Bit), column(u"Ratio", TypeId::Float)});
-            std::vector<sandbox::Cell> cells(8);
-            for (auto& cell : cells)
-                cell.null = false;
-            const std::u16string names =
-                u"Jo\x00E3o O'Neill-\x0141uczak \x4E2D\x6587 Holding & Sons, Ltd.";
-            const std::u16string codes = u"AB-1234/5678-XYZ-0001";
-            for (std::int64_t i = 0; i < rows; ++i) {
-                cells[0].i = i;
-                cells[1].i = i * 1000003;
-                cells[2].null = i % 16 == 15;
-                cells[2].data = reinterpret_cast<const std::uint8_t*>(names.data() + i % 8);
-                cells[2].size = static_cast<std::size_t>(16 + i % 16) * 2;
-                cells[3].data = reinterpret_cast<const std::uint8_t*>(codes.data());
-                cells[3].size = static_cast<std::size_t>(10 + i % 10) * 2;
-                cells[4].i = 45000LL * 25920000 + i * 7919;
-                cells[5].big = i * 12345 - 5000000;
-                cells[6].i = i & 1;
-                cells[7].d = static_cast<double>(i) / 7;
-                if (!sink.Row(cells.data())) return;
-            }
-            sink.StatementDone(rows, true, false);
-        }
     };
 };
 
 // The server process; ends with this object. Start it before any thread.
 class ServerProcess {
   public:
-    ServerProcess() {
+    using MakeBackend = std::function<std::unique_ptr<sandbox::Backend>()>;
+
+    ServerProcess() : ServerProcess([] { return std::make_unique<RowSource>(); }) {}
+    // `make` is called in the new process.
+    explicit ServerProcess(const MakeBackend& make) {
         int ends[2];
         if (pipe(ends) != 0) throw std::runtime_error("pipe");
         child_ = fork();
         if (child_ < 0) throw std::runtime_error("fork");
-        if (child_ == 0) Serve(ends[1]);
+        if (child_ == 0) Serve(ends[1], make);
         close(ends[1]);
         if (read(ends[0], &port_, sizeof port_) != sizeof port_)
             throw std::runtime_error("no server");
@@ -110,18 +128,19 @@ class ServerProcess {
     ServerProcess(const ServerProcess&) = delete;
     ServerProcess& operator=(const ServerProcess&) = delete;
 
-    std::u16string ConnectionString() const {
+    std::u16string Address() const {
         const std::string port = std::to_string(port_);
-        return QuillonLib::BuildConnectionString(
-            u"127.0.0.1," + std::u16string(port.begin(), port.end()), u"master", false, u"sa",
-            u"sandbox");
+        return u"127.0.0.1," + std::u16string(port.begin(), port.end());
+    }
+    std::u16string ConnectionString() const {
+        return QuillonLib::BuildConnectionString(Address(), u"master", false, u"sa", u"sandbox");
     }
 
   private:
-    [[noreturn]] static void Serve(int out) {
-        RowSource source;
+    [[noreturn]] static void Serve(int out, const MakeBackend& make) {
+        const std::unique_ptr<sandbox::Backend> source = make();
         sandbox::wire::WireServer server;
-        server.Serve(source);
+        server.Serve(*source);
         const std::uint16_t port = server.Port();
         if (write(out, &port, sizeof port) != sizeof port) _exit(1);
         for (;;)

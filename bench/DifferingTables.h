@@ -1,0 +1,86 @@
+// Two databases whose table t differs in every row: the engine answers for the catalog and the
+// counts, and the differing rows themselves, far more than it holds, are made up on the way.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "BenchSupport.h"
+#include "sandbox/Engine.h"
+
+namespace bench {
+
+// As QuillonLib sends it; any other join of the two tables is answered alike.
+inline constexpr const char16_t* DifferingRowsQuery =
+    u"SELECT T1.*, T2.* FROM [one].[dbo].[t] T1 INNER JOIN [two].[dbo].[t] T2 ON T1.[Id]=T2.[Id]";
+
+class DifferingTables : public sandbox::Backend {
+  public:
+    explicit DifferingTables(std::size_t rows)
+        : rows_(static_cast<std::int64_t>(rows)), engine_(host_.AddServer({})) {
+        for (const char16_t* database : {u"one", u"two"}) {
+            const std::u16string name = database;
+            Run(u"CREATE DATABASE " + name);
+            Run(u"CREATE TABLE " + name +
+                u"..t (Id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, Serial bigint NULL, Name "
+                u"nvarchar(50) NULL, Code varchar(20) NULL, Changed datetime NULL, Amount "
+                u"decimal(18,4) NULL, Active bit NULL, Ratio float NULL)");
+        }
+        Run(u"INSERT one..t (Id, Amount) VALUES (1, 1)");
+        Run(u"INSERT two..t (Id, Amount) VALUES (1, 2)");
+    }
+
+    std::unique_ptr<sandbox::Session> Login(const sandbox::LoginRequest& request) override {
+        return std::make_unique<DifferingSession>(engine_->Login(request), rows_);
+    }
+    std::u16string ServerName() const override { return engine_->ServerName(); }
+    std::string Version() const override { return engine_->Version(); }
+
+  private:
+    class DifferingSession : public sandbox::Session {
+      public:
+        DifferingSession(std::unique_ptr<sandbox::Session> engine, std::int64_t rows)
+            : engine_(std::move(engine)), rows_(rows) {}
+
+        void Execute(std::u16string_view batch, sandbox::ResultSink& sink,
+                     const std::atomic<bool>& cancelled) override {
+            const bool isJoin = batch.find(u" T1 INNER JOIN ") != batch.npos &&
+                                batch.find(u"COUNT(*)") == batch.npos;
+            if (isJoin) return SendRows(sink, rows_, 2);
+            engine_->Execute(batch, sink, cancelled);
+        }
+        std::u16string Database() const override { return engine_->Database(); }
+        int TransactionDepth() const override { return engine_->TransactionDepth(); }
+
+      private:
+        std::unique_ptr<sandbox::Session> engine_;
+        std::int64_t rows_;
+    };
+
+    class Quiet : public sandbox::ResultSink {
+      public:
+        void Columns(const std::vector<sandbox::ColumnInfo>&) override {}
+        bool Row(const sandbox::Cell*) override { return true; }
+        void StatementDone(std::optional<std::int64_t>, bool, bool) override {}
+        void Say(const sandbox::Message& message) override {
+            if (message.severity > 10) throw std::runtime_error("the tables cannot be made");
+        }
+        void DatabaseChanged(const std::u16string&, const std::u16string&) override {}
+    };
+
+    void Run(const std::u16string& batch) {
+        Quiet sink;
+        const std::atomic<bool> cancelled{false};
+        engine_->Login({u"sa", u"sandbox", false, {}, {}, {}})->Execute(batch, sink, cancelled);
+    }
+
+    std::int64_t rows_;
+    sandbox::EngineHost host_;
+    std::unique_ptr<sandbox::Backend> engine_;
+};
+
+}  // namespace bench
