@@ -13,6 +13,7 @@ void AddCompareCommand(CLI::App& app, Program& program) {
         "  QUILLON_PASSWORD=... quillon compare db1/sales db2,1433/sales --user reader");
     auto options = std::make_shared<ComparisonOptions>();
     options->AddTo(*command);
+    options->AddTemplateTo(*command);
     command->callback([options, &program] {
         const auto comparison = options->Make(program.console);
         const auto results = Run(*comparison, program.console);

@@ -27,6 +27,20 @@ std::shared_ptr<QuillonLib::ColumnChoice> ColumnsOf(const std::string& list) {
     return choice;
 }
 
+// What a template holds, beside the descriptions of its databases. A name that is stored as the
+// last one would be current without being bound once the file is open, so it is loaded first of
+// all.
+void TakePicks(QuillonLib::ComparisonTemplates& store, Comparison& comparison) {
+    using namespace QuillonLib;
+    comparison.tables = std::get<TextArray>(store.Items(tmpTable));
+    const auto indexes = std::get<std::shared_ptr<NameList>>(store.Items(tmpIndex));
+    const auto columns = std::get<std::shared_ptr<ColumnLists>>(store.Items(tmpColumn));
+    for (const std::u16string& table : comparison.tables.Items) {
+        if (indexes->ItemExists(table)) comparison.indexes.Add(indexes->Item(table), table);
+        if (columns->ItemExists(table)) comparison.columns.Add(columns->Item(table), table);
+    }
+}
+
 }  // namespace
 
 std::u16string ToTableEntry(const std::string& text) {
@@ -53,9 +67,28 @@ void ComparisonOptions::AddTo(CLI::App& command) {
         ->type_name("TABLE=A,B,...");
 }
 
+void ComparisonOptions::AddTemplateTo(CLI::App& command) {
+    command.add_option("--template", template_,
+                       "Template whose databases (as SERVER/DATABASE) and picks are compared");
+    command.add_option("--templates", templates_,
+                       "Template file (default: Templates.xml beside the program)");
+}
+
 std::unique_ptr<Comparison> ComparisonOptions::Make(Console& console) const {
     auto comparison = std::make_unique<Comparison>();
-    comparison->databases = databases_.Make(console);
+    DatabaseOptions databases = databases_;
+    if (!template_.empty()) {
+        QuillonLib::ComparisonTemplates store;
+        store.Load(FromUtf8(templates_));
+        store.LoadTemplate(FromUtf8(template_));
+        if (!store.Templates()->ItemExists(FromUtf8(template_)) || store.Database1().empty()) {
+            throw CLI::ValidationError("The template '" + template_ + "' names no databases");
+        }
+        databases.Take(ToUtf8(store.Database1()), ToUtf8(store.Database2()),
+                       ToUtf8(store.Database3()));
+        TakePicks(store, *comparison);
+    }
+    comparison->databases = databases.Make(console);
     for (const std::string& text : indexes_) {
         const auto [table, index] = SplitChoice(text);
         comparison->indexes.Add(FromUtf8(index), ToTableEntry(table));
@@ -64,9 +97,10 @@ std::unique_ptr<Comparison> ComparisonOptions::Make(Console& console) const {
         const auto [table, list] = SplitChoice(text);
         comparison->columns.Add(ColumnsOf(list), ToTableEntry(table));
     }
-    if (tables_.empty()) {
+    if (tables_.empty() && comparison->tables.Items.empty()) {
         comparison->tables = CommonTables(comparison->databases);
-    } else {
+    } else if (!tables_.empty()) {
+        comparison->tables = {};
         for (const std::string& table : tables_) {
             comparison->tables.Items.push_back(ToTableEntry(table));
         }

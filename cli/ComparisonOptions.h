@@ -23,6 +23,8 @@ struct Comparison {
 class ComparisonOptions {
   public:
     void AddTo(CLI::App& command);
+    // Adds --template and --templates: databases and picks from a template.
+    void AddTemplateTo(CLI::App& command);
 
     // Reads the catalogs where no tables were named: all tables and indexed views of both. Throws
     // the library's Error, or CLI::ValidationError for options that make no sense.
@@ -33,6 +35,8 @@ class ComparisonOptions {
     std::vector<std::string> tables_;
     std::vector<std::string> indexes_;
     std::vector<std::string> columns_;
+    std::string template_;
+    std::string templates_;
 };
 
 // Runs it with a progress line. Tables that fail are in the results with their error.

@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "QuillonLib.h"
 #include "cli/Console.h"
@@ -43,6 +44,12 @@ class DatabaseOptions {
     Databases Make(Console& console) const;
 
     bool Given() const { return !location1_.empty(); }
+    // Databases as a template describes them; an empty third one is the first.
+    void Take(std::string database1, std::string database2, std::string database3) {
+        location1_ = std::move(database1);
+        location2_ = std::move(database2);
+        location3_ = std::move(database3);
+    }
 
   private:
     std::string location1_;

@@ -218,6 +218,29 @@ TEST_F(ProgramTest, TemplatesAreMadePickedShownAndRemoved) {
     EXPECT_EQ(call({"show", "nightly"}).exitCode, 2);
 }
 
+TEST_F(ProgramTest, CompareTakesDatabasesAndPicksFromATemplate) {
+    const std::vector<std::string> file{"template", "--templates", File("t.xml")};
+    const auto call = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), file.begin(), file.end());
+        return Call(std::move(arguments)).exitCode;
+    };
+    EXPECT_EQ(call({"new", "nightly", one, two}), 0);
+    EXPECT_EQ(call({"pick", "table", "p"}), 0);
+    EXPECT_EQ(call({"pick", "column", "p", "id"}), 0);
+    const Outcome outcome =
+        Call({"compare", "--template", "nightly", "--templates", File("t.xml"), "--user", "sa"});
+    EXPECT_EQ(outcome.exitCode, 1) << outcome.err;
+    EXPECT_EQ(outcome.out,
+              "Table      Rows in 1  Rows in 2  Union  Differing  Only in 1  Only in 2  Verdict\n"
+              "[dbo].[p]          2          2      3          0          1          1  different\n"
+              "\n"
+              "1 table: 0 identical, 1 different\n");
+    EXPECT_EQ(
+        Call({"compare", "--template", "no such", "--templates", File("t.xml"), "--user", "sa"})
+            .exitCode,
+        2);
+}
+
 TEST_F(ProgramTest, DatabasesAreListed) {
     const Outcome outcome =
         Call({"databases", QuillonLib::ToUtf8(server.Address()), "--user", "sa"});
