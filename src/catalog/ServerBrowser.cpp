@@ -37,6 +37,7 @@ constexpr std::u16string_view DefaultInstance = u"MSSQLSERVER";
 std::u16string TextOfAnswer(std::string_view text) {
     if (IsUtf8(text)) return FromUtf8(text);
     std::u16string wide;
+    wide.reserve(text.size());
     for (const char unit : text)
         wide.push_back(static_cast<unsigned char>(unit));
     return wide;
@@ -164,6 +165,7 @@ std::vector<std::u16string> BrowseServers(const BrowserSettings& settings) {
         }
     }
     std::vector<std::u16string> names;
+    names.reserve(byName.size());
     for (auto& [folded, name] : byName)
         names.push_back(name);
     return names;

@@ -52,7 +52,7 @@ class StdioFile final : public FileOperations::File {
   public:
     explicit StdioFile(std::FILE* file) : file_(file) {}
     ~StdioFile() override {
-        if (file_ != nullptr) std::fclose(file_);
+        if (file_ != nullptr) (void)std::fclose(file_);
     }
     StdioFile(const StdioFile&) = delete;
     StdioFile& operator=(const StdioFile&) = delete;
@@ -86,7 +86,7 @@ class StdioFiles final : public FileOperations {
         try {
             return std::make_unique<StdioFile>(file);
         } catch (...) {
-            std::fclose(file);
+            (void)std::fclose(file);
             Remove(path);
             throw;
         }
