@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 #include <new>
+#include <system_error>
 
 #include "core/Error.h"
 #include "core/Text.h"
@@ -55,7 +56,8 @@ std::size_t ElementCount(const pugi::xml_document& document) {
 
 bool TemplateDocument::Load(std::u16string_view path) {
     const std::filesystem::path file = FilePath(path);
-    if (!std::filesystem::is_regular_file(file)) return false;
+    std::error_code unreadable;
+    if (!std::filesystem::is_regular_file(file, unreadable)) return false;
     std::ifstream stream(file, std::ios::binary);
     const std::string content{std::istreambuf_iterator<char>(stream), {}};
     if (stream.bad() || !stream.is_open() || !Parse(content)) {
@@ -153,7 +155,10 @@ TemplateElement TemplateElement::AppendChild(const char* name) {
 }
 
 void TemplateElement::RemoveChild(const TemplateElement& child) {
-    Node();
+    // A path expression can be written so that it finds something else, the root itself even.
+    if (child.Node().parent() != Node()) {
+        throw Error(XmlError, u"The element to remove is not a child of the other");
+    }
     document_->Detach(child.Node());
 }
 

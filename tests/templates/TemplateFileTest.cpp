@@ -352,6 +352,20 @@ TEST_F(TemplateFileTest, RemovingTheBoundTemplateByATrickDoesNoHarm) {
     EXPECT_EQ(Read().find("\"Default\"><"), std::string::npos) << Read();
 }
 
+TEST_F(TemplateFileTest, RemovingTheRootByATrickIsAnError) {
+    Write(TwoTemplates);
+    ComparisonTemplates other;
+    other.Load(Path());
+    other.LoadTemplate(u"Default");
+    EXPECT_EQ(NumberOf([&] { other.RemoveTemplate(u"x'] | /* | y[@id='"); }),
+              static_cast<std::int32_t>(0x80004005));
+    EXPECT_EQ(Names(other.Templates()), (Texts{u"Default", u"Nightly"}));
+}
+
+TEST_F(TemplateFileTest, APathThatIsTooLongIsAFileThatIsMissing) {
+    EXPECT_FALSE(ComparisonTemplates().Load(std::u16string(5000, u'x')));
+}
+
 TEST_F(TemplateFileTest, NamesMayHoldEveryCharacterThatXmlEscapes) {
     const std::u16string name = u"[d&o].[<T> \"q\" 'a' \t\r\n ]\u00e9\U0001F600]";
     store.Add(tmpTable, name);
