@@ -19,19 +19,21 @@ int main(int argc, char** argv) {
     const bench::ServerProcess server;
     const auto connection = std::make_shared<QuillonLib::Connection>();
     connection->Open(server.ConnectionString());
-    QuillonLib::Recordset rows;
-    rows.Open(u"SELECT " + std::u16string(digits.begin(), digits.end()), connection);
+    QuillonLib::CallLines calls{std::make_shared<QuillonLib::Recordset>(), {}};
+    calls.Rows->Open(u"SELECT " + std::u16string(digits.begin(), digits.end()), connection);
 
-    std::vector<std::size_t> fields;
-    for (std::size_t i = 0; i < rows.FieldCount(); ++i)
-        fields.push_back(i);
+    for (std::size_t i = 0; i < calls.Rows->FieldCount(); ++i)
+        calls.Fields.push_back(i);
     // A script's text is new memory, which the system has to clear; the first run shows that too.
     bench::Measured first, best;
     std::u16string lines;
     for (int run = 0; run < 5; ++run) {
         lines.clear();
-        const bench::Measured measured = bench::Measure(
-            [&] { QuillonLib::AppendCallLines(lines, u"EXEC prcTmp_QVX_Insert ", rows, fields); });
+        const bench::Measured measured = bench::Measure([&] {
+            constexpr std::u16string_view Command = u"EXEC prcTmp_QVX_Insert ";
+            QuillonLib::ReserveScript(lines, calls.ExpectedLength(Command));
+            AppendCallLines(lines, Command, calls, QuillonLib::RowUse::Keep);
+        });
         if (run == 0) first = measured;
         bench::KeepBest(best, measured);
     }

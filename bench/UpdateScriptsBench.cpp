@@ -192,21 +192,20 @@ void MeasureCallLines(Findings& findings, const std::u16string& connectionString
                       const std::u16string& query) {
     const auto connection = std::make_shared<Connection>();
     connection->Open(connectionString);
-    Recordset rows;
-    rows.Open(query, connection);
-    std::vector<std::size_t> fields;
-    for (std::size_t i = 0; i < rows.FieldCount(); i += 2)
-        fields.push_back(i);
+    CallLines calls{std::make_shared<Recordset>(), {}};
+    calls.Rows->Open(query, connection);
+    for (std::size_t i = 0; i < calls.Rows->FieldCount(); i += 2)
+        calls.Fields.push_back(i);
     std::u16string lines;
     // A later run writes to memory in use: the first one's time is the clearing of
     // pages too.
     for (int run = 0; run < 3; ++run) {
         lines.clear();
         bench::KeepBest(findings.time, bench::Measure([&] {
-                            AppendCallLines(lines, u"EXEC prcTmp_QVX_Update ", rows, fields);
+                            AppendCallLines(lines, u"EXEC prcTmp_QVX_Update ", calls, RowUse::Keep);
                         }));
     }
-    findings.rows = rows.RecordCount();
+    findings.rows = calls.Rows->RecordCount();
 }
 
 // The quickest of three: what the work costs without the machine's other work.

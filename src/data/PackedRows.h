@@ -52,6 +52,12 @@ class PackedColumn {
         return {cells_ + Begin(row), ends_[row] - Begin(row)};
     }
 
+    // Characters or bytes of the cells before `row`, of a kind of variable length.
+    std::size_t LengthBefore(std::size_t row) const noexcept { return Begin(row); }
+
+    // Whether the cell holds the same bits of the same kind as the other column's cell in that row.
+    bool IsSame(const PackedColumn& other, std::size_t row) const noexcept;
+
     // The cell as a Value, Null included.
     QuillonLib::Value Value(std::size_t row) const;
 
@@ -67,6 +73,7 @@ class PackedColumn {
     std::size_t Begin(std::size_t row) const noexcept { return row == 0 ? 0 : ends_[row - 1]; }
 
     ValueKind kind_ = ValueKind::Null;
+    std::uint8_t width_ = 0;               // bytes of a cell, 0: variable length
     const std::uint8_t* nulls_ = nullptr;  // absent when no cell is null
     const std::uint32_t* ends_ = nullptr;  // of variable-length cells, in characters or bytes
     const std::uint8_t* cells_ = nullptr;

@@ -180,6 +180,10 @@ PackedColumn Recordset::Column(std::size_t block, std::size_t field) const {
     return Opened().blocks.at(block).Column(field);
 }
 
+void Recordset::ReleaseBlock(std::size_t block) {
+    Opened().blocks.at(block).ReleaseCells();
+}
+
 Value Recordset::ValueAt(std::size_t row, std::size_t field) const {
     const Rows& rows = Opened();
     Info(field);

@@ -82,6 +82,9 @@ class Recordset {
     std::size_t BlockCount() const;
     std::size_t RowsInBlock(std::size_t block) const;
     PackedColumn Column(std::size_t block, std::size_t field) const;
+    // Gives back the memory of a block whose cells will not be read again. It still counts;
+    // reading it throws Error ObjectClosed.
+    void ReleaseBlock(std::size_t block);
     // One cell of any row, wherever the cursor stands.
     QuillonLib::Value ValueAt(std::size_t row, std::size_t field) const;
     // Memory held by the rows, in bytes.

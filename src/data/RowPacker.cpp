@@ -234,7 +234,8 @@ struct RowBlock::Layout {
     std::size_t nulls = 0, ends = 0, cells = 0;  // offsets
 };
 
-RowBlock::RowBlock(const std::vector<StagedColumn>& columns, std::size_t firstRow, std::size_t rows)
+RowBlock::RowBlock(const std::vector<StagedColumn>& columns, std::size_t firstRow, std::size_t rows,
+                   RowMemory& memory)
     : firstRow_(firstRow), rows_(rows), columns_(columns.size()) {
     std::vector<Layout> layouts(columns.size());
     const auto take = [this](std::size_t bytes) {
@@ -270,13 +271,14 @@ RowBlock::RowBlock(const std::vector<StagedColumn>& columns, std::size_t firstRo
         }
     }
 
-    memory_ = std::make_unique_for_overwrite<std::uint8_t[]>(size_);
+    memory_ = memory.Take(size_);
     for (std::size_t i = 0; i < columns.size(); ++i)
         Place(columns[i], layouts[i], columns_[i]);
 }
 
 void RowBlock::Place(const StagedColumn& staged, const Layout& layout, PackedColumn& column) {
     column.kind_ = staged.kind;
+    column.width_ = static_cast<std::uint8_t>(layout.fixedSize);
     std::uint8_t* cells = memory_.get() + layout.cells;
     column.cells_ = cells;
     if (layout.anyNull) {
@@ -306,8 +308,22 @@ void RowBlock::Place(const StagedColumn& staged, const Layout& layout, PackedCol
     }
 }
 
+PackedColumn RowBlock::Column(std::size_t index) const {
+    if (columns_.empty()) {
+        throw Error(ErrorNumber::ObjectClosed,
+                    u"Operation is not allowed when the object is closed.");
+    }
+    return columns_[index];
+}
+
 std::size_t RowBlock::MemoryUsed() const noexcept {
     return sizeof(RowBlock) + size_ + columns_.capacity() * sizeof(PackedColumn);
+}
+
+void RowBlock::ReleaseCells() noexcept {
+    memory_.reset();
+    size_ = 0;
+    columns_.clear();
 }
 
 }  // namespace QuillonLib

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "data/PackedRows.h"
+#include "data/RowMemory.h"
 
 namespace QuillonLib {
 
@@ -57,14 +58,19 @@ struct StagedColumn {
 
 class RowBlock {
   public:
-    // Packs the first `rows` rows. Throws Error DataAccess where an indicator tells that the driver
-    // cut a cell: no status says so, and a cut value must not pass for the whole.
-    RowBlock(const std::vector<StagedColumn>& columns, std::size_t firstRow, std::size_t rows);
+    // Packs the first `rows` rows into memory that it takes. Throws Error DataAccess where an
+    // indicator tells that the driver cut a cell: no status says so, and a cut value must not pass
+    // for the whole.
+    RowBlock(const std::vector<StagedColumn>& columns, std::size_t firstRow, std::size_t rows,
+             RowMemory& memory);
 
     std::size_t FirstRow() const noexcept { return firstRow_; }
     std::size_t RowCount() const noexcept { return rows_; }
-    PackedColumn Column(std::size_t index) const { return columns_[index]; }
+    // Throws Error ObjectClosed when the cells were released.
+    PackedColumn Column(std::size_t index) const;
     std::size_t MemoryUsed() const noexcept;
+    // Gives the cells back; only the number of rows is left.
+    void ReleaseCells() noexcept;
 
   private:
     struct Layout;
@@ -74,7 +80,7 @@ class RowBlock {
     std::size_t firstRow_;
     std::size_t rows_;
     std::size_t size_ = 0;
-    std::unique_ptr<std::uint8_t[]> memory_;
+    std::shared_ptr<std::uint8_t[]> memory_;
     std::vector<PackedColumn> columns_;
 };
 

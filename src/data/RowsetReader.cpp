@@ -220,7 +220,7 @@ void RowsetReader::ReadBlocks(std::vector<RowBlock>& blocks) {
     // are no more.
     while (statement_.Fetch()) {
         if (fetched_ == 0) break;
-        blocks.emplace_back(staged_, firstRow, static_cast<std::size_t>(fetched_));
+        blocks.emplace_back(staged_, firstRow, static_cast<std::size_t>(fetched_), memory_);
         firstRow += static_cast<std::size_t>(fetched_);
     }
 }
@@ -234,7 +234,7 @@ void RowsetReader::ReadOneByOne(std::vector<RowBlock>& blocks) {
     std::size_t firstRow = 0, rows = 0;
     const auto pack = [&] {
         if (rows == 0) return;
-        blocks.emplace_back(staged_, firstRow, rows);
+        blocks.emplace_back(staged_, firstRow, rows, memory_);
         firstRow += rows;
         rows = 0;
         for (StagedColumn& column : staged_)

@@ -52,6 +52,7 @@ class RowsetReader {
     std::vector<FieldInfo> fields_;
     std::vector<FetchPlan> plans_;
     std::vector<StagedColumn> staged_;
+    RowMemory memory_;
     SQLULEN fetched_ = 0;
 };
 

@@ -7,7 +7,6 @@
 #include "core/Error.h"
 #include "core/Text.h"
 #include "data/Recordset.h"
-#include "scripts/CallLines.h"
 #include "scripts/DifferenceQueries.h"
 #include "scripts/ScriptColumns.h"
 
@@ -16,7 +15,6 @@ namespace QuillonLib {
 namespace {
 
 using Columns = std::vector<std::shared_ptr<ColumnObject>>;
-using FieldList = std::vector<std::size_t>;
 
 std::shared_ptr<Recordset> OpenIf(bool wanted, const std::u16string& query,
                                   const std::shared_ptr<Connection>& connection) {
@@ -30,8 +28,9 @@ bool HasRows(const std::shared_ptr<Recordset>& rows) {
     return rows != nullptr && rows->RecordCount() > 0;
 }
 
-FieldList FieldsOf(const Recordset& rows, const Columns& columns, std::u16string_view suffix = {}) {
-    FieldList fields;
+std::vector<std::size_t> FieldsOf(const Recordset& rows, const Columns& columns,
+                                  std::u16string_view suffix = {}) {
+    std::vector<std::size_t> fields;
     for (const auto& column : columns) {
         fields.push_back(rows.FieldIndex(column->Name() + std::u16string(suffix)));
     }
@@ -82,27 +81,21 @@ ScriptPieces BuildScriptPieces(const TableDifference& obTableDifference,
     pieces.Procedures = DefineProcedures(obTableDifference, enOptions);
     const Columns columns = ScriptColumns(*obTableDifference.Columns(), enOptions);
     const Columns keys = KeyColumns(columns);
-    const auto append = [](TextRun& run, std::u16string_view procedure, const Recordset& rows,
-                           const FieldList& fields) {
-        AppendCallLines(run, CallOf(procedure), rows, fields);
+    const auto lines = [](const std::shared_ptr<Recordset>& rows, const Columns& of,
+                          std::u16string_view suffix = {}) {
+        return HasRows(rows) ? CallLines{rows, FieldsOf(*rows, of, suffix)} : CallLines{};
     };
-
-    if (HasRows(rowsets.Different)) {
-        const Recordset& rows = *rowsets.Different;
-        append(pieces.Right.Updates, UpdateProcedure, rows, FieldsOf(rows, columns, u"_1"));
-        append(pieces.Left.Updates, UpdateProcedure, rows, FieldsOf(rows, columns, u"_2"));
-    }
-    if (HasRows(rowsets.Right)) {
-        const Recordset& rows = *rowsets.Right;
-        append(pieces.Right.Inserts, InsertProcedure, rows, FieldsOf(rows, columns));
-        append(pieces.Left.Deletes, DeleteProcedure, rows, FieldsOf(rows, keys));
-    }
-    if (HasRows(rowsets.Left)) {
-        const Recordset& rows = *rowsets.Left;
-        append(pieces.Right.Deletes, DeleteProcedure, rows, FieldsOf(rows, keys));
-        append(pieces.Left.Inserts, InsertProcedure, rows, FieldsOf(rows, columns));
-    }
+    pieces.Right = {lines(rowsets.Left, keys), lines(rowsets.Different, columns, u"_1"),
+                    lines(rowsets.Right, columns)};
+    pieces.Left = {lines(rowsets.Right, keys), lines(rowsets.Different, columns, u"_2"),
+                   lines(rowsets.Left, columns)};
     return pieces;
+}
+
+std::size_t ExpectedLength(const DirectionCalls& calls) {
+    return calls.Deletes.ExpectedLength(CallOf(DeleteProcedure)) +
+           calls.Updates.ExpectedLength(CallOf(UpdateProcedure)) +
+           calls.Inserts.ExpectedLength(CallOf(InsertProcedure));
 }
 
 }  // namespace QuillonLib

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "core/Options.h"
+#include "scripts/CallLines.h"
 #include "scripts/Procedures.h"
-#include "scripts/TextRun.h"
 
 namespace QuillonLib {
 
@@ -32,22 +32,27 @@ void OpenDifferenceRowsets(const Database& obDB1, const Database& obDB2, const D
                            std::int32_t lRecords, const std::shared_ptr<Connection>& connection3,
                            DifferenceRowsets& rowsets);
 
-// Call lines for one direction, without a line end after the last.
-struct CallRuns {
-    TextRun Deletes;
-    TextRun Updates;
-    TextRun Inserts;
+// The call lines of one direction.
+struct DirectionCalls {
+    CallLines Deletes;
+    CallLines Updates;
+    CallLines Inserts;
 };
 
+// Both directions share the row sets: their updates come from the same rows, and the rows that one
+// inserts are those that the other deletes.
 struct ScriptPieces {
     ProcedureDefinitions Procedures;
-    CallRuns Right;  // to be run on database 2
-    CallRuns Left;   // to be run on database 1
+    DirectionCalls Right;  // to be run on database 2
+    DirectionCalls Left;   // to be run on database 1
 };
 
-// All pieces are empty for a view. The row sets are read from first to last, wherever they stand.
+// All pieces are empty for a view. Rows are read from first to last, wherever the row sets stand.
 // Error 0x80040002 when there are rows but a key column is one that scripts cannot carry.
 ScriptPieces BuildScriptPieces(const TableDifference& obTableDifference,
                                const DifferenceRowsets& rowsets, enShowOptions enOptions);
+
+// About as many characters as the call lines of one direction have.
+std::size_t ExpectedLength(const DirectionCalls& calls);
 
 }  // namespace QuillonLib

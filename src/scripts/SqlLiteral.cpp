@@ -184,6 +184,42 @@ std::size_t MaxSqlLiteral(const PackedColumn& column, std::size_t row) {
     }
 }
 
+std::size_t ExpectedSqlLiterals(const PackedColumn& column, std::size_t rows) {
+    // the longest literal of each kind, "NULL" among them
+    switch (column.Kind()) {
+        case ValueKind::Empty:
+        case ValueKind::Null:
+        case ValueKind::Boolean:
+        case ValueKind::Byte:
+            return 4 * rows;
+        case ValueKind::Integer:
+            return 6 * rows;
+        case ValueKind::Long:
+            return 11 * rows;
+        case ValueKind::LongLong:
+            return 20 * rows;
+        case ValueKind::Single:
+            return 15 * rows;
+        case ValueKind::Double:
+            return 24 * rows;
+        case ValueKind::Currency:
+            return 21 * rows;
+        case ValueKind::Date:
+            return 25 * rows;
+        case ValueKind::Guid:
+            return 38 * rows;
+        case ValueKind::Decimal:
+            return 4 * rows + column.LengthBefore(rows);
+        case ValueKind::String: {
+            const std::size_t characters = column.LengthBefore(rows);
+            return 4 * rows + characters + characters / 16;
+        }
+        case ValueKind::Bytes:
+            return 4 * rows + 2 * column.LengthBefore(rows);
+    }
+    return 0;
+}
+
 char16_t* WriteSqlLiteral(char16_t* out, const PackedColumn& column, std::size_t row) {
     if (column.IsNull(row)) return Write(out, u"NULL");
     switch (column.Kind()) {

@@ -42,4 +42,8 @@ void AppendSqlLiteral(std::u16string& out, const PackedColumn& column, std::size
 char16_t* WriteSqlLiteral(char16_t* out, const PackedColumn& column, std::size_t row);
 std::size_t MaxSqlLiteral(const PackedColumn& column, std::size_t row);
 
+// About as many characters as the literals of the column's first `rows` cells have: fewer only
+// where text is full of quotes.
+std::size_t ExpectedSqlLiterals(const PackedColumn& column, std::size_t rows);
+
 }  // namespace QuillonLib

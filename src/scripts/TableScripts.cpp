@@ -22,44 +22,65 @@ std::u16string Header(const Database& target, const TableDifference& obTableDiff
            u"\r\n";
 }
 
-void AppendProcedure(std::u16string& script, std::u16string& drops,
-                     const std::u16string& definition, std::u16string_view procedure) {
-    script.append(definition);
-    drops.append(DropOf(procedure)).append(CrLf);
-}
+// One direction's script while it is put together.
+class ScriptOfTable {
+  public:
+    ScriptOfTable(std::u16string& script, const ProcedureDefinitions& procedures,
+                  const DirectionCalls& calls, const TableDifference& obTableDifference)
+        : script_(script),
+          procedures_(procedures),
+          calls_(calls),
+          table_(obTableDifference.Name()),
+          hasIdentity_(obTableDifference.HasIdentity()) {}
 
-// What goes into one direction's script between its header and its end.
-void AppendBody(std::u16string& script, std::u16string& drops, CallRuns& runs,
-                const ProcedureDefinitions& procedures, bool hasUpdates,
-                const TableDifference& obTableDifference) {
-    if (!runs.Deletes.empty()) {
-        AppendProcedure(script, drops, procedures.Delete, DeleteProcedure);
+    void AppendUpToUpdates() {
+        if (!calls_.Deletes.Empty()) AppendProcedure(procedures_.Delete, DeleteProcedure);
+        if (!calls_.Inserts.Empty()) AppendProcedure(procedures_.Insert, InsertProcedure);
+        if (!calls_.Updates.Empty()) AppendProcedure(procedures_.Update, UpdateProcedure);
+        ReserveScript(script_, script_.size() + ExpectedLength(calls_) + 4 * table_.size() + 1024);
+        AppendSwitch(true);
+        script_ += CrLf;
+        AppendCallLines(script_, CallOf(DeleteProcedure), calls_.Deletes, RowUse::Keep);
+        script_ += CrLf;
     }
-    if (!runs.Inserts.empty()) {
-        AppendProcedure(script, drops, procedures.Insert, InsertProcedure);
+
+    void AppendFromInserts() {
+        script_ += CrLf;
+        AppendCallLines(script_, CallOf(InsertProcedure), calls_.Inserts, RowUse::Keep);
+        script_ += CrLf;
+        AppendSwitch(false);
+        script_.append(CrLf).append(drops_);
     }
-    if (hasUpdates) AppendProcedure(script, drops, procedures.Update, UpdateProcedure);
 
-    const bool hasIdentity = obTableDifference.HasIdentity();
-    const std::u16string& table = obTableDifference.Name();
-    const auto appendSwitch = [&](bool on) {
-        if (!hasIdentity) return;
-        script.append(CrLf).append(IdentityInsertStatement(true, table, on)).append(CrLf);
-    };
-
-    script.reserve(script.size() + runs.Deletes.size() + runs.Updates.size() + runs.Inserts.size() +
-                   1024);
-    appendSwitch(true);
-    for (TextRun* run : {&runs.Deletes, &runs.Updates, &runs.Inserts}) {
-        script.append(CrLf);
-        run->MoveTo(script);
+  private:
+    void AppendProcedure(const std::u16string& definition, std::u16string_view procedure) {
+        script_ += definition;
+        drops_.append(DropOf(procedure)).append(CrLf);
     }
-    script.append(CrLf);
-    appendSwitch(false);
-}
 
-void AppendEnd(std::u16string& script, const std::u16string& drops) {
-    script.append(CrLf).append(drops).append(u"COMMIT\r\n");
+    void AppendSwitch(bool on) {
+        if (!hasIdentity_) return;
+        script_.append(CrLf).append(IdentityInsertStatement(true, table_, on)).append(CrLf);
+    }
+
+    std::u16string& script_;
+    const ProcedureDefinitions& procedures_;
+    const DirectionCalls& calls_;
+    const std::u16string& table_;
+    const bool hasIdentity_;
+    std::u16string drops_;
+};
+
+void AppendBodies(std::u16string& sRight, std::u16string& sLeft, const ScriptPieces& pieces,
+                  const TableDifference& obTableDifference) {
+    ScriptOfTable right(sRight, pieces.Procedures, pieces.Right, obTableDifference);
+    ScriptOfTable left(sLeft, pieces.Procedures, pieces.Left, obTableDifference);
+    right.AppendUpToUpdates();
+    left.AppendUpToUpdates();
+    AppendCallLinePairs(sRight, sLeft, CallOf(UpdateProcedure), pieces.Right.Updates,
+                        pieces.Left.Updates, RowUse::Keep);
+    right.AppendFromInserts();
+    left.AppendFromInserts();
 }
 
 }  // namespace
@@ -92,20 +113,17 @@ void GetRecordsets(const Database& obDB1, const Database& obDB2, const Database&
     }
     handOver();
 
-    ScriptPieces pieces = BuildScriptPieces(obTableDifference, rowsets, enOptions);
+    const ScriptPieces pieces = BuildScriptPieces(obTableDifference, rowsets, enOptions);
     sRight = Header(obDB2, obTableDifference, enOptions) + u"BEGIN TRANSACTION\r\n";
     sLeft = Header(obDB1, obTableDifference, enOptions) + u"BEGIN TRANSACTION\r\n";
-    std::u16string rightDrops;
-    std::u16string leftDrops;
-    if (!obTableDifference.IsView()) {
-        // Both update runs come from the same rows, so one of them tells for both.
-        const bool hasUpdates = !pieces.Right.Updates.empty();
-        AppendBody(sRight, rightDrops, pieces.Right, pieces.Procedures, hasUpdates,
-                   obTableDifference);
-        AppendBody(sLeft, leftDrops, pieces.Left, pieces.Procedures, hasUpdates, obTableDifference);
+    if (obTableDifference.IsView()) {
+        sRight += CrLf;
+        sLeft += CrLf;
+    } else {
+        AppendBodies(sRight, sLeft, pieces, obTableDifference);
     }
-    AppendEnd(sLeft, leftDrops);
-    AppendEnd(sRight, rightDrops);
+    sRight += u"COMMIT\r\n";
+    sLeft += u"COMMIT\r\n";
 }
 
 }  // namespace QuillonLib

@@ -108,14 +108,11 @@ class UpdateScriptWriter {
         std::size_t left = 0;
         for (const auto& [name, pieces] : pieces_) {
             const std::size_t frame = 3 * (pieces.Procedures.Update.size() + 4 * name.size() + 200);
-            const auto runs = [](const CallRuns& r) {
-                return r.Deletes.size() + r.Updates.size() + r.Inserts.size();
-            };
-            right += frame + runs(pieces.Right);
-            left += frame + runs(pieces.Left);
+            right += frame + ExpectedLength(pieces.Right);
+            left += frame + ExpectedLength(pieces.Left);
         }
-        sRight_.reserve(right);
-        sLeft_.reserve(left);
+        ReserveScript(sRight_, right);
+        ReserveScript(sLeft_, left);
     }
 
     bool WithComments() const { return !HasOption(enOptions_, cpoNoScriptComments); }
@@ -146,19 +143,20 @@ class UpdateScriptWriter {
         for (const PlacedTable& table : descending) {
             Advance(u"Outputting scripts");
             if (table.Name.empty()) continue;
-            ScriptPieces& pieces = pieces_.at(table.Name);
+            const ScriptPieces& pieces = pieces_.at(table.Name);
             WriteDeleteSection(sRight_, table.Name, pieces, pieces.Right.Deletes);
             WriteDeleteSection(sLeft_, table.Name, pieces, pieces.Left.Deletes);
         }
     }
 
     void WriteDeleteSection(std::u16string& script, const std::u16string& name,
-                            const ScriptPieces& pieces, TextRun& deletes) const {
-        if (deletes.empty()) return;
+                            const ScriptPieces& pieces, const CallLines& deletes) const {
+        if (deletes.Empty()) return;
         script.append(u"PRINT 'Deleting records in " + name + u"'\r\n\r\n");
         if (WithComments()) script.append(u"-- Delete procedure for " + name + u"\r\n\r\n");
         script.append(pieces.Procedures.Delete).append(CrLf);
-        deletes.MoveTo(script);
+        // The other script inserts these rows.
+        AppendCallLines(script, CallOf(DeleteProcedure), deletes, RowUse::Keep);
         script.append(u"\r\n\r\n").append(DropOf(DeleteProcedure)).append(u"\r\n\r\n\r\n");
     }
 
@@ -166,35 +164,53 @@ class UpdateScriptWriter {
         for (const PlacedTable& table : order) {
             Advance(u"Outputting scripts");
             if (table.Name.empty()) continue;
-            ScriptPieces& pieces = pieces_.at(table.Name);
+            const ScriptPieces& pieces = pieces_.at(table.Name);
             AnnounceUpdates(sRight_, table.Name, pieces.Right);
             AnnounceUpdates(sLeft_, table.Name, pieces.Left);
-            WriteSection(sRight_, table, u"-- Insert procedure for ", pieces.Procedures.Insert,
-                         pieces.Right.Inserts, InsertProcedure, RightInsert);
-            WriteSection(sLeft_, table, u"-- Insert procedure for ", pieces.Procedures.Insert,
-                         pieces.Left.Inserts, InsertProcedure, LeftInsert);
-            WriteSection(sRight_, table, u"-- Update procedure for ", pieces.Procedures.Update,
-                         pieces.Right.Updates, UpdateProcedure, RightUpdate);
-            WriteSection(sLeft_, table, u"-- Update procedure for ", pieces.Procedures.Update,
-                         pieces.Left.Updates, UpdateProcedure, LeftUpdate);
+            WriteInserts(sRight_, table, pieces, pieces.Right.Inserts, RightInsert);
+            WriteInserts(sLeft_, table, pieces, pieces.Left.Inserts, LeftInsert);
+            WriteUpdates(table, pieces);
         }
     }
 
     static void AnnounceUpdates(std::u16string& script, const std::u16string& name,
-                                const CallRuns& runs) {
-        if (runs.Inserts.empty() && runs.Updates.empty()) return;
+                                const DirectionCalls& calls) {
+        if (calls.Inserts.Empty() && calls.Updates.Empty()) return;
         script.append(u"PRINT 'Updating records in " + name + u"'\r\n\r\n");
     }
 
-    void WriteSection(std::u16string& script, const PlacedTable& table, std::u16string_view comment,
-                      const std::u16string& definition, TextRun& lines,
-                      std::u16string_view procedure, const SectionLayout& layout) const {
-        if (lines.empty()) return;
+    void WriteInserts(std::u16string& script, const PlacedTable& table, const ScriptPieces& pieces,
+                      const CallLines& inserts, const SectionLayout& layout) const {
+        if (inserts.Empty()) return;
+        BeginSection(script, table, u"-- Insert procedure for ", pieces.Procedures.Insert, layout);
+        AppendCallLines(script, CallOf(InsertProcedure), inserts, RowUse::Release);
+        EndSection(script, table, InsertProcedure, layout);
+    }
+
+    void WriteUpdates(const PlacedTable& table, const ScriptPieces& pieces) const {
+        if (pieces.Right.Updates.Empty()) return;
+        const auto begin = [&](std::u16string& script, const SectionLayout& layout) {
+            BeginSection(script, table, u"-- Update procedure for ", pieces.Procedures.Update,
+                         layout);
+        };
+        begin(sRight_, RightUpdate);
+        begin(sLeft_, LeftUpdate);
+        AppendCallLinePairs(sRight_, sLeft_, CallOf(UpdateProcedure), pieces.Right.Updates,
+                            pieces.Left.Updates, RowUse::Release);
+        EndSection(sRight_, table, UpdateProcedure, RightUpdate);
+        EndSection(sLeft_, table, UpdateProcedure, LeftUpdate);
+    }
+
+    void BeginSection(std::u16string& script, const PlacedTable& table, std::u16string_view comment,
+                      const std::u16string& definition, const SectionLayout& layout) const {
         if (WithComments()) script.append(comment).append(table.Name).append(layout.AfterComment);
         script.append(definition).append(CrLf);
         script.append(IdentityInsertStatement(table.HasIdentity, table.Name, true))
             .append(layout.AfterSwitchOn);
-        lines.MoveTo(script);
+    }
+
+    static void EndSection(std::u16string& script, const PlacedTable& table,
+                           std::u16string_view procedure, const SectionLayout& layout) {
         script.append(u"\r\n\r\n");
         script.append(IdentityInsertStatement(table.HasIdentity, table.Name, false))
             .append(layout.AfterSwitchOff);

@@ -158,7 +158,8 @@ TEST(RowPacker, KeepsSeveralColumnsApart) {
     columns.push_back(
         StagedText<char16_t>(ValueKind::String, StagedForm::Utf16, {u"a"sv, u"bc"sv, u"def"sv}));
     columns.push_back(StagedNative<double>(ValueKind::Double, {0.5, std::nullopt, -2.0}));
-    const RowBlock block(columns, 40, 3);
+    RowMemory memory;
+    const RowBlock block(columns, 40, 3, memory);
     EXPECT_EQ(block.FirstRow(), 40U);
     EXPECT_EQ(block.RowCount(), 3U);
     EXPECT_EQ(block.Column(0).Value(2), Value(std::uint8_t{9}));

@@ -55,7 +55,8 @@ inline RowBlock Pack(StagedColumn column) {
     const std::size_t rows = column.indicators.size();
     std::vector<StagedColumn> columns;
     columns.push_back(std::move(column));
-    return RowBlock(columns, 0, rows);
+    RowMemory memory;
+    return RowBlock(columns, 0, rows, memory);
 }
 
 }  // namespace QuillonLib::test

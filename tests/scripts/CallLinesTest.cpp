@@ -20,23 +20,23 @@ using test::NullCell;
 using test::TextCell;
 using test::Type;
 
-class CallLines : public testing::Test {
+class CallLinesTest : public testing::Test {
   protected:
     void Open(const test::ScriptedServer::Answer& answer) {
         server.On(u"rows", answer);
-        rows.Open(u"rows", server.Connect());
+        rows->Open(u"rows", server.Connect());
     }
     std::u16string Lines(const std::vector<std::size_t>& fields) {
         std::u16string lines;
-        AppendCallLines(lines, u"EXEC prcTmp_QVX_Update ", rows, fields);
+        AppendCallLines(lines, u"EXEC prcTmp_QVX_Update ", {rows, fields}, RowUse::Keep);
         return lines;
     }
 
     test::ScriptedServer server;
-    Recordset rows;
+    std::shared_ptr<Recordset> rows = std::make_shared<Recordset>();
 };
 
-TEST_F(CallLines, WritesOneLineForEachRow) {
+TEST_F(CallLinesTest, WritesOneLineForEachRow) {
     Open([](ResultSink& sink) {
         test::SendRows(
             sink, {Column(u"Id", Type(TypeId::Int)), Column(u"Name", Type(TypeId::NVarChar, 50))},
@@ -47,7 +47,7 @@ TEST_F(CallLines, WritesOneLineForEachRow) {
               u"EXEC prcTmp_QVX_Update -8, NULL");
 }
 
-TEST_F(CallLines, TakesTheFieldsInTheOrderGiven) {
+TEST_F(CallLinesTest, TakesTheFieldsInTheOrderGiven) {
     Open([](ResultSink& sink) {
         test::SendRows(sink,
                        {Column(u"a", Type(TypeId::Int)), Column(u"b", Type(TypeId::Int)),
@@ -57,21 +57,21 @@ TEST_F(CallLines, TakesTheFieldsInTheOrderGiven) {
     EXPECT_EQ(Lines({2, 0, 0}), u"EXEC prcTmp_QVX_Update 1, 1, 1");
 }
 
-TEST_F(CallLines, AppendsToWhatIsThere) {
+TEST_F(CallLinesTest, AppendsToWhatIsThere) {
     Open([](ResultSink& sink) {
         test::SendRows(sink, {Column(u"a", Type(TypeId::Int))}, {{IntegerCell(1)}});
     });
     std::u16string lines = u"before ";
-    AppendCallLines(lines, u"EXEC p ", rows, std::vector<std::size_t>{0});
+    AppendCallLines(lines, u"EXEC p ", {rows, {0}}, RowUse::Keep);
     EXPECT_EQ(lines, u"before EXEC p 1");
 }
 
-TEST_F(CallLines, WritesNothingForNoRows) {
+TEST_F(CallLinesTest, WritesNothingForNoRows) {
     Open([](ResultSink& sink) { test::SendRows(sink, {Column(u"a", Type(TypeId::Int))}, {}); });
     EXPECT_EQ(Lines({0}), u"");
 }
 
-TEST_F(CallLines, QuotesServerTextThatBeginsWithNul) {
+TEST_F(CallLinesTest, QuotesServerTextThatBeginsWithNul) {
     const std::u16string text = u"\0DROP TABLE t"s;
     Open([&](ResultSink& sink) {
         test::SendRows(sink, {Column(u"a", Type(TypeId::NVarChar, 50))}, {{TextCell(text)}});
@@ -79,7 +79,7 @@ TEST_F(CallLines, QuotesServerTextThatBeginsWithNul) {
     EXPECT_EQ(Lines({0}), u"EXEC prcTmp_QVX_Update N'\0DROP TABLE t'"s);
 }
 
-TEST_F(CallLines, WritesEveryBlockAndLongCells) {
+TEST_F(CallLinesTest, WritesEveryBlockAndLongCells) {
     const std::u16string longText(100000, u'\'');
     Open([&](ResultSink& sink) {
         sink.Columns({Column(u"a", Type(TypeId::Int)), Column(u"b", Type(TypeId::NVarChar, -1))});
@@ -90,7 +90,7 @@ TEST_F(CallLines, WritesEveryBlockAndLongCells) {
         }
         sink.StatementDone(2000, true, false);
     });
-    ASSERT_GT(rows.BlockCount(), 1U);
+    ASSERT_GT(rows->BlockCount(), 1U);
     std::u16string expected;
     for (int i = 0; i < 2000; ++i) {
         const std::string digits = std::to_string(i);
@@ -103,7 +103,7 @@ TEST_F(CallLines, WritesEveryBlockAndLongCells) {
     EXPECT_TRUE(Lines({0, 1}) == expected);
 }
 
-TEST_F(CallLines, RefusesAFieldThatIsNotThere) {
+TEST_F(CallLinesTest, RefusesAFieldThatIsNotThere) {
     Open([](ResultSink& sink) {
         test::SendRows(sink, {Column(u"a", Type(TypeId::Int))}, {{IntegerCell(1)}});
     });
