@@ -109,7 +109,7 @@ bool Connection::LogIn(const LoginPacket& login) {
     sessionNumber_ = ++share_.sessions;
     share_.journal.Add({sessionNumber_, session_->Database(), u"", login_.user});
 
-    const std::size_t asked = login.packetSize == 0 ? kDefaultPacketSize : login.packetSize;
+    const std::size_t asked = login_.packetSize == 0 ? kDefaultPacketSize : login_.packetSize;
     const std::size_t packetSize = std::clamp(asked, kSmallestPacket, kLargestPacket);
     WriteLoginResponse(packetSize);
     out_.SetPacketSize(packetSize);

@@ -43,7 +43,7 @@ LoginPacket ParseLogin(Bytes payload) {
 
     LoginPacket login;
     login.version = head.Get32();
-    login.packetSize = head.Get32();
+    login.request.packetSize = head.Get32();
     head.Take(12);  // program version, process id, connection id
     head.Get8();    // option flags 1
     constexpr std::uint8_t kIntegratedSecurity = 0x80;

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "core/Text.h"
 #include "data/ConnectionString.h"
 #include "data/Odbc.h"
 
@@ -14,11 +15,17 @@ namespace {
 // ODBC counts its characters in 16 bits; the rest is room for what the driver needs added.
 constexpr std::size_t MaxConnectionString = 32000;
 
+// The size of packets to ask for, which the server may refuse. Rows come by the million, and each
+// packet costs the client four calls of the system. Not larger, because an encrypted packet has to
+// fit into a record of 16 KiB.
+constexpr SQLULEN PacketSize = 16000;
+
 std::u16string AdaptToDriver(const std::u16string& connectionString) {
 #ifdef _WIN32
     return connectionString;
 #else
-    return AdaptConnectionString(connectionString);
+    // FreeTDS takes the size from the text alone. In front, where no value before it is left open.
+    return u"PacketSize=" + ToText(PacketSize) + u";" + AdaptConnectionString(connectionString);
 #endif
 }
 
@@ -46,6 +53,9 @@ void Connection::Impl::Open(std::u16string_view text) {
 void Connection::Impl::Connect() {
     SQLSetConnectAttr(link.Get(), SQL_ATTR_LOGIN_TIMEOUT,
                       odbc::AsPointer(static_cast<SQLULEN>(loginTimeout.count())), 0);
+#ifdef _WIN32
+    SQLSetConnectAttr(link.Get(), SQL_ATTR_PACKET_SIZE, odbc::AsPointer(PacketSize), 0);
+#endif
     const std::u16string adapted = AdaptToDriver(connectionString);
     const SQLRETURN result = SQLDriverConnectW(link.Get(), nullptr, odbc::Wide(adapted),
                                                static_cast<SQLSMALLINT>(adapted.size()), nullptr, 0,

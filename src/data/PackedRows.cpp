@@ -1,32 +1,8 @@
 #include "data/PackedRows.h"
 
-#include <algorithm>
 #include <string>
 
 namespace QuillonLib {
-
-bool PackedColumn::IsSame(const PackedColumn& other, std::size_t row) const noexcept {
-    if (kind_ != other.kind_ || IsNull(row) != other.IsNull(row)) return false;
-    if (IsNull(row)) return true;
-    // the widths one by one, so that each comparison is an instruction or two
-    switch (width_) {
-        case 1:
-            return cells_[row] == other.cells_[row];
-        case 2:
-            return Load<std::uint16_t>(row) == other.Load<std::uint16_t>(row);
-        case 4:
-            return Load<std::uint32_t>(row) == other.Load<std::uint32_t>(row);
-        case 8:
-            return Load<std::uint64_t>(row) == other.Load<std::uint64_t>(row);
-        case 16:
-            return std::memcmp(cells_ + row * 16, other.cells_ + row * 16, 16) == 0;
-        default:
-            break;
-    }
-    if (kind_ == ValueKind::String) return Text(row) == other.Text(row);
-    const std::span<const std::uint8_t> mine = Bytes(row), others = other.Bytes(row);
-    return std::equal(mine.begin(), mine.end(), others.begin(), others.end());
-}
 
 Value PackedColumn::Value(std::size_t row) const {
     using QuillonLib::Value;

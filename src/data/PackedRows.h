@@ -56,7 +56,27 @@ class PackedColumn {
     std::size_t LengthBefore(std::size_t row) const noexcept { return Begin(row); }
 
     // Whether the cell holds the same bits of the same kind as the other column's cell in that row.
-    bool IsSame(const PackedColumn& other, std::size_t row) const noexcept;
+    bool IsSame(const PackedColumn& other, std::size_t row) const noexcept {
+        if (kind_ != other.kind_ || IsNull(row) != other.IsNull(row)) return false;
+        if (IsNull(row)) return true;
+        // the widths one by one, so that each comparison is an instruction or two
+        switch (width_) {
+            case 1:
+                return cells_[row] == other.cells_[row];
+            case 2:
+                return Load<std::uint16_t>(row) == other.Load<std::uint16_t>(row);
+            case 4:
+                return Load<std::uint32_t>(row) == other.Load<std::uint32_t>(row);
+            case 8:
+                return Load<std::uint64_t>(row) == other.Load<std::uint64_t>(row);
+            case 16:
+                return std::memcmp(cells_ + row * 16, other.cells_ + row * 16, 16) == 0;
+            default:
+                break;
+        }
+        if (kind_ == ValueKind::String) return Text(row) == other.Text(row);
+        return Digits(row) == other.Digits(row);
+    }
 
     // The cell as a Value, Null included.
     QuillonLib::Value Value(std::size_t row) const;

@@ -34,8 +34,16 @@ class LineWriter {
           line_(4096, u'\0') {}
 
     void SelectBlock(std::size_t block) {
-        for (std::size_t i = 0; i < fields_.size(); ++i)
+        variable_.clear();
+        fixedRoom_ = CrLf.size() + command_.size() + fields_.size() * Separator.size();
+        for (std::size_t i = 0; i < fields_.size(); ++i) {
             columns_[i] = rows_.Column(block, fields_[i]);
+            if (HasVariableLiteral(columns_[i].Kind())) {
+                variable_.push_back(i);
+            } else {
+                fixedRoom_ += MaxFixedLiteral;
+            }
+        }
     }
 
     // The line of a row, with the line end of the one before it in front. Valid until the next.
@@ -71,9 +79,9 @@ class LineWriter {
   private:
     template <typename WriteCells>
     std::u16string_view Line(std::size_t row, WriteCells writeCells) {
-        std::size_t room = CrLf.size() + command_.size();
-        for (const PackedColumn& column : columns_)
-            room += MaxSqlLiteral(column, row) + Separator.size();
+        std::size_t room = fixedRoom_;
+        for (const std::size_t i : variable_)
+            room += MaxSqlLiteral(columns_[i], row);
         isLong_ = room > MaxBufferedLine;
         if (isLong_) return LongLine(row);
         if (room > line_.size()) line_.resize(room);
@@ -114,6 +122,10 @@ class LineWriter {
     const Recordset& rows_;
     std::span<const std::size_t> fields_;
     std::vector<PackedColumn> columns_;
+    // Room that a line of the block takes, but for the columns whose literals are as long as
+    // values.
+    std::size_t fixedRoom_ = 0;
+    std::vector<std::size_t> variable_;
     std::vector<std::size_t> starts_;  // of the cells in the line, and its end
     std::u16string line_;
     std::u16string long_;

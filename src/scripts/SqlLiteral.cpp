@@ -10,10 +10,6 @@ namespace QuillonLib {
 
 namespace {
 
-// Longest literal of a kind whose length does not depend on the value: a Guid in quotes. Also
-// covers "NULL" and a date.
-constexpr std::size_t MaxFixedLiteral = 48;
-
 constexpr char16_t Quote = u'\'';
 
 char16_t* Write(char16_t* out, std::u16string_view text) {

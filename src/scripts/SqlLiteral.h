@@ -42,6 +42,13 @@ void AppendSqlLiteral(std::u16string& out, const PackedColumn& column, std::size
 char16_t* WriteSqlLiteral(char16_t* out, const PackedColumn& column, std::size_t row);
 std::size_t MaxSqlLiteral(const PackedColumn& column, std::size_t row);
 
+// Room for the literal of any value, of the kinds whose literals do not grow with the value. The
+// longest is a Guid in quotes.
+inline constexpr std::size_t MaxFixedLiteral = 48;
+inline bool HasVariableLiteral(ValueKind kind) {
+    return kind == ValueKind::String || kind == ValueKind::Bytes;
+}
+
 // About as many characters as the literals of the column's first `rows` cells have: fewer only
 // where text is full of quotes.
 std::size_t ExpectedSqlLiterals(const PackedColumn& column, std::size_t rows);

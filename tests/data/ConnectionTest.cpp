@@ -51,6 +51,13 @@ TEST(Connection, KeepsTheConnectionStringLetterForLetter) {
     EXPECT_EQ(server.Logins()[0].database, u"master");
 }
 
+TEST(Connection, AsksForPacketsThatFitIntoAnEncryptedRecord) {
+    ScriptedServer server;
+    server.Connect();
+    ASSERT_EQ(server.Logins().size(), 1U);
+    EXPECT_EQ(server.Logins()[0].packetSize, 16000U);
+}
+
 TEST(Connection, ClosesAndOpensAgain) {
     ScriptedServer server;
     const auto connection = server.Connect();
