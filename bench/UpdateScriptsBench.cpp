@@ -4,11 +4,13 @@
 //   quillon_update_scripts_bench [rows]
 #include <sql.h>
 #include <sqlext.h>
+#include <sqlite3.h>
 #include <sys/mman.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <string>
@@ -102,6 +104,7 @@ constexpr BareColumn BareColumns[] = {
     {SQL_C_TYPE_TIMESTAMP, 16}, {SQL_C_CHAR, 48},   {SQL_C_BIT, 1},      {SQL_C_DOUBLE, 8}};
 constexpr std::size_t BareRows = 1024;
 
+// As a client does that asks for nothing special: packets of the driver's own size, too.
 void FetchBare(Findings& findings, const std::u16string& connectionString,
                const std::u16string& query) {
     SQLHENV environment = nullptr;
@@ -232,36 +235,92 @@ bool Bar(const char* name, double value, double limit, bool atMost) {
     return held;
 }
 
-bool Exists(const char* program) {
-    return std::system(("command -v " + std::string(program) + " > /dev/null 2>&1").c_str()) == 0;
+// Runs a tool of everyday use, for scale.
+void MeasureTool(const char* name, const std::string& command, std::size_t rows) {
+    const auto childSeconds = [] {
+        rusage usage{};
+        getrusage(RUSAGE_CHILDREN, &usage);
+        const auto seconds = [](const timeval& t) {
+            return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_usec) * 1e-6;
+        };
+        return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+    };
+    int status = 0;
+    const double before = childSeconds();
+    const Measured time = bench::Measure([&] { status = std::system(command.c_str()); });
+    const double cpu = childSeconds() - before;
+    if (status != 0) {
+        std::printf("%-22s ended with status %d: skipped\n", name, status);
+        return;
+    }
+    std::printf("%-22s %8.3f s CPU  %8.3f s  %9zu rows\n", name, cpu, time.wall, rows);
 }
 
-// The same rows with a tool of everyday use, for scale.
-void CompareWithBulkCopy(const std::string& port, std::size_t rows) {
-    if (!Exists("freebcp")) {
-        std::printf("freebcp                is not installed: skipped\n");
-        return;
+bool IsInstalled(const char* program) {
+    if (std::system(("command -v " + std::string(program) + " > /dev/null 2>&1").c_str()) == 0)
+        return true;
+    std::printf("%-22s is not installed: skipped\n", program);
+    return false;
+}
+
+// A folder for what the tools read and write.
+class ScratchFolder {
+  public:
+    ScratchFolder() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "quillonXXXXXX").string();
+        if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp");
+        path_ = pattern;
     }
-    const std::string command =
-        "timeout 20 freebcp \"SELECT T1.*, T2.* FROM one..t T1 INNER JOIN two..t T2 ON "
-        "T1.Id=T2.Id\" queryout "
-        "/dev/null -c -S 127.0.0.1:" +
-        port + " -U sa -P sandbox > /dev/null 2>&1 < /dev/null";
-    int status = 0;
-    rusage before{}, after{};
-    getrusage(RUSAGE_CHILDREN, &before);
-    const Measured time = bench::Measure([&] { status = std::system(command.c_str()); });
-    getrusage(RUSAGE_CHILDREN, &after);
-    const auto seconds = [](const timeval& t) {
-        return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_usec) * 1e-6;
-    };
-    const double cpu = seconds(after.ru_utime) + seconds(after.ru_stime) -
-                       seconds(before.ru_utime) - seconds(before.ru_stime);
-    if (status != 0) {
-        std::printf("freebcp                failed: skipped\n");
-        return;
+    ~ScratchFolder() { std::filesystem::remove_all(path_); }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+    std::string File(const char* name) const { return (path_ / name).string(); }
+
+  private:
+    std::filesystem::path path_;
+};
+
+// The rows of the differing row set, written to a file.
+void CompareWithBulkCopy(const std::string& server, const ScratchFolder& folder, std::size_t rows) {
+    if (!IsInstalled("freebcp")) return;
+    // It reads for ever where its output is /dev/null.
+    MeasureTool("freebcp queryout",
+                "timeout 120 freebcp \"SELECT T1.*, T2.* FROM one..t T1 INNER JOIN two..t T2 ON "
+                "T1.Id=T2.Id\" queryout " +
+                    folder.File("rows") + " -c -S " + server +
+                    " -U sa -P sandbox > /dev/null 2>&1 < /dev/null",
+                rows);
+}
+
+// Two SQLite files with the same rows, and the statements that make one agree with the other. It
+// reads from disk what the others read from a server.
+void CompareWithSqlDiff(const ScratchFolder& folder, std::size_t rows) {
+    if (!IsInstalled("sqldiff")) return;
+    for (int side = 0; side < 2; ++side) {
+        sqlite3* database = nullptr;
+        const std::string file = folder.File(side == 0 ? "one" : "two");
+        const std::string fill =
+            "CREATE TABLE t (Id INTEGER PRIMARY KEY, Serial, Name, Code, Changed, Amount, Active, "
+            "Ratio); WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i + 1 "
+            "< " +
+            std::to_string(rows) +
+            ") INSERT INTO t SELECT i, i * 1000003, CASE WHEN i % 16 < 15 THEN substr('João "
+            "O''Neill-Łuczak 中文 Holding & Sons, Ltd.', 1 + i % 8, 16 + i % 16) END, "
+            "substr('AB-1234/5678-XYZ-0001', 1, 10 + i % 10), datetime(1000000000 + i * 26, "
+            "'unixepoch'), i * 1.2345 - 500 + " +
+            std::to_string(side) + ", i & 1, i / 7.0 FROM n";
+        const bool filled =
+            sqlite3_open(file.c_str(), &database) == SQLITE_OK &&
+            sqlite3_exec(database, fill.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK;
+        sqlite3_close(database);
+        if (!filled) {
+            std::printf("sqldiff                has no files to compare: skipped\n");
+            return;
+        }
     }
-    std::printf("%-22s %8.3f s CPU  %8.3f s  %9zu rows\n", "freebcp queryout", cpu, time.wall,
+    MeasureTool("sqldiff, one direction",
+                "timeout 120 sqldiff " + folder.File("one") + " " + folder.File("two") + " > " +
+                    folder.File("differences"),
                 rows);
 }
 
@@ -283,9 +342,11 @@ int main(int argc, char** argv) {
     Print("GetUpdateScripts", scripts);
     const Findings lines = Best([&](Findings& f) { MeasureCallLines(f, connectionString, query); });
     Print("call lines", lines);
-    CompareWithBulkCopy(ToUtf8(address.substr(address.find(u',') + 1)), rows);
-    // sqldiff reads SQLite files, of which this server has none.
-    std::printf("sqldiff                needs SQLite files: skipped\n");
+    const ScratchFolder folder;
+    std::string hostAndPort = ToUtf8(address);
+    hostAndPort[hostAndPort.find(',')] = ':';
+    CompareWithBulkCopy(hostAndPort, folder, rows);
+    CompareWithSqlDiff(folder, rows);
 
     if (bare.rows != rows || table.rows != rows || scripts.rows != rows || lines.rows != rows) {
         std::fprintf(stderr, "rows were lost\n");
