@@ -283,7 +283,6 @@ class ScratchFolder {
 // The rows of the differing row set, written to a file.
 void CompareWithBulkCopy(const std::string& server, const ScratchFolder& folder, std::size_t rows) {
     if (!IsInstalled("freebcp")) return;
-    // It reads for ever where its output is /dev/null.
     MeasureTool("freebcp queryout",
                 "timeout 120 freebcp \"SELECT T1.*, T2.* FROM one..t T1 INNER JOIN two..t T2 ON "
                 "T1.Id=T2.Id\" queryout " +
