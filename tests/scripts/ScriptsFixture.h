@@ -61,9 +61,20 @@ class ScriptsFixture : public ComparisonFixture {
                                records);
         return scripts;
     }
-    Scripts UpdateScriptsOf(const Texts& tables, enShowOptions options = EverythingShown) {
+    Scripts UpdateScriptsOf(const Texts& tables, enShowOptions options = EverythingShown,
+                            std::int32_t records = 0) {
         one->CheckDependencies(true);
-        return UpdateScriptsOf(Compare(tables), options);
+        return UpdateScriptsOf(Compare(tables), options, records);
+    }
+
+    // The call lines of a script, without their line ends.
+    static Texts CallsIn(const std::u16string& script) {
+        Texts calls;
+        for (std::size_t at = script.find(u"\r\nEXEC "); at != script.npos;
+             at = script.find(u"\r\nEXEC ", at + 2)) {
+            calls.push_back(script.substr(at + 2, script.find(u"\r\n", at + 2) - at - 2));
+        }
+        return calls;
     }
 
     // The server's address holds a port that no literal can know.

@@ -434,5 +434,17 @@ TEST_F(UpdateScriptsTest, TheFlagsDecideWhichRowsAreCovered) {
     EXPECT_NE(scripts.sLeft.find(u"EXEC prcTmp_QVX_Insert 11, 3"), std::u16string::npos);
 }
 
+TEST_F(UpdateScriptsTest, TheLimitIsInTheQueriesAndTheScripts) {
+    RunInBoth(u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, n int NULL)");
+    RunIn(u"one", u"INSERT t VALUES (1,1),(2,2),(3,3)");
+    const Scripts scripts =
+        UpdateScriptsOf({u"[dbo].[t]"}, cpoShowMissing | cpoLimitRecordsReturned, 1);
+    EXPECT_EQ(Batches(server).front(),
+              u"SELECT TOP 1 T1.* FROM [one].[dbo].[t] T1 WHERE NOT EXISTS (SELECT * FROM "
+              u"[two].[dbo].[t] T2 WHERE T1.[id]=T2.[id] )");
+    EXPECT_EQ(CallsIn(scripts.sRight), Texts{u"EXEC prcTmp_QVX_Insert 1, 1"});
+    EXPECT_EQ(CallsIn(scripts.sLeft), Texts{u"EXEC prcTmp_QVX_Delete 1"});
+}
+
 }  // namespace
 }  // namespace QuillonLib
