@@ -159,6 +159,12 @@ std::error_code Write(const fs::path& path, std::string_view bytes, FileOperatio
     return failure ? failure : file.TakeTheName(old);
 }
 
+// For people: a name that is not valid UTF-8 is no reason for another failure.
+std::u16string NameOf(const fs::path& path) {
+    const std::u8string name = path.u8string();
+    return FromUtf8({reinterpret_cast<const char*>(name.data()), name.size()});
+}
+
 }  // namespace
 
 FileOperations& SystemFiles() {
@@ -170,8 +176,8 @@ void WriteWholeFile(const std::filesystem::path& path, std::string_view bytes,
                     FileOperations& files) {
     const std::error_code failure = Write(path, bytes, files);
     if (failure) {
-        throw Error(ErrorNumber::FileAccess, u"Cannot write the file '" + path.u16string() +
-                                                 u"': " + FromUtf8(failure.message()));
+        throw Error(ErrorNumber::FileAccess, u"Cannot write the file '" + NameOf(path) + u"': " +
+                                                 FromUtf8(failure.message()));
     }
 }
 

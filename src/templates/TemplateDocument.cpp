@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <new>
+#include <optional>
 #include <system_error>
 
 #include "core/Error.h"
@@ -24,8 +24,31 @@ Result Allocated(Result result) {
     return result;
 }
 
-std::filesystem::path FilePath(std::u16string_view path) {
-    return std::filesystem::path(std::u16string(path));
+// None for a text that cannot be a path: one with half a surrogate pair, where paths are UTF-8.
+std::optional<std::filesystem::path> FilePath(std::u16string_view path) {
+    try {
+        return std::filesystem::path(std::u16string(path));
+    } catch (const std::filesystem::filesystem_error&) {
+        return std::nullopt;
+    }
+}
+
+// None when there is no such file or it cannot be read to its end.
+std::optional<std::string> ContentOf(const std::filesystem::path& file) {
+    std::error_code unreadable;
+    if (!std::filesystem::is_regular_file(file, unreadable)) return std::nullopt;
+    std::ifstream stream(file, std::ios::binary);
+    std::string content;
+    while (stream.good()) {
+        constexpr std::size_t Piece = std::size_t{64} << 10;
+        const std::size_t size = content.size();
+        content.resize(size + Piece);
+        stream.read(content.data() + size, Piece);
+        content.resize(size + static_cast<std::size_t>(stream.gcount()));
+    }
+    // Read to the end, and not up to an error.
+    if (!stream.eof() || stream.bad()) return std::nullopt;
+    return content;
 }
 
 class TextWriter final : public pugi::xml_writer {
@@ -55,16 +78,11 @@ std::size_t ElementCount(const pugi::xml_document& document) {
 }  // namespace
 
 bool TemplateDocument::Load(std::u16string_view path) {
-    const std::filesystem::path file = FilePath(path);
-    std::error_code unreadable;
-    if (!std::filesystem::is_regular_file(file, unreadable)) return false;
-    std::ifstream stream(file, std::ios::binary);
-    const std::string content{std::istreambuf_iterator<char>(stream), {}};
-    if (stream.bad() || !stream.is_open() || !Parse(content)) {
-        document_.reset();
-        return false;
-    }
-    return true;
+    const std::optional<std::filesystem::path> file = FilePath(path);
+    const std::optional<std::string> content = file ? ContentOf(*file) : std::nullopt;
+    if (content && Parse(*content)) return true;
+    document_.reset();
+    return false;
 }
 
 bool TemplateDocument::Parse(const std::string& content) {
@@ -91,7 +109,12 @@ void TemplateDocument::Save(std::u16string_view path, FileOperations& files) con
         if (node == detached_) continue;
         node.print(writer, "", pugi::format_raw, pugi::encoding_utf8);
     }
-    WriteWholeFile(FilePath(path), writer.text, files);
+    const std::optional<std::filesystem::path> file = FilePath(path);
+    if (!file) {
+        throw Error(ErrorNumber::FileAccess,
+                    u"Cannot write the file '" + std::u16string(path) + u"': it has no valid name");
+    }
+    WriteWholeFile(*file, writer.text, files);
 }
 
 TemplateElement TemplateDocument::Root() {
@@ -152,6 +175,18 @@ TemplateElement TemplateElement::Select(std::u16string_view path) const {
 
 TemplateElement TemplateElement::AppendChild(const char* name) {
     return {document_, Allocated(Node().append_child(name))};
+}
+
+TemplateElement TemplateElement::AppendChild(const char* name, const char* attribute,
+                                             std::u16string_view value) {
+    TemplateElement child = AppendChild(name);
+    try {
+        child.SetAttribute(attribute, value);
+    } catch (...) {
+        Node().remove_child(child.node_);
+        throw;
+    }
+    return child;
 }
 
 void TemplateElement::RemoveChild(const TemplateElement& child) {

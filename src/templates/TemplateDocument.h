@@ -16,9 +16,10 @@ class TemplateElement;
 // before stays usable, and an element that is removed stays usable until its document goes.
 class TemplateDocument : public std::enable_shared_from_this<TemplateDocument> {
   public:
-    // False, and an empty document, when there is no such file or it is not well-formed.
+    // False, and an empty document, when there is no such file, it cannot be read, or it is not
+    // well-formed.
     bool Load(std::u16string_view path);
-    // Error 75.
+    // Error 75, for a path that no file can have too.
     void Save(std::u16string_view path, FileOperations& files) const;
 
     // Absent in an empty document.
@@ -52,6 +53,8 @@ class TemplateElement {
     // The first match of a path expression, or none; error 0x80004005 when it is not valid.
     TemplateElement Select(std::u16string_view path) const;
     TemplateElement AppendChild(const char* name);
+    // A child with one attribute, or none at all where that fails.
+    TemplateElement AppendChild(const char* name, const char* attribute, std::u16string_view value);
     void RemoveChild(const TemplateElement& child);
     void RemoveChildren();
 

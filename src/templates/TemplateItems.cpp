@@ -66,7 +66,7 @@ void ComparisonTemplates::Store::AddColumn(std::u16string_view sTableName,
         columnLists_->Add(std::make_shared<NameList>(), sTableName);
         columnTableList_->Add(std::u16string(sTableName), sTableName);
     }
-    columnLists_->Item(sTableName)->Add(std::u16string(sColumn), sColumn);
+    ColumnsOf(sTableName)->Add(std::u16string(sColumn), sColumn);
     dirty = true;
 }
 
@@ -98,11 +98,21 @@ void ComparisonTemplates::Store::Remove(enItemTypes enItemType, std::u16string_v
     dirty = true;  // for unknown kinds too
 }
 
+// The lists are handed out, and so may hold what a caller put in. Error 5 where there is no list.
+std::shared_ptr<NameList> ComparisonTemplates::Store::ColumnsOf(
+    std::u16string_view sTableName) const {
+    std::shared_ptr<NameList> columns = columnLists_->Item(sTableName);
+    if (columns == nullptr) {
+        throw Error(ErrorNumber::ObjectNotSet, u"Object variable or With block variable not set");
+    }
+    return columns;
+}
+
 void ComparisonTemplates::Store::RemoveColumn(std::u16string_view sTableName,
                                               std::u16string_view sColumn) {
     bool tableIsDone = sColumn.empty();
     if (!tableIsDone) {
-        const std::shared_ptr<NameList> columns = columnLists_->Item(sTableName);
+        const std::shared_ptr<NameList> columns = ColumnsOf(sTableName);
         columns->Remove(sColumn);
         tableIsDone = columns->Count() == 0;
     }
@@ -121,7 +131,7 @@ bool ComparisonTemplates::Store::ItemExists(enItemTypes enItemType, std::u16stri
         case tmpColumn:
             LoadColumnItems();
             return columnLists_->ItemExists(sTableName) &&
-                   columnLists_->Item(sTableName)->ItemExists(sElementName);
+                   ColumnsOf(sTableName)->ItemExists(sElementName);
         case tmpIndex:
             LoadIndexItems();
             return indexList_->ItemExists(sTableName) &&

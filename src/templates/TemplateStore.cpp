@@ -31,6 +31,7 @@ bool ComparisonTemplates::Store::Load(std::u16string_view sXMLFile) {
     const bool loaded = document->Load(path);
     document_ = std::move(document);
     root_ = {};
+    templateCache_ = nullptr;
     fileName_ = path;
     dirty = false;
     return loaded;
@@ -45,8 +46,7 @@ void ComparisonTemplates::Store::OpenTemplateRoot() {
     if (lastTemplateElement_) {
         currentTemplate = lastTemplateElement_.Attribute("name");
     } else {
-        lastTemplateElement_ = root_.AppendChild("lasttemplate");
-        lastTemplateElement_.SetAttribute("name", u"");
+        lastTemplateElement_ = root_.AppendChild("lasttemplate", "name", u"");
         currentTemplate.clear();
     }
     templateCache_ = nullptr;
@@ -59,8 +59,8 @@ TemplateElement ComparisonTemplates::Store::FindTemplate(std::u16string_view sTe
 void ComparisonTemplates::Store::GetTemplateElement() {
     TemplateElement found = FindTemplate(currentTemplate);
     if (!found) {
-        found = root_.AppendChild("template");
-        found.SetAttribute("id", currentTemplate);
+        found = root_.AppendChild("template", "id", currentTemplate);
+        templateCache_ = nullptr;
     }
     bound_.Template = found;
 }
@@ -69,8 +69,8 @@ void ComparisonTemplates::Store::GetDatabaseElements() {
     for (std::size_t number = 0; number < DatabaseElementNames.size(); ++number) {
         TemplateElement element = bound_.Template.Child(DatabaseElementNames[number]);
         if (!element) {
-            element = bound_.Template.AppendChild(DatabaseElementNames[number]);
-            element.SetAttribute("name", databaseNames_[number]);
+            element = bound_.Template.AppendChild(DatabaseElementNames[number], "name",
+                                                  databaseNames_[number]);
         }
         bound_.Databases[number] = element;
     }
@@ -125,6 +125,7 @@ bool ComparisonTemplates::Store::NewTemplate(std::u16string_view sTemplate) {
 bool ComparisonTemplates::Store::RemoveTemplate(std::u16string_view sTemplate) {
     if (ToLower(sTemplate) == u"default") return false;
     LoadTemplate(std::u16string(currentTemplate));
+    OpenTemplateRoot();  // where a name was current, but its file is another one's now
     if (currentTemplate == sTemplate) SelectTemplate(DefaultTemplate);
     if (const TemplateElement found = FindTemplate(sTemplate)) {
         root_.RemoveChild(found);
@@ -165,7 +166,7 @@ void ComparisonTemplates::Store::PersistTables() {
     bound_.Tables.RemoveChildren();
     for (const std::u16string& table : NamesOf(*tableList_)) {
         if (ItemIsValid(tmpTable, table, {})) {
-            bound_.Tables.AppendChild("table").SetAttribute("id", table);
+            bound_.Tables.AppendChild("table", "id", table);
         } else {
             tableList_->Remove(table);
             columnTableList_->Remove(table);
@@ -177,12 +178,11 @@ void ComparisonTemplates::Store::PersistTables() {
 void ComparisonTemplates::Store::PersistColumns() {
     bound_.Columns.RemoveChildren();
     for (const std::u16string& table : *columnTableList_) {
-        TemplateElement element = bound_.Columns.AppendChild("table");
-        element.SetAttribute("id", table);
-        const std::shared_ptr<NameList> columns = columnLists_->Item(table);
+        TemplateElement element = bound_.Columns.AppendChild("table", "id", table);
+        const std::shared_ptr<NameList> columns = ColumnsOf(table);
         for (const std::u16string& column : NamesOf(*columns)) {
             if (ItemIsValid(tmpColumn, table, column)) {
-                element.AppendChild("column").SetAttribute("id", column);
+                element.AppendChild("column", "id", column);
             } else {
                 columns->Remove(column);
             }
@@ -193,9 +193,8 @@ void ComparisonTemplates::Store::PersistColumns() {
 void ComparisonTemplates::Store::PersistIndexes() {
     bound_.Indexes.RemoveChildren();
     for (const std::u16string& table : *indexTableList_) {
-        TemplateElement element = bound_.Indexes.AppendChild("table");
-        element.SetAttribute("id", table);
-        element.AppendChild("index").SetAttribute("id", indexList_->Item(table));
+        bound_.Indexes.AppendChild("table", "id", table)
+            .AppendChild("index", "id", indexList_->Item(table));
     }
 }
 

@@ -78,6 +78,7 @@ class ComparisonTemplates::Store {
     void AddTable(std::u16string_view sTableName);
     void AddColumn(std::u16string_view sTableName, std::u16string_view sColumn);
     void AddIndex(std::u16string_view sTableName, std::u16string_view sIndex);
+    std::shared_ptr<NameList> ColumnsOf(std::u16string_view sTableName) const;
     void RemoveColumn(std::u16string_view sTableName, std::u16string_view sColumn);
     void LoadTableItems();
     void LoadColumnItems();

@@ -72,6 +72,20 @@ TEST_F(TemplateFileTest, LoadTellsWhetherTheFileWasRead) {
     EXPECT_EQ(Read(), "<a/><b/>");
 }
 
+TEST_F(TemplateFileTest, LoadOfWhatCannotBeReadIsFalse) {
+#ifdef __linux__
+    // A regular file whose first byte cannot be read.
+    EXPECT_FALSE(ComparisonTemplates().Load(u"/proc/self/mem"));
+#endif
+    ComparisonTemplates other;
+    const std::u16string noPath = Path() + std::u16string{0xD83D};
+    EXPECT_FALSE(other.Load(noPath));
+    EXPECT_FALSE(other.Load(noPath));
+    EXPECT_EQ(Names(other.Templates()), Texts{});
+    EXPECT_EQ(NumberOf([&] { other.NewTemplate(u"a"); }), 75);
+    EXPECT_TRUE(std::filesystem::is_empty(folder));
+}
+
 TEST_F(TemplateFileTest, AnUnreadableFileGivesAnEmptyStore) {
     Write("<templates><template");
     ComparisonTemplates other;
@@ -111,11 +125,20 @@ TEST_F(TemplateFileTest, ElementsOfTheFileBeforeStayUsable) {
 }
 
 TEST_F(TemplateFileTest, TheDefaultPathIsBesideTheLibrary) {
-    ComparisonTemplates other;
-    EXPECT_FALSE(other.Load(u""));  // no such file there
-    EXPECT_FALSE(other.Load((LibraryFolder() / "Templates.xml").u16string()));  // already loaded
     // the tests hold the library themselves
-    EXPECT_EQ(LibraryFolder(), std::filesystem::canonical("/proc/self/exe").parent_path());
+    const std::filesystem::path beside =
+        std::filesystem::canonical("/proc/self/exe").parent_path() / "Templates.xml";
+    EXPECT_EQ(LibraryFolder() / "Templates.xml", beside);
+    Write(TwoTemplates);
+    std::filesystem::rename(file, beside);
+
+    ComparisonTemplates byEmptyPath;
+    EXPECT_TRUE(byEmptyPath.Load(u""));
+    EXPECT_FALSE(byEmptyPath.Load(beside.u16string()));  // already loaded
+    ComparisonTemplates byFirstUse;
+    EXPECT_EQ(Names(byFirstUse.Templates()), (Texts{u"Default", u"Nightly"}));
+    EXPECT_FALSE(byFirstUse.Load(u""));
+    std::filesystem::remove(beside);
 }
 
 TEST_F(TemplateFileTest, TemplatesAreListedInFileOrder) {
@@ -397,6 +420,59 @@ TEST_F(TemplateFileTest, ANameThatXmlCannotHoldIsAnErrorAndSavesNothing) {
         EXPECT_EQ(NumberOf([&] { other.Persist(); }), static_cast<std::int32_t>(0x80004005));
         EXPECT_EQ(Read(), TwoTemplates);
     }
+}
+
+TEST_F(TemplateFileTest, ATemplateNameThatXmlCannotHoldLeavesNoElementBehind) {
+    Write(TwoTemplates);
+    const auto invalid = static_cast<std::int32_t>(0x80004005);
+    ComparisonTemplates other;
+    other.Load(Path());
+    EXPECT_EQ(NumberOf([&] { other.LoadTemplate(u"\x01"); }), invalid);
+    other.LoadTemplate(u"Default");
+    EXPECT_TRUE(other.Persist());
+    EXPECT_EQ(Names(other.Templates()), (Texts{u"Default", u"Nightly"}));
+    ComparisonTemplates again;
+    again.Load(Path());
+    EXPECT_EQ(Names(again.Templates()), (Texts{u"Default", u"Nightly"}));
+}
+
+TEST_F(TemplateFileTest, ADatabaseNameThatXmlCannotHoldLeavesNoElementBehind) {
+    ComparisonTemplates other;
+    other.Load(Path());
+    other.LoadTemplate(u"a");
+    other.Database1(u"\x01");
+    const auto invalid = static_cast<std::int32_t>(0x80004005);
+    EXPECT_EQ(NumberOf([&] { other.NewTemplate(u"b"); }), invalid);
+    other.Database1(u"fine");
+    other.LoadTemplate(u"a");
+    // An element without a name would be error 94.
+    other.LoadTemplate(u"b");
+    EXPECT_EQ(other.Database1(), u"fine");
+}
+
+// Both see the templates as they are now, not as they were listed once.
+TEST_F(TemplateFileTest, TheListOfTemplatesFollowsLoadAndLoadTemplate) {
+    EXPECT_EQ(Names(store.Templates()), Texts{});
+    store.LoadTemplate(u"fresh");
+    EXPECT_EQ(Names(store.Templates()), Texts{u"fresh"});
+    Write(TwoTemplates);
+    const std::filesystem::path copy = folder / "copy.xml";
+    std::filesystem::copy_file(file, copy);
+    store.Load(copy.u16string());
+    EXPECT_EQ(Names(store.Templates()), (Texts{u"Default", u"Nightly"}));
+}
+
+TEST_F(TemplateFileTest, RemoveTemplateWorksOnTheFileThatWasLoadedLast) {
+    Write(TwoTemplates);
+    const std::filesystem::path copy = folder / "copy.xml";
+    std::filesystem::copy_file(file, copy);
+    ComparisonTemplates other;
+    other.Load(Path());
+    other.LoadTemplate(u"Default");
+    other.Load(copy.u16string());
+    EXPECT_TRUE(other.RemoveTemplate(u"Nightly"));
+    EXPECT_TRUE(other.Dirty());
+    EXPECT_EQ(Names(other.Templates()), Texts{u"Default"});
 }
 
 TEST_F(TemplateFileTest, OtherEncodingsAreReadAndUtf8IsWritten) {

@@ -139,6 +139,62 @@ TEST_F(TemplateItemsTest, ChangesThroughTheSharedListsReachTheStore) {
     EXPECT_NE(Read().find("<column id=\"a\"/><column id=\"b\"/>"), std::string::npos) << Read();
 }
 
+TEST_F(TemplateItemsTest, AnIndexChangedThroughTheSharedListIsWritten) {
+    store.Add(tmpIndex, u"[dbo].[T]", u"i");
+    const auto indexes = std::get<std::shared_ptr<NameList>>(store.Items(tmpIndex));
+    indexes->Remove(u"[dbo].[T]");
+    indexes->Add(u"j", u"[dbo].[T]");
+    EXPECT_TRUE(store.ItemExists(tmpIndex, u"[dbo].[T]", u"j"));
+    EXPECT_TRUE(store.Persist());
+    EXPECT_NE(Read().find("<table id=\"[dbo].[T]\"><index id=\"j\"/></table>"), std::string::npos)
+        << Read();
+}
+
+TEST_F(TemplateItemsTest, AMissingColumnListInTheSharedListIsError91) {
+    store.Add(tmpColumn, u"[dbo].[T]", u"a");
+    const std::string before = Read();
+    const auto lists = std::get<std::shared_ptr<ColumnLists>>(store.Items(tmpColumn));
+    lists->Remove(u"[dbo].[T]");
+    lists->Add(nullptr, u"[dbo].[T]");
+    EXPECT_EQ(NumberOf([&] { store.ItemExists(tmpColumn, u"[dbo].[T]", u"a"); }), 91);
+    EXPECT_EQ(NumberOf([&] { store.Add(tmpColumn, u"[dbo].[T]", u"b"); }), 91);
+    EXPECT_EQ(NumberOf([&] { store.Remove(tmpColumn, u"[dbo].[T]", u"a"); }), 91);
+    EXPECT_EQ(NumberOf([&] { store.Persist(); }), 91);
+    EXPECT_EQ(Read(), before);
+}
+
+TEST_F(TemplateItemsTest, ForeignElementsAmongThePicksArePassedOver) {
+    Write(
+        "<templates><template id=\"Default\"><tables><!--x--><note/><table id=\"[dbo].[T]\"/>"
+        "</tables><columns><note><column id=\"no\"/></note><table id=\"[dbo].[T]\"><note/>"
+        "<column id=\"c\"/></table></columns><indexes><note/><table id=\"[dbo].[T]\"><!--x-->"
+        "<note/><index id=\"i\"/></table></indexes></template></templates>");
+    ComparisonTemplates other;
+    other.Load(Path());
+    EXPECT_EQ(Tables(other), Texts{u"[dbo].[T]"});
+    const auto columns = std::get<std::shared_ptr<ColumnLists>>(other.Items(tmpColumn));
+    EXPECT_EQ(columns->Count(), 1);
+    EXPECT_EQ(Names(columns->Item(u"[dbo].[T]")), Texts{u"c"});
+    EXPECT_TRUE(other.ItemExists(tmpIndex, u"[dbo].[T]", u"i"));
+}
+
+// Each list clears the mark when it is read, whatever was changed in another one before.
+TEST_F(TemplateItemsTest, ReadingAListClearsDirty) {
+    Write(
+        "<templates><template id=\"Default\"><tables><table id=\"t\"/></tables><columns>"
+        "<table id=\"t\"><column id=\"c\"/></table></columns><indexes><table id=\"t\">"
+        "<index id=\"i\"/></table></indexes></template></templates>");
+    for (const enItemTypes read : {tmpTable, tmpColumn, tmpIndex}) {
+        const enItemTypes changed = read == tmpTable ? tmpColumn : tmpTable;
+        ComparisonTemplates other;
+        other.Load(Path());
+        other.Add(changed, u"another", u"c");
+        EXPECT_TRUE(other.Dirty()) << read;
+        other.Items(read);
+        EXPECT_FALSE(other.Dirty()) << read;
+    }
+}
+
 TEST_F(TemplateItemsTest, OnlyTheFirstIndexOfATableIsLoaded) {
     Write(
         "<templates><template id=\"Default\"><indexes><table id=\"[dbo].[T]\">"

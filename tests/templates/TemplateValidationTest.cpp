@@ -92,6 +92,25 @@ TEST_F(TemplateValidationTest, TheThirdDatabaseTakesNoPart) {
     EXPECT_TRUE(store.ItemExists(tmpTable, Both));
 }
 
+// The names were looked up before there was a collection: they stay unknown until one changes.
+TEST_F(TemplateValidationTest, DatabasesSetLateAreNotLookedUp) {
+    ComparisonTemplates late;
+    late.Load(file.u16string());
+    EXPECT_EQ(late.Database1(), u"");
+    late.Database1(u"one");
+    late.Database2(u"two");
+    late.DatabasesObject(databases);
+    EXPECT_EQ(late.DatabasesObject(), databases);
+    late.Add(tmpTable, Both);
+    EXPECT_FALSE(late.ItemExists(tmpTable, Both));
+    late.Database1(u"");
+    late.Database1(u"one");
+    late.Database2(u"");
+    late.Database2(u"two");
+    late.Add(tmpTable, Both);
+    EXPECT_TRUE(late.ItemExists(tmpTable, Both));
+}
+
 TEST_F(TemplateValidationTest, AnErrorOfADatabaseReachesTheCaller) {
     server.Kill();
     EXPECT_NE(RaisedBy([&] { store.Add(tmpTable, Both); }).number, 0);
