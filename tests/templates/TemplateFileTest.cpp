@@ -170,6 +170,21 @@ TEST_F(TemplateFileTest, EmptyNameAndDefaultAreTheSame) {
     }
 }
 
+TEST_F(TemplateFileTest, AnotherTemplateBringsItsOwnPicksAndDatabases) {
+    Write(TwoTemplates);
+    ComparisonTemplates other;
+    other.Load(Path());
+    EXPECT_EQ(other.Database1(), u"a");
+    EXPECT_EQ(Tables(other), Texts{u"[dbo].[T]"});
+    EXPECT_FALSE(other.ItemExists(tmpColumn, u"[dbo].[U]", u"c1"));
+    EXPECT_FALSE(other.ItemExists(tmpIndex, u"[dbo].[U]", u"PK_U"));
+    other.LoadTemplate(u"Nightly");
+    EXPECT_EQ(other.Database1(), u"x");
+    EXPECT_EQ(Tables(other), Texts{});
+    EXPECT_TRUE(other.ItemExists(tmpColumn, u"[dbo].[U]", u"c1"));
+    EXPECT_TRUE(other.ItemExists(tmpIndex, u"[dbo].[U]", u"PK_U"));
+}
+
 TEST_F(TemplateFileTest, LoadTemplateIsCaseSensitive) {
     Write(TwoTemplates);
     ComparisonTemplates other;

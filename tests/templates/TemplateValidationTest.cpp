@@ -148,6 +148,16 @@ TEST_F(TemplateValidationTest, PersistFailsWhereAGoneTableHasNoColumnOrIndexPick
     EXPECT_TRUE(store.Dirty());
 }
 
+// Out of the tables, out of the tables with columns, and only then out of the tables with an index.
+TEST_F(TemplateValidationTest, PersistFailsOnTheMissingIndexPickLast) {
+    store.Add(tmpTable, Both);
+    store.Add(tmpColumn, Both, u"c");
+    DropFromBothAndRefresh(u"DROP TABLE both");
+    EXPECT_EQ(RaisedBy([&] { store.Persist(); }).number, 5);
+    EXPECT_TRUE(store.Persist());
+    EXPECT_NE(Read().find("<tables/><columns/><indexes/>"), std::string::npos) << Read();
+}
+
 TEST_F(TemplateValidationTest, PersistDropsColumnsThatAreGoneAndKeepsTheTableElement) {
     store.Add(tmpColumn, Both, u"c");
     store.Add(tmpColumn, Both, u"d");
