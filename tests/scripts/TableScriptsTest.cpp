@@ -170,6 +170,40 @@ TEST_F(TableScriptsTest, AnIdentityIsSwitchedAroundAllLines) {
                     u"[two].[dbo].[t] T2 WHERE T1.[id]=T2.[id] )"});
 }
 
+TEST_F(TableScriptsTest, AnIdentityIsSwitchedAroundDeletesUpdatesAndInserts) {
+    MakeTable(u"int IDENTITY NOT NULL");
+    const TableOutputs outputs = RecordsetsOf(u"[dbo].[t]", EverythingShown | cpoNoScriptComments);
+    const auto afterProcedures = [](const std::u16string& script) {
+        return script.substr(script.rfind(u"GO\r\n") + 4);
+    };
+    EXPECT_EQ(
+        afterProcedures(outputs.sRight),
+        Lines({u"", u"SET IDENTITY_INSERT [dbo].[t] ON", u"", u"EXEC prcTmp_QVX_Delete 4",
+               u"EXEC prcTmp_QVX_Update 2, N'O''Brien', 2.00",
+               u"EXEC prcTmp_QVX_Insert 3, NULL, 3.25", u"", u"SET IDENTITY_INSERT [dbo].[t] OFF",
+               u"", u"DROP PROCEDURE prcTmp_QVX_Delete", u"DROP PROCEDURE prcTmp_QVX_Insert",
+               u"DROP PROCEDURE prcTmp_QVX_Update", u"COMMIT"}));
+    EXPECT_EQ(
+        afterProcedures(outputs.sLeft),
+        Lines({u"", u"SET IDENTITY_INSERT [dbo].[t] ON", u"", u"EXEC prcTmp_QVX_Delete 3",
+               u"EXEC prcTmp_QVX_Update 2, N'x', 2.00", u"EXEC prcTmp_QVX_Insert 4, N'd', -4.00",
+               u"", u"SET IDENTITY_INSERT [dbo].[t] OFF", u"", u"DROP PROCEDURE prcTmp_QVX_Delete",
+               u"DROP PROCEDURE prcTmp_QVX_Insert", u"DROP PROCEDURE prcTmp_QVX_Update",
+               u"COMMIT"}));
+}
+
+TEST_F(TableScriptsTest, RowSetsWithoutRowsGiveNoProcedures) {
+    RunInBoth(u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, n int NULL)");
+    RunInBoth(u"INSERT t VALUES (1,1)");
+    const TableOutputs outputs = RecordsetsOf(u"[dbo].[t]", EverythingShown | cpoNoScriptComments);
+    EXPECT_EQ(outputs.equal->RecordCount(), 1U);
+    EXPECT_EQ(outputs.different->RecordCount(), 0U);
+    EXPECT_EQ(outputs.right->RecordCount(), 0U);
+    EXPECT_EQ(outputs.left->RecordCount(), 0U);
+    EXPECT_EQ(outputs.sRight, u"BEGIN TRANSACTION\r\n\r\n\r\n\r\n\r\n\r\nCOMMIT\r\n");
+    EXPECT_EQ(outputs.sLeft, u"BEGIN TRANSACTION\r\n\r\n\r\n\r\n\r\n\r\nCOMMIT\r\n");
+}
+
 TEST_F(TableScriptsTest, RowSetsThatAreNotAskedForBecomeNothing) {
     MakeTable();
     const auto result = CompareOne(u"[dbo].[t]");
