@@ -75,7 +75,8 @@ class Utils {
     //
     // Nothing is touched when the result has an Error or no key. An Error of the servers reaches
     // the caller; outputs set before it keep their values. Error 0x80040002 when a key column is
-    // one that scripts cannot carry (computed, timestamp).
+    // one that scripts cannot carry: computed, timestamp or, with cpoIgnoreReplCols, the
+    // replication column.
     void GetRecordsets(const std::shared_ptr<Database>& obDB1,
                        const std::shared_ptr<Database>& obDB2,
                        const std::shared_ptr<Database>& obDB3,

@@ -74,5 +74,67 @@ TEST_F(ScriptColumnsTest, ReplicationColumnsAreInNoCallOfAComparisonOnRequest) {
                      u"EXEC prcTmp_QVX_Update 1, 11"}));
 }
 
+// Neither key order nor that of the names: the parameters are named nowhere in a call.
+TEST_F(ScriptColumnsTest, DeletesNameTheKeyInTheOrderOfTheProcedure) {
+    RunInBoth(
+        u"CREATE TABLE t (n int NULL, b int NOT NULL, a int NOT NULL, CONSTRAINT PK_t PRIMARY KEY "
+        u"(a, b))");
+    RunIn(u"one", u"INSERT t (n,b,a) VALUES (1,20,300)");
+    const TableOutputs outputs = RecordsetsOf(u"[dbo].[t]", cpoShowMissing);
+    EXPECT_NE(outputs.sLeft.find(u"\r\nCREATE PROCEDURE prcTmp_QVX_Delete(@P2 AS int, @P3 AS int) "
+                                 u"AS\r\nDELETE FROM [dbo].[t] WHERE [b]=@P2 AND [a]=@P3\r\n"),
+              std::u16string::npos);
+    EXPECT_EQ(CallsIn(outputs.sLeft), Texts{u"EXEC prcTmp_QVX_Delete 20, 300"});
+    EXPECT_EQ(CallsIn(outputs.sRight), Texts{u"EXEC prcTmp_QVX_Insert 1, 20, 300"});
+}
+
+// A row that is found by a key that no line can name would be missed, or another one hit.
+TEST_F(ScriptColumnsTest, AReplicationKeyColumnRaisesOnRequestOnly) {
+    RunInBoth(
+        u"CREATE TABLE t (MSREPL_TRAN_VERSION uniqueidentifier NOT NULL CONSTRAINT PK_t PRIMARY "
+        u"KEY, n int NULL)");
+    RunIn(u"one", u"INSERT t VALUES ('AAAAAAAA-0000-0000-0000-000000000001',1)");
+    TableOutputs outputs;
+    const auto result = CompareOne(u"[dbo].[t]");
+    const Raised raised =
+        RaisedBy([&] { GetRecordsets(result, outputs, EverythingShown | cpoIgnoreReplCols); });
+    EXPECT_EQ(raised.number, static_cast<std::int32_t>(0x80040002));
+    EXPECT_EQ(raised.description,
+              u"No script can be written for [dbo].[t]: its key column [MSREPL_TRAN_VERSION] "
+              u"cannot be written into a script");
+    EXPECT_EQ(outputs.right->RecordCount(), 1U);
+    EXPECT_EQ(outputs.sRight, u"as it was");
+    EXPECT_EQ(outputs.sLeft, u"as it was");
+
+    GetRecordsets(result, outputs);
+    EXPECT_EQ(CallsIn(outputs.sLeft),
+              Texts{u"EXEC prcTmp_QVX_Delete '{AAAAAAAA-0000-0000-0000-000000000001}'"});
+}
+
+class KeyOutsideScriptsTest : public ScriptsFixture,
+                              public ::testing::WithParamInterface<const char16_t*> {};
+
+TEST_P(KeyOutsideScriptsTest, RaisesInAWholeComparisonAndLeavesBothScriptsEmpty) {
+    RunInBoth(std::u16string(u"CREATE TABLE t (n int NULL, k ") + GetParam() +
+              u")\nGO\nCREATE UNIQUE INDEX ix ON t (k)\nGO\n"
+              u"CREATE TABLE a (id int NOT NULL CONSTRAINT PK_a PRIMARY KEY)");
+    RunIn(u"one", u"INSERT t (n) VALUES (1)\nINSERT a VALUES (1)");
+    const auto results = Compare({u"[dbo].[a]", u"[dbo].[t]"});
+    std::u16string left = u"as it was";
+    std::u16string right = u"as it was";
+    const Raised raised = RaisedBy(
+        [&] { utils.GetUpdateScripts(one, two, one, results, left, right, EverythingShown, 0); });
+    EXPECT_EQ(raised.number, static_cast<std::int32_t>(0x80040002));
+    EXPECT_EQ(raised.description,
+              u"No script can be written for [dbo].[t]: its key column [k] cannot be written into "
+              u"a script");
+    EXPECT_EQ(left, u"");
+    EXPECT_EQ(right, u"");
+    EXPECT_EQ(ConnectionsLeft(server), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, KeyOutsideScriptsTest,
+                         ::testing::Values(u"AS (n*2)", u"timestamp NOT NULL"));
+
 }  // namespace
 }  // namespace QuillonLib
