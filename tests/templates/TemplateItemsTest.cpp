@@ -45,6 +45,23 @@ TEST_F(TemplateItemsTest, WithDatabasesThatAreNotKnownEveryPickIsRefusedSilently
     EXPECT_FALSE(store.ItemExists(tmpIndex, u"[dbo].[T]", u"i"));
 }
 
+TEST_F(TemplateItemsTest, EveryKindOfPickIsAChange) {
+    for (const enItemTypes kind : {tmpTable, tmpColumn, tmpIndex}) {
+        store.Persist();
+        EXPECT_FALSE(store.Dirty());
+        store.Add(kind, u"[dbo].[T]", u"x");
+        EXPECT_TRUE(store.Dirty()) << kind;
+    }
+}
+
+TEST_F(TemplateItemsTest, ARemovedIndexIsNotWritten) {
+    store.Add(tmpIndex, u"[dbo].[T]", u"i");
+    store.Remove(tmpIndex, u"[dbo].[T]");
+    EXPECT_FALSE(store.ItemExists(tmpIndex, u"[dbo].[T]", u"i"));
+    EXPECT_TRUE(store.Persist());
+    EXPECT_NE(Read().find("<indexes/>"), std::string::npos) << Read();
+}
+
 TEST_F(TemplateItemsTest, RemovingTheLastColumnRemovesTheTableFromTheColumnLists) {
     store.Add(tmpColumn, u"[dbo].[T]", u"c");
     store.Remove(tmpColumn, u"[dbo].[T]", u"C");

@@ -86,6 +86,18 @@ TEST_F(TemplateValidationTest, PicksThatOneDatabaseLacksAreDroppedSilently) {
     EXPECT_FALSE(store.Dirty());
 }
 
+TEST_F(TemplateValidationTest, PicksThatTheFirstDatabaseLacksAreDroppedToo) {
+    server.Run(
+        u"USE two\nGO\nCREATE TABLE only2 (id int)\nGO\nALTER TABLE both ADD f int NULL\nGO\n"
+        u"CREATE UNIQUE INDEX ix2 ON both (d)");
+    store.Add(tmpTable, u"[dbo].[only2]");
+    store.Add(tmpColumn, Both, u"f");
+    store.Add(tmpIndex, Both, u"ix2");
+    EXPECT_FALSE(store.ItemExists(tmpTable, u"[dbo].[only2]"));
+    EXPECT_FALSE(store.ItemExists(tmpColumn, Both, u"f"));
+    EXPECT_FALSE(store.ItemExists(tmpIndex, Both, u"ix2"));
+}
+
 TEST_F(TemplateValidationTest, TheThirdDatabaseTakesNoPart) {
     store.Database3(u"nowhere");
     store.Add(tmpTable, Both);
