@@ -129,6 +129,15 @@ TEST_F(ProceduresTest, NamesAreBracketedAsTheyStand) {
     EXPECT_EQ(BodyOf(DefineProcedures(result, NoOptions).Delete), u"DELETE FROM  WHERE [a [b]=@P1");
 }
 
+TEST_F(ProceduresTest, ClosingBracketsInNamesAreNotDoubled) {
+    Add(Facts(u"a]b", u"int", 4), true);
+    Add(Facts(u"n]", u"int", 4));
+    const ProcedureDefinitions procedures = DefineProcedures(result, NoOptions);
+    EXPECT_EQ(BodyOf(procedures.Update), u"UPDATE  SET [n]]=@P2 WHERE [a]b]=@P1");
+    EXPECT_EQ(BodyOf(procedures.Insert), u"INSERT INTO  ([a]b], [n]]) VALUES (@P1, @P2)");
+    EXPECT_EQ(BodyOf(procedures.Delete), u"DELETE FROM  WHERE [a]b]=@P1");
+}
+
 TEST_F(ProceduresTest, ComputedAndTimestampColumnsGetNoParameter) {
     Add(Facts(u"k", u"int", 4), true);
     Add(Facts(u"c", u"int", 4, 0, 0, true));
