@@ -105,6 +105,14 @@ TEST_F(TableOrderTest, ATableThatDependsOnOneWithAnErrorIsLeftOut) {
     EXPECT_EQ(Order({u"[dbo].[a]", u"[dbo].[b]", u"[dbo].[c]"}), Placed{});
 }
 
+// The name of a dependency is looked for anywhere in the list of the compared names.
+TEST_F(TableOrderTest, ADependencyCountsWhereverItsNameEndsACompared) {
+    MakeChain();
+    RunInBoth(u"CREATE TABLE [x]].[dbo]].[a] (id int NOT NULL CONSTRAINT PK_x PRIMARY KEY)");
+    EXPECT_EQ(Order({u"[dbo].[x].[dbo].[a]", u"[dbo].[b]"}), Placed{});
+    EXPECT_EQ(Order({u"[dbo].[b]"}), (Placed{{u"[dbo].[b]", true, 1}}));
+}
+
 TEST_F(TableOrderTest, WithoutDependenciesTheOrderIsThatOfTheResults) {
     MakeChain();
     EXPECT_EQ(OrderTablesByDependency(*one, *Compare({u"[dbo].[c]", u"[dbo].[b]"})),
