@@ -63,7 +63,6 @@ class UpdateScriptWriter {
 
         Reserve();
         BeginScripts();
-        CountOfPlaced(order);
         WriteDeletes(order);
         WriteInsertsAndUpdates(order);
         sRight_.append(u"COMMIT\r\n");
@@ -140,7 +139,9 @@ class UpdateScriptWriter {
         std::stable_sort(
             descending.begin(), descending.end(),
             [](const PlacedTable& a, const PlacedTable& b) { return a.Sequence > b.Sequence; });
-        for (const PlacedTable& table : descending) {
+        const std::int16_t count = CountOfPlaced(descending);
+        for (std::int16_t row = 0; row < count; ++row) {
+            const PlacedTable& table = descending[static_cast<std::size_t>(row)];
             Advance(u"Outputting scripts");
             if (table.Name.empty()) continue;
             const ScriptPieces& pieces = pieces_.at(table.Name);
@@ -161,7 +162,9 @@ class UpdateScriptWriter {
     }
 
     void WriteInsertsAndUpdates(const std::vector<PlacedTable>& order) {
-        for (const PlacedTable& table : order) {
+        const std::int16_t count = CountOfPlaced(order);
+        for (std::int16_t row = 0; row < count; ++row) {
+            const PlacedTable& table = order[static_cast<std::size_t>(row)];
             Advance(u"Outputting scripts");
             if (table.Name.empty()) continue;
             const ScriptPieces& pieces = pieces_.at(table.Name);
