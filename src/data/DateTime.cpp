@@ -3,12 +3,22 @@
 #include <chrono>
 #include <cmath>
 
+#include "core/Error.h"
+
 namespace QuillonLib {
 
 namespace {
 
 constexpr std::chrono::sys_days Epoch = std::chrono::year{1899} / 12 / 30;
 constexpr std::int64_t DaysFromEpochTo1900 = 2;
+
+// The days of a date: 1 January 100 to 31 December 9999.
+constexpr double FirstDay = -657434;
+constexpr double DayAfterLast = 2958466;
+
+[[noreturn]] void RaiseOverflow() {
+    throw Error(ErrorNumber::Overflow, u"Overflow");
+}
 
 constexpr std::int64_t FloorDivide(std::int64_t a, std::int64_t b) {
     return a / b - (a % b < 0 ? 1 : 0);
@@ -44,11 +54,15 @@ CalendarDate CalendarFromDay(std::int64_t day) {
 }
 
 DayAndTime SplitDate(Date date) {
+    // No comparison holds for a NaN.
+    if (!(date.days >= FirstDay && date.days < DayAfterLast)) RaiseOverflow();
     const double day = std::trunc(date.days);
     const double timeOfDay = std::fabs(date.days - day);
     DayAndTime split{static_cast<std::int64_t>(day),
                      RoundedProduct(timeOfDay, static_cast<double>(MillisecondsPerDay))};
-    if (split.milliseconds == MillisecondsPerDay) return {split.day + 1, 0};
+    if (split.milliseconds == MillisecondsPerDay) split = {split.day + 1, 0};
+    // The last half millisecond of the last day rounds out of it.
+    if (split.day >= static_cast<std::int64_t>(DayAfterLast)) RaiseOverflow();
     return split;
 }
 

@@ -34,7 +34,8 @@ struct DayAndTime {
 };
 
 // Rounded to the nearest millisecond (half to even); a time that rounds to midnight belongs to the
-// next day.
+// next day. Error 6 for what is no date: not a number, infinite, before 1 January 100
+// (day -657434), or, once rounded, after 31 December 9999 (day 2958465).
 DayAndTime SplitDate(Date date);
 DayAndTime SplitDate(DateTicks ticks);
 

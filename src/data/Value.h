@@ -131,7 +131,7 @@ class Value {
 //   Currency with up to four decimals, without trailing zeros;
 //   Single, Double the shortest text that T-SQL reads back to the same bits, with "." as the point;
 //   Date "yyyy-mm-dd hh:mm:ss.fff"; Guid "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" in upper case.
-// Throws Error: InvalidUseOfNull for a Null, TypeMismatch for Bytes.
+// Throws Error: InvalidUseOfNull for a Null, TypeMismatch for Bytes, Overflow as SplitDate does.
 std::u16string DefaultText(const Value& value);
 
 // Boolean (1 or 0), Byte, Integer, Long or LongLong as a number. Throws Error as Get does.

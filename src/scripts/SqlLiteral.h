@@ -28,10 +28,11 @@ std::u16string BytesToHexLiteral(std::span<const std::uint8_t> bytes);
 
 // "'yyyymmdd hh:mm:ss.fff'", or "NULL" for a value that is not a date. Hours, minutes, seconds and
 // milliseconds are cut from one count of milliseconds, so that they agree where a day number lies
-// a hair below a whole second.
+// a hair below a whole second. Error 6 outside of the years 100 to 9999 (see SplitDate).
 std::u16string DateToSqlLiteral(const Value& value);
 
 // The milliseconds of the date's time of day, 0 to 999: the exact count rounded half to even.
+// Error 6 as above.
 std::int32_t DateMilliseconds(Date date);
 
 // Appends the literal of one cell, without a Value in between. Text that came from a server is

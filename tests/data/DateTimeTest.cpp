@@ -3,6 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
+#include <limits>
+
+#include "core/Error.h"
 
 namespace QuillonLib {
 namespace {
@@ -65,6 +69,36 @@ TEST(DateTime, EveryTickOfADaySurvivesTheDayNumber) {
             ASSERT_EQ(ToTicks(ToDate(DateTicks{tick})).count, tick);
         }
     }
+}
+
+// The number of the error that splitting raises; 0 for none.
+std::int32_t RaisedFor(double days) {
+    try {
+        SplitDate(Date{days});
+    } catch (const Error& error) {
+        EXPECT_EQ(error.Description(), u"Overflow");
+        return error.Number();
+    }
+    return 0;
+}
+
+TEST(DateTime, RefusesWhatIsNoDate) {
+    EXPECT_EQ(RaisedFor(std::numeric_limits<double>::quiet_NaN()), 6);
+    EXPECT_EQ(RaisedFor(std::numeric_limits<double>::infinity()), 6);
+    EXPECT_EQ(RaisedFor(-std::numeric_limits<double>::infinity()), 6);
+    EXPECT_EQ(RaisedFor(1e300), 6);
+    EXPECT_EQ(RaisedFor(-1e300), 6);
+}
+
+TEST(DateTime, RefusesDaysBeforeTheYear100AndAfter9999) {
+    EXPECT_EQ(RaisedFor(-657434), 0);
+    EXPECT_EQ(RaisedFor(std::nextafter(-657434.0, -1e6)), 6);
+    EXPECT_EQ(RaisedFor(2958465.999), 0);
+    EXPECT_EQ(RaisedFor(2958466), 6);
+    // Rounds to midnight of the day after.
+    EXPECT_EQ(RaisedFor(std::nextafter(2958466.0, 0.0)), 6);
+    EXPECT_EQ(SplitDate(Date{-657434}).day, -657434);
+    EXPECT_EQ(CalendarFromDay(-657434).year, 100);
 }
 
 }  // namespace
