@@ -16,7 +16,7 @@ namespace QuillonLib {
 namespace ErrorNumber {
 
 inline constexpr std::int32_t InvalidArgument = 5;      // also: absent key or position
-inline constexpr std::int32_t Overflow = 6;             // a 16-bit count passed 32,767; a Date out of range
+inline constexpr std::int32_t Overflow = 6;             // a 16-bit count; a Date out of range
 inline constexpr std::int32_t SubscriptOutOfRange = 9;  // empty, or not zero-based, array
 inline constexpr std::int32_t TypeMismatch = 13;
 inline constexpr std::int32_t FileNotFound = 53;
