@@ -83,7 +83,7 @@ ScriptPieces BuildScriptPieces(const TableDifference& obTableDifference,
     const Columns keys = KeyColumns(columns);
     const auto lines = [](const std::shared_ptr<Recordset>& rows, const Columns& of,
                           std::u16string_view suffix = {}) {
-        return HasRows(rows) ? CallLines{rows, FieldsOf(*rows, of, suffix)} : CallLines{};
+        return rows == nullptr ? CallLines{} : CallLines{rows, FieldsOf(*rows, of, suffix)};
     };
     pieces.Right = {lines(rowsets.Left, keys), lines(rowsets.Different, columns, u"_1"),
                     lines(rowsets.Right, columns)};
