@@ -254,6 +254,16 @@ TEST_F(UpdateScriptsTest, ViewsAndTablesWithoutAKeyOrWithAnErrorGetNoSection) {
                                             EverythingShown | cpoNoScriptComments);
     EXPECT_EQ(scripts.sRight, u"BEGIN TRANSACTION\r\n\r\nCOMMIT\r\n");
     EXPECT_EQ(scripts.sLeft, u"BEGIN TRANSACTION\r\n\r\nCOMMIT\r\n");
+    // Nor are their rows read.
+    for (const auto& batch : Batches(server))
+        EXPECT_EQ(batch.find(u"T1"), std::u16string::npos) << ToUtf8(batch);
+}
+
+TEST_F(UpdateScriptsTest, OneConnectionReadsTheRowsOfAllTables) {
+    MakeFamily();
+    UpdateScriptsOf(Compare({u"[dbo].[child]", u"[dbo].[parent]"}));
+    // The other login reads the catalog of database 1.
+    EXPECT_EQ(Logins(server), 2);
 }
 
 TEST_F(UpdateScriptsTest, TablesOfACycleAreLeftOutOfBothScripts) {
