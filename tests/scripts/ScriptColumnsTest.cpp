@@ -111,6 +111,29 @@ TEST_F(ScriptColumnsTest, AReplicationKeyColumnRaisesOnRequestOnly) {
               Texts{u"EXEC prcTmp_QVX_Delete '{AAAAAAAA-0000-0000-0000-000000000001}'"});
 }
 
+TEST_F(ScriptColumnsTest, AKeyColumnOutsideScriptsRaisesForRowsOfDatabase2Alone) {
+    RunInBoth(
+        u"CREATE TABLE t (id int NOT NULL, stamp timestamp NOT NULL)\nGO\n"
+        u"CREATE UNIQUE INDEX ix ON t (stamp)");
+    RunIn(u"two", u"INSERT t (id) VALUES (1)");
+    const auto result = CompareOne(u"[dbo].[t]");
+    TableOutputs outputs;
+    EXPECT_EQ(RaisedBy([&] { GetRecordsets(result, outputs); }).number,
+              static_cast<std::int32_t>(0x80040002));
+}
+
+TEST_F(ScriptColumnsTest, AKeyColumnOutsideScriptsDoesNotMatterInAView) {
+    RunInBoth(
+        u"CREATE TABLE t (id int NOT NULL, stamp timestamp NOT NULL)\nGO\n"
+        u"CREATE VIEW v WITH SCHEMABINDING AS SELECT id, stamp FROM dbo.t\nGO\n"
+        u"CREATE UNIQUE CLUSTERED INDEX ix ON v (stamp)");
+    RunIn(u"one", u"INSERT t (id) VALUES (1)");
+    const TableOutputs outputs = RecordsetsOf(u"[dbo].[v]", EverythingShown | cpoNoScriptComments);
+    EXPECT_EQ(outputs.right->RecordCount(), 1U);
+    EXPECT_EQ(outputs.sRight, u"BEGIN TRANSACTION\r\n\r\nCOMMIT\r\n");
+    EXPECT_EQ(outputs.sLeft, u"BEGIN TRANSACTION\r\n\r\nCOMMIT\r\n");
+}
+
 class KeyOutsideScriptsTest : public ScriptsFixture,
                               public ::testing::WithParamInterface<const char16_t*> {};
 
