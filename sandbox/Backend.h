@@ -135,7 +135,8 @@ struct LoginRequest {
     std::u16string database;  // empty: master
     std::u16string host;
     std::u16string application;
-    std::size_t packetSize = 0;  // asked for, in bytes; 0: the server's own
+    std::uint32_t protocolVersion = 0;  // asked for; 0x74000004: 7.4
+    std::size_t packetSize = 0;         // asked for, in bytes; 0: the server's own
 };
 
 // One logged-in connection. Destroying it rolls an open transaction back.

@@ -88,7 +88,7 @@ bool Connection::AnswerChallenge(LoginPacket& login) {
 bool Connection::LogIn(const LoginPacket& login) {
     // Until the acknowledgement names another, a client expects messages in the form of its own
     // version.
-    tokens_.SetVersion(AskedFor(login.version));
+    tokens_.SetVersion(AskedFor(login.request.protocolVersion));
     login_ = login.request;
     try {
         session_ = share_.backend->Login(login_);

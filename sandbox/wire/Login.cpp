@@ -42,7 +42,7 @@ LoginPacket ParseLogin(Bytes payload) {
     const Bytes all = payload.first(length);
 
     LoginPacket login;
-    login.version = head.Get32();
+    login.request.protocolVersion = head.Get32();
     login.request.packetSize = head.Get32();
     head.Take(12);  // program version, process id, connection id
     head.Get8();    // option flags 1

@@ -12,7 +12,6 @@ namespace sandbox::wire {
 
 struct LoginPacket {
     LoginRequest request;
-    std::uint32_t version = 0;
     std::vector<std::uint8_t>
         sspi;  // the client's first token of integrated security, empty without
 };

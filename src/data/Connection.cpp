@@ -1,6 +1,7 @@
 #include "data/Connection.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 #include <utility>
 
@@ -20,14 +21,26 @@ constexpr std::size_t MaxConnectionString = 32000;
 // fit into a record of 16 KiB.
 constexpr SQLULEN PacketSize = 16000;
 
-std::u16string AdaptToDriver(const std::u16string& connectionString) {
 #ifdef _WIN32
+std::u16string AdaptToDriver(const std::u16string& connectionString) {
     return connectionString;
-#else
-    // FreeTDS takes the size from the text alone. In front, where no value before it is left open.
-    return u"PacketSize=" + ToText(PacketSize) + u";" + AdaptConnectionString(connectionString);
-#endif
 }
+#else
+// Left to find the version of the protocol itself, FreeTDS tries one after the other, each for the
+// whole login time-out, and waits without end for a server that answers none. Every server since
+// 2000 takes the newest version and answers with its own; for an older one the driver's own
+// variable names another.
+std::u16string ProtocolVersion() {
+    return std::getenv("TDSVER") ? u"" : u"TDS_Version=7.4;";
+}
+
+// FreeTDS takes both from the text alone. In front, where no value before them is left open, and
+// where the text's own choice, which comes later, wins.
+std::u16string AdaptToDriver(const std::u16string& connectionString) {
+    return ProtocolVersion() + u"PacketSize=" + ToText(PacketSize) + u";" +
+           AdaptConnectionString(connectionString);
+}
+#endif
 
 }  // namespace
 

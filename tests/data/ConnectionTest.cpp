@@ -7,6 +7,7 @@
 #include <string>
 
 #include "tests/data/ScriptedServer.h"
+#include "tests/support/SilentServer.h"
 
 namespace QuillonLib {
 namespace {
@@ -56,6 +57,35 @@ TEST(Connection, AsksForPacketsThatFitIntoAnEncryptedRecord) {
     server.Connect();
     ASSERT_EQ(server.Logins().size(), 1U);
     EXPECT_EQ(server.Logins()[0].packetSize, 16000U);
+}
+
+TEST(Connection, AsksForTheNewestProtocolUnlessTheTextNamesAnother) {
+    ScriptedServer server;
+    server.Connect();
+    Connection older;
+    older.Open(server.ConnectionString() + u";TDS_Version=7.1");
+    ASSERT_EQ(server.Logins().size(), 2U);
+    EXPECT_EQ(server.Logins()[0].protocolVersion, 0x74000004U);
+    EXPECT_EQ(server.Logins()[1].protocolVersion, 0x71000001U);
+}
+
+TEST(Connection, LeavesTheProtocolToTheVariableOfTheDriver) {
+    ScriptedServer server;
+    setenv("TDSVER", "7.1", 1);
+    server.Connect();
+    unsetenv("TDSVER");
+    ASSERT_EQ(server.Logins().size(), 1U);
+    EXPECT_EQ(server.Logins()[0].protocolVersion, 0x71000001U);
+}
+
+TEST(Connection, GivesUpOnAServerThatNeverAnswersTheLogin) {
+    const test::SilentServer server;
+    Connection connection;
+    connection.LoginTimeout(1s);
+    const DataError error =
+        Failure([&] { connection.Open(u"driver={SQL Server};server=" + server.Address()); });
+    EXPECT_EQ(error.Diagnostics()[0].sqlState, "HYT00");
+    EXPECT_FALSE(connection.IsOpen());
 }
 
 TEST(Connection, ClosesAndOpensAgain) {
