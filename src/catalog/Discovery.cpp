@@ -40,9 +40,8 @@ std::optional<TextArray> ListAvailableServers(const BrowserSettings& settings) {
     return ToNameArray(NonEmptyNames(BrowseServers(settings)));
 }
 
-std::optional<TextArray> ListAvailableDatabases(std::u16string_view sServer,
-                                                std::u16string_view sUser,
-                                                std::u16string_view sPassword) {
+LoginData DiscoveryLogin(std::u16string_view sServer, std::u16string_view sUser,
+                         std::u16string_view sPassword) {
     LoginData login;
     login.Server = sServer;
     login.NTSecurity = sUser.empty();
@@ -50,6 +49,13 @@ std::optional<TextArray> ListAvailableDatabases(std::u16string_view sServer,
         login.Username = sUser;
         login.Password = sPassword;
     }
+    return login;
+}
+
+std::optional<TextArray> ListAvailableDatabases(std::u16string_view sServer,
+                                                std::u16string_view sUser,
+                                                std::u16string_view sPassword) {
+    const LoginData login = DiscoveryLogin(sServer, sUser, sPassword);
     return ToNameArray(CatalogReader(LogIn(login, LoginTimeout)).DatabaseNames());
 }
 

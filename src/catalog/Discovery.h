@@ -14,8 +14,13 @@
 namespace QuillonLib {
 
 // "HOST" or "HOST\INSTANCE", from 1; nothing when no server answered. Error 0x80004005 when the
-// network cannot be asked.
+// network, or a part of it, cannot be asked and nobody answers.
 std::optional<TextArray> ListAvailableServers(const BrowserSettings& settings);
+
+// The login to a server for its list of databases: an integrated one when there is no user, and
+// then without the password.
+LoginData DiscoveryLogin(std::u16string_view sServer, std::u16string_view sUser,
+                         std::u16string_view sPassword);
 
 // The databases of a server in name order, from 1; nothing when there is none. Throws the Error of
 // the login or of the query.

@@ -75,15 +75,18 @@ std::vector<std::string> AskBrowsers(const BrowserSettings&) {
 
 #else
 
-[[noreturn]] void ThrowSystemError(const char16_t* what) {
-    const std::error_code cause(errno, std::generic_category());
-    throw Error(NetworkError, std::u16string(what) + u": " + FromUtf8(cause.message()));
+[[noreturn]] void ThrowCannotAsk(std::error_code cause) {
+    throw Error(NetworkError, u"Cannot ask the network for servers: " + FromUtf8(cause.message()));
+}
+
+std::error_code LastSystemError() {
+    return {errno, std::generic_category()};
 }
 
 class UdpSocket {
   public:
     UdpSocket() : descriptor_(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-        if (descriptor_ < 0) ThrowSystemError(u"Cannot ask the network for servers");
+        if (descriptor_ < 0) ThrowCannotAsk(LastSystemError());
         const int on = 1;
         setsockopt(descriptor_, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
     }
@@ -91,15 +94,17 @@ class UdpSocket {
     UdpSocket(const UdpSocket&) = delete;
     UdpSocket& operator=(const UdpSocket&) = delete;
 
-    // False when the network does not take it (no route, for one).
-    bool Send(const BrowserAddress& to) const {
+    // An error when the network does not take it (no route, for one).
+    std::error_code Send(const BrowserAddress& to) const {
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_port = htons(to.port);
-        if (inet_pton(AF_INET, to.host.c_str(), &address.sin_addr) != 1) return false;
+        if (inet_pton(AF_INET, to.host.c_str(), &address.sin_addr) != 1)
+            return std::make_error_code(std::errc::invalid_argument);
         const std::uint8_t request = to.broadcast ? BroadcastRequest : UnicastRequest;
-        return sendto(descriptor_, &request, 1, 0, reinterpret_cast<const sockaddr*>(&address),
-                      sizeof address) == 1;
+        const ssize_t sent = sendto(descriptor_, &request, 1, 0,
+                                    reinterpret_cast<const sockaddr*>(&address), sizeof address);
+        return sent == 1 ? std::error_code() : LastSystemError();
     }
 
     // The next datagram, or nothing when the time is up.
@@ -118,12 +123,14 @@ class UdpSocket {
 
 std::vector<std::string> AskBrowsers(const BrowserSettings& settings) {
     const UdpSocket socket;
-    bool sent = false;
+    std::error_code failure;
+    std::size_t sent = 0;
     for (const BrowserAddress& address : settings.addresses) {
-        if (socket.Send(address)) sent = true;
+        const std::error_code result = socket.Send(address);
+        if (!result) ++sent;
+        if (result && !failure) failure = result;
     }
-    if (!sent && !settings.addresses.empty())
-        ThrowSystemError(u"Cannot ask the network for servers");
+    if (failure && sent == 0) ThrowCannotAsk(failure);
 
     std::vector<std::string> answers;
     using Clock = std::chrono::steady_clock;
@@ -132,6 +139,9 @@ std::vector<std::string> AskBrowsers(const BrowserSettings& settings) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - now);
         if (auto answer = socket.Receive(left)) answers.push_back(std::move(*answer));
     }
+    // What answered is of use without a network too; no answer must not pass for an empty network
+    // that nobody could ask.
+    if (failure && answers.empty()) ThrowCannotAsk(failure);
     return answers;
 }
 

@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "catalog/ServerBrowser.h"
 #include "tests/support/SandboxTest.h"
+#include "tests/support/SilentServer.h"
 
 namespace QuillonLib {
 namespace {
@@ -32,6 +35,23 @@ TEST_F(DiscoveryTest, ServersAreListedOnceByName) {
 
 TEST_F(DiscoveryTest, NoAnswerIsNoArray) {
     EXPECT_EQ(ListAvailableServers(Loopback(1)), std::nullopt);
+}
+
+TEST_F(DiscoveryTest, ANetworkThatCannotBeAskedIsAnErrorWhereNobodyAnswers) {
+    const BrowserAddress notAnAddress{"not an address", 1434, true};
+    BrowserSettings settings = Loopback(1);
+    settings.addresses = {notAnAddress};
+    const Raised alone = RaisedBy([&] { ListAvailableServers(settings); });
+    EXPECT_EQ(alone.number, static_cast<std::int32_t>(0x80004005));
+    EXPECT_EQ(alone.description, u"Cannot ask the network for servers: Invalid argument");
+
+    settings.addresses = {notAnAddress, {"127.0.0.1", 1, false}};
+    EXPECT_EQ(RaisedBy([&] { ListAvailableServers(settings); }).description, alone.description);
+
+    settings.addresses = {notAnAddress, {"127.0.0.1", box.ServeResolution(), false}};
+    const auto servers = ListAvailableServers(settings);
+    ASSERT_TRUE(servers.has_value());
+    EXPECT_EQ(*servers, TextArray(Texts{u"SANDBOX"}, 1));
 }
 
 TEST_F(DiscoveryTest, TheDefaultAsksTheNetworkAndThisMachine) {
@@ -97,11 +117,34 @@ TEST_F(DiscoveryTest, AServerThatCannotBeReachedIsTheLastError) {
     EXPECT_EQ(utils.LastError(), raised.description);
 }
 
-TEST_F(DiscoveryTest, WithoutAUserThePasswordIsNotSent) {
+TEST(Discovery, WithoutAUserTheLoginIsAnIntegratedOne) {
+    const LoginData integrated = DiscoveryLogin(u"host", u"", u"secret");
+    EXPECT_EQ(integrated.Server, u"host");
+    EXPECT_TRUE(integrated.NTSecurity);
+    EXPECT_EQ(integrated.Username, u"");
+    EXPECT_EQ(integrated.Password, u"");
+
+    const LoginData named = DiscoveryLogin(u"host", u"sa", u"secret");
+    EXPECT_FALSE(named.NTSecurity);
+    EXPECT_EQ(named.Username, u"sa");
+    EXPECT_EQ(named.Password, u"secret");
+}
+
+// The driver cannot do an integrated login here without a ticket; it must not do another one.
+TEST_F(DiscoveryTest, WithoutAUserNobodyLogsInByName) {
     Utils utils;
     RaisedBy([&] { utils.AvailableDatabases(server.Address(), u"", u"secret"); });
     for (const auto& entry : server.Log())
         EXPECT_EQ(entry.user, u"");
+}
+
+TEST(Discovery, ALoginIsGivenTwentySeconds) {
+    const test::SilentServer server;
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_NE(RaisedBy([&] { ListAvailableDatabases(server.Address(), u"sa", u"x"); }).number, 0);
+    const auto waited = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(waited, std::chrono::seconds(19));
+    EXPECT_LE(waited, std::chrono::seconds(35));
 }
 
 }  // namespace
