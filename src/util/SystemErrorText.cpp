@@ -27,11 +27,13 @@ class WindowsMessages final : public SystemMessages {
     std::size_t Format(Module module, std::int32_t code, std::size_t capacity,
                        std::u16string& text) override {
         std::wstring buffer(capacity, L'\0');
-        va_list* noArguments = nullptr;
-        const DWORD length =
-            FormatMessageW(FORMAT_MESSAGE_FROM_HMODULE | FORMAT_MESSAGE_FROM_SYSTEM,
-                           reinterpret_cast<HMODULE>(module), static_cast<DWORD>(code), 0,
-                           buffer.data(), static_cast<DWORD>(buffer.size()), noArguments);
+        // A message with inserts reads its arguments: one zero, as an array.
+        DWORD_PTR arguments[] = {0};
+        const DWORD length = FormatMessageW(
+            FORMAT_MESSAGE_FROM_HMODULE | FORMAT_MESSAGE_FROM_SYSTEM |
+                FORMAT_MESSAGE_ARGUMENT_ARRAY,
+            reinterpret_cast<HMODULE>(module), static_cast<DWORD>(code), 0, buffer.data(),
+            static_cast<DWORD>(buffer.size()), reinterpret_cast<va_list*>(arguments));
         lastError_ = static_cast<std::int32_t>(GetLastError());
         text.assign(buffer.begin(), buffer.begin() + length);
         return length;
