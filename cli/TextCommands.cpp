@@ -19,6 +19,7 @@ using namespace QuillonLib;
 // UTF-8, or UTF-16 with its mark.
 std::u16string Decode(std::string_view bytes, const std::string& file) {
     if (bytes.starts_with("\xFF\xFE")) {
+        if (bytes.size() % 2 != 0) throw std::runtime_error(file + " ends within a character");
         std::u16string text;
         for (std::size_t i = 2; i + 1 < bytes.size(); i += 2) {
             text += static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) |
@@ -54,8 +55,15 @@ void Split(const std::string& file, const std::string& folder, Console& console)
     console.Note(std::to_string(number) + (number == 1 ? " batch" : " batches"));
 }
 
+std::u16string DecodeUtf8(std::string_view bytes, const char* what) {
+    if (!IsUtf8(bytes)) throw std::runtime_error(std::string(what) + " is not UTF-8");
+    return FromUtf8(bytes);
+}
+
 std::u16string PassPhrase(Console& console) {
-    if (const char* phrase = std::getenv("QUILLON_PASSPHRASE")) return FromUtf8(phrase);
+    if (const char* phrase = std::getenv("QUILLON_PASSPHRASE")) {
+        return DecodeUtf8(phrase, "QUILLON_PASSPHRASE");
+    }
     try {
         return FromUtf8(console.AskSecret("Pass phrase: "));
     } catch (const std::runtime_error&) {
@@ -72,7 +80,8 @@ std::string ReadInput() {
 void Encrypt(Console& console) {
     const std::u16string phrase = PassPhrase(console);
     std::string hex;
-    for (const std::uint8_t byte : Utils().EncryptText(FromUtf8(ReadInput()), phrase).Items) {
+    const std::u16string text = DecodeUtf8(ReadInput(), "the text");
+    for (const std::uint8_t byte : Utils().EncryptText(text, phrase).Items) {
         hex += "0123456789abcdef"[byte >> 4];
         hex += "0123456789abcdef"[byte & 15];
     }

@@ -4,7 +4,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <iterator>
+#include <sstream>
 
 #include "cli/Commands.h"
 #include "tests/support/SandboxTest.h"
@@ -254,6 +256,52 @@ TEST_F(ProgramTest, SplitWritesAFileForEachBatch) {
     EXPECT_EQ(Read("out/1.sql"), "A");
     EXPECT_EQ(Read("out/2.sql"), "B");
     EXPECT_EQ(Call({"split", File("missing.sql")}).exitCode, 2);
+}
+
+TEST_F(ProgramTest, SplitReadsUtf16AndRefusesWhatIsNoText) {
+    const auto written = [&](std::string_view bytes) {
+        std::ofstream(folder / "s.sql", std::ios::binary) << bytes;
+        return Call({"split", File("s.sql")});
+    };
+    EXPECT_EQ(written({"\xFF\xFE\xE9\0", 4}).out, "-- batch 1\n\u00e9\n");
+    EXPECT_EQ(written("\xEF\xBB\xBF\u00e9").out, "-- batch 1\n\u00e9\n");
+    EXPECT_EQ(written({"\xFF\xFE\xE9", 3}).err,
+              "quillon: " + File("s.sql") + " ends within a character\n");
+    EXPECT_EQ(written("\xE9").err,
+              "quillon: " + File("s.sql") + " is neither UTF-8 nor marked as UTF-16\n");
+}
+
+// Calls the program with a text as its standard input.
+class EncryptionTest : public ProgramTest {
+  protected:
+    EncryptionTest() { setenv("QUILLON_PASSPHRASE", "secret", 1); }
+    ~EncryptionTest() override { unsetenv("QUILLON_PASSPHRASE"); }
+    static Outcome CallWith(const std::string& input, const char* command) {
+        std::istringstream text(input);
+        std::streambuf* const own = std::cin.rdbuf(text.rdbuf());
+        Outcome outcome = Call({command});
+        std::cin.rdbuf(own);
+        return outcome;
+    }
+};
+
+// The digits come from another implementation of MD5 and RC4.
+TEST_F(EncryptionTest, EncryptsStandardInputToHexadecimalDigitsAndBack) {
+    EXPECT_EQ(CallWith("Hello\n", "encrypt").out, "de1c9ddfd77fc3861215\n");
+    EXPECT_EQ(CallWith("Hello", "encrypt").out, "de1c9ddfd77fc3861215\n");
+    EXPECT_EQ(CallWith("de1c9ddfd77fc3861215\n", "decrypt").out, "Hello\n");
+    EXPECT_EQ(CallWith("DE1C9DDFD77FC3861215", "decrypt").out, "Hello\n");
+    EXPECT_EQ(CallWith("\u00e9\U0001F600", "decrypt").exitCode, 2);
+}
+
+TEST_F(EncryptionTest, NamesWhatItCannotTake) {
+    EXPECT_EQ(CallWith("d", "decrypt").err, "quillon: an odd number of hexadecimal digits\n");
+    EXPECT_EQ(CallWith("dx", "decrypt").err, "quillon: 'x' is not a hexadecimal digit\n");
+    EXPECT_EQ(CallWith("\xE9", "encrypt").err, "quillon: the text is not UTF-8\n");
+    EXPECT_EQ(CallWith("", "encrypt").exitCode, 2);
+    EXPECT_EQ(CallWith("", "decrypt").exitCode, 2);
+    setenv("QUILLON_PASSPHRASE", "\xE9", 1);
+    EXPECT_EQ(CallWith("x", "encrypt").err, "quillon: QUILLON_PASSPHRASE is not UTF-8\n");
 }
 
 }  // namespace

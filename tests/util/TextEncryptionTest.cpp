@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "Utils.h"
 #include "core/Error.h"
 #include "util/Cryptography.h"
 #include "util/SystemErrorText.h"
@@ -228,6 +229,24 @@ INSTANTIATE_TEST_SUITE_P(Steps, EncryptFailure,
                          ::testing::Values(NoContext, NoHash, NotHashed, NoKey, NotEncrypted));
 INSTANTIATE_TEST_SUITE_P(Steps, DecryptFailure,
                          ::testing::Values(NoContext, NoHash, NotHashed, NoKey, NotDecrypted));
+
+// "Hello" under "secret", as above.
+TEST(Utils, EncryptsAndDecrypts) {
+    const Utils utils;
+    const EncryptedText bytes = utils.EncryptText(u"Hello", u"secret");
+    EXPECT_EQ(bytes.Items, (Bytes{0xDE, 0x1C, 0x9D, 0xDF, 0xD7, 0x7F, 0xC3, 0x86, 0x12, 0x15}));
+    EXPECT_EQ(utils.DecryptText(bytes, u"secret"), u"Hello");
+    EXPECT_EQ(utils.DecryptText(bytes, u"other").size(), 5U);
+    EXPECT_EQ(NumberOf([&] { utils.EncryptText(u"", u"secret"); }), 9);
+    EXPECT_EQ(NumberOf([&] { utils.DecryptText(EncryptedText(), u"secret"); }), 9);
+}
+
+TEST(Utils, DecryptsTheBytesOfATextToo) {
+    const Utils utils;
+    const std::u16string text{0x1CDE, 0xDF9D, 0x7FD7, 0x86C3, 0x1512};
+    EXPECT_EQ(utils.DecryptText(text, u"secret"), u"Hello");
+    EXPECT_EQ(NumberOf([&] { utils.DecryptText(u"", u"secret"); }), 9);
+}
 
 }  // namespace
 }  // namespace QuillonLib
