@@ -252,20 +252,28 @@ std::vector<ObjectName> CatalogReader::IndexedViews() {
 }
 
 std::vector<ObjectFacts> CatalogReader::Objects(std::span<const ObjectName> names) {
+    std::vector<ObjectFacts> objects = ObjectsWithColumns(names);
+    AddIndexes(names, objects);
+    return objects;
+}
+
+std::vector<ObjectFacts> CatalogReader::ObjectsWithColumns(std::span<const ObjectName> names) {
     std::vector<ObjectFacts> objects;
     if (names.empty()) return objects;
     objects.reserve(names.size());
-    const std::u16string ids = ObjectIdList(names);
+    std::u16string columns(dialect_->ColumnsOf);
+    columns.append(ObjectIdList(names)).append(dialect_->ColumnsOrder);
+    ReadColumns(connection_, columns, objects);
+    return objects;
+}
 
-    ReadColumns(connection_,
-                std::u16string(dialect_->ColumnsOf).append(ids).append(dialect_->ColumnsOrder),
-                objects);
-
+void CatalogReader::AddIndexes(std::span<const ObjectName> names,
+                               std::vector<ObjectFacts>& objects) {
+    if (names.empty()) return;
     std::u16string indexes(dialect_->IndexesOf);
-    indexes.append(ids).append(u")");
+    indexes.append(ObjectIdList(names)).append(u")");
     if (version_ >= FirstVersionWithFilteredIndexes) indexes.append(dialect_->FilteredIndexes);
     ReadIndexes(connection_, indexes.append(dialect_->IndexesOrder), objects);
-    return objects;
 }
 
 const ObjectFacts* FindObject(std::span<const ObjectFacts> objects, const ObjectName& name) {

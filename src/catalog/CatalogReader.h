@@ -39,6 +39,11 @@ class CatalogReader {
     // object that does not exist is left out of the result.
     std::vector<ObjectFacts> Objects(std::span<const ObjectName> names);
 
+    // The two halves of Objects, a query each, for a caller who keeps the columns even where the
+    // indexes cannot be read. AddIndexes may move `objects`: pointers into it end there.
+    std::vector<ObjectFacts> ObjectsWithColumns(std::span<const ObjectName> names);
+    void AddIndexes(std::span<const ObjectName> names, std::vector<ObjectFacts>& objects);
+
   private:
     struct Dialect;
     static const Dialect SystemTables;

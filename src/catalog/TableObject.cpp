@@ -38,14 +38,16 @@ void TableObject::LoadDetails() {
     CatalogReader reader(LogIn(login_));
     reader.UseDatabase(database_);
     const ObjectName name{owner_, name_};
-    const std::vector<ObjectFacts> objects = reader.Objects({&name, 1});
+    std::vector<ObjectFacts> objects = reader.ObjectsWithColumns({&name, 1});
     const ObjectFacts* facts = FindObject(objects, name);
     if (facts == nullptr || facts->IsView != isView_) ThrowObjectNotFound(name, database_);
-
     for (const ColumnFacts& column : facts->Columns) {
         CatalogBuilder::AddCatalogColumn(*columns_, column);
     }
-    for (const IndexFacts& index : facts->Indexes) {
+
+    // Only now, so that the columns stay where the indexes cannot be read.
+    reader.AddIndexes({&name, 1}, objects);
+    for (const IndexFacts& index : FindObject(objects, name)->Indexes) {
         if ((index.Type & KeyCandidate) != 0) CatalogBuilder::AddIndex(*indexes_, index);
     }
 }

@@ -107,6 +107,20 @@ TEST_P(TableObjectTest, ATableThatIsGoneFailsOnceAndThenStaysEmpty) {
     EXPECT_EQ(versioned.Log().size(), 0U);
 }
 
+TEST_P(TableObjectTest, TheColumnsStayWhereTheIndexesCannotBeRead) {
+    const auto table = database->Tables()->Item(u"[dbo].[t]");
+    versioned.AddFault(ErrorIn(u"index_columns"));
+    versioned.AddFault(ErrorIn(u"sysindexkeys"));
+    EXPECT_EQ(RaisedBy([&] { table->Indexes(); }).description,
+              u"[FreeTDS][SQL Server]made to fail");
+    EXPECT_EQ(database->LastError(), u"");
+    versioned.ClearFaults();
+    versioned.ClearLog();
+    EXPECT_EQ(table->Columns()->Count(), 4);
+    EXPECT_EQ(table->Indexes()->Count(), 0);
+    EXPECT_EQ(versioned.Log().size(), 0U);
+}
+
 TEST_P(TableObjectTest, ALoginThatFailsReachesTheReader) {
     database->Password(u"wrong");
     const auto good = MakeDatabase(versioned, u"world");
