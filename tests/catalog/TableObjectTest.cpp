@@ -121,13 +121,28 @@ TEST_P(TableObjectTest, TheColumnsStayWhereTheIndexesCannotBeRead) {
     EXPECT_EQ(versioned.Log().size(), 0U);
 }
 
-TEST_P(TableObjectTest, ALoginThatFailsReachesTheReader) {
-    database->Password(u"wrong");
-    const auto good = MakeDatabase(versioned, u"world");
-    const auto table = good->Tables()->Item(u"[dbo].[t]");
+TEST_P(TableObjectTest, AServerThatIsAwayIsNotAskedAgain) {
+    const auto table = database->Tables()->Item(u"[dbo].[t]");
     versioned.Kill();
     EXPECT_NE(RaisedBy([&] { table->Indexes(); }).number, 0);
-    EXPECT_EQ(good->LastError(), u"");
+    EXPECT_EQ(database->LastError(), u"");
+    versioned.Restart();
+    versioned.ClearLog();
+    EXPECT_EQ(table->Columns()->Count(), 0);
+    EXPECT_EQ(table->Indexes()->Count(), 0);
+    EXPECT_EQ(Logins(versioned), 0);
+    EXPECT_EQ(versioned.OpenConnections(), 0);
+}
+
+TEST_P(TableObjectTest, ALoginThatIsRefusedIsNotTriedAgain) {
+    const LoginData login{versioned.Address(), u"sa", u"wrong", false};
+    TableObjects tables;
+    const auto table = CatalogBuilder::AddTable(tables, {u"dbo", u"t"}, false, login, u"world");
+    EXPECT_EQ(RaisedBy([&] { table->Columns(); }).description,
+              u"[FreeTDS][SQL Server]Login failed for user 'sa'.\r\n"
+              u"[FreeTDS][SQL Server]Unable to connect to data source");
+    EXPECT_EQ(table->Columns()->Count(), 0);
+    EXPECT_EQ(table->Indexes()->Count(), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Versions, TableObjectTest, ::testing::Values("8.00.2039", "10.50.6000"));
