@@ -107,6 +107,22 @@ TEST_P(TableObjectTest, ATableThatIsGoneFailsOnceAndThenStaysEmpty) {
     EXPECT_EQ(versioned.Log().size(), 0U);
 }
 
+TEST_P(TableObjectTest, ATableWhoseNameAViewHasTakenIsNotFound) {
+    const auto table = database->Tables()->Item(u"[dbo].[bare]");
+    versioned.Run(u"USE world\nGO\nDROP TABLE bare\nGO\nCREATE VIEW bare AS SELECT id FROM t");
+    const Raised raised = RaisedBy([&] { table->Columns(); });
+    EXPECT_EQ(raised.number, 3265);
+    EXPECT_EQ(raised.description, u"The database 'world' has no table or view [dbo].[bare].");
+    EXPECT_EQ(table->Columns()->Count(), 0);
+}
+
+TEST_P(TableObjectTest, AViewWhoseNameATableHasTakenIsNotFound) {
+    const auto view = database->Tables()->Item(u"[dbo].[v]");
+    versioned.Run(u"USE world\nGO\nDROP VIEW v\nGO\nCREATE TABLE v (id int)");
+    EXPECT_EQ(RaisedBy([&] { view->Indexes(); }).number, 3265);
+    EXPECT_EQ(view->Columns()->Count(), 0);
+}
+
 TEST_P(TableObjectTest, TheColumnsStayWhereTheIndexesCannotBeRead) {
     const auto table = database->Tables()->Item(u"[dbo].[t]");
     versioned.AddFault(ErrorIn(u"index_columns"));
