@@ -1,75 +1,14 @@
-// The program as it is called, against the sandbox.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <sstream>
 
-#include "cli/Commands.h"
-#include "tests/support/SandboxTest.h"
+#include "tests/cli/ProgramFixture.h"
 
 namespace quillon {
 namespace {
-
-struct Outcome {
-    int exitCode = 0;
-    std::string out;
-    std::string err;
-};
-
-class ProgramTest : public QuillonLib::SandboxTest {
-  protected:
-    ProgramTest() {
-        setenv("QUILLON_PASSWORD", "sandbox", 1);
-        std::string name = (std::filesystem::temp_directory_path() / "quillon-XXXXXX").string();
-        folder = mkdtemp(name.data());
-        const std::u16string tables =
-            u"CREATE TABLE p (id int NOT NULL CONSTRAINT PK_p PRIMARY KEY, n nvarchar(20) "
-            u"NULL)\nGO\n"
-            u"CREATE TABLE c (id int NOT NULL CONSTRAINT PK_c PRIMARY KEY, "
-            u"pid int NULL CONSTRAINT FK_c REFERENCES p (id))\nGO\n";
-        server.Run(u"CREATE DATABASE a\nGO\nUSE a\nGO\n" + tables +
-                   u"INSERT p VALUES (1, N'one'), (2, NULL)\nGO\nINSERT c VALUES (1, 1), (2, 2)");
-        server.Run(
-            u"CREATE DATABASE b\nGO\nUSE b\nGO\n" + tables +
-            u"INSERT p VALUES (1, N'uno'), (3, N'three')\nGO\nINSERT c VALUES (1, 1), (2, 3)");
-        one = QuillonLib::ToUtf8(server.Address()) + "/a";
-        two = QuillonLib::ToUtf8(server.Address()) + "/b";
-    }
-    ~ProgramTest() override { std::filesystem::remove_all(folder); }
-
-    static Outcome Call(std::vector<std::string> arguments) {
-        std::vector<const char*> argv{"quillon"};
-        for (const auto& argument : arguments)
-            argv.push_back(argument.c_str());
-        Outcome outcome;
-        testing::internal::CaptureStdout();
-        testing::internal::CaptureStderr();
-        outcome.exitCode = RunProgram(static_cast<int>(argv.size()), argv.data());
-        outcome.out = testing::internal::GetCapturedStdout();
-        outcome.err = testing::internal::GetCapturedStderr();
-        return outcome;
-    }
-    Outcome OnBoth(std::vector<std::string> arguments) const {
-        arguments.insert(arguments.end(), {one, two, "--user", "sa"});
-        return Call(std::move(arguments));
-    }
-    std::string Read(const char* name) const {
-        std::ifstream stream(folder / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
-    std::string File(const char* name) const { return (folder / name).string(); }
-    std::u16string RowsOfB() {
-        return server.Scalar(u"USE b SELECT CAST(COUNT(*) AS nvarchar(9)) + ' ' + MIN(n) FROM p");
-    }
-
-    std::filesystem::path folder;
-    std::string one;
-    std::string two;
-};
 
 TEST_F(ProgramTest, ComparePrintsATableAndALastLine) {
     const Outcome outcome = OnBoth({"compare"});
@@ -149,52 +88,6 @@ TEST_F(ProgramTest, HalfASurrogatePairIsRefusedInUtf8AndNothingIsWritten) {
     EXPECT_FALSE(std::filesystem::exists(folder / "a.sql"));
     EXPECT_EQ(OnBoth({"script", "--to", "2", "-o", File("a.sql"), "--encoding", "utf16"}).exitCode,
               0);
-}
-
-TEST_F(ProgramTest, SyncWithoutAYesChangesNothing) {
-    const Outcome outcome = OnBoth({"sync", "--to", "2"});
-    EXPECT_EQ(outcome.exitCode, 2);
-    EXPECT_EQ(RowsOfB(), u"2 three");
-}
-
-TEST_F(ProgramTest, SyncExplainsAConstraintAndLeavesEverythingAsItWas) {
-    const Outcome outcome = OnBoth({"sync", "--to", "2", "--yes"});
-    EXPECT_EQ(outcome.exitCode, 2);
-    EXPECT_NE(outcome.err.find("failed, and everything was rolled back:"), std::string::npos);
-    EXPECT_NE(
-        outcome.err.find("cannot satisfy the foreign key FK_c at every step; run it again with "
-                         "--suspend-constraints."),
-        std::string::npos)
-        << outcome.err;
-    EXPECT_EQ(RowsOfB(), u"2 three");
-}
-
-TEST_F(ProgramTest, SyncWithSuspendedConstraintsEndsIdentical) {
-    const Outcome outcome = OnBoth({"sync", "--to", "2", "--yes", "--suspend-constraints"});
-    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-    EXPECT_NE(outcome.out.find("2 tables: 2 identical, 0 different\n"), std::string::npos);
-    EXPECT_EQ(RowsOfB(), u"2 one");
-    EXPECT_EQ(server.Scalar(u"USE b SELECT COUNT(*) FROM sys.foreign_keys WHERE is_disabled = 1 OR "
-                            u"is_not_trusted = 1"),
-              u"0");
-    const Outcome again = OnBoth({"sync", "--to", "2", "--yes"});
-    EXPECT_EQ(again.exitCode, 0);
-    EXPECT_NE(again.out.find("Nothing to do.\n"), std::string::npos);
-}
-
-TEST_F(ProgramTest, SyncIntoDatabase1) {
-    EXPECT_EQ(OnBoth({"sync", "--to", "1", "--yes", "--suspend-constraints"}).exitCode, 0);
-    EXPECT_EQ(server.Scalar(u"USE a SELECT n FROM p WHERE id = 3"), u"three");
-}
-
-TEST_F(ProgramTest, ADroppedConnectionInTheMiddleOfASyncChangesNothing) {
-    sandbox::Fault drop;
-    drop.kind = sandbox::FaultKind::Drop;
-    drop.contains = u"EXEC prcTmp_QVX_Update";
-    server.AddFault(drop);
-    EXPECT_EQ(OnBoth({"sync", "--to", "2", "--yes", "--suspend-constraints"}).exitCode, 2);
-    EXPECT_EQ(ConnectionsLeft(server), 0);
-    EXPECT_EQ(RowsOfB(), u"2 three");
 }
 
 TEST_F(ProgramTest, TemplatesAreMadePickedShownAndRemoved) {

@@ -1,0 +1,75 @@
+// The program as it is called, against two databases of the sandbox.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "cli/Commands.h"
+#include "tests/support/SandboxTest.h"
+
+namespace quillon {
+
+struct Outcome {
+    int exitCode = 0;
+    std::string out;
+    std::string err;
+};
+
+class ProgramTest : public QuillonLib::SandboxTest {
+  protected:
+    ProgramTest() {
+        setenv("QUILLON_PASSWORD", "sandbox", 1);
+        std::string name = (std::filesystem::temp_directory_path() / "quillon-XXXXXX").string();
+        folder = mkdtemp(name.data());
+        const std::u16string tables =
+            u"CREATE TABLE p (id int NOT NULL CONSTRAINT PK_p PRIMARY KEY, n nvarchar(20) "
+            u"NULL)\nGO\n"
+            u"CREATE TABLE c (id int NOT NULL CONSTRAINT PK_c PRIMARY KEY, "
+            u"pid int NULL CONSTRAINT FK_c REFERENCES p (id))\nGO\n";
+        server.Run(u"CREATE DATABASE a\nGO\nUSE a\nGO\n" + tables +
+                   u"INSERT p VALUES (1, N'one'), (2, NULL)\nGO\nINSERT c VALUES (1, 1), (2, 2)");
+        server.Run(
+            u"CREATE DATABASE b\nGO\nUSE b\nGO\n" + tables +
+            u"INSERT p VALUES (1, N'uno'), (3, N'three')\nGO\nINSERT c VALUES (1, 1), (2, 3)");
+        one = QuillonLib::ToUtf8(server.Address()) + "/a";
+        two = QuillonLib::ToUtf8(server.Address()) + "/b";
+    }
+    ~ProgramTest() override { std::filesystem::remove_all(folder); }
+
+    static Outcome Call(std::vector<std::string> arguments) {
+        std::vector<const char*> argv{"quillon"};
+        for (const auto& argument : arguments)
+            argv.push_back(argument.c_str());
+        Outcome outcome;
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        outcome.exitCode = RunProgram(static_cast<int>(argv.size()), argv.data());
+        outcome.out = testing::internal::GetCapturedStdout();
+        outcome.err = testing::internal::GetCapturedStderr();
+        return outcome;
+    }
+    Outcome OnBoth(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.end(), {one, two, "--user", "sa"});
+        return Call(std::move(arguments));
+    }
+    std::string Read(const char* name) const {
+        std::ifstream stream(folder / name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+    std::string File(const char* name) const { return (folder / name).string(); }
+    std::u16string RowsOfB() {
+        return server.Scalar(u"USE b SELECT CAST(COUNT(*) AS nvarchar(9)) + ' ' + MIN(n) FROM p");
+    }
+
+    std::filesystem::path folder;
+    std::string one;
+    std::string two;
+};
+
+}  // namespace quillon
