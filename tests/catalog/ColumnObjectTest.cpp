@@ -53,14 +53,17 @@ TEST_F(ColumnObjectsTest, ItemExistsIgnoresCaseAndNeverFails) {
     EXPECT_FALSE(columns.ItemExists(2));
 }
 
-TEST_F(ColumnObjectsTest, ColumnsBeginWithNothingSet) {
-    const auto column = Add(u"a");
-    EXPECT_FALSE(column->PrimaryKey());
-    EXPECT_FALSE(column->CannotCompare());
-    EXPECT_EQ(column->DataType(), u"");
-    EXPECT_EQ(column->Length(), 0);
-    EXPECT_FALSE(column->Computed());
-    EXPECT_FALSE(column->AllowNulls());
+TEST(ColumnObject, BeginsWithNothingSet) {
+    const ColumnObject column;
+    EXPECT_EQ(column.Name(), u"");
+    EXPECT_FALSE(column.PrimaryKey());
+    EXPECT_FALSE(column.CannotCompare());
+    EXPECT_EQ(column.DataType(), u"");
+    EXPECT_EQ(column.Length(), 0);
+    EXPECT_FALSE(column.Computed());
+    EXPECT_EQ(column.NumericScale(), 0);
+    EXPECT_EQ(column.NumericPrecision(), 0);
+    EXPECT_FALSE(column.AllowNulls());
 }
 
 }  // namespace
