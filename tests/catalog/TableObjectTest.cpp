@@ -74,7 +74,10 @@ TEST_P(TableObjectTest, ColumnsAndIndexesAreReadTogetherTheFirstTime) {
     EXPECT_TRUE(columns->Item(4)->Computed());
     EXPECT_FALSE(columns->Item(1)->Computed());
 
-    ASSERT_EQ(indexes->Count(), 3);
+    ASSERT_EQ(indexes->Count(), 3);  // none that is not unique
+    EXPECT_EQ(indexes->Item(1)->Name(), u"PK_t");
+    EXPECT_EQ(indexes->Item(2)->Name(), u"UQ_a");
+    EXPECT_EQ(indexes->Item(3)->Name(), u"uix");
     EXPECT_TRUE(indexes->Item(u"PK_t")->PrimaryKey());
     EXPECT_FALSE(indexes->Item(u"UQ_a")->PrimaryKey());
     EXPECT_FALSE(indexes->Item(u"uix")->PrimaryKey());
