@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "catalog/CatalogBuilder.h"
+#include "tests/support/SandboxTest.h"
 
 namespace QuillonLib {
 namespace {
@@ -51,6 +52,16 @@ TEST_F(ColumnObjectsTest, ItemExistsIgnoresCaseAndNeverFails) {
     EXPECT_TRUE(columns.ItemExists(1));
     EXPECT_FALSE(columns.ItemExists(u"x"));
     EXPECT_FALSE(columns.ItemExists(2));
+}
+
+TEST_F(ColumnObjectsTest, WhatIsAbsentIsError5) {
+    Add(u"id");
+    EXPECT_EQ(columns.Item(u"ID")->Name(), u"id");
+    EXPECT_EQ(columns.Item(1)->Name(), u"id");
+    EXPECT_EQ(RaisedBy([&] { (void)columns.Item(u"name"); }).number, 5);
+    EXPECT_EQ(RaisedBy([&] { (void)columns.Item(u"1"); }).number, 5);
+    EXPECT_EQ(RaisedBy([&] { (void)columns.Item(0); }).number, 5);
+    EXPECT_EQ(RaisedBy([&] { (void)columns.Item(2); }).number, 5);
 }
 
 TEST(ColumnObject, BeginsWithNothingSet) {

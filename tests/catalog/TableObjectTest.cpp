@@ -34,6 +34,20 @@ TEST(TableObjects, AddingTheSameTwiceIsError457) {
     EXPECT_EQ(RaisedBy([&] { (void)tables.Item(2); }).number, 5);
 }
 
+TEST(IndexObjects, WhatIsAbsentIsError5) {
+    IndexObjects indexes;
+    CatalogBuilder::AddIndex(indexes, {u"PK_t", 0x800, {}});
+    EXPECT_EQ(indexes.Item(u"pk_T")->Name(), u"PK_t");
+    EXPECT_EQ(indexes.Item(1)->Name(), u"PK_t");
+    EXPECT_EQ(RaisedBy([&] { (void)indexes.Item(u"UQ_a"); }).number, 5);
+    EXPECT_EQ(RaisedBy([&] { (void)indexes.Item(u"1"); }).number, 5);
+    EXPECT_EQ(RaisedBy([&] { (void)indexes.Item(0); }).number, 5);
+    EXPECT_EQ(RaisedBy([&] { (void)indexes.Item(2); }).number, 5);
+    EXPECT_TRUE(indexes.ItemExists(u"pk_T"));
+    EXPECT_FALSE(indexes.ItemExists(u"UQ_a"));
+    EXPECT_FALSE(indexes.ItemExists(2));
+}
+
 // Both generations of catalogs.
 class TableObjectTest : public SandboxTest, public ::testing::WithParamInterface<const char*> {
   protected:
