@@ -64,6 +64,13 @@ TEST_F(ColumnObjectsTest, WhatIsAbsentIsError5) {
     EXPECT_EQ(RaisedBy([&] { (void)columns.Item(2); }).number, 5);
 }
 
+TEST_F(ColumnObjectsTest, NamesThatDifferInCaseOnlyAreError457) {
+    Add(u"Name");
+    EXPECT_EQ(RaisedBy([&] { Add(u"nAME"); }).number, 457);
+    ASSERT_EQ(columns.Count(), 1);
+    EXPECT_EQ(columns.Item(1)->Name(), u"Name");
+}
+
 TEST(ColumnObject, BeginsWithNothingSet) {
     const ColumnObject column;
     EXPECT_EQ(column.Name(), u"");

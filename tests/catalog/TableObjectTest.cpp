@@ -48,6 +48,15 @@ TEST(IndexObjects, WhatIsAbsentIsError5) {
     EXPECT_FALSE(indexes.ItemExists(2));
 }
 
+TEST(IndexObjects, NamesThatDifferInCaseOnlyAreError457) {
+    IndexObjects indexes;
+    CatalogBuilder::AddIndex(indexes, {u"K", 2, {}});
+    EXPECT_EQ(RaisedBy([&] { CatalogBuilder::AddIndex(indexes, {u"k", 0x800, {}}); }).number, 457);
+    ASSERT_EQ(indexes.Count(), 1);
+    EXPECT_EQ(indexes.Item(1)->Name(), u"K");
+    EXPECT_FALSE(indexes.Item(1)->PrimaryKey());
+}
+
 // Both generations of catalogs.
 class TableObjectTest : public SandboxTest, public ::testing::WithParamInterface<const char*> {
   protected:
