@@ -141,7 +141,9 @@ TEST_P(TableObjectTest, AViewHasColumnsAndIndexesToo) {
     const auto view = database->Tables()->Item(u"[dbo].[v]");
     EXPECT_TRUE(view->IsView());
     EXPECT_EQ(view->Columns()->Count(), 2);
-    EXPECT_TRUE(view->Indexes()->ItemExists(u"vix"));
+    ASSERT_EQ(view->Indexes()->Count(), 1);
+    EXPECT_EQ(view->Indexes()->Item(1)->Name(), u"vix");
+    EXPECT_FALSE(view->Indexes()->Item(1)->PrimaryKey());  // clustered, but no constraint
 }
 
 TEST_P(TableObjectTest, ATableThatIsGoneFailsOnceAndThenStaysEmpty) {
