@@ -22,6 +22,10 @@ const IndexFacts* ObjectFacts::PrimaryKey() const {
 }
 
 const IndexFacts* ObjectFacts::FindIndex(std::u16string_view name) const {
+    // Under a case-sensitive collation one table may have indexes K and k.
+    const IndexFacts* exact =
+        FirstOf(Indexes, [name](const IndexFacts& index) { return index.Name == name; });
+    if (exact != nullptr) return exact;
     return FirstOf(Indexes,
                    [name](const IndexFacts& index) { return EqualIgnoringCase(index.Name, name); });
 }

@@ -48,7 +48,8 @@ struct ObjectFacts {
 
     // Null when there is none.
     const IndexFacts* PrimaryKey() const;
-    const IndexFacts* FindIndex(std::u16string_view name) const;    // without regard to case
+    // The index of exactly that name if there is one, else of the name in another case.
+    const IndexFacts* FindIndex(std::u16string_view name) const;
     const ColumnFacts* FindColumn(std::u16string_view name) const;  // exactly that name
 };
 

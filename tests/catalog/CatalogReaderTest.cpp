@@ -15,6 +15,15 @@ TEST(Identifiers, AreQuotedByDoubling) {
     EXPECT_EQ(QuoteText(u"O'Brien"), u"N'O''Brien'");
 }
 
+TEST(ObjectFacts, AnIndexIsFoundExactlyFirstAndThenInAnyCase) {
+    ObjectFacts facts;
+    facts.Indexes = {{u"K", 2, {u"a"}}, {u"k", 2, {u"b"}}, {u"Other", 2, {u"c"}}};
+    EXPECT_EQ(facts.FindIndex(u"K"), &facts.Indexes[0]);
+    EXPECT_EQ(facts.FindIndex(u"k"), &facts.Indexes[1]);
+    EXPECT_EQ(facts.FindIndex(u"oTHER"), &facts.Indexes[2]);
+    EXPECT_EQ(facts.FindIndex(u"Othe"), nullptr);
+}
+
 class CatalogReaderTest : public SandboxTest, public ::testing::WithParamInterface<const char*> {
   protected:
     CatalogReaderTest() : versioned(box.AddServer(Versioned(GetParam()))) {
