@@ -17,7 +17,8 @@ void AddCompareCommand(CLI::App& app, Program& program) {
     command->callback([options, &program] {
         const auto comparison = options->Make(program.console);
         const auto results = Run(*comparison, program.console);
-        program.exitCode = PrintResults(program.console, *results);
+        const int exitCode = PrintResults(program.console, *results);
+        program.exitCode = exitCode == 0 && comparison->tablesLeftOut ? 1 : exitCode;
     });
 }
 

@@ -1,5 +1,6 @@
 #include "cli/ComparisonOptions.h"
 
+#include <stdexcept>
 #include <utility>
 
 namespace quillon {
@@ -39,6 +40,32 @@ void TakePicks(QuillonLib::ComparisonTemplates& store, Comparison& comparison) {
         if (indexes->ItemExists(table)) comparison.indexes.Add(indexes->Item(table), table);
         if (columns->ItemExists(table)) comparison.columns.Add(columns->Item(table), table);
     }
+}
+
+// Says that tables are left out; true when there are any.
+bool NoteLeftOut(const QuillonLib::TextArray& tables, const QuillonLib::Database& database,
+                 Console& console) {
+    if (tables.Items.empty()) return false;
+    std::string line = "quillon: only in " + ToUtf8(database.Description()) + ", and left out:";
+    for (const auto& table : tables.Items)
+        line += " " + ToUtf8(table);
+    console.Note(line);
+    return true;
+}
+
+void TakeCommonTables(Comparison& comparison, Console& console) {
+    const auto& databases = comparison.databases;
+    TableLists lists = ListTables(databases);
+    const bool in1 = NoteLeftOut(lists.onlyIn1, *databases.obDB1, console);
+    const bool in2 = NoteLeftOut(lists.onlyIn2, *databases.obDB2, console);
+    comparison.tablesLeftOut = in1 || in2;
+    // Nothing compared must not pass for nothing different.
+    if (lists.common.Items.empty()) {
+        throw std::runtime_error(ToUtf8(databases.obDB1->Description()) + " and " +
+                                 ToUtf8(databases.obDB2->Description()) +
+                                 " have no table in common");
+    }
+    comparison.tables = std::move(lists.common);
 }
 
 }  // namespace
@@ -98,7 +125,7 @@ std::unique_ptr<Comparison> ComparisonOptions::Make(Console& console) const {
         comparison->columns.Add(ColumnsOf(list), ToTableEntry(table));
     }
     if (tables_.empty() && comparison->tables.Items.empty()) {
-        comparison->tables = CommonTables(comparison->databases);
+        TakeCommonTables(*comparison, console);
     } else if (!tables_.empty()) {
         comparison->tables = {};
         for (const std::string& table : tables_) {
@@ -108,13 +135,20 @@ std::unique_ptr<Comparison> ComparisonOptions::Make(Console& console) const {
     return comparison;
 }
 
-QuillonLib::TextArray CommonTables(const DatabaseOptions::Databases& databases) {
-    QuillonLib::TextArray common;
+TableLists ListTables(const DatabaseOptions::Databases& databases) {
+    TableLists lists;
+    const auto tables1 = databases.obDB1->Tables();
     const auto tables2 = databases.obDB2->Tables();
-    for (const auto& table : *databases.obDB1->Tables()) {
-        if (tables2->ItemExists(table->Description())) common.Items.push_back(table->Description());
+    for (const auto& table : *tables1) {
+        const bool inBoth = tables2->ItemExists(table->Description());
+        (inBoth ? lists.common : lists.onlyIn1).Items.push_back(table->Description());
     }
-    return common;
+    for (const auto& table : *tables2) {
+        if (!tables1->ItemExists(table->Description())) {
+            lists.onlyIn2.Items.push_back(table->Description());
+        }
+    }
+    return lists;
 }
 
 std::shared_ptr<QuillonLib::EventSink> ProgressSink(Console& console) {

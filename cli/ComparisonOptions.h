@@ -16,6 +16,7 @@ namespace quillon {
 struct Comparison {
     DatabaseOptions::Databases databases;
     QuillonLib::TextArray tables;
+    bool tablesLeftOut = false;  // for only one of the databases has them
     QuillonLib::IndexChoices indexes;
     QuillonLib::ColumnChoices columns;
 };
@@ -26,8 +27,9 @@ class ComparisonOptions {
     // Adds --template and --templates: databases and picks from a template.
     void AddTemplateTo(CLI::App& command);
 
-    // Reads the catalogs where no tables were named: all tables and indexed views of both. Throws
-    // the library's Error, or CLI::ValidationError for options that make no sense.
+    // Reads the catalogs where no tables were named: all tables and indexed views of both. Says
+    // which ones only one of them has. Throws the library's Error, CLI::ValidationError for options
+    // that make no sense, or std::runtime_error when there is nothing to compare.
     std::unique_ptr<Comparison> Make(Console& console) const;
 
   private:
@@ -42,8 +44,13 @@ class ComparisonOptions {
 // Runs it with a progress line. Tables that fail are in the results with their error.
 std::shared_ptr<QuillonLib::TableDifferences> Run(const Comparison& comparison, Console& console);
 
-// The tables and indexed views that both databases have, in the order of the first.
-QuillonLib::TextArray CommonTables(const DatabaseOptions::Databases& databases);
+// The tables and indexed views of two databases, by their entries.
+struct TableLists {
+    QuillonLib::TextArray common;  // in the order of the first database
+    QuillonLib::TextArray onlyIn1;
+    QuillonLib::TextArray onlyIn2;
+};
+TableLists ListTables(const DatabaseOptions::Databases& databases);
 
 // A table as people write it, "name" or "owner.name" or with brackets, as a table entry.
 std::u16string ToTableEntry(const std::string& text);

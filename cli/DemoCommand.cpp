@@ -59,7 +59,7 @@ int RunDemo(Console& console) {
     comparison.databases.obDB1 = DemoDatabase(server, u"world");
     comparison.databases.obDB2 = DemoDatabase(server, u"world_stale");
     comparison.databases.obDB3 = comparison.databases.obDB1;
-    comparison.tables = CommonTables(comparison.databases);
+    comparison.tables = ListTables(comparison.databases).common;
     console.Print(
         "Database 1, world: the codes of countries, subdivisions, currencies, scripts and");
     console.Print("languages. Database 2, world_stale: the same, some years behind.");

@@ -1,6 +1,10 @@
+#include <stdexcept>
+#include <string>
+
 #include "cli/Commands.h"
 #include "cli/Driver.h"
 #include "core/Error.h"
+#include "core/Text.h"
 
 namespace quillon {
 
@@ -12,6 +16,15 @@ constexpr int Failed = 2;
 std::string Lines(std::string text) {
     std::erase(text, '\r');
     return text;
+}
+
+// Names from a terminal of another encoding would be other names.
+void RequireUtf8(int argc, const char* const* argv) {
+    for (int i = 1; i < argc; ++i) {
+        if (!QuillonLib::IsUtf8(argv[i])) {
+            throw std::runtime_error("argument " + std::to_string(i) + " is not UTF-8");
+        }
+    }
 }
 
 }  // namespace
@@ -32,6 +45,7 @@ int RunProgram(int argc, const char* const* argv) {
     AddSandboxCommand(app, program);
     MakeDriverReachable();
     try {
+        RequireUtf8(argc, argv);
         app.parse(argc, argv);
     } catch (const CLI::Success& help) {
         return app.exit(help);

@@ -148,7 +148,8 @@ void AddRowsCommand(CLI::App& app, Program& program) {
     command->add_flag("--different", options->different, "Show differing rows");
     command->add_flag("--here", options->here, "Show rows only in the first database");
     command->add_flag("--there", options->there, "Show rows only in the second database");
-    command->add_option("--limit", options->limit, "Show at most so many of each kind");
+    command->add_option("--limit", options->limit, "Show at most so many of each kind")
+        ->check(CLI::PositiveNumber);
     command->callback(
         [options, &program] { program.exitCode = ShowRows(*options, program.console); });
 }

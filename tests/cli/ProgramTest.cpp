@@ -28,6 +28,99 @@ TEST_F(ProgramTest, IdenticalDatabasesAreExitCode0) {
     EXPECT_NE(outcome.out.find("1 table: 1 identical, 0 different\n"), std::string::npos);
 }
 
+TEST_F(ProgramTest, TablesOfOneDatabaseAloneAreNamedAndNoIdenticalDatabases) {
+    server.Run(
+        u"CREATE DATABASE same\nGO\nUSE same\nGO\nCREATE TABLE p (id int NOT NULL CONSTRAINT "
+        u"PK_p PRIMARY KEY, n nvarchar(20) NULL)\nGO\nINSERT p VALUES (1, N'one'), (2, NULL)\n"
+        u"GO\nCREATE TABLE q (id int)\nGO\nCREATE TABLE r (id int)");
+    const std::string same = QuillonLib::ToUtf8(server.Address()) + "/same";
+    const Outcome outcome = Call({"compare", one, same, "--user", "sa"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_NE(outcome.out.find("1 table: 1 identical, 0 different\n"), std::string::npos);
+    EXPECT_EQ(outcome.err, "quillon: only in " + one + ", and left out: [dbo].[c]\n" +
+                               "quillon: only in " + same +
+                               ", and left out: [dbo].[q] [dbo].[r]\n");
+}
+
+TEST_F(ProgramTest, NothingToCompareIsAFailure) {
+    server.Run(u"CREATE DATABASE nothing");
+    const std::string nothing = QuillonLib::ToUtf8(server.Address()) + "/nothing";
+    const Outcome outcome = Call({"compare", one, nothing, "--user", "sa"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "quillon: only in " + one +
+                               ", and left out: [dbo].[c] [dbo].[p]\nquillon: " + one + " and " +
+                               nothing + " have no table in common\n");
+}
+
+TEST_F(ProgramTest, ATableWithoutAKeyIsOnlyCounted) {
+    for (const auto* use : {u"USE a\nGO\n", u"USE b\nGO\n"})
+        server.Run(use + std::u16string(u"CREATE TABLE k (x int)\nGO\nINSERT k VALUES (1)"));
+    const Outcome outcome = OnBoth({"compare", "-t", "dbo.k", "-t", "[dbo].[p]"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.out,
+              "Table      Rows in 1  Rows in 2  Union  Differing  Only in 1  Only in 2  Verdict\n"
+              "[dbo].[k]          1          1      -          -          -          -  no common "
+              "key: rows only counted\n"
+              "[dbo].[p]          2          2      4          1          1          1  different\n"
+              "\n"
+              "2 tables: 0 identical, 1 different, 1 only counted\n");
+    const Outcome rows = OnBoth({"rows", "k"});
+    EXPECT_EQ(rows.exitCode, 2);
+    EXPECT_EQ(rows.err,
+              "quillon: k has no key that both databases share: its rows cannot be matched\n");
+}
+
+TEST_F(ProgramTest, ChoicesOfKeyAndColumnsCount) {
+    for (const auto* use : {u"USE a\nGO\n", u"USE b\nGO\n"})
+        server.Run(use +
+                   std::u16string(u"CREATE TABLE k (x int NOT NULL CONSTRAINT PK_k PRIMARY KEY, "
+                                  u"y int NOT NULL CONSTRAINT UQ_k UNIQUE, z int)"));
+    server.Run(u"USE a\nGO\nINSERT k VALUES (1, 10, 5)");
+    server.Run(u"USE b\nGO\nINSERT k VALUES (2, 10, 6)");
+    const auto lastLine = [&](std::vector<std::string> options) {
+        options.insert(options.begin(), {"compare", "-t", "k"});
+        const std::string out = OnBoth(options).out;
+        return out.substr(out.find("[dbo].[k]"), 63);
+    };
+    EXPECT_EQ(lastLine({}), "[dbo].[k]          1          1      2          0          1   ");
+    EXPECT_EQ(lastLine({"--index", "k=UQ_k"}),
+              "[dbo].[k]          1          1      2          1          0   ");
+    EXPECT_EQ(lastLine({"--index", "k=UQ_k", "--columns", "k=y"}),
+              "[dbo].[k]          1          1      1          0          0   ");
+    const Outcome bad = OnBoth({"compare", "-t", "k", "--index", "UQ_k"});
+    EXPECT_EQ(bad.exitCode, 2);
+    EXPECT_NE(bad.err.find("quillon: 'UQ_k' is not TABLE=NAME\n"), std::string::npos) << bad.err;
+}
+
+TEST_F(ProgramTest, EachDatabaseMayHaveItsOwnLogin) {
+    sandbox::ServerSettings settings;
+    settings.name = u"OTHER";
+    settings.user = u"reader";
+    settings.password = u"two";
+    sandbox::Server& other = box.AddServer(settings);
+    other.Run(u"CREATE DATABASE b\nGO\nUSE b\nGO\nCREATE TABLE p (id int)");
+    const std::vector<std::string> call{
+        "compare", one,     QuillonLib::ToUtf8(other.Address()) + "/b", "-t", "p", "--user", "sa",
+        "--user2", "reader"};
+    setenv("QUILLON_PASSWORD2", "two", 1);
+    const Outcome right = Call(call);
+    setenv("QUILLON_PASSWORD2", "sandbox", 1);
+    const Outcome wrong = Call(call);
+    unsetenv("QUILLON_PASSWORD2");
+    EXPECT_NE(right.out.find("1 table: 0 identical, 0 different, 1 only counted\n"),
+              std::string::npos)
+        << right.out << right.err;
+    EXPECT_EQ(wrong.exitCode, 2);
+    EXPECT_NE(wrong.err.find("Login failed for user 'reader'."), std::string::npos) << wrong.err;
+}
+
+TEST_F(ProgramTest, AMissingPasswordIsNamed) {
+    unsetenv("QUILLON_PASSWORD");
+    EXPECT_EQ(OnBoth({"compare"}).err,
+              "quillon: no password for sa: set QUILLON_PASSWORD in the environment\n");
+}
+
 TEST_F(ProgramTest, ATableThatCannotBeComparedIsExitCode2) {
     const Outcome outcome = OnBoth({"compare", "--table", "nothing"});
     EXPECT_EQ(outcome.exitCode, 2);
@@ -42,6 +135,12 @@ TEST_F(ProgramTest, BadCallsAreNamed) {
     EXPECT_NE(place.err.find("quillon: 'x' is not SERVER/DATABASE"), std::string::npos)
         << place.err;
     EXPECT_EQ(Call({"compare", one, two}).exitCode, 2);
+    EXPECT_NE(Call({"compare", one, two}).err.find("--user or --integrated"), std::string::npos);
+    EXPECT_NE(Call({"compare", one, "--user", "sa"}).err.find("Two databases, each as"),
+              std::string::npos);
+    EXPECT_EQ(Call({"compare", "\xE9", two, "--user", "sa"}).err,
+              "quillon: argument 2 is not UTF-8\n");
+    EXPECT_EQ(OnBoth({"rows", "p", "--limit", "0"}).exitCode, 2);
     EXPECT_EQ(Call({"nonsense"}).exitCode, 2);
     EXPECT_EQ(Call({}).exitCode, 2);
 }
@@ -66,6 +165,81 @@ TEST_F(ProgramTest, RowsMarksTheCellsThatDiffer) {
     EXPECT_EQ(outcome.out, "Different: 1\n   id  n\n1  1   *one\n2  1   *uno\n\nOnly in " + one +
                                ": 1\nid  n\n2   NULL\n\nOnly in " + two +
                                ": 1\nid  n\n3   three\n\n");
+}
+
+TEST_F(ProgramTest, RowsShowsTheKindsThatAreAskedForAndNoMoreThanTheLimit) {
+    server.Run(u"USE a\nGO\nINSERT p VALUES (7, N'seven'), (8, N'eight'), (9, N'nine')");
+    server.Run(u"USE b\nGO\nINSERT p VALUES (7, N'seven'), (8, N'ate'), (9, N'9')");
+    const std::string only1 = "Only in " + one + ": 1\nid  n\n2   NULL\n\n";
+    const std::string only2 = "Only in " + two + ": 1\nid  n\n3   three\n\n";
+    EXPECT_EQ(OnBoth({"rows", "p", "--identical"}).out, "Identical: 1\nid  n\n7   seven\n\n");
+    EXPECT_EQ(OnBoth({"rows", "p", "--here"}).out, only1);
+    EXPECT_EQ(OnBoth({"rows", "p", "--there"}).out, only2);
+    EXPECT_EQ(OnBoth({"rows", "p", "--different"}).out.substr(0, 13), "Different: 3\n");
+    EXPECT_EQ(OnBoth({"rows", "p", "--different", "--limit", "2"}).out.substr(0, 13),
+              "Different: 2\n");
+    EXPECT_EQ(OnBoth({"rows", "nothing"}).exitCode, 2);
+}
+
+TEST_F(ProgramTest, RowsShowsEveryValueOnOneLine) {
+    const std::u16string table =
+        u"CREATE TABLE v (id int NOT NULL CONSTRAINT PK_v PRIMARY KEY, b varbinary(9), n "
+        u"nvarchar(20))\nGO\n";
+    server.Run(u"USE a\nGO\n" + table +
+               u"INSERT v VALUES (1, 0x00FF, N'a' + CHAR(13) + CHAR(10) + CHAR(9) + CHAR(1))");
+    server.Run(u"USE b\nGO\n" + table);
+    EXPECT_EQ(OnBoth({"rows", "v", "--here"}).out,
+              "Only in " + one + ": 1\nid  b       n\n1   0x00FF  a\\r\\n\\t\\x01\n\n");
+}
+
+TEST_F(ProgramTest, RowsTakesAKeyByName) {
+    for (const auto* use : {u"USE a\nGO\n", u"USE b\nGO\n"})
+        server.Run(use +
+                   std::u16string(u"CREATE TABLE k (x int NOT NULL CONSTRAINT PK_k PRIMARY KEY, "
+                                  u"y int NOT NULL CONSTRAINT UQ_k UNIQUE)"));
+    server.Run(u"USE a\nGO\nINSERT k VALUES (1, 10)");
+    server.Run(u"USE b\nGO\nINSERT k VALUES (2, 10)");
+    const std::string out = OnBoth({"rows", "k", "--index", "UQ_k", "--different"}).out;
+    EXPECT_EQ(out.substr(0, 13), "Different: 1\n");
+}
+
+TEST_F(ProgramTest, ScriptGoesToStandardOutputWithoutAMark) {
+    const Outcome outcome = OnBoth({"script", "--to", "1", "-o", "-"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.out.substr(0, 14), "-- Run this on");
+    EXPECT_NE(outcome.out.find("\r\nEXEC prcTmp_QVX_Insert 3, N'three'\r\n"), std::string::npos);
+    EXPECT_EQ(OnBoth({"script", "--to", "both", "-o", "-"}).exitCode, 2);
+}
+
+TEST_F(ProgramTest, ScriptWritesAFileForEachSide) {
+    EXPECT_EQ(OnBoth({"script", "--to", "both", "-o", File("u.sql"), "--no-comments"}).exitCode, 0);
+    EXPECT_NE(Read("u.1.sql").find("_Insert 3, N'three'"), std::string::npos);
+    EXPECT_NE(Read("u.2.sql").find("_Insert 2, NULL"), std::string::npos);
+    EXPECT_EQ(Read("u.1.sql").find("-- Run"), std::string::npos);
+    EXPECT_EQ(OnBoth({"script", "--to", "2", "-o", File("no folder/u.sql")}).exitCode, 2);
+}
+
+TEST_F(ProgramTest, ScriptLeavesReplicationColumnsOutWhenAsked) {
+    for (const auto* use : {u"USE a\nGO\n", u"USE b\nGO\n"})
+        server.Run(use +
+                   std::u16string(u"CREATE TABLE k (x int NOT NULL CONSTRAINT PK_k PRIMARY KEY, "
+                                  u"msrepl_tran_version uniqueidentifier NULL)"));
+    server.Run(u"USE a\nGO\nINSERT k VALUES (4, '00000000-0000-0000-0000-000000000001')");
+    const std::vector<std::string> call{"script", "-t", "k", "-o", "-"};
+    const std::string all = OnBoth(call).out;
+    EXPECT_NE(all.find("_Insert 4, '{00000000-0000-0000-0000-000000000001}'"), std::string::npos)
+        << all;
+    std::vector<std::string> less = call;
+    less.emplace_back("--ignore-replication-columns");
+    EXPECT_NE(OnBoth(less).out.find("_Insert 4\r\n"), std::string::npos);
+}
+
+TEST_F(ProgramTest, ATableThatAScriptLeavesOutIsNamed) {
+    const Outcome outcome = OnBoth({"script", "-t", "p", "-t", "missing", "-o", File("u.sql")});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_NE(outcome.err.find("quillon: left out: "), std::string::npos);
+    EXPECT_NE(outcome.err.find("has no table or view [dbo].[missing]."), std::string::npos);
+    EXPECT_NE(Read("u.sql").find("_Insert 2, NULL"), std::string::npos);
 }
 
 TEST_F(ProgramTest, ScriptWritesBothEncodingsWithTheirMark) {
