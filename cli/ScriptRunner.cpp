@@ -27,7 +27,7 @@ class ScriptScanner {
             } else if (rest.front() == u'"') {
                 at = Behind(at + 1, u"\"");
             } else if (rest.front() == u'[') {
-                at = Behind(at + 1, u"]");
+                at = BehindName(at + 1);
             } else if (rest.starts_with(u"/*")) {
                 at = BehindComment(at);
             } else if (rest.starts_with(u"--")) {
@@ -44,6 +44,13 @@ class ScriptScanner {
     std::size_t Behind(std::size_t from, std::u16string_view end) const {
         const std::size_t found = script_.find(end, from);
         return found == std::u16string_view::npos ? script_.size() : found + end.size();
+    }
+    // A doubled bracket does not: behind the second, a name would be taken for statement.
+    std::size_t BehindName(std::size_t from) const {
+        std::size_t at = Behind(from, u"]");
+        while (at < script_.size() && script_[at] == u']')
+            at = Behind(at + 1, u"]");
+        return at;
     }
     std::size_t BehindComment(std::size_t at) const {
         int depth = 0;

@@ -30,6 +30,8 @@ TEST(CutIntoBatches, AGoLineInACommentOrANameIsNone) {
     EXPECT_EQ(Cut(comment), Batches{comment});
     const std::u16string name = u"SELECT [x\r\nGO\r\n]\r\n";
     EXPECT_EQ(Cut(name), Batches{name});
+    const std::u16string bracket = u"SELECT [x]]'\r\nGO\r\n]\r\n";
+    EXPECT_EQ(Cut(bracket + u"GO\r\nB"), (Batches{bracket, u"B"}));
     const std::u16string quoted = u"SELECT \"x\r\nGO\r\n\"\r\n";
     EXPECT_EQ(Cut(quoted), Batches{quoted});
     EXPECT_EQ(Cut(u"-- it's\r\nGO\r\nB"), (Batches{u"-- it's\r\n", u"B"}));

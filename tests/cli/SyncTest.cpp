@@ -52,5 +52,113 @@ TEST_F(ProgramTest, ADroppedConnectionInTheMiddleOfASyncChangesNothing) {
     EXPECT_EQ(RowsOfB(), u"2 three");
 }
 
+TEST_F(ProgramTest, SyncNamesWhatItIsAboutToDo) {
+    const Outcome outcome = OnBoth({"sync", "--to", "2", "--yes", "-t", "p"});
+    EXPECT_EQ(outcome.exitCode, 2);  // row 3 of p is referred to
+    const Outcome done = OnBoth({"sync", "--to", "2", "--yes", "--suspend-constraints"});
+    EXPECT_NE(done.out.find("\nChanged 4 rows in " + two + ". Compared again:\n"),
+              std::string::npos)
+        << done.out;
+}
+
+TEST_F(ProgramTest, SyncSuspendsOnlyTheKeysThatAreOn) {
+    server.Run(
+        u"USE b\nGO\nCREATE TABLE d (pid int NULL CONSTRAINT FK_d REFERENCES p (id))\nGO\n"
+        u"ALTER TABLE d NOCHECK CONSTRAINT FK_d\nGO\nINSERT d VALUES (77)");
+    EXPECT_EQ(OnBoth({"sync", "--to", "2", "--yes", "--suspend-constraints"}).exitCode, 0);
+    EXPECT_EQ(server.Scalar(u"USE b SELECT name FROM sys.foreign_keys WHERE is_disabled = 1"),
+              u"FK_d");
+}
+
+TEST_F(ProgramTest, SyncChecksEveryRowBeforeTheEnd) {
+    // A row of a table that is not brought over refers to what goes away.
+    server.Run(
+        u"USE b\nGO\nCREATE TABLE d (pid int NULL CONSTRAINT FK_d REFERENCES p (id))\nGO\n"
+        u"INSERT d VALUES (3)");
+    const Outcome outcome = OnBoth({"sync", "--to", "2", "--yes", "--suspend-constraints"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_NE(outcome.err.find("The constraint FK_d does not hold at every step, or not for the "
+                               "rows that are brought over; --suspend-constraints suspends foreign "
+                               "keys only."),
+              std::string::npos)
+        << outcome.err;
+    EXPECT_EQ(RowsOfB(), u"2 three");
+    EXPECT_EQ(server.Scalar(u"USE b SELECT COUNT(*) FROM sys.foreign_keys WHERE is_disabled = 1"),
+              u"0");
+}
+
+TEST_F(ProgramTest, SyncOfWhatNoScriptCanDoSaysSo) {
+    for (const auto* use : {u"USE a\nGO\n", u"USE b\nGO\n"})
+        server.Run(use + std::u16string(u"CREATE TABLE k (x int)\nGO\nINSERT k VALUES (1)"));
+    const Outcome outcome = OnBoth({"sync", "--to", "2", "--yes", "-t", "missing"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_NE(outcome.out.find("Nothing that a script can do.\n"), std::string::npos);
+}
+
+// A script for database b that deletes, inserts and updates, in small batches.
+class HalfScript : public ProgramTest, public ::testing::WithParamInterface<sandbox::FaultKind> {
+  protected:
+    HalfScript() {
+        server.Run(u"USE a\nGO\nINSERT p VALUES (5, N'five'), (6, N'six')\nGO\nDROP TABLE c");
+        server.Run(u"USE b\nGO\nINSERT p VALUES (5, N'cinq'), (8, N'eight')\nGO\nDROP TABLE c");
+        const auto dbA = MakeDatabase(u"a");
+        const auto dbB = MakeDatabase(u"b");
+        QuillonLib::Utils utils;
+        const auto results =
+            utils.CompareContents(dbA, dbB, dbA, QuillonLib::TextArray({u"[dbo].[p]"}), {}, {});
+        std::u16string left;
+        std::u16string right;
+        using namespace QuillonLib;
+        utils.GetUpdateScripts(dbA, dbB, dbA, results, left, right,
+                               cpoShowDifferent | cpoShowMissing | cpoShowAdditional, 0);
+        batches = CutIntoBatches(right, 1);
+    }
+    std::unique_ptr<QuillonLib::Connection> Open() {
+        auto connection = std::make_unique<QuillonLib::Connection>();
+        connection->Open(u"driver={SQL Server};server=" + server.Address() +
+                         u";database=b;uid=sa;pwd=sandbox");
+        return connection;
+    }
+    // All rows, and how many procedures there are.
+    std::u16string ContentOfB() {
+        std::u16string content;
+        for (char16_t id = u'0'; id <= u'9'; ++id) {
+            content += server.Scalar(
+                u"USE b SELECT CAST(id AS nvarchar(9)) + ISNULL(n, N'NULL') "
+                u"+ N' ' FROM p WHERE id = " +
+                std::u16string(1, id));
+        }
+        return content + server.Scalar(u"USE b SELECT COUNT(*) FROM sysobjects WHERE xtype = 'P'");
+    }
+
+    std::vector<std::u16string> batches;
+};
+
+TEST_P(HalfScript, LeavesTheDatabaseAsItWasWhicheverBatchFails) {
+    ASSERT_GT(batches.size(), 10U);
+    const std::u16string before = ContentOfB();
+    ASSERT_EQ(before, u"1uno 3three 5cinq 8eight 0");
+    for (std::size_t i = 0; i < batches.size(); ++i) {
+        SCOPED_TRACE(QuillonLib::ToUtf8(batches[i]));
+        sandbox::Fault fault = ErrorIn(u"", static_cast<int>(i) + 1);
+        fault.kind = GetParam();
+        server.AddFault(fault);
+        std::size_t failed = 0;
+        try {
+            RunBatches(*Open(), batches);
+        } catch (const BatchFailure& failure) {
+            failed = failure.batch;
+        }
+        EXPECT_EQ(failed, i + 1);
+        ASSERT_EQ(ConnectionsLeft(server), 0);
+        ASSERT_EQ(ContentOfB(), before);
+    }
+    RunBatches(*Open(), batches);
+    EXPECT_EQ(ContentOfB(), u"1one 2NULL 5five 6six 0");
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, HalfScript,
+                         ::testing::Values(sandbox::FaultKind::Error, sandbox::FaultKind::Drop));
+
 }  // namespace
 }  // namespace quillon
