@@ -28,11 +28,13 @@ class Utils {
     // clears it first.
     const std::u16string& LastError() const { return lastError_; }
 
-    // The receiver of events; none at first. The object is shared.
+    // The receiver of events; none at first. The object is shared. A handler may set another one,
+    // which receives the events that follow.
     void EventSink(std::shared_ptr<QuillonLib::EventSink> sink) { eventSink_ = std::move(sink); }
 
     // Whether a table that fails is reported as a ProcessError event and passed over (true), or
-    // ends the comparison (false, the default).
+    // ends the comparison (false, the default). What a handler sets here holds from the next table
+    // on.
     bool SuppressCompareProcessErrors() const { return suppressCompareProcessErrors_; }
     void SuppressCompareProcessErrors(bool value) { suppressCompareProcessErrors_ = value; }
 

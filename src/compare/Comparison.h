@@ -22,7 +22,8 @@ struct ComparisonRequest {
     const TextArray& sTables;
     const IndexChoices& obIndexCollection;
     const ColumnChoices& obColumnCollection;
-    bool SuppressCompareProcessErrors = false;
+    // Looked at as each table begins; a handler may change it.
+    const bool& SuppressCompareProcessErrors;
 };
 
 // What a comparison needs of the world besides the servers.

@@ -3,7 +3,6 @@
 
 #include <memory>
 #include <string>
-#include <utility>
 
 #include "compare/EventSink.h"
 
@@ -13,18 +12,24 @@ namespace QuillonLib {
 class Events {
   public:
     Events() = default;
-    explicit Events(std::shared_ptr<EventSink> sink) : sink_(std::move(sink)) {}
+    // Raises through the sink that `sink` leads to at that moment: a handler may set another one.
+    // `sink` must outlive the object.
+    explicit Events(const std::shared_ptr<EventSink>& sink) : sink_(&sink) {}
+    explicit Events(std::shared_ptr<EventSink>&&) = delete;
 
     void RaiseStatus(const std::u16string& sMessage, std::int16_t iPercent, bool& bCancel) const {
-        if (sink_ != nullptr) sink_->RaiseStatus(sMessage, iPercent, bCancel);
+        if (const auto sink = Sink()) sink->RaiseStatus(sMessage, iPercent, bCancel);
     }
     void RaiseProcessError(std::int32_t lErrNum, const std::u16string& sError,
                            bool& bCancelProcess) const {
-        if (sink_ != nullptr) sink_->RaiseProcessError(lErrNum, sError, bCancelProcess);
+        if (const auto sink = Sink()) sink->RaiseProcessError(lErrNum, sError, bCancelProcess);
     }
 
   private:
-    std::shared_ptr<EventSink> sink_;
+    // A copy, which keeps the sink alive while its own handler replaces it.
+    std::shared_ptr<EventSink> Sink() const { return sink_ != nullptr ? *sink_ : nullptr; }
+
+    const std::shared_ptr<EventSink>* sink_ = nullptr;
 };
 
 // A percentage as events carry it: the nearest whole number, halves to even.

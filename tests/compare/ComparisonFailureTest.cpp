@@ -85,6 +85,30 @@ TEST_F(ComparisonFailureTest, WithSuppressionTheOtherTablesAreCompared) {
     EXPECT_EQ(processErrors.size(), 1U);
 }
 
+TEST_F(ComparisonFailureTest, AHandlerMayBeginToSuppressTheErrorsOfTheNextTables) {
+    EXPECT_FALSE(utils.SuppressCompareProcessErrors());
+    onStatus = [this](const std::u16string& message, bool&) {
+        if (message == u"Comparing a") utils.SuppressCompareProcessErrors(true);
+    };
+    const auto all = Compare({u"[dbo].[a]", u"[dbo].[nothing]", u"[dbo].[b]"});
+    EXPECT_EQ(all->Count(), 3);
+    EXPECT_EQ(processErrors.size(), 1U);
+}
+
+TEST_F(ComparisonFailureTest, AHandlerMayEndTheSuppressionOfErrors) {
+    utils.SuppressCompareProcessErrors(true);
+    sink->ProcessError = [this](std::int32_t, const std::u16string&, bool&) {
+        utils.SuppressCompareProcessErrors(false);
+    };
+    const Raised raised = RaisedBy([&] {
+        Compare({u"[dbo].[nothing]", u"[dbo].[nowhere]", u"[dbo].[a]"});
+    });
+    EXPECT_EQ(raised.number, 3704);
+    EXPECT_EQ(raised.description, std::u16string(u"Error comparing databases one And two\r\n\r\n") +
+                                      ClosedText + u" (0)");
+    EXPECT_EQ(statuses.back(), (StatusEvent{u"Comparing nowhere", 0}));
+}
+
 TEST_F(ComparisonFailureTest, AnErrorTellsNothingOfEarlierTables) {
     server.AddFault(ErrorIn(u"UNION"));
     utils.SuppressCompareProcessErrors(true);

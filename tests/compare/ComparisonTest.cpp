@@ -121,6 +121,40 @@ TEST_F(ComparisonTest, WithoutASinkItWorksSilently) {
     EXPECT_EQ(Compare({u"[dbo].[a]"})->Item(1)->RecordsDiffering(), 1);
 }
 
+TEST_F(ComparisonTest, AHandlerMaySetAnotherSink) {
+    std::vector<StatusEvent> toOther;
+    const auto other = std::make_shared<EventSink>();
+    other->Status = [&](const std::u16string& message, std::int16_t percent, bool&) {
+        toOther.push_back({message, percent});
+    };
+    onStatus = [&](const std::u16string& message, bool&) {
+        if (message == u"Comparing a") utils.EventSink(other);
+    };
+    Compare({u"[dbo].[a]"});
+    EXPECT_EQ(statuses.back(), (StatusEvent{u"Comparing a", 0}));
+    EXPECT_EQ(toOther, (std::vector<StatusEvent>{{u"Comparing a", 25},
+                                                 {u"Comparing a", 50},
+                                                 {u"Comparing a", 75},
+                                                 {u"Comparing a", 100}}));
+}
+
+TEST_F(ComparisonTest, ASinkThatItsOwnHandlerReleasesLivesUntilTheHandlerReturns) {
+    auto last = std::make_shared<EventSink>();
+    const std::weak_ptr<EventSink> watched = last;
+    bool aliveAfterRelease = false;
+    int calls = 0;
+    last->Status = [&](const std::u16string&, std::int16_t, bool&) {
+        utils.EventSink(nullptr);
+        aliveAfterRelease = !watched.expired();
+        ++calls;
+    };
+    utils.EventSink(std::move(last));
+    EXPECT_NE(Compare({u"[dbo].[a]"}), nullptr);
+    EXPECT_TRUE(aliveAfterRelease);
+    EXPECT_EQ(calls, 1);
+    EXPECT_TRUE(watched.expired());
+}
+
 TEST_F(ComparisonTest, ALowerBoundOtherThanZeroIsFine) {
     const auto results = utils.CompareContents(
         one, two, one, TextArray({u"[dbo].[a]", u"[dbo].[b]"}, 19), indexes, columns);
