@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
@@ -40,6 +41,41 @@ TEST_F(ProgramTest, TablesOfOneDatabaseAloneAreNamedAndNoIdenticalDatabases) {
     EXPECT_EQ(outcome.err, "quillon: only in " + one + ", and left out: [dbo].[c]\n" +
                                "quillon: only in " + same +
                                ", and left out: [dbo].[q] [dbo].[r]\n");
+}
+
+TEST_F(ProgramTest, TablesOfTheSecondDatabaseAloneAreADifferenceToo) {
+    server.Run(
+        u"CREATE DATABASE more\nGO\nUSE more\nGO\nCREATE TABLE k (id int CONSTRAINT PK_k "
+        u"PRIMARY KEY)\nGO\nCREATE TABLE extra (id int)\nGO\nCREATE DATABASE less\nGO\nUSE "
+        u"less\nGO\nCREATE TABLE k (id int CONSTRAINT PK_k PRIMARY KEY)");
+    const std::string more = QuillonLib::ToUtf8(server.Address()) + "/more";
+    const std::string less = QuillonLib::ToUtf8(server.Address()) + "/less";
+    EXPECT_EQ(Call({"compare", less, more, "--user", "sa"}).exitCode, 1);
+    EXPECT_EQ(Call({"compare", more, less, "--user", "sa"}).exitCode, 1);
+    EXPECT_EQ(Call({"compare", more, less, "--user", "sa", "-t", "k"}).exitCode, 0);
+}
+
+TEST_F(ProgramTest, RowsOnEachSideAloneAreCounted) {
+    server.Run(u"USE b\nGO\nINSERT p VALUES (4, N'four'), (5, N'five')");
+    EXPECT_EQ(OnBoth({"compare", "-t", "p"}).out,
+              "Table      Rows in 1  Rows in 2  Union  Differing  Only in 1  Only in 2  Verdict\n"
+              "[dbo].[p]          2          4      6          1          1          3  different\n"
+              "\n"
+              "1 table: 0 identical, 1 different\n");
+}
+
+TEST_F(ProgramTest, ViewsAndColumnsThatCannotBeComparedAreMarked) {
+    for (const auto* use : {u"USE a\nGO\n", u"USE b\nGO\n"}) {
+        server.Run(
+            use +
+            std::u16string(u"CREATE TABLE k (x int NOT NULL CONSTRAINT PK_k PRIMARY KEY, y text)\n"
+                           u"GO\nCREATE VIEW v WITH SCHEMABINDING AS SELECT id FROM dbo.p\nGO\n"
+                           u"CREATE UNIQUE CLUSTERED INDEX uix ON v (id)"));
+    }
+    const std::string out = OnBoth({"compare", "-t", "k", "-t", "v"}).out;
+    EXPECT_NE(out.find("  identical (some columns cannot be compared)\n"), std::string::npos)
+        << out;
+    EXPECT_NE(out.find("\n[dbo].[v] (view)  "), std::string::npos) << out;
 }
 
 TEST_F(ProgramTest, NothingToCompareIsAFailure) {
@@ -88,6 +124,18 @@ TEST_F(ProgramTest, ChoicesOfKeyAndColumnsCount) {
               "[dbo].[k]          1          1      2          1          0   ");
     EXPECT_EQ(lastLine({"--index", "k=UQ_k", "--columns", "k=y"}),
               "[dbo].[k]          1          1      1          0          0   ");
+    const auto templates = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), {"template", "--templates", File("t.xml")});
+        return Call(std::move(arguments)).exitCode;
+    };
+    EXPECT_EQ(templates({"new", "t", one, two}), 0);
+    EXPECT_EQ(templates({"pick", "table", "k"}), 0);
+    EXPECT_EQ(templates({"pick", "index", "k", "UQ_k"}), 0);
+    const std::string out =
+        Call({"compare", "--template", "t", "--templates", File("t.xml"), "--user", "sa"}).out;
+    EXPECT_NE(out.find("[dbo].[k]          1          1      2          1          0   "),
+              std::string::npos)
+        << out;
     const Outcome bad = OnBoth({"compare", "-t", "k", "--index", "UQ_k"});
     EXPECT_EQ(bad.exitCode, 2);
     EXPECT_NE(bad.err.find("quillon: 'UQ_k' is not TABLE=NAME\n"), std::string::npos) << bad.err;
@@ -113,6 +161,40 @@ TEST_F(ProgramTest, EachDatabaseMayHaveItsOwnLogin) {
         << right.out << right.err;
     EXPECT_EQ(wrong.exitCode, 2);
     EXPECT_NE(wrong.err.find("Login failed for user 'reader'."), std::string::npos) << wrong.err;
+}
+
+TEST_F(ProgramTest, TheSecondPasswordServesTheSameUserToo) {
+    setenv("QUILLON_PASSWORD2", "wrong", 1);
+    const Outcome outcome = OnBoth({"compare"});
+    unsetenv("QUILLON_PASSWORD2");
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_NE(outcome.err.find("Login failed for user 'sa'."), std::string::npos) << outcome.err;
+}
+
+TEST_F(ProgramTest, TheQueriesAcrossBothRunWhereViaSays) {
+    sandbox::ServerSettings settings;
+    settings.name = u"THIRD";
+    sandbox::Server& third = box.AddServer(settings);
+    third.Run(u"CREATE DATABASE c");
+    const std::string via = QuillonLib::ToUtf8(third.Address()) + "/c";
+    const Outcome outcome = OnBoth({"compare", "-t", "p", "--via", via});
+    EXPECT_NE(outcome.out.find("1 table: 0 identical, 1 different\n"), std::string::npos)
+        << outcome.out;
+    const auto batches = Batches(third);
+    EXPECT_NE(std::find_if(batches.begin(), batches.end(),
+                           [](const std::u16string& batch) {
+                               return batch.find(u"UNION") != std::u16string::npos;
+                           }),
+              batches.end());
+}
+
+TEST_F(ProgramTest, ScriptBringsParentsBeforeChildren) {
+    const std::string script = OnBoth({"script", "--to", "2", "-o", "-"}).out;
+    const std::size_t parent = script.find("_Insert 2, NULL");
+    const std::size_t child = script.find("EXEC prcTmp_QVX_Update 2, 2");
+    ASSERT_NE(parent, std::string::npos) << script;
+    ASSERT_NE(child, std::string::npos) << script;
+    EXPECT_LT(parent, child);
 }
 
 TEST_F(ProgramTest, AMissingPasswordIsNamed) {
@@ -279,7 +361,10 @@ TEST_F(ProgramTest, TemplatesAreMadePickedShownAndRemoved) {
     EXPECT_EQ(
         call({"show", "nightly"}).out,
         "Database 1: s/a\nDatabase 2: s/b\nDatabase 3: s/a\n[dbo].[p]\n  key: PK_p\n  column: n\n");
-    EXPECT_EQ(call({"drop", "column", "p"}).exitCode, 0);
+    EXPECT_EQ(call({"drop", "column", "p", "n"}).exitCode, 0);
+    EXPECT_EQ(call({"drop", "index", "p", "PK_p"}).exitCode, 0);
+    const std::string dropped = call({"show", "nightly"}).out;
+    EXPECT_EQ(dropped, "Database 1: s/a\nDatabase 2: s/b\nDatabase 3: s/a\n[dbo].[p]\n");
     EXPECT_EQ(call({"use", "Default"}).exitCode, 0);
     EXPECT_EQ(call({"list"}).out, "* Default\n  nightly\n");
     EXPECT_EQ(call({"remove", "Default"}).exitCode, 2);
@@ -296,6 +381,7 @@ TEST_F(ProgramTest, CompareTakesDatabasesAndPicksFromATemplate) {
     EXPECT_EQ(call({"new", "nightly", one, two}), 0);
     EXPECT_EQ(call({"pick", "table", "p"}), 0);
     EXPECT_EQ(call({"pick", "column", "p", "id"}), 0);
+    EXPECT_EQ(call({"pick", "index", "p", "PK_p"}), 0);
     const Outcome outcome =
         Call({"compare", "--template", "nightly", "--templates", File("t.xml"), "--user", "sa"});
     EXPECT_EQ(outcome.exitCode, 1) << outcome.err;

@@ -1,4 +1,9 @@
 #include <gtest/gtest.h>
+#include <pty.h>
+#include <unistd.h>
+
+#include <iostream>
+#include <stdexcept>
 
 #include "cli/ScriptRunner.h"
 #include "tests/cli/ProgramFixture.h"
@@ -7,9 +12,50 @@ namespace quillon {
 namespace {
 
 TEST_F(ProgramTest, SyncWithoutAYesChangesNothing) {
-    const Outcome outcome = OnBoth({"sync", "--to", "2"});
+    const Outcome outcome = OnBoth({"sync", "--to", "2", "--suspend-constraints"});
     EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.err, "quillon: nothing was changed (say yes, or use --yes)\n");
     EXPECT_EQ(RowsOfB(), u"2 three");
+}
+
+// A terminal whose user types `answer`, in place of standard input.
+class TypingUser {
+  public:
+    explicit TypingUser(const std::string& answer) : before_(dup(STDIN_FILENO)) {
+        int terminal = -1;
+        if (openpty(&user_, &terminal, nullptr, nullptr, nullptr) != 0 ||
+            write(user_, answer.data(), answer.size()) < 0) {
+            throw std::runtime_error("no terminal");
+        }
+        dup2(terminal, STDIN_FILENO);
+        close(terminal);
+        std::cin.clear();
+    }
+    ~TypingUser() {
+        dup2(before_, STDIN_FILENO);
+        close(before_);
+        close(user_);
+    }
+    TypingUser(const TypingUser&) = delete;
+    TypingUser& operator=(const TypingUser&) = delete;
+
+  private:
+    int before_;
+    int user_ = -1;
+};
+
+TEST_F(ProgramTest, SyncAsksOnATerminal) {
+    const std::string question = "Change 4 rows in " + two + "? [y/N] ";
+    for (const char* no : {"\n", "n\n", "maybe\n"}) {
+        const TypingUser user(no);
+        const Outcome outcome = OnBoth({"sync", "--to", "2", "--suspend-constraints"});
+        EXPECT_EQ(outcome.exitCode, 2);
+        EXPECT_NE(outcome.err.find(question), std::string::npos) << outcome.err;
+        EXPECT_EQ(RowsOfB(), u"2 three");
+    }
+    const TypingUser user("y\n");
+    EXPECT_EQ(OnBoth({"sync", "--to", "2", "--suspend-constraints"}).exitCode, 0);
+    EXPECT_EQ(RowsOfB(), u"2 one");
 }
 
 TEST_F(ProgramTest, SyncExplainsAConstraintAndLeavesEverythingAsItWas) {
@@ -70,6 +116,25 @@ TEST_F(ProgramTest, SyncSuspendsOnlyTheKeysThatAreOn) {
               u"FK_d");
 }
 
+TEST_F(ProgramTest, SyncSuspendsKeysOfOtherTablesThatReferToItsOwn) {
+    for (const auto* use : {u"USE a\nGO\n", u"USE b\nGO\n"}) {
+        server.Run(use + std::u16string(
+                             u"CREATE TABLE k (id int NOT NULL CONSTRAINT PK_k PRIMARY KEY, n int "
+                             u"NOT NULL CONSTRAINT UQ_k UNIQUE)\nGO\nCREATE TABLE d (kid int "
+                             u"CONSTRAINT FK_d REFERENCES k (id))\nGO\n"));
+    }
+    // The row that d refers to is deleted and comes back with another n.
+    server.Run(u"USE a\nGO\nINSERT k VALUES (7, 1)");
+    server.Run(u"USE b\nGO\nINSERT k VALUES (7, 2)\nGO\nINSERT d VALUES (7)");
+    const std::vector<std::string> call{"sync", "--to", "2",       "--yes",
+                                        "-t",   "k",    "--index", "k=UQ_k"};
+    EXPECT_EQ(OnBoth(call).exitCode, 2);
+    std::vector<std::string> suspending = call;
+    suspending.emplace_back("--suspend-constraints");
+    EXPECT_EQ(OnBoth(suspending).exitCode, 0);
+    EXPECT_EQ(server.Scalar(u"USE b SELECT n FROM k WHERE id = 7"), u"1");
+}
+
 TEST_F(ProgramTest, SyncChecksEveryRowBeforeTheEnd) {
     // A row of a table that is not brought over refers to what goes away.
     server.Run(
@@ -113,8 +178,8 @@ class HalfScript : public ProgramTest, public ::testing::WithParamInterface<sand
                                cpoShowDifferent | cpoShowMissing | cpoShowAdditional, 0);
         batches = CutIntoBatches(right, 1);
     }
-    std::unique_ptr<QuillonLib::Connection> Open() {
-        auto connection = std::make_unique<QuillonLib::Connection>();
+    std::shared_ptr<QuillonLib::Connection> Open() {
+        auto connection = std::make_shared<QuillonLib::Connection>();
         connection->Open(u"driver={SQL Server};server=" + server.Address() +
                          u";database=b;uid=sa;pwd=sandbox");
         return connection;
@@ -144,13 +209,20 @@ TEST_P(HalfScript, LeavesTheDatabaseAsItWasWhicheverBatchFails) {
         fault.kind = GetParam();
         server.AddFault(fault);
         std::size_t failed = 0;
+        const auto connection = Open();
         try {
-            RunBatches(*Open(), batches);
+            RunBatches(*connection, batches);
         } catch (const BatchFailure& failure) {
             failed = failure.batch;
         }
         EXPECT_EQ(failed, i + 1);
-        ASSERT_EQ(ConnectionsLeft(server), 0);
+        if (GetParam() == sandbox::FaultKind::Drop) {
+            ASSERT_EQ(ConnectionsLeft(server), 0);
+        } else {
+            QuillonLib::Recordset rows;
+            rows.Open(u"SELECT @@TRANCOUNT", connection);
+            EXPECT_EQ(rows.Fields(std::size_t{0}).Value().Get<std::int32_t>(), 0);
+        }
         ASSERT_EQ(ContentOfB(), before);
     }
     RunBatches(*Open(), batches);
