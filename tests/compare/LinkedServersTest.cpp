@@ -39,6 +39,14 @@ class LinkedServersTest : public ComparisonFixture {
                 u"sp_serveroption '" + name + u"', 'data access','true'",
                 u"sp_addlinkedsrvlogin '" + name + u"','false',NULL,'sa','sandbox'"};
     }
+    // A second table with a key, which holds one row in database 1.
+    void AddTableB() {
+        const std::u16string table =
+            u"CREATE TABLE b (id int NOT NULL CONSTRAINT PK_b PRIMARY KEY)\nGO\n";
+        RunIn(u"one", table + u"INSERT b VALUES (1)");
+        second.Run(u"USE two\nGO\n" + table);
+        server.ClearLog();
+    }
     static Texts Joined(std::initializer_list<Texts> lists) {
         Texts all;
         for (const Texts& list : lists)
@@ -86,6 +94,48 @@ TEST_F(LinkedServersTest, AThirdServerLinksBothDatabase2First) {
                  u"NULL) "}}));
 }
 
+TEST_F(LinkedServersTest, TheServerOfDatabase2LinksOnlyDatabase1) {
+    ExpectCounts(*CompareOn(two));
+    EXPECT_EQ(one->LinkedServer(), u"KARNOBE_1");
+    EXPECT_EQ(two->LinkedServer(), u"");
+    EXPECT_EQ(
+        Told(second),
+        Joined({{u"SELECT COUNT(*) FROM [dbo].[t]",
+                 u"SELECT COUNT(*) FROM master..sysservers WHERE srvname='KARNOBE_1'"},
+                Definition(u"KARNOBE_1", server.Address()),
+                {u"SELECT COUNT(*) FROM (SELECT [id], [n] FROM [KARNOBE_1].[one].[dbo].[t] UNION "
+                 u"SELECT [id], [n] FROM [two].[dbo].[t]) t1",
+                 u"SELECT COUNT(*) FROM [KARNOBE_1].[one].[dbo].[t] T1 INNER JOIN "
+                 u"[two].[dbo].[t] T2 ON T1.[id]=T2.[id]  WHERE (T1.[n]<>T2.[n]) OR (T1.[n] IS "
+                 u"NULL AND T2.[n] IS NOT NULL) OR (T1.[n] IS NOT NULL AND T2.[n] IS NULL) "}}));
+    EXPECT_EQ(Told(server), Texts{u"SELECT COUNT(*) FROM [dbo].[t]"});
+}
+
+TEST_F(LinkedServersTest, EveryTableWithAKeyDefinesTheLinkedServerAnew) {
+    AddTableB();
+    utils.CompareContents(one, two, one, TextArray({u"[dbo].[t]", u"[dbo].[b]"}), indexes, columns);
+    const Texts definition = Definition(u"KARNOBE_2", second.Address());
+    Texts definitions;
+    for (const auto& batch : Told(server)) {
+        if (batch.starts_with(u"sp_")) definitions.push_back(batch);
+    }
+    EXPECT_EQ(definitions,
+              Joined({definition, {u"sp_dropserver 'KARNOBE_2', 'droplogins'"}, definition}));
+}
+
+TEST_F(LinkedServersTest, ADefinitionThatFailsLeavesTheNextTableAlone) {
+    AddTableB();
+    server.AddFault(ErrorIn(u"sp_serveroption"));
+    utils.SuppressCompareProcessErrors(true);
+    const auto results = utils.CompareContents(
+        one, two, one, TextArray({u"[dbo].[t]", u"[dbo].[b]"}), indexes, columns);
+    EXPECT_EQ(results->Item(1)->Error(),
+              u"Error comparing [dbo].[t]\r\n[FreeTDS][SQL Server]made to fail");
+    EXPECT_EQ(results->Item(2)->Error(), u"");
+    EXPECT_EQ(results->Item(2)->RecordsInUnion(), 1);
+    EXPECT_EQ(processErrors.size(), 1U);
+}
+
 TEST_F(LinkedServersTest, AnExistingLinkedServerIsDroppedAndDefinedAnew) {
     CompareOn(one);
     server.ClearLog();
@@ -122,6 +172,19 @@ TEST_F(LinkedServersTest, IntegratedLoginsAreMappedAsTheyAre) {
     EXPECT_FALSE(probe.IsOpen());
 }
 
+TEST_F(LinkedServersTest, UserAndPasswordAreWrittenAsTheyAre) {
+    const auto connection = std::make_shared<Connection>();
+    connection->Open(u"driver={SQL Server};server=" + server.Address() +
+                     u";database=one;uid=sa;pwd=sandbox");
+    two->Username(u"O'Brien");
+    two->Password(u"it''s 'quoted'");
+    Recordset probe;
+    server.ClearLog();
+    RaisedBy([&] { DefineLinkedServer(*two, *one, LinkedServerOfDatabase2, connection, probe); });
+    EXPECT_EQ(Batches(server).back(),
+              u"sp_addlinkedsrvlogin 'KARNOBE_2','false',NULL,'O'Brien','it''s 'quoted''");
+}
+
 TEST_F(LinkedServersTest, ServersAreTheSameInAnyCase) {
     Database a;
     Database b;
@@ -141,6 +204,31 @@ TEST_F(LinkedServersTest, ADatabaseOnTheServerKeepsItsLinkedServerAndIsNamedWith
     CompareOn(one);
     EXPECT_EQ(one->LinkedServer(), u"left over");
     EXPECT_NE(Told(server).back().find(u"FROM [one].[dbo].[t] T1"), std::u16string::npos);
+}
+
+// Every database has a server of its own here, so that the text tells which one is meant.
+TEST_F(LinkedServersTest, ALoginThatIsRefusedNamesTheServerOfItsDatabase) {
+    const std::u16string cause =
+        u"\r\n[FreeTDS][SQL Server]Login failed for user 'sa'.\r\n"
+        u"[FreeTDS][SQL Server]Unable to connect to data source";
+    two->Password(u"wrong");
+    RaisedBy([&] { CompareOn(three); });
+    EXPECT_EQ(utils.LastError(),
+              u"Error comparing databases one And two\r\nError connecting to server " +
+                  second.Address() + cause + u" (0)");
+    EXPECT_EQ(statuses, (std::vector<StatusEvent>{{u"Connecting to the one", 0},
+                                                  {u"Connecting to the two", 0}}));
+
+    two->Password(u"sandbox");
+    three->Password(u"wrong");
+    statuses.clear();
+    RaisedBy([&] { CompareOn(three); });
+    EXPECT_EQ(utils.LastError(),
+              u"Error comparing databases one And two\r\nError connecting to server " +
+                  third.Address() + cause + cause + u" (0)");
+    EXPECT_EQ(statuses, (std::vector<StatusEvent>{{u"Connecting to the one", 0},
+                                                  {u"Connecting to the two", 0},
+                                                  {u"Connecting to the three", 0}}));
 }
 
 TEST_F(LinkedServersTest, ALinkedServerThatCannotBeReachedFailsTheTable) {
