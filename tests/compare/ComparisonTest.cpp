@@ -1,5 +1,6 @@
 // A whole comparison: its events, its choices, what it leaves behind, and its batches as one list.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "ComparisonFixture.h"
 #include "core/Error.h"
@@ -99,6 +100,19 @@ TEST_F(ComparisonTest, CancellingDuringTheFirstTableFinishesItAndReturnsNothing)
     };
     EXPECT_EQ(Compare({u"[dbo].[a]", u"[dbo].[b]"}), nullptr);
     EXPECT_EQ(statuses.back(), (StatusEvent{u"Comparing a", 50}));
+    EXPECT_EQ(ConnectionsLeft(server), 0);
+}
+
+TEST_F(ComparisonTest, CancellingAtTheEndOfTheLastTableReturnsNothing) {
+    onStatus = [](const std::u16string& message, bool& cancel) {
+        cancel = message == u"Comparing b";
+    };
+    EXPECT_EQ(Compare({u"[dbo].[a]", u"[dbo].[b]"}), nullptr);
+    EXPECT_EQ(statuses.back(), (StatusEvent{u"Comparing b", 100}));
+    onStatus = [this](const std::u16string&, bool& cancel) {
+        cancel = statuses.back().percent == 100;
+    };
+    EXPECT_EQ(Compare({u"[dbo].[a]"}), nullptr);
     EXPECT_EQ(ConnectionsLeft(server), 0);
 }
 
@@ -211,9 +225,16 @@ TEST_F(ComparisonTest, DictionaryKeysAreTakenAsText) {
 
 TEST_F(ComparisonTest, ATableThatIsListedTwiceFailsTheSecondTime) {
     utils.SuppressCompareProcessErrors(true);
-    EXPECT_EQ(Compare({u"[dbo].[a]", u"[dbo].[A]"})->Count(), 1);
+    const auto results = Compare({u"[dbo].[a]", u"[dbo].[A]"});
+    EXPECT_EQ(results->Count(), 1);
     ASSERT_EQ(processErrors.size(), 1U);
     EXPECT_EQ(processErrors[0].number, 3704);
+    // the first result is left as it was
+    EXPECT_EQ(results->Item(1)->Name(), u"[dbo].[a]");
+    EXPECT_EQ(results->Item(1)->Error(), u"");
+    EXPECT_EQ(results->Item(1)->RecordsIn1(), 3);
+    EXPECT_EQ(results->Item(1)->RecordsIn2(), 3);
+    EXPECT_EQ(results->Item(1)->RecordsDiffering(), 1);
 }
 
 TEST_F(ComparisonTest, ADatabaseThatIsMissingIsError91) {
@@ -246,6 +267,45 @@ TEST_P(LocalServerTest, IsReplacedByTheNameOfTheComputer) {
     EXPECT_EQ(asked, replaced ? 1 : 0);
     EXPECT_EQ(two->Server(), replaced ? one->Server() : std::u16string(name));
     EXPECT_EQ(failure.number == 0, replaced);
+}
+
+TEST_F(ComparisonTest, AllThreeDatabasesMayBeOnThisComputer) {
+    const std::u16string address = one->Server();
+    const auto three = MakeDatabase(u"one");
+    for (const auto& database : {one, two, three})
+        database->Server(u".");
+    const TextArray tables({u"[dbo].[a]"});
+    std::u16string lastError;
+    const ComparisonSurroundings surroundings{Events(), [&] { return address; },
+                                              [](std::u16string_view) {}};
+    const auto results = CompareContents({*one, *two, *three, tables, indexes, columns, false},
+                                         surroundings, lastError);
+    EXPECT_EQ(results->Item(1)->RecordsDiffering(), 1);
+    EXPECT_EQ(one->Server(), address);
+    EXPECT_EQ(two->Server(), address);
+    EXPECT_EQ(three->Server(), address);
+}
+
+// Nothing listens where database 1 is said to be, so no other server is asked for.
+TEST_F(ComparisonTest, OnlyTheWholeNameStandsForThisComputer) {
+    const auto three = MakeDatabase(u"one");
+    one->Server(u"127.0.0.1,1");
+    two->Server(u".,1");
+    three->Server(u"(local),1");
+    RaisedBy([&] {
+        utils.CompareContents(one, two, three, TextArray({u"[dbo].[a]"}), indexes, columns);
+    });
+    EXPECT_EQ(two->Server(), u".,1");
+    EXPECT_EQ(three->Server(), u"(local),1");
+}
+
+TEST_F(ComparisonTest, TheNameOfThisComputerIsItsHostName) {
+    char name[256] = {};
+    ASSERT_EQ(gethostname(name, sizeof name - 1), 0);
+    one->Server(u"127.0.0.1,1");
+    two->Server(u".");
+    RaisedBy([&] { Compare({u"[dbo].[a]"}); });
+    EXPECT_EQ(ToUtf8(two->Server()), name);
 }
 
 INSTANTIATE_TEST_SUITE_P(Names, LocalServerTest,
