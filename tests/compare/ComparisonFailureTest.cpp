@@ -85,6 +85,23 @@ TEST_F(ComparisonFailureTest, WithSuppressionTheOtherTablesAreCompared) {
     EXPECT_EQ(processErrors.size(), 1U);
 }
 
+TEST_F(ComparisonFailureTest, StepsOfAFailedTableAreNotCounted) {
+    utils.SuppressCompareProcessErrors(true);
+    Compare({u"[dbo].[nothing]", u"[dbo].[a]"});
+    EXPECT_EQ((std::vector<StatusEvent>(statuses.begin() + 3, statuses.end())),
+              (std::vector<StatusEvent>{{u"Comparing nothing", 0},
+                                        {u"Comparing a", 0},
+                                        {u"Comparing a", 12},
+                                        {u"Comparing a", 25},
+                                        {u"Comparing a", 38},
+                                        {u"Comparing a", 50}}));
+}
+
+TEST_F(ComparisonFailureTest, ErrorsAreNotSuppressedUnlessAskedFor) {
+    EXPECT_FALSE(Utils().SuppressCompareProcessErrors());
+    EXPECT_EQ(RaisedBy([&] { Compare({u"[dbo].[nothing]"}); }).number, 3704);
+}
+
 TEST_F(ComparisonFailureTest, AHandlerMayBeginToSuppressTheErrorsOfTheNextTables) {
     EXPECT_FALSE(utils.SuppressCompareProcessErrors());
     onStatus = [this](const std::u16string& message, bool&) {
@@ -216,6 +233,20 @@ TEST_F(ComparisonFailureTest, AMissingDatabaseIsAFailureOfConnecting) {
     EXPECT_NE(raised.description.find(u"Cannot open database \"nowhere\""), std::u16string::npos);
     two->DatabaseName(u"two");
     ExpectThatTheNextComparisonWorks();
+}
+
+TEST_F(ComparisonFailureTest, ADatabaseWhoseFactsCannotBeReadIsAFailureOfConnecting) {
+    for (const int side : {1, 2}) {
+        server.AddFault(ErrorIn(u"master..sysdatabases", side));
+        const Raised raised = RaisedBy([&] { Compare({u"[dbo].[a]"}); });
+        EXPECT_EQ(raised.number, static_cast<std::int32_t>(0x80040E14));
+        EXPECT_EQ(raised.description,
+                  u"Error comparing databases one And two\r\nError connecting to server " +
+                      server.Address() + u"\r\n[FreeTDS][SQL Server]made to fail (0)");
+        EXPECT_EQ(statuses.size(), static_cast<std::size_t>(side));
+        ExpectThatTheNextComparisonWorks();
+        statuses.clear();
+    }
 }
 
 TEST_F(ComparisonFailureTest, AFailureIsWrittenToTheEventLog) {
