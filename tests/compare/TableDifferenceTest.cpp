@@ -39,6 +39,24 @@ TEST(TableDifferences, KeepsResultsInOrderUnderTheirKeys) {
     EXPECT_EQ(walked, (std::vector{b, a, nameless}));
 }
 
+TEST(TableDifferences, ItemAndRemoveTakePositionsFromOne) {
+    TableDifferences results;
+    const auto a = results.Add(u"[dbo].[a]");
+    results.Add(u"[dbo].[b]");
+    const auto c = results.Add(u"[dbo].[c]");
+    results.Remove(2);
+    EXPECT_EQ(results.Count(), 2);
+    EXPECT_EQ(results.Item(1), a);
+    EXPECT_EQ(results.Item(2), c);
+    EXPECT_FALSE(results.ItemExists(u"[dbo].[b]"));
+    EXPECT_EQ(results.Item(u"[dbo].[c]"), c);
+    EXPECT_THROW(results.Item(0), Error);
+    EXPECT_THROW(results.Item(3), Error);
+    EXPECT_THROW(results.Remove(0), Error);
+    results.Remove(1);
+    EXPECT_EQ(results.Item(1), c);
+}
+
 TEST(TableDifferences, ItemExistsNeverFails) {
     TableDifferences results;
     results.Add(u"[dbo].[a]");
