@@ -191,6 +191,88 @@ TEST_F(TableComparisonTest, PrimaryKeysOfOneNameButOtherColumnsUseThoseOfDatabas
     RunIn(u"two", u"CREATE TABLE u (b int NOT NULL CONSTRAINT PK_u PRIMARY KEY)");
     EXPECT_EQ(CompareOne(u"[dbo].[u]")->Error(),
               u"Error comparing [dbo].[u]\r\nKey columns differ");
+    ASSERT_EQ(processErrors.size(), 1U);
+    EXPECT_EQ(processErrors[0].number, 3704);
+    EXPECT_EQ(processErrors[0].description, u"Operation is not allowed when the object is closed.");
+}
+
+TEST_F(TableComparisonTest, AColumnIsAKeyColumnWhereItsMarkedNameOccursInTheKey) {
+    RunInBoth(
+        u"CREATE TABLE t (a int NOT NULL, b int NOT NULL, [a##b] int NULL, [a#b] int NULL, "
+        u"[b##a] int NULL, CONSTRAINT PK_t PRIMARY KEY (a, b))");
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_EQ(result->Error(), u"");
+    EXPECT_TRUE(Column(*result, u"a").PrimaryKey());
+    EXPECT_TRUE(Column(*result, u"b").PrimaryKey());
+    EXPECT_TRUE(Column(*result, u"a##b").PrimaryKey());
+    EXPECT_FALSE(Column(*result, u"a#b").PrimaryKey());
+    EXPECT_FALSE(Column(*result, u"b##a").PrimaryKey());
+}
+
+TEST_F(TableComparisonTest, OnlyTheTypeInDatabase1TellsWhetherAColumnCanBeCompared) {
+    RunIn(u"one", u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, x text NULL)");
+    RunIn(u"two", u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, x int NULL)");
+    const auto marked = CompareOne(u"[dbo].[t]");
+    EXPECT_EQ(marked->Error(), u"");
+    EXPECT_TRUE(Column(*marked, u"x").CannotCompare());
+    EXPECT_TRUE(marked->HasDodgyColumns());
+    std::swap(one, two);
+    const auto unmarked = CompareOne(u"[dbo].[t]");
+    EXPECT_FALSE(Column(*unmarked, u"x").CannotCompare());
+    EXPECT_EQ(Column(*unmarked, u"x").DataType(), u"int");
+    EXPECT_FALSE(unmarked->HasDodgyColumns());
+}
+
+TEST_F(TableComparisonTest, AColumnAllowsNullsWhereEitherSideDoes) {
+    RunIn(u"one",
+          u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, in1 int NULL, "
+          u"in2 int NOT NULL, neither int NOT NULL)");
+    RunIn(u"two",
+          u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, in1 int NOT NULL, "
+          u"in2 int NULL, neither int NOT NULL)");
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_TRUE(Column(*result, u"in1").AllowNulls());
+    EXPECT_TRUE(Column(*result, u"in2").AllowNulls());
+    EXPECT_FALSE(Column(*result, u"neither").AllowNulls());
+}
+
+TEST_F(TableComparisonTest, OnlyACommonIdentityOfDatabase1IsTold) {
+    RunIn(u"one", u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY)");
+    RunIn(u"two", u"CREATE TABLE t (id int IDENTITY(1,1) NOT NULL CONSTRAINT PK_t PRIMARY KEY)");
+    EXPECT_FALSE(CompareOne(u"[dbo].[t]")->HasIdentity());
+    RunIn(u"one",
+          u"CREATE TABLE u (id int NOT NULL CONSTRAINT PK_u PRIMARY KEY, n int IDENTITY(1,1))");
+    RunIn(u"two", u"CREATE TABLE u (id int NOT NULL CONSTRAINT PK_u PRIMARY KEY)");
+    const auto result = CompareOne(u"[dbo].[u]");
+    EXPECT_EQ(Names(*result), Texts{u"id"});
+    EXPECT_FALSE(result->HasIdentity());
+}
+
+TEST_F(TableComparisonTest, ColumnsThatCannotBeComparedAreNothingInCommon) {
+    RunInBoth(u"CREATE TABLE t (x text)");
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_EQ(result->Error(), u"Error comparing [dbo].[t]\r\nAll columns differ");
+    EXPECT_TRUE(result->HasDodgyColumns());
+    EXPECT_EQ(Names(*result), Texts{u"x"});
+}
+
+TEST_F(TableComparisonTest, AnEmptyColumnChoiceLeavesOnlyTheKey) {
+    RunInBoth(Keyed);
+    RunInBoth(u"CREATE TABLE k (a int)");
+    RunIn(u"one", u"INSERT t VALUES (1, 1, N'x'), (2, 1, N'x')");
+    RunIn(u"two", u"INSERT t VALUES (1, 2, N'y'), (3, 1, N'x')");
+    ChooseColumns(u"[dbo].[t]", {});
+    ChooseColumns(u"[dbo].[k]", {});
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_EQ(result->Error(), u"");
+    for (const char16_t* name : {u"id", u"a", u"b"}) {
+        EXPECT_TRUE(Column(*result, name).CannotCompare()) << ToUtf8(name);
+    }
+    EXPECT_FALSE(result->HasDodgyColumns());
+    EXPECT_EQ(result->RecordsInUnion(), 3);
+    EXPECT_EQ(result->RecordsDiffering(), 0);
+    EXPECT_EQ(CompareOne(u"[dbo].[k]")->Error(),
+              u"Error comparing [dbo].[k]\r\nAll columns differ");
 }
 
 TEST_F(TableComparisonTest, ColumnsThatCannotBeComparedAreMarked) {
@@ -325,6 +407,17 @@ TEST_F(TableComparisonTest, AtCompatibilityLevel70ViewsAreNotFound) {
     server.Run(u"EXEC sp_dbcmptlevel 'one', 70");
     EXPECT_EQ(CompareOne(u"[dbo].[v]")->Error(),
               u"Error comparing [dbo].[v]\r\nThe database 'one' has no table or view [dbo].[v].");
+}
+
+TEST_F(TableComparisonTest, EachDatabaseHasItsOwnCompatibilityLevel) {
+    RunInBoth(u"CREATE TABLE t (id int NOT NULL)");
+    RunInBoth(u"CREATE VIEW v AS SELECT id FROM dbo.t");
+    server.Run(u"EXEC sp_dbcmptlevel 'two', 70");
+    const auto result = CompareOne(u"[dbo].[v]");
+    EXPECT_EQ(result->Error(),
+              u"Error comparing [dbo].[v]\r\nThe database 'two' has no table or view [dbo].[v].");
+    EXPECT_TRUE(result->IsView());  // it is one in database 1
+    EXPECT_EQ(CompareOne(u"[dbo].[t]")->Error(), u"");
 }
 
 TEST_F(TableComparisonTest, EntriesAreCutByPosition) {
