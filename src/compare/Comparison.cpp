@@ -5,6 +5,7 @@
 
 #include "catalog/Database.h"
 #include "catalog/Login.h"
+#include "compare/ConnectionErrors.h"
 #include "compare/TableComparison.h"
 #include "core/Error.h"
 #include "core/Text.h"
@@ -15,23 +16,6 @@ namespace QuillonLib {
 namespace {
 
 using Connections = std::array<std::shared_ptr<Connection>, 3>;
-
-// A line for every diagnostic of the connection's last failure.
-std::u16string GetConnectionErrors(const std::shared_ptr<Connection>& connection) {
-    std::u16string text;
-    if (connection == nullptr) return text;
-    for (const Diagnostic& diagnostic : connection->Errors()) {
-        text.append(CrLf).append(diagnostic.description);
-    }
-    return text;
-}
-
-std::u16string GetConnectionErrors(const Connections& connections) {
-    std::u16string text;
-    for (const auto& connection : connections)
-        text.append(GetConnectionErrors(connection));
-    return text;
-}
 
 class ComparisonRun {
   public:
