@@ -2,8 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+
+#include "catalog/Login.h"
+#include "data/Connection.h"
 #include "data/ConnectionString.h"
 #include "data/PropertyBag.h"
+#include "data/Recordset.h"
 #include "tests/support/SandboxTest.h"
 
 namespace QuillonLib {
@@ -84,11 +89,83 @@ TEST_F(DatabaseTest, ARefusedLoginIsRaisedAndRemembered) {
 }
 
 TEST_F(DatabaseTest, AServerThatCannotBeReachedIsRaisedAndRemembered) {
-    database->Server(u"127.0.0.1,1");
-    const Raised raised = RaisedBy([&] { database->Load(); });
-    EXPECT_EQ(raised.number, static_cast<std::int32_t>(0x80004005));
-    EXPECT_EQ(database->LastError(), raised.description);
-    EXPECT_NE(raised.description, u"");
+    for (const auto& action : {std::function<void()>([&] { database->Load(); }),
+                               std::function<void()>([&] { database->Tables(); })}) {
+        database->Server(u"127.0.0.1,1");
+        const Raised raised = RaisedBy(action);
+        EXPECT_EQ(raised.number, static_cast<std::int32_t>(0x80004005));
+        EXPECT_EQ(database->LastError(), raised.description);
+        EXPECT_NE(raised.description.find(u"Unable to connect to data source"),
+                  std::u16string::npos);
+        database->Server(server.Address());
+        action();
+        EXPECT_EQ(database->LastError(), u"");
+    }
+}
+
+TEST_F(DatabaseTest, NoOperationKeepsAConnection) {
+    database->CheckDependencies(true);
+    database->Load();
+    EXPECT_EQ(ConnectionsLeft(server), 0);
+    const auto tables = database->Tables();
+    EXPECT_EQ(ConnectionsLeft(server), 0);
+    EXPECT_EQ(tables->Item(u"[dbo].[city]")->Columns()->Count(), 2);
+    EXPECT_EQ(ConnectionsLeft(server), 0);
+    database->Refresh();
+    server.AddFault(ErrorIn(u"sys.objects"));
+    EXPECT_NE(RaisedBy([&] { database->Tables(); }).number, 0);
+    EXPECT_EQ(ConnectionsLeft(server), 0);
+}
+
+TEST_F(DatabaseTest, ReadingALoadedCatalogClearsTheLastError) {
+    const auto tables = database->Tables();
+    database->Password(u"wrong");
+    RaisedBy([&] { database->Load(); });
+    ASSERT_NE(database->LastError(), u"");
+    EXPECT_EQ(database->Tables(), tables);
+    EXPECT_EQ(database->LastError(), u"");
+}
+
+TEST_F(DatabaseTest, NoPropertyDropsALoadedCatalog) {
+    const auto tables = database->Tables();
+    const std::function<void()> changes[] = {
+        [&] { database->Server(u"elsewhere"); },    [&] { database->DatabaseName(u"other"); },
+        [&] { database->Username(u"somebody"); },   [&] { database->Password(u"other"); },
+        [&] { database->NTSecurity(true); },        [&] { database->Description(u"d"); },
+        [&] { database->LinkedServer(u"linked"); }, [&] { database->CheckDependencies(true); }};
+    for (const auto& change : changes) {
+        change();
+        EXPECT_EQ(database->Tables(), tables);
+    }
+}
+
+TEST_F(DatabaseTest, OpenConnectionLeadsToTheDatabaseAndWaitsForEver) {
+    const auto connection = OpenConnection(*database);
+    EXPECT_EQ(connection->ConnectionString(), u"driver={SQL Server};server=" + server.Address() +
+                                                  u";database=world;uid=sa;pwd=sandbox");
+    Recordset rows;
+    rows.Open(u"SELECT DB_NAME()", connection);
+    EXPECT_EQ(rows.Fields(std::size_t{0}).Value().Get<std::u16string>(), u"world");
+    rows.Close();
+    // Whatever limit a caller's connection came with.
+    Connection own;
+    own.CommandTimeout(std::chrono::seconds(1));
+    OpenConnection(*database, own);
+    sandbox::Fault slow;
+    slow.kind = sandbox::FaultKind::Delay;
+    slow.delay = std::chrono::milliseconds(1500);
+    server.AddFault(slow);
+    EXPECT_EQ(RaisedBy([&] { own.Execute(u"SELECT 1"); }).number, 0);
+}
+
+TEST_F(DatabaseTest, AFailingOpenConnectionIsRaisedAndNotRemembered) {
+    database->Password(u"wrong");
+    const Raised raised = RaisedBy([&] { OpenConnection(*database); });
+    EXPECT_EQ(raised.number, static_cast<std::int32_t>(0x80040E4D));
+    EXPECT_EQ(raised.description,
+              u"[FreeTDS][SQL Server]Login failed for user 'sa'.\r\n"
+              u"[FreeTDS][SQL Server]Unable to connect to data source");
+    EXPECT_EQ(database->LastError(), u"");
 }
 
 TEST_F(DatabaseTest, TablesListsUserTablesThenIndexedViews) {
@@ -121,7 +198,11 @@ TEST_F(DatabaseTest, RefreshMakesTheNextReadAskAgain) {
     const auto second = database->Tables();
     EXPECT_NE(first, second);
     // what was handed out keeps its own login data
+    database->Server(u"127.0.0.1,1");
+    database->DatabaseName(u"nowhere");
+    database->Username(u"nobody");
     database->Password(u"wrong");
+    database->NTSecurity(true);
     EXPECT_EQ(first->Item(u"[dbo].[city]")->Columns()->Count(), 2);
 }
 
@@ -151,9 +232,14 @@ TEST_F(DatabaseTest, AFailingCatalogQueryLeavesNoCatalog) {
     EXPECT_EQ(database->Tables()->Count(), 4);
 }
 
+// Whether the driver can do an integrated login depends on tickets; what it is given does not.
 TEST_F(DatabaseTest, IntegratedLoginsSendNeitherNameNorPassword) {
     database->NTSecurity(true);
-    RaisedBy([&] { database->Load(); });  // whether the driver can do it is not ours
+    Connection connection;
+    RaisedBy([&] { OpenConnection(*database, connection); });
+    EXPECT_EQ(connection.ConnectionString(),
+              u"driver={SQL Server};server=" + server.Address() + u";database=world");
+    RaisedBy([&] { database->Load(); });
     for (const auto& entry : server.Log())
         EXPECT_EQ(entry.user, u"");
 }
@@ -186,6 +272,33 @@ TEST_F(DatabaseTest, PropertiesAreWrittenAndReadBackWithoutThePassword) {
     EXPECT_EQ(restored.LinkedServer(), u"");
     EXPECT_FALSE(restored.CheckDependencies());
     EXPECT_EQ(restored.Tables(), tables);
+    EXPECT_EQ(restored.ID(), 0);
+    EXPECT_EQ(restored.LastError(), u"");
+}
+
+TEST_F(DatabaseTest, AnUnloadedCatalogIsRestoredUnloaded) {
+    PropertyBag bag;
+    database->WriteProperties(bag);
+    Database restored;
+    restored.ReadProperties(bag);
+    EXPECT_EQ(restored.Server(), server.Address());
+    restored.Password(u"sandbox");
+    EXPECT_EQ(Logins(server), 0);
+    EXPECT_EQ(restored.Tables()->Count(), 4);
+    EXPECT_EQ(Logins(server), 1);
+}
+
+TEST_F(DatabaseTest, ABagWithoutACatalogDropsTheOneThatIsLoaded) {
+    const auto before = database->Tables();
+    PropertyBag bag;
+    Database().WriteProperties(bag);
+    database->ReadProperties(bag);
+    EXPECT_EQ(database->Server(), u"");
+    database->Server(server.Address());
+    database->DatabaseName(u"world");
+    database->Username(u"sa");
+    database->Password(u"sandbox");
+    EXPECT_NE(database->Tables(), before);
 }
 
 TEST_F(DatabaseTest, ABagWithoutTablesLeavesTheCatalogUnloaded) {

@@ -66,6 +66,17 @@ TEST(Databases, RemoveIDRemovesTheItemOfThatId) {
     EXPECT_FALSE(databases.ItemExists(u"a"));
 }
 
+TEST(Databases, RemoveIDGoesByTheIdAndNotThePosition) {
+    Databases databases;
+    databases.Add();
+    const auto second = databases.Add();
+    databases.Add();
+    databases.Remove(1);
+    databases.RemoveID(3);
+    EXPECT_EQ(databases.Count(), 1);
+    EXPECT_EQ(databases.Item(1), second);
+}
+
 TEST(Databases, RemovingWhatIsAbsentIsError5AndChangesNothing) {
     Databases databases;
     EXPECT_EQ(NumberOf([&] { databases.Remove(u"x"); }), 5);

@@ -5,6 +5,7 @@
 
 #include "catalog/CatalogBuilder.h"
 #include "catalog/DependencyLoader.h"
+#include "catalog/Login.h"
 #include "tests/support/SandboxTest.h"
 
 namespace QuillonLib {
@@ -65,14 +66,33 @@ TEST_F(DependencyTest, AViewDependsOnItsTables) {
     EXPECT_EQ(Children(u"[dbo].[a]"), Texts{u"[dbo].[v]"});
 }
 
+// The query leaves them out (its text is held below); here with a view that reads one.
 TEST_F(DependencyTest, ObjectsOfTheServerAreNeverListed) {
     Run(u"CREATE TABLE a (id int NOT NULL PRIMARY KEY)\nGO\n"
-        u"CREATE VIEW v AS SELECT a.id FROM a, sysobjects o");
-    EXPECT_EQ(Children(u"[dbo].[a]"), Texts{u"[dbo].[v]"});
-    for (const auto& table : *database->Tables()) {
-        for (const auto& parent : *table->ParentDependencies())
-            EXPECT_EQ(parent->Name().find(u"sys"), std::u16string::npos);
+        u"CREATE VIEW v WITH SCHEMABINDING AS SELECT a.id FROM dbo.a\nGO\n"
+        u"CREATE UNIQUE CLUSTERED INDEX ix ON v (id)\nGO\n"
+        u"CREATE VIEW w AS SELECT a.id FROM a, sysobjects o");
+    EXPECT_EQ(Children(u"[dbo].[a]"), (Texts{u"[dbo].[v]", u"[dbo].[w]"}));
+    const std::u16string query = Batches(server).back();
+    ASSERT_NE(query.find(u"sysdepends"), std::u16string::npos);
+    Recordset rows;
+    rows.Open(query, OpenConnection(*database));
+    for (; !rows.EndOfSet(); rows.MoveNext()) {
+        EXPECT_EQ(rows.Fields(u"DepName").Value().Get<std::u16string>(), u"[dbo].[a]");
     }
+    EXPECT_EQ(rows.RecordCount(), 2U);
+}
+
+TEST_F(DependencyTest, ALostConnectionIsToldWithoutATable) {
+    Run(AAndB);
+    sandbox::Fault fault;
+    fault.kind = sandbox::FaultKind::Drop;
+    fault.contains = u"sysreferences";
+    server.AddFault(fault);
+    const Raised raised = RaisedBy([&] { database->Tables(); });
+    EXPECT_EQ(raised.description.substr(0, 41), u"Error getting dependency information.\r\n[F");
+    EXPECT_EQ(database->LastError(), raised.description);
+    EXPECT_EQ(Parents(u"[dbo].[a]"), Texts{u"[dbo].[b]"});
 }
 
 TEST_F(DependencyTest, UnaskedForNothingIsRead) {
@@ -199,6 +219,21 @@ TEST_F(DependencyRowsTest, BothQueriesTogetherGiveEachNameOnce) {
     EXPECT_EQ(Names(*tables.Item(u"[dbo].[a]")->ParentDependencies()), Texts{u"[dbo].[b]"});
     EXPECT_EQ(Names(*tables.Item(u"[dbo].[a]")->ChildDependencies()), Texts{u"[dbo].[v]"});
     EXPECT_EQ(Names(*tables.Item(u"[dbo].[v]")->ParentDependencies()), Texts{u"[dbo].[a]"});
+}
+
+TEST_F(DependencyRowsTest, NamesStandInTheOrderOfTheRows) {
+    Load({Row(u"[dbo].[a]", u"[x].[3]"), Row(u"[dbo].[a]", u"[x].[1]")},
+         {Row(u"[dbo].[a]", u"[x].[2]"), Row(u"[y].[2]", u"[dbo].[a]"),
+          Row(u"[y].[1]", u"[dbo].[a]")});
+    const auto& parents = *tables.Item(u"[dbo].[a]")->ParentDependencies();
+    ASSERT_EQ(parents.Count(), 3);
+    EXPECT_EQ(parents.AbsoluteItem(1)->Name(), u"[x].[3]");
+    EXPECT_EQ(parents.AbsoluteItem(2)->Name(), u"[x].[1]");
+    EXPECT_EQ(parents.AbsoluteItem(3)->Name(), u"[x].[2]");
+    const auto& children = *tables.Item(u"[dbo].[a]")->ChildDependencies();
+    ASSERT_EQ(children.Count(), 2);
+    EXPECT_EQ(children.AbsoluteItem(1)->Name(), u"[y].[2]");
+    EXPECT_EQ(children.AbsoluteItem(2)->Name(), u"[y].[1]");
 }
 
 TEST_F(DependencyRowsTest, AViewTakesNothingFromForeignKeys) {

@@ -44,6 +44,12 @@ TEST(ConnectionString, ReadsAServerInBracesAsTheDriverDoes) {
               u"driver={SQL Server};Server={S;R};port=1433;database=d");
 }
 
+// The driver ends the server's name at its ";": the port goes behind what it takes for the name.
+TEST(ConnectionString, KeepsAServerNameWithASemicolonAsItStands) {
+    EXPECT_EQ(AdaptConnectionString(u"driver={SQL Server};server=a;b;database=d;uid=u;pwd=p"),
+              u"driver={SQL Server};server=a;port=1433;b;database=d;uid=u;pwd=p");
+}
+
 TEST(ConnectionString, EndsAValueInBraces) {
     EXPECT_EQ(AdaptConnectionString(u"driver={SQL Server};server=S,1;uid=u;pwd={p}"),
               u"driver={SQL Server};server=S,1;uid=u;pwd={p};");
