@@ -2,6 +2,10 @@
 // includes this one, and no other file includes ODBC's headers.
 #pragma once
 
+#ifdef _WIN32
+#include <windows.h>
+// after windows.h, whose types they use
+#endif
 #include <sql.h>
 #include <sqlext.h>
 

@@ -38,7 +38,7 @@ class WindowsMessages final : public SystemMessages {
         text.assign(buffer.begin(), buffer.begin() + length);
         return length;
     }
-    void FreeModule(Module module) override { FreeLibrary(reinterpret_cast<HMODULE>(module)); }
+    void ReleaseModule(Module module) override { FreeLibrary(reinterpret_cast<HMODULE>(module)); }
     std::int32_t LastError() const override { return lastError_; }
 
   private:
@@ -86,7 +86,7 @@ class BuiltInMessages final : public SystemMessages {
         text = known->text;
         return text.size();
     }
-    void FreeModule(Module /*module*/) override {}
+    void ReleaseModule(Module /*module*/) override {}
     std::int32_t LastError() const override { return lastError_; }
 
   private:
@@ -121,7 +121,7 @@ std::u16string GetSystemErrorText(SystemMessages& messages, std::int32_t code,
         text = u"Error not found (error " + ToText(code) + u" / " + ToText(messages.LastError()) +
                u")";
     }
-    messages.FreeModule(handle);
+    messages.ReleaseModule(handle);
     return text;
 }
 

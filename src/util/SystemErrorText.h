@@ -23,7 +23,7 @@ class SystemMessages {
     // when there is none or when it is longer than `capacity`, and LastError() then tells why.
     virtual std::size_t Format(Module module, std::int32_t code, std::size_t capacity,
                                std::u16string& text) = 0;
-    virtual void FreeModule(Module module) = 0;
+    virtual void ReleaseModule(Module module) = 0;
     virtual std::int32_t LastError() const = 0;
 };
 

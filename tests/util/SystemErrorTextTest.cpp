@@ -23,7 +23,7 @@ class ScriptedMessages final : public SystemMessages {
         text = message;
         return message.size();
     }
-    void FreeModule(Module handle) override { freed.push_back(handle); }
+    void ReleaseModule(Module handle) override { freed.push_back(handle); }
     std::int32_t LastError() const override { return lastError; }
 
     Module module = 7;
