@@ -4,6 +4,7 @@
 
 #include <chrono>
 
+#include "catalog/Databases.h"
 #include "catalog/Login.h"
 #include "data/Connection.h"
 #include "data/ConnectionString.h"
@@ -272,6 +273,21 @@ TEST_F(DatabaseTest, PropertiesAreWrittenAndReadBackWithoutThePassword) {
     EXPECT_EQ(restored.LinkedServer(), u"");
     EXPECT_FALSE(restored.CheckDependencies());
     EXPECT_EQ(restored.Tables(), tables);
+}
+
+TEST_F(DatabaseTest, NumberAndErrorAreNotRestored) {
+    Databases databases;
+    databases.Add();
+    const auto second = databases.Add();
+    second->Server(u"127.0.0.1,1");
+    RaisedBy([&] { second->Load(); });
+    ASSERT_EQ(second->ID(), 2);
+    ASSERT_NE(second->LastError(), u"");
+    PropertyBag bag;
+    second->WriteProperties(bag);
+    Database restored;
+    restored.ReadProperties(bag);
+    EXPECT_EQ(restored.Server(), u"127.0.0.1,1");
     EXPECT_EQ(restored.ID(), 0);
     EXPECT_EQ(restored.LastError(), u"");
 }
