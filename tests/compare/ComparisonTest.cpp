@@ -174,6 +174,7 @@ TEST_F(ComparisonTest, ALowerBoundOtherThanZeroIsFine) {
         one, two, one, TextArray({u"[dbo].[a]", u"[dbo].[b]"}, 19), indexes, columns);
     EXPECT_EQ(results->Count(), 2);
     EXPECT_EQ(results->Item(u"[dbo].[b]")->RecordsIn1(), 1);
+    EXPECT_EQ(statuses.back(), (StatusEvent{u"Comparing b", 100}));
     // the list's own index is what blocks are counted by: 19 ends one, 20 begins the next
     int columnQueries = 0;
     for (const auto& batch : Batches(server)) {
@@ -197,6 +198,24 @@ TEST_F(ComparisonTest, CatalogQueriesGrowWithBlocksOfTwentyTables) {
     server.ClearLog();
     EXPECT_EQ(Compare(tables)->Count(), 45);
     EXPECT_EQ(Batches(server).size() - Told(server).size(), 2 * (1 + 3 * 2U));
+}
+
+TEST_F(ComparisonTest, EveryTableHasItsOwnChoices) {
+    RunInBoth(u"CREATE INDEX ix_a ON a (n)");
+    RunInBoth(u"CREATE INDEX ix_b ON b (n)");
+    indexes.Add(u"ix_b", u"[dbo].[b]");
+    indexes.Add(u"ix_a", u"[dbo].[a]");
+    ChooseColumns(u"[dbo].[b]", {u"id"});
+    ChooseColumns(u"[dbo].[a]", {u"n"});
+    const auto results = Compare({u"[dbo].[a]", u"[dbo].[b]"});
+    const auto& a = *results->Item(1)->Columns();
+    EXPECT_TRUE(a.Item(u"n")->PrimaryKey());
+    EXPECT_FALSE(a.Item(u"n")->CannotCompare());
+    EXPECT_TRUE(a.Item(u"id")->CannotCompare());
+    const auto& b = *results->Item(2)->Columns();
+    EXPECT_TRUE(b.Item(u"n")->PrimaryKey());
+    EXPECT_TRUE(b.Item(u"n")->CannotCompare());
+    EXPECT_FALSE(b.Item(u"id")->CannotCompare());
 }
 
 TEST_F(ComparisonTest, DictionariesAreTakenLikeCollections) {
