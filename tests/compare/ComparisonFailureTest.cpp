@@ -126,13 +126,32 @@ TEST_F(ComparisonFailureTest, AHandlerMayEndTheSuppressionOfErrors) {
     EXPECT_EQ(statuses.back(), (StatusEvent{u"Comparing nowhere", 0}));
 }
 
-TEST_F(ComparisonFailureTest, AnErrorTellsNothingOfEarlierTables) {
-    server.AddFault(ErrorIn(u"UNION"));
+TEST_F(ComparisonFailureTest, AnErrorWithTheNumberZeroIsNotReported) {
     utils.SuppressCompareProcessErrors(true);
-    Compare({u"[dbo].[a]", u"[dbo].[nothing]"});
-    ASSERT_EQ(processErrors.size(), 2U);
-    EXPECT_NE(processErrors[0].description.find(u"made to fail"), std::u16string::npos);
-    EXPECT_EQ(processErrors[1].description, ClosedText);
+    onStatus = [this](const std::u16string& message, bool&) {
+        if (message == u"Comparing a" && statuses.back().percent == 25) {
+            throw Error(0, u"of no number");
+        }
+    };
+    const auto all = Compare({u"[dbo].[a]", u"[dbo].[b]"});
+    EXPECT_EQ(all->Item(1)->Error(), u"Error comparing [dbo].[a]\r\nof no number");
+    EXPECT_EQ(all->Item(2)->Error(), u"");
+    EXPECT_TRUE(processErrors.empty());
+}
+
+TEST_F(ComparisonFailureTest, AnErrorTellsNothingOfEarlierTables) {
+    // one fault on the connection of each database
+    for (const auto& fault : {ErrorIn(u"SELECT COUNT(*) FROM [dbo].[a]", 1),
+                              ErrorIn(u"SELECT COUNT(*) FROM [dbo].[a]", 2), ErrorIn(u"UNION")}) {
+        server.AddFault(fault);
+        utils.SuppressCompareProcessErrors(true);
+        Compare({u"[dbo].[a]", u"[dbo].[nothing]"});
+        ASSERT_EQ(processErrors.size(), 2U);
+        EXPECT_NE(processErrors[0].description.find(u"made to fail"), std::u16string::npos);
+        EXPECT_EQ(processErrors[1].description, ClosedText);
+        processErrors.clear();
+        server.ClearFaults();
+    }
 }
 
 TEST_F(ComparisonFailureTest, AHandlerOfProcessErrorMayEndTheComparison) {
