@@ -166,6 +166,55 @@ TEST_F(TableComparisonTest, AChosenIndexIsTheKey) {
               u"T1.[a]=T2.[a] AND T1.[b]=T2.[b]  WHERE (T1.[id]<>T2.[id]) ");
 }
 
+TEST_F(TableComparisonTest, AChosenIndexIsThatOfDatabase1) {
+    RunInBoth(u"CREATE TABLE t (a int NOT NULL, b int NOT NULL)");
+    RunIn(u"one", u"CREATE INDEX ix ON t (a)");
+    RunIn(u"two", u"CREATE INDEX ix ON t (b)\nGO\nCREATE INDEX only2 ON t (a)");
+    indexes.Add(u"ix", u"[dbo].[t]");
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_TRUE(Column(*result, u"a").PrimaryKey());
+    EXPECT_FALSE(Column(*result, u"b").PrimaryKey());
+    indexes.Remove(u"[dbo].[t]");
+    indexes.Add(u"only2", u"[dbo].[t]");
+    EXPECT_EQ(CompareOne(u"[dbo].[t]")->Error(),
+              u"Error comparing [dbo].[t]\r\n"
+              u"The table [dbo].[t] in database 'one' has no index named 'only2'.");
+}
+
+TEST_F(TableComparisonTest, OnlyUniqueIndexesOfDatabase1ServeAsAKey) {
+    RunInBoth(u"CREATE TABLE t (a int NOT NULL, b int NOT NULL)");
+    RunIn(u"two", u"CREATE UNIQUE INDEX ix_b ON t (b)");
+    EXPECT_FALSE(CompareOne(u"[dbo].[t]")->HasPrimaryKey());
+    RunIn(u"one", u"CREATE UNIQUE INDEX ix_a ON t (a)");
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_TRUE(result->HasPrimaryKey());
+    EXPECT_TRUE(Column(*result, u"a").PrimaryKey());
+    EXPECT_FALSE(Column(*result, u"b").PrimaryKey());
+}
+
+TEST_F(TableComparisonTest, TablesOfOneNameAreToldApartByTheirOwner) {
+    RunInBoth(u"CREATE SCHEMA other");
+    RunInBoth(Keyed);
+    RunInBoth(u"CREATE TABLE other.t (x int NOT NULL CONSTRAINT PK_x PRIMARY KEY)");
+    RunInBoth(u"INSERT other.t VALUES (1),(2)");
+    server.ClearLog();
+    const auto result = CompareOne(u"[other].[t]");
+    EXPECT_EQ(Names(*result), Texts{u"x"});
+    EXPECT_EQ(result->RecordsIn1(), 2);
+    EXPECT_TRUE(result->Identical());
+    EXPECT_EQ(Told(server),
+              (Texts{u"SELECT COUNT(*) FROM [other].[t]", u"SELECT COUNT(*) FROM [other].[t]",
+                     u"SELECT COUNT(*) FROM (SELECT [x] FROM [one].[other].[t] UNION SELECT [x] "
+                     u"FROM [two].[other].[t]) t1"}));
+}
+
+TEST_F(TableComparisonTest, EmptyTablesAreIdenticalOnlyWithAKey) {
+    RunInBoth(Keyed);
+    RunInBoth(u"CREATE TABLE k (a int)");
+    EXPECT_TRUE(CompareOne(u"[dbo].[t]")->Identical());
+    EXPECT_FALSE(CompareOne(u"[dbo].[k]")->Identical());
+}
+
 TEST_F(TableComparisonTest, AnEmptyIndexChoiceIsNone) {
     RunInBoth(Keyed);
     indexes.Add(u"", u"[dbo].[t]");
@@ -351,6 +400,8 @@ TEST_F(TableComparisonTest, ColumnsThatWereNotChosenAreNotCompared) {
     ChooseColumns(u"[dbo].[t]", {u"ID", u"B"});
     const auto result = CompareOne(u"[dbo].[t]");
     EXPECT_TRUE(Column(*result, u"a").CannotCompare());
+    EXPECT_FALSE(Column(*result, u"id").CannotCompare());
+    EXPECT_FALSE(Column(*result, u"b").CannotCompare());
     EXPECT_FALSE(result->HasDodgyColumns());
     EXPECT_TRUE(result->Identical());
 }
