@@ -30,6 +30,6 @@ build_packages=(ca-certificates cmake g++ iso-codes libcli11-dev libicu-dev libp
     libsqlite3-dev nettle-dev ninja-build nlohmann-json3-dev pkg-config tdsodbc unixodbc-dev)
 # The tests add their frameworks, and clients of the sandbox that were not written here.
 test_packages=("${build_packages[@]}" freetds-bin libbenchmark-dev libgmock-dev libgtest-dev
-    python3 python3-tds)
+    python3 python3-tds python3-pkg-resources)
 # Style and analysis, and the fuzzers' compiler.
 check_packages=("${test_packages[@]}" clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev)
