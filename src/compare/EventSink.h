@@ -22,12 +22,13 @@ class EventSink {
 
   private:
     friend class Events;
+    // Copies run, which live on while a handler assigns another in its own place.
     void RaiseStatus(const std::u16string& sMessage, std::int16_t iPercent, bool& bCancel) const {
-        if (Status) Status(sMessage, iPercent, bCancel);
+        if (const auto handler = Status) handler(sMessage, iPercent, bCancel);
     }
     void RaiseProcessError(std::int32_t lErrNum, const std::u16string& sError,
                            bool& bCancelProcess) const {
-        if (ProcessError) ProcessError(lErrNum, sError, bCancelProcess);
+        if (const auto handler = ProcessError) handler(lErrNum, sError, bCancelProcess);
     }
 };
 

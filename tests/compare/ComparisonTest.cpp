@@ -169,6 +169,25 @@ TEST_F(ComparisonTest, ASinkThatItsOwnHandlerReleasesLivesUntilTheHandlerReturns
     EXPECT_TRUE(watched.expired());
 }
 
+TEST_F(ComparisonTest, AHandlerMayPutAnotherInItsOwnPlace) {
+    auto sink = std::make_shared<EventSink>();
+    // Owned by the handler alone, as what a lambda captures is.
+    auto text = std::make_shared<std::u16string>(u"captured");
+    const std::weak_ptr<std::u16string> watched = text;
+    bool aliveAfterwards = false;
+    int others = 0;
+    sink->Status = [&, sink = sink.get(), text = std::move(text)](const std::u16string&,
+                                                                  std::int16_t, bool&) {
+        sink->Status = [&others](const std::u16string&, std::int16_t, bool&) { ++others; };
+        aliveAfterwards = !watched.expired();
+    };
+    utils.EventSink(sink);
+    EXPECT_NE(Compare({u"[dbo].[a]"}), nullptr);
+    EXPECT_TRUE(aliveAfterwards);
+    EXPECT_GT(others, 0);
+    EXPECT_TRUE(watched.expired());
+}
+
 TEST_F(ComparisonTest, ALowerBoundOtherThanZeroIsFine) {
     const auto results = utils.CompareContents(
         one, two, one, TextArray({u"[dbo].[a]", u"[dbo].[b]"}, 19), indexes, columns);
