@@ -146,6 +146,31 @@ class Convergence : public SandboxTest {
         return counts;
     }
 
+    // A table with xml fails, and it alone.
+    static void CheckError(const TableDifference& result) {
+        const bool fails = result.Name() == RandomDatabases::Documents;
+        EXPECT_EQ(ToUtf8(result.Error()),
+                  fails ? "Error comparing [dbo].[documents]\r\n[FreeTDS][SQL Server]The data type "
+                          "xml cannot be used as an operand to the UNION, INTERSECT or EXCEPT "
+                          "operators because it is not comparable."
+                        : "");
+    }
+
+    // Neither script touches it.
+    void CheckDocuments(const Pair& pair, const RandomDatabases& random) {
+        if (!random.HasDocuments()) return;
+        for (const auto& [database, row] :
+             {std::pair(pair.one, u"1<side>1</side>"), std::pair(pair.two, u"2<side>2</side>")}) {
+            const std::u16string table =
+                database->DatabaseName() + u"." + std::u16string(RandomDatabases::Documents);
+            EXPECT_EQ(server.Scalar(u"SELECT COUNT(*) FROM " + table), u"1");
+            EXPECT_EQ(server.Scalar(u"SELECT CAST(id AS nvarchar(9)) + CAST(doc AS nvarchar(99)) "
+                                    u"FROM " +
+                                    table),
+                      row);
+        }
+    }
+
     void TryOne(std::uint32_t seed) {
         SCOPED_TRACE("QUILLON_SEED=" + std::to_string(seed) + " QUILLON_DATABASES=1");
         const RandomDatabases random(seed);
@@ -154,7 +179,7 @@ class Convergence : public SandboxTest {
         CheckMirror(*results, *Compare({first.two, first.one}, random));
         for (const auto& result : *results) {
             SCOPED_TRACE(ToUtf8(result->Name()));
-            EXPECT_EQ(ToUtf8(result->Error()), "");
+            CheckError(*result);
             if (IsKeyed(*result)) CheckCounts(first, result);
         }
 
@@ -164,6 +189,7 @@ class Convergence : public SandboxTest {
         utils.GetUpdateScripts(first.one, first.two, first.one, results, left, right, AllRows, 0);
         Apply(right, *first.two, random);
         ExpectIdentical(first, random, *results, 2);
+        CheckDocuments(first, random);
         Drop(first);
         if (HasFatalFailure()) return;
 
@@ -172,6 +198,7 @@ class Convergence : public SandboxTest {
         utils.GetUpdateScripts(fresh.one, fresh.two, fresh.one, again, left, right, AllRows, 0);
         Apply(left, *fresh.one, random);
         ExpectIdentical(fresh, random, *again, 1);
+        CheckDocuments(fresh, random);
         Drop(fresh);
     }
 
@@ -179,7 +206,7 @@ class Convergence : public SandboxTest {
                                 const TableDifferences& before, int written) {
         const auto after = Compare(pair, random);
         for (const auto& result : *after) {
-            EXPECT_EQ(ToUtf8(result->Error()), "");
+            CheckError(*result);
             if (!IsKeyed(*result)) continue;
             EXPECT_TRUE(result->Identical()) << ToUtf8(result->Name());
         }

@@ -8,7 +8,7 @@ namespace QuillonLib {
 namespace {
 
 // Every type of the servers, but sql_variant (its base type does not travel) and xml (no server
-// compares it).
+// compares it: it stands in a table of its own).
 const std::vector<std::u16string> Types{u"bit",
                                         u"tinyint",
                                         u"smallint",
@@ -55,6 +55,7 @@ RandomDatabases::RandomDatabases(std::uint32_t seed) : random_(seed) {
     withView_ = Chance(50) && tables_[0].key == Key::Int;
     for (Table& table : tables_)
         FillTable(table);
+    hasDocuments_ = Chance(25);
 }
 
 void RandomDatabases::MakeTable(int number) {
@@ -109,6 +110,8 @@ void RandomDatabases::AddKeyColumns(Table& table) {
         case Key::Guid:
             return add(u"id", u"uniqueidentifier");
         case Key::None:
+            // A table in which no column can be compared is an error.
+            table.columns.push_back({u"n", u"int"});
             return;
     }
 }
@@ -350,6 +353,10 @@ std::u16string RandomDatabases::Script(const std::u16string& database) const {
                    parent.name + u"] ([id])\nGO\n";
         }
     }
+    if (hasDocuments_) {
+        sql += u"CREATE TABLE " + std::u16string(Documents) +
+               u" (id int NOT NULL PRIMARY KEY, doc xml NULL)\nGO\n";
+    }
     if (withView_) {
         sql +=
             u"CREATE VIEW v WITH SCHEMABINDING AS SELECT id FROM dbo.[first]\nGO\n"
@@ -378,6 +385,11 @@ std::vector<std::u16string> RandomDatabases::Inserts(int side) const {
             batches.push_back(identity ? on + insert + off : insert);
         }
     }
+    if (hasDocuments_) {
+        const std::u16string number = ToText(side);
+        batches.push_back(u"INSERT INTO " + std::u16string(Documents) + u" VALUES (" + number +
+                          u", N'<side>" + number + u"</side>')");
+    }
     return batches;
 }
 
@@ -386,6 +398,7 @@ std::vector<std::u16string> RandomDatabases::Entries() const {
     for (const Table& table : tables_)
         entries.push_back(MakeTableEntry(u"dbo", table.name));
     if (withView_) entries.push_back(u"[dbo].[v]");
+    if (hasDocuments_) entries.emplace_back(Documents);
     return entries;
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace QuillonLib {
@@ -21,6 +22,11 @@ class RandomDatabases {
     std::vector<std::u16string> TableNames() const;
     // Table entries of all tables and views, in order.
     std::vector<std::u16string> Entries() const;
+
+    // A table with an xml column, which no server compares: one row on each side, (1,
+    // <side>1</side>) and (2, <side>2</side>).
+    static constexpr std::u16string_view Documents = u"[dbo].[documents]";
+    bool HasDocuments() const { return hasDocuments_; }
 
   private:
     enum class Key { Int, Identity, Composite, Guid, UniqueIndex, None };
@@ -64,6 +70,7 @@ class RandomDatabases {
     std::mt19937 random_;
     std::vector<Table> tables_;
     bool withView_ = false;
+    bool hasDocuments_ = false;
 };
 
 }  // namespace QuillonLib
