@@ -26,8 +26,9 @@ need() {
 }
 
 # What every build needs, and what a running program finds: the driver and the demo's data.
-build_packages=(ca-certificates cmake g++ iso-codes libcli11-dev libicu-dev libpugixml-dev
-    libsqlite3-dev nettle-dev ninja-build nlohmann-json3-dev pkg-config tdsodbc unixodbc-dev)
+build_packages=(ca-certificates cmake g++ iso-codes libcli11-dev libexpat1-dev libicu-dev
+    libpugixml-dev libsqlite3-dev nettle-dev ninja-build nlohmann-json3-dev pkg-config tdsodbc
+    unixodbc-dev)
 # The tests add their frameworks, and clients of the sandbox that were not written here.
 test_packages=("${build_packages[@]}" freetds-bin libbenchmark-dev libgmock-dev libgtest-dev
     python3 python3-tds python3-pkg-resources)

@@ -10,6 +10,7 @@
 #include "core/Error.h"
 #include "core/Text.h"
 #include "core/WholeFile.h"
+#include "templates/WellFormed.h"
 
 namespace QuillonLib {
 
@@ -69,6 +70,22 @@ bool CanStandInXml(std::u16string_view text) {
     return std::all_of(text.begin(), text.end(), IsXmlCharacter) && FromUtf8(ToUtf8(text)) == text;
 }
 
+// The encodings that both parsers read, as XML names them; null for the others.
+const char* NameOf(pugi::xml_encoding encoding) {
+    switch (encoding) {
+        case pugi::encoding_utf8:
+            return "UTF-8";
+        case pugi::encoding_utf16_le:
+            return "UTF-16LE";
+        case pugi::encoding_utf16_be:
+            return "UTF-16BE";
+        case pugi::encoding_latin1:
+            return "ISO-8859-1";
+        default:
+            return nullptr;
+    }
+}
+
 std::size_t ElementCount(const pugi::xml_document& document) {
     return static_cast<std::size_t>(std::count_if(
         document.begin(), document.end(),
@@ -93,6 +110,9 @@ bool TemplateDocument::Parse(const std::string& content) {
     if (result.status == pugi::status_out_of_memory) throw std::bad_alloc();
     if (!result || ElementCount(document_) != 1) return false;
     if (result.encoding == pugi::encoding_utf8 && !IsUtf8(content)) return false;
+    // pugixml reads over much that is no XML, and would not write it back.
+    const char* encoding = NameOf(result.encoding);
+    if (encoding == nullptr || !IsWellFormed(content, encoding)) return false;
 
     // Whatever it came in, the file is saved in UTF-8.
     for (pugi::xml_node node : document_.children()) {
