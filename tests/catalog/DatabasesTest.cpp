@@ -44,6 +44,24 @@ TEST(Databases, DirtyFollowsChangesAndIsNeverCleared) {
     EXPECT_TRUE(databases.Dirty());
 }
 
+TEST(Databases, AddWithoutAKeyMakesDirtyToo) {
+    Databases databases;
+    databases.Add();
+    EXPECT_TRUE(databases.Dirty());
+}
+
+TEST(Databases, ItemsAreFoundAndRemovedByKey) {
+    Databases databases;
+    const auto a = databases.Add(u"a");
+    const auto b = databases.Add(u"b");
+    EXPECT_EQ(databases.Item(u"B"), b);
+    databases.Remove(u"A");
+    EXPECT_EQ(databases.Count(), 1);
+    EXPECT_FALSE(databases.ItemExists(u"a"));
+    EXPECT_EQ(databases.Item(1), b);
+    EXPECT_EQ(a->ID(), 1);
+}
+
 TEST(Databases, AssigningDirtySetsItWhateverTheValue) {
     Databases databases;
     databases.Dirty(false);

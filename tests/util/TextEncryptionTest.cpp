@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Utils.h"
@@ -45,6 +46,7 @@ class RecordedCryptography final : public Cryptography {
     bool Encrypt(Handle key, std::uint8_t* buffer, std::size_t& length,
                  std::size_t bufferLength) override {
         const std::string call = buffer == nullptr ? "size" : "encrypt";
+        if (buffer != nullptr) lengths = {length, bufferLength};
         return !Fails(call) && real_->Encrypt(key, buffer, length, bufferLength);
     }
     bool Decrypt(Handle key, std::uint8_t* buffer, std::size_t& length) override {
@@ -66,6 +68,7 @@ class RecordedCryptography final : public Cryptography {
 
     Calls calls;
     Bytes hashed;
+    std::pair<std::size_t, std::size_t> lengths;  // of the data and of its buffer
     std::int32_t lastError = 0;
 
   private:
@@ -170,6 +173,30 @@ TEST_F(TextEncryptionTest, ReleasesHashKeyAndContextInThatOrder) {
     DecryptText(bytes, u"p", cryptography, *messages);
     EXPECT_EQ(cryptography.calls, (Calls{"acquire", "create hash", "hash data", "derive key",
                                          "decrypt", "destroy hash", "destroy key", "release"}));
+}
+
+TEST_F(TextEncryptionTest, EnciphersTheTextInPlace) {
+    RecordedCryptography cryptography;
+    EncryptText(u"text", u"p", cryptography, *messages);
+    EXPECT_EQ(cryptography.lengths, std::pair(std::size_t{8}, std::size_t{8}));
+}
+
+// Where the size cannot be asked for, it is that of the text; what stands in the way of more than
+// that stands in the way of the next call too.
+TEST_F(TextEncryptionTest, AFailureToAskForTheSizeIsPassedOver) {
+    RecordedCryptography cryptography("size");
+    EXPECT_EQ(EncryptText(u"Hello", u"secret", cryptography, *messages).Items,
+              (Bytes{0xDE, 0x1C, 0x9D, 0xDF, 0xD7, 0x7F, 0xC3, 0x86, 0x12, 0x15}));
+}
+
+TEST_F(TextEncryptionTest, TheSubscriptErrorComesBehindTheKeyAndReleasesNothing) {
+    RecordedCryptography cryptography;
+    EXPECT_EQ(NumberOf([&] { EncryptText(u"", u"p", cryptography, *messages); }), 9);
+    EXPECT_EQ(cryptography.calls,
+              (Calls{"acquire", "create hash", "hash data", "derive key", "size"}));
+    cryptography.calls.clear();
+    EXPECT_EQ(NumberOf([&] { DecryptText(EncryptedText(), u"p", cryptography, *messages); }), 9);
+    EXPECT_EQ(cryptography.calls, (Calls{"acquire", "create hash", "hash data", "derive key"}));
 }
 
 struct Failure {
