@@ -30,6 +30,7 @@ std::shared_ptr<TableDifferences> Utils::CompareContents(const std::shared_ptr<D
                                                          const TextArray& sTables,
                                                          const IndexChoices& obIndexCollection,
                                                          const ColumnChoices& obColumnCollection) {
+    lastError_.clear();
     const ComparisonRequest request{Given(obDB1),
                                     Given(obDB2),
                                     Given(obDB3),

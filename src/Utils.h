@@ -47,9 +47,11 @@ class Utils {
     // server of database 3.
     //
     // Throws an Error with the number of the cause; its description is LastError, which has also
-    // been written to the system's event log. Numbers: 0x80040002 "Key columns differ" or "All
-    // columns differ", 3265 for a table, index or database that is not there, 3704 for a table that
-    // failed before its rows were counted, else those of data access (data/Diagnostic.h).
+    // been written to the system's event log. Numbers: 3704 for a table that failed before its rows
+    // were counted (it or its chosen index is not there, or "Key columns differ": the result's
+    // Error tells), 0x80040002 "All columns differ", else those of data access
+    // (data/Diagnostic.h). 91, with an empty LastError and no entry in the log, for a null
+    // database.
     std::shared_ptr<TableDifferences> CompareContents(const std::shared_ptr<Database>& obDB1,
                                                       const std::shared_ptr<Database>& obDB2,
                                                       const std::shared_ptr<Database>& obDB3,

@@ -276,10 +276,13 @@ TEST_F(ComparisonTest, ATableThatIsListedTwiceFailsTheSecondTime) {
 }
 
 TEST_F(ComparisonTest, ADatabaseThatIsMissingIsError91) {
+    RaisedBy([&] { Compare({u"[dbo].[missing]"}); });
+    ASSERT_NE(utils.LastError(), u"");
     EXPECT_EQ(RaisedBy([&] {
                   utils.CompareContents(one, nullptr, one, TextArray(), indexes, columns);
               }).number,
               91);
+    EXPECT_EQ(utils.LastError(), u"");
 }
 
 // The names of this computer: tried through the seam, for nothing listens on the real name.
