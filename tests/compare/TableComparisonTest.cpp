@@ -426,7 +426,11 @@ TEST_F(TableComparisonTest, AColumnChosenTwiceFailsTheTable) {
     choice->Add(u"a");
     choice->Add(u"A");
     columns.Add(choice, u"[dbo].[t]");
-    EXPECT_EQ(CompareOne(u"[dbo].[t]")->Error().substr(0, 27), u"Error comparing [dbo].[t]\r\n");
+    EXPECT_EQ(CompareOne(u"[dbo].[t]")->Error(),
+              u"Error comparing [dbo].[t]\r\n"
+              u"This key is already associated with an element of this collection");
+    ASSERT_EQ(processErrors.size(), 1U);
+    EXPECT_EQ(processErrors[0].number, 3704);
 }
 
 TEST_F(TableComparisonTest, IndexedViewsAreComparedByTheirUniqueIndex) {
