@@ -81,9 +81,10 @@ ScriptPieces BuildScriptPieces(const TableDifference& obTableDifference,
     pieces.Procedures = DefineProcedures(obTableDifference, enOptions);
     const Columns columns = ScriptColumns(*obTableDifference.Columns(), enOptions);
     const Columns keys = KeyColumns(columns);
+    // An empty row set may lack a column that has gone since the comparison; nobody reads it.
     const auto lines = [](const std::shared_ptr<Recordset>& rows, const Columns& of,
                           std::u16string_view suffix = {}) {
-        return rows == nullptr ? CallLines{} : CallLines{rows, FieldsOf(*rows, of, suffix)};
+        return HasRows(rows) ? CallLines{rows, FieldsOf(*rows, of, suffix)} : CallLines{};
     };
     pieces.Right = {lines(rowsets.Left, keys), lines(rowsets.Different, columns, u"_1"),
                     lines(rowsets.Right, columns)};
