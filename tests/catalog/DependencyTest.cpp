@@ -275,6 +275,16 @@ TEST_F(DependencyRowsTest, NamesStandInTheOrderOfTheRows) {
     EXPECT_EQ(children.AbsoluteItem(2)->Name(), u"[y].[1]");
 }
 
+// A name is found as it stands: a quote is not doubled, and case counts.
+TEST_F(DependencyRowsTest, NamesAreComparedAsTheyStand) {
+    CatalogBuilder::AddTable(tables, {u"dbo", u"O'Brien"}, false, {}, u"world");
+    Load({Row(u"[dbo].[O'Brien]", u"[dbo].[b]"), Row(u"[DBO].[A]", u"[dbo].[b]")}, {});
+    EXPECT_EQ(Names(*tables.Item(u"[dbo].[O'Brien]")->ParentDependencies()), Texts{u"[dbo].[b]"});
+    EXPECT_EQ(Names(*tables.Item(u"[dbo].[a]")->ParentDependencies()), Texts{});
+    EXPECT_EQ(Names(*tables.Item(u"[dbo].[b]")->ChildDependencies()),
+              (Texts{u"[DBO].[A]", u"[dbo].[O'Brien]"}));
+}
+
 TEST_F(DependencyRowsTest, AViewTakesNothingFromForeignKeys) {
     Load({Row(u"[dbo].[v]", u"[dbo].[a]")}, {});
     EXPECT_EQ(Names(*tables.Item(u"[dbo].[v]")->ParentDependencies()), Texts{});

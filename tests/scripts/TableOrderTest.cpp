@@ -98,6 +98,24 @@ TEST_F(TableOrderTest, TablesWithoutAKeyOrWithAnErrorAreNotPlaced) {
               (Placed{{u"[dbo].[a]", false, 1}}));
 }
 
+// They are counted in each pass, as views are.
+TEST_F(TableOrderTest, TwoTablesWithoutAKeyEndThePassesToo) {
+    MakeChain();
+    RunInBoth(u"CREATE TABLE k1 (a int)\nGO\nCREATE TABLE k2 (a int)");
+    EXPECT_EQ(Order({u"[dbo].[k1]", u"[dbo].[k2]", u"[dbo].[c]", u"[dbo].[b]", u"[dbo].[a]"}),
+              (Placed{{u"[dbo].[a]", false, 1}, {u"[dbo].[b]", true, 2}}));
+}
+
+TEST_F(TableOrderTest, TwoTablesWithAnErrorEndThePassesToo) {
+    MakeChain();
+    for (const char16_t* name : {u"e1", u"e2"}) {
+        RunInBoth(std::u16string(u"CREATE TABLE ") + name + u" (id int NOT NULL PRIMARY KEY)");
+        server.AddFault(ErrorIn(std::u16string(u"[one].[dbo].[") + name + u"] UNION"));
+    }
+    EXPECT_EQ(Order({u"[dbo].[e1]", u"[dbo].[e2]", u"[dbo].[c]", u"[dbo].[b]", u"[dbo].[a]"}),
+              (Placed{{u"[dbo].[a]", false, 1}, {u"[dbo].[b]", true, 2}}));
+}
+
 // A table that is compared but never placed holds back those that depend on it.
 TEST_F(TableOrderTest, ATableThatDependsOnOneWithAnErrorIsLeftOut) {
     MakeChain();
