@@ -1,68 +1,12 @@
 // Picks that are checked against two databases.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-
-#include "templates/ComparisonTemplates.h"
-#include "tests/support/SandboxTest.h"
+#include "TemplateDatabases.h"
 
 namespace QuillonLib {
 namespace {
 
-class TemplateValidationTest : public SandboxTest {
-  protected:
-    TemplateValidationTest() {
-        std::string name = (std::filesystem::temp_directory_path() / "quillon-XXXXXX").string();
-        folder = mkdtemp(name.data());
-        file = folder / "Templates.xml";
-        server.Run(u"CREATE DATABASE one\nGO\nCREATE DATABASE two");
-        RunInBoth(
-            u"CREATE TABLE both (id int NOT NULL CONSTRAINT PK_both PRIMARY KEY, c int, d int)");
-        RunInBoth(u"CREATE TABLE other (id int NOT NULL CONSTRAINT PK_other PRIMARY KEY)");
-        server.Run(
-            u"USE one\nGO\nCREATE TABLE only1 (id int)\nGO\nALTER TABLE both ADD e int NULL\nGO\n"
-            u"CREATE UNIQUE INDEX ix1 ON both (c)");
-        databases = std::make_shared<Databases>();
-        Add(u"one");
-        Add(u"two");
-        store.Load(file.u16string());
-        store.DatabasesObject(databases);
-        EXPECT_EQ(store.Database1(), u"");
-        store.Database1(u"one");
-        store.Database2(u"two");
-    }
-    ~TemplateValidationTest() override { std::filesystem::remove_all(folder); }
-
-    void Add(const char16_t* name) {
-        const auto database = databases->Add();
-        database->Server(server.Address());
-        database->DatabaseName(name);
-        database->Username(u"sa");
-        database->Password(u"sandbox");
-        database->Description(name);
-    }
-    void RunInBoth(const std::u16string& sql) {
-        server.Run(u"USE one\nGO\n" + sql + u"\nGO\nUSE two\nGO\n" + sql);
-    }
-    void DropFromBothAndRefresh(const std::u16string& sql) {
-        RunInBoth(sql);
-        for (const auto& database : *databases)
-            database->Refresh();
-    }
-    std::string Read() const {
-        std::ifstream stream(file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
-
-    std::filesystem::path folder;
-    std::filesystem::path file;
-    std::shared_ptr<Databases> databases;
-    ComparisonTemplates store;
-};
-
-constexpr const char16_t* Both = u"[dbo].[both]";
+class TemplateValidationTest : public TemplateDatabases {};
 
 TEST_F(TemplateValidationTest, PicksThatBothDatabasesHaveAreAccepted) {
     store.Add(tmpTable, Both);
@@ -130,63 +74,6 @@ TEST_F(TemplateValidationTest, AnErrorOfADatabaseReachesTheCaller) {
     server.Restart();
     store.Add(tmpTable, Both);
     EXPECT_TRUE(store.ItemExists(tmpTable, Both));
-}
-
-TEST_F(TemplateValidationTest, PersistDropsATableThatIsGoneFromAllThreeLists) {
-    store.Add(tmpTable, u"[dbo].[other]");
-    store.Add(tmpTable, Both);
-    store.Add(tmpColumn, Both, u"c");
-    store.Add(tmpIndex, Both, u"PK_both");
-    DropFromBothAndRefresh(u"DROP TABLE both");
-    EXPECT_TRUE(store.Persist());
-    EXPECT_EQ(Read(),
-              "<templates><lasttemplate name=\"Default\"/><template id=\"Default\">"
-              "<database1 name=\"one\"/><database2 name=\"two\"/><database3 name=\"\"/>"
-              "<tables><table id=\"[dbo].[other]\"/></tables><columns/><indexes/></template>"
-              "</templates>");
-    EXPECT_FALSE(store.ItemExists(tmpTable, Both));
-    EXPECT_FALSE(store.ItemExists(tmpColumn, u"[dbo].[other]", u"c"));
-    // the column picks themselves stay in memory
-    EXPECT_TRUE(store.ItemExists(tmpColumn, Both, u"c"));
-}
-
-TEST_F(TemplateValidationTest, PersistFailsWhereAGoneTableHasNoColumnOrIndexPick) {
-    store.Persist();
-    const std::string before = Read();
-    store.Add(tmpTable, Both);
-    DropFromBothAndRefresh(u"DROP TABLE both");
-    EXPECT_EQ(RaisedBy([&] { store.Persist(); }).number, 5);
-    EXPECT_EQ(Read(), before);
-    EXPECT_TRUE(store.Dirty());
-}
-
-// Out of the tables, out of the tables with columns, and only then out of the tables with an index.
-TEST_F(TemplateValidationTest, PersistFailsOnTheMissingIndexPickLast) {
-    store.Add(tmpTable, Both);
-    store.Add(tmpColumn, Both, u"c");
-    DropFromBothAndRefresh(u"DROP TABLE both");
-    EXPECT_EQ(RaisedBy([&] { store.Persist(); }).number, 5);
-    EXPECT_TRUE(store.Persist());
-    EXPECT_NE(Read().find("<tables/><columns/><indexes/>"), std::string::npos) << Read();
-}
-
-TEST_F(TemplateValidationTest, PersistDropsColumnsThatAreGoneAndKeepsTheTableElement) {
-    store.Add(tmpColumn, Both, u"c");
-    store.Add(tmpColumn, Both, u"d");
-    DropFromBothAndRefresh(u"ALTER TABLE both DROP COLUMN d");
-    EXPECT_TRUE(store.Persist());
-    EXPECT_NE(
-        Read().find("<columns><table id=\"[dbo].[both]\"><column id=\"c\"/></table></columns>"),
-        std::string::npos)
-        << Read();
-    EXPECT_FALSE(store.ItemExists(tmpColumn, Both, u"d"));
-}
-
-TEST_F(TemplateValidationTest, IndexesAreNotCheckedOnWriting) {
-    store.Add(tmpIndex, u"[dbo].[other]", u"PK_other");
-    DropFromBothAndRefresh(u"ALTER TABLE other DROP CONSTRAINT PK_other");
-    EXPECT_TRUE(store.Persist());
-    EXPECT_NE(Read().find("<index id=\"PK_other\"/>"), std::string::npos) << Read();
 }
 
 TEST_F(TemplateValidationTest, StoredPicksThatAreNoLongerValidAreDroppedOnReading) {

@@ -1,0 +1,80 @@
+// A template whose picks are checked against two databases of the sandbox, "one" and "two".
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "templates/ComparisonTemplates.h"
+#include "tests/support/SandboxTest.h"
+
+namespace QuillonLib {
+
+class TemplateDatabases : public SandboxTest {
+  protected:
+    TemplateDatabases() {
+        std::string name = (std::filesystem::temp_directory_path() / "quillon-XXXXXX").string();
+        folder = mkdtemp(name.data());
+        file = folder / "Templates.xml";
+        server.Run(u"CREATE DATABASE one\nGO\nCREATE DATABASE two");
+        RunInBoth(
+            u"CREATE TABLE both (id int NOT NULL CONSTRAINT PK_both PRIMARY KEY, c int, d int)");
+        RunInBoth(u"CREATE TABLE other (id int NOT NULL CONSTRAINT PK_other PRIMARY KEY)");
+        server.Run(
+            u"USE one\nGO\nCREATE TABLE only1 (id int)\nGO\nALTER TABLE both ADD e int NULL\nGO\n"
+            u"CREATE UNIQUE INDEX ix1 ON both (c)");
+        databases = std::make_shared<Databases>();
+        AddDatabase(u"one", u"one");
+        AddDatabase(u"two", u"two");
+        store.Load(file.u16string());
+        store.DatabasesObject(databases);
+        EXPECT_EQ(store.Database1(), u"");
+        store.Database1(u"one");
+        store.Database2(u"two");
+    }
+    ~TemplateDatabases() override { std::filesystem::remove_all(folder); }
+
+    void AddDatabase(const char16_t* name, const char16_t* description) {
+        const auto database = databases->Add();
+        database->Server(server.Address());
+        database->DatabaseName(name);
+        database->Username(u"sa");
+        database->Password(u"sandbox");
+        database->Description(description);
+    }
+    void RunInBoth(const std::u16string& sql) {
+        server.Run(u"USE one\nGO\n" + sql + u"\nGO\nUSE two\nGO\n" + sql);
+    }
+    void DropFromBothAndRefresh(const std::u16string& sql) {
+        RunInBoth(sql);
+        for (const auto& database : *databases)
+            database->Refresh();
+    }
+    void Write(const std::string& content) const {
+        std::ofstream(file, std::ios::binary) << content;
+    }
+    std::string Read() const {
+        std::ifstream stream(file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+    static std::vector<std::u16string> Tables(ComparisonTemplates& of) {
+        return std::get<TextArray>(of.Items(tmpTable)).Items;
+    }
+
+    std::filesystem::path folder;
+    std::filesystem::path file;
+    std::shared_ptr<Databases> databases;
+    ComparisonTemplates store;
+};
+
+inline constexpr const char16_t* Both = u"[dbo].[both]";
+inline constexpr const char16_t* Other = u"[dbo].[other]";
+
+using Texts = std::vector<std::u16string>;
+
+}  // namespace QuillonLib
