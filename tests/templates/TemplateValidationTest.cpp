@@ -92,5 +92,162 @@ TEST_F(TemplateValidationTest, StoredPicksThatAreNoLongerValidAreDroppedOnReadin
     EXPECT_FALSE(again.Dirty());
 }
 
+constexpr const char* StoredPicks =
+    "<templates><lasttemplate name=\"Default\"/><template id=\"Default\">"
+    "<database1 name=\"one\"/><database2 name=\"two\"/><database3 name=\"\"/>"
+    "<tables><table id=\"[dbo].[both]\"/></tables>"
+    "<columns><table id=\"[dbo].[both]\"><column id=\"c\"/></table></columns>"
+    "<indexes><table id=\"[dbo].[both]\"><index id=\"PK_both\"/></table></indexes>"
+    "</template></templates>";
+
+// Reading a list reads no names, and without names no database is known.
+TEST_F(TemplateValidationTest, PicksThatAreReadBeforeTheNamesAreRefused) {
+    Write(StoredPicks);
+    ComparisonTemplates again;
+    again.DatabasesObject(databases);
+    again.Load(file.u16string());
+    EXPECT_EQ(Tables(again), Texts{});
+    EXPECT_FALSE(again.ItemExists(tmpColumn, Both, u"c"));
+    EXPECT_FALSE(again.ItemExists(tmpIndex, Both, u"PK_both"));
+    EXPECT_FALSE(again.Dirty());
+
+    EXPECT_EQ(again.Database1(), u"one");
+    EXPECT_EQ(Tables(again), Texts{});  // they have been read
+    again.Flush();
+    EXPECT_EQ(Tables(again), Texts{Both});
+    EXPECT_TRUE(again.ItemExists(tmpColumn, Both, u"c"));
+    EXPECT_TRUE(again.ItemExists(tmpIndex, Both, u"PK_both"));
+}
+
+TEST_F(TemplateValidationTest, WithoutTheFirstDatabaseEveryPickIsRefusedSilently) {
+    store.Database1(u"nobody");
+    EXPECT_EQ(store.Database2(), u"two");
+    EXPECT_TRUE(store.Persist());
+    store.Add(tmpTable, Both);
+    store.Add(tmpColumn, Both, u"c");
+    store.Add(tmpIndex, Both, u"PK_both");
+    EXPECT_FALSE(store.ItemExists(tmpTable, Both));
+    EXPECT_FALSE(store.ItemExists(tmpColumn, Both, u"c"));
+    EXPECT_FALSE(store.ItemExists(tmpIndex, Both, u"PK_both"));
+    EXPECT_FALSE(store.Dirty());
+}
+
+TEST_F(TemplateValidationTest, OfTwoDatabasesOfOneDescriptionTheFirstIsUsed) {
+    server.Run(u"CREATE DATABASE empty");
+    AddDatabase(u"empty", u"one");  // after the real one
+    AddDatabase(u"empty", u"twice");
+    AddDatabase(u"two", u"twice");
+    store.Database1(u"");
+    store.Database1(u"one");
+    store.Add(tmpTable, Both);
+    EXPECT_EQ(Tables(store), Texts{Both});
+    store.Database2(u"twice");
+    store.Add(tmpTable, Both);
+    EXPECT_EQ(Tables(store), Texts{});
+}
+
+// The description is another one then, and known to nobody.
+TEST_F(TemplateValidationTest, ANameInAnotherCaseIsAnotherDatabase) {
+    store.Add(tmpTable, Both);
+    EXPECT_TRUE(store.Persist());
+    store.Database1(u"ONE");
+    EXPECT_TRUE(store.Dirty());
+    EXPECT_EQ(store.Database1(), u"ONE");
+    EXPECT_EQ(Tables(store), Texts{});
+    store.Add(tmpTable, Both);
+    EXPECT_EQ(Tables(store), Texts{});
+    store.Database1(u"one");
+    store.Add(tmpTable, Both);
+    EXPECT_EQ(Tables(store), Texts{Both});
+}
+
+// Errors other than "there is none" come out of every check as they went in.
+class TemplateCheckErrorsTest : public TemplateDatabases,
+                                public ::testing::WithParamInterface<int> {
+  protected:
+    static void ExpectMissing(const std::function<void()>& action) {
+        const Raised raised = RaisedBy(action);
+        EXPECT_EQ(raised.number, 3265);
+        EXPECT_EQ(raised.source, u"");
+        EXPECT_EQ(raised.description, u"The server has no database named 'nowhere'.");
+    }
+    // The first database or the second.
+    void Lose() const {
+        databases->Item(GetParam())->DatabaseName(u"nowhere");
+        databases->Item(GetParam())->Refresh();
+    }
+};
+INSTANTIATE_TEST_SUITE_P(EitherDatabase, TemplateCheckErrorsTest, ::testing::Values(1, 2));
+
+TEST_P(TemplateCheckErrorsTest, AddRaisesThem) {
+    EXPECT_TRUE(store.Persist());
+    Lose();
+    ExpectMissing([&] { store.Add(tmpTable, Both); });
+    ExpectMissing([&] { store.Add(tmpColumn, Both, u"c"); });
+    ExpectMissing([&] { store.Add(tmpIndex, Both, u"PK_both"); });
+    EXPECT_FALSE(store.Dirty());
+    EXPECT_FALSE(store.ItemExists(tmpTable, Both));
+    EXPECT_FALSE(store.ItemExists(tmpColumn, Both, u"c"));
+    EXPECT_FALSE(store.ItemExists(tmpIndex, Both, u"PK_both"));
+}
+
+TEST_P(TemplateCheckErrorsTest, PersistRaisesThemForTables) {
+    store.Add(tmpTable, Both);
+    Lose();
+    ExpectMissing([&] { store.Persist(); });
+    EXPECT_TRUE(store.Dirty());
+    EXPECT_FALSE(std::filesystem::exists(file));
+    EXPECT_EQ(Tables(store), Texts{Both});
+}
+
+TEST_P(TemplateCheckErrorsTest, PersistRaisesThemForColumns) {
+    store.Add(tmpColumn, Both, u"c");
+    Lose();
+    ExpectMissing([&] { store.Persist(); });
+    EXPECT_TRUE(store.Dirty());
+    EXPECT_FALSE(std::filesystem::exists(file));
+    EXPECT_TRUE(store.ItemExists(tmpColumn, Both, u"c"));
+}
+
+TEST_P(TemplateCheckErrorsTest, ReadingRaisesThem) {
+    Write(StoredPicks);
+    ComparisonTemplates again;
+    again.DatabasesObject(databases);
+    again.Load(file.u16string());
+    EXPECT_EQ(again.Database1(), u"one");
+    Lose();
+    ExpectMissing([&] { again.Items(tmpTable); });
+    ExpectMissing([&] { again.ItemExists(tmpColumn, Both, u"c"); });
+    ExpectMissing([&] { again.ItemExists(tmpIndex, Both, u"PK_both"); });
+}
+
+// The catalog still has the tables; what is in them is read when it is first asked for.
+TEST_P(TemplateCheckErrorsTest, TheErrorOfATableIsRaisedToo) {
+    store.Add(tmpTable, Both);
+    const std::u16string name = GetParam() == 1 ? u"one" : u"two";
+    server.Run(u"USE " + name + u"\nGO\nDROP TABLE both\nGO\nDROP TABLE other");
+    const Raised ofColumns = RaisedBy([&] { store.Add(tmpColumn, Both, u"c"); });
+    EXPECT_EQ(ofColumns.number, 3265);
+    EXPECT_EQ(ofColumns.source, u"");
+    EXPECT_EQ(ofColumns.description,
+              u"The database '" + name + u"' has no table or view [dbo].[both].");
+    const Raised ofIndexes = RaisedBy([&] { store.Add(tmpIndex, Other, u"PK_other"); });
+    EXPECT_EQ(ofIndexes.number, 3265);
+    EXPECT_EQ(ofIndexes.source, u"");
+    EXPECT_EQ(ofIndexes.description,
+              u"The database '" + name + u"' has no table or view [dbo].[other].");
+}
+
+TEST_P(TemplateCheckErrorsTest, ARefusedLoginIsRaisedToo) {
+    databases->Item(GetParam())->Password(u"wrong");
+    databases->Item(GetParam())->Refresh();
+    const Raised raised = RaisedBy([&] { store.Add(tmpTable, Both); });
+    EXPECT_EQ(raised.number, static_cast<std::int32_t>(0x80040E4D));
+    EXPECT_EQ(raised.source, u"");
+    EXPECT_EQ(raised.description,
+              u"[FreeTDS][SQL Server]Login failed for user 'sa'.\r\n"
+              u"[FreeTDS][SQL Server]Unable to connect to data source");
+}
+
 }  // namespace
 }  // namespace QuillonLib
