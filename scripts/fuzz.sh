@@ -15,14 +15,24 @@ cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+
+# All at once: each has a log of its own.
+declare -A running
 for seeds in fuzz/seeds/*; do
     fuzzer=$(basename "$seeds")
     mkdir "$work/$fuzzer"
     echo "$fuzzer, $seconds s"
-    if ! "build/fuzz/fuzz/$fuzzer" -max_total_time="$seconds" -print_final_stats=1 -verbosity=0 \
-        -artifact_prefix="$PWD/build/fuzz/" "$work/$fuzzer" "$seeds" >"$work/log" 2>&1; then
-        cat "$work/log" >&2
-        exit 1
-    fi
-    grep number_of_executed_units "$work/log"
+    "build/fuzz/fuzz/$fuzzer" -max_total_time="$seconds" -print_final_stats=1 -verbosity=0 \
+        -artifact_prefix="$PWD/build/fuzz/" "$work/$fuzzer" "$seeds" >"$work/$fuzzer.log" 2>&1 &
+    running[$fuzzer]=$!
 done
+failed=0
+for fuzzer in "${!running[@]}"; do
+    if wait "${running[$fuzzer]}"; then
+        echo "$fuzzer: $(grep number_of_executed_units "$work/$fuzzer.log")"
+    else
+        cat "$work/$fuzzer.log" >&2
+        failed=1
+    fi
+done
+exit $failed
