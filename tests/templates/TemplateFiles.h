@@ -44,6 +44,16 @@ class TemplateFiles : public ::testing::Test {
         }
         return 0;
     }
+    static void ExpectError(std::int32_t number, std::u16string_view description,
+                            const std::function<void()>& action) {
+        try {
+            action();
+            ADD_FAILURE() << "no error " << number;
+        } catch (const Error& error) {
+            EXPECT_EQ(error.Number(), number);
+            EXPECT_EQ(error.Description(), description);
+        }
+    }
     static std::vector<std::u16string> Names(const std::shared_ptr<NameList>& list) {
         return {list->begin(), list->end()};
     }

@@ -142,7 +142,7 @@ TEST_F(TemplateItemsTest, MoreThan32767TablesOverflow) {
         store.Add(tmpTable, ToText(i));
     EXPECT_EQ(Tables(store).size(), 32767U);
     store.Add(tmpTable, u"one more");
-    EXPECT_EQ(NumberOf([&] { store.Items(tmpTable); }), 6);
+    ExpectError(6, u"Overflow", [&] { store.Items(tmpTable); });
 }
 
 TEST_F(TemplateItemsTest, ChangesThroughTheSharedListsReachTheStore) {
@@ -289,6 +289,138 @@ TEST_F(TemplateItemsTest, EachDatabaseHasItsOwnName) {
     EXPECT_EQ(other.Database1(), u"1");
     EXPECT_EQ(other.Database2(), u"2");
     EXPECT_EQ(other.Database3(), u"3");
+}
+
+TEST_F(TemplateItemsTest, RemovingIsAChangeForEveryKind) {
+    store.Add(tmpTable, u"[dbo].[T]");
+    for (const char16_t* column : {u"a", u"b", u"c", u"d"})
+        store.Add(tmpColumn, u"[dbo].[T]", column);
+    store.Add(tmpIndex, u"[dbo].[T]", u"i");
+    const std::vector<std::function<void()>> removals{
+        [&] { store.Remove(tmpTable, u"[dbo].[T]"); },
+        [&] { store.Remove(tmpColumn, u"[dbo].[T]", u"a"); },  // one of several
+        [&] { store.Remove(tmpColumn, u"[dbo].[T]"); },        // all
+        [&] { store.Remove(tmpIndex, u"[dbo].[T]"); },
+    };
+    for (const auto& remove : removals) {
+        EXPECT_TRUE(store.Persist());
+        EXPECT_FALSE(store.Dirty());
+        remove();
+        EXPECT_TRUE(store.Dirty()) << &remove - removals.data();
+    }
+}
+
+TEST_F(TemplateItemsTest, ErrorsOfTheListsKeepTheirTexts) {
+    store.Add(tmpTable, u"[dbo].[T]");
+    store.Add(tmpColumn, u"[dbo].[T]", u"c");
+    store.Add(tmpIndex, u"[dbo].[T]", u"i");
+    constexpr const char16_t* duplicate =
+        u"This key is already associated with an element of this collection";
+    ExpectError(457, duplicate, [&] { store.Add(tmpTable, u"[DBO].[t]"); });
+    ExpectError(457, duplicate, [&] { store.Add(tmpColumn, u"[DBO].[t]", u"C"); });
+    ExpectError(457, duplicate, [&] { store.Add(tmpIndex, u"[DBO].[t]", u"j"); });
+
+    constexpr const char16_t* absent = u"Invalid procedure call or argument";
+    ExpectError(5, absent, [&] { store.Remove(tmpTable, u"[dbo].[U]"); });
+    ExpectError(5, absent, [&] { store.Remove(tmpColumn, u"[dbo].[U]", u"c"); });
+    ExpectError(5, absent, [&] { store.Remove(tmpColumn, u"[dbo].[T]", u"d"); });
+    ExpectError(5, absent, [&] { store.Remove(tmpColumn, u"[dbo].[U]"); });
+    ExpectError(5, absent, [&] { store.Remove(tmpIndex, u"[dbo].[U]"); });
+}
+
+TEST_F(TemplateItemsTest, AnyDatabaseEmptiesTheLists) {
+    using Let = void (ComparisonTemplates::*)(std::u16string_view);
+    EXPECT_EQ(store.Database1(), u"");
+    for (const Let let : {static_cast<Let>(&ComparisonTemplates::Database1),
+                          static_cast<Let>(&ComparisonTemplates::Database2),
+                          static_cast<Let>(&ComparisonTemplates::Database3)}) {
+        store.Add(tmpTable, u"[dbo].[T]");
+        store.Add(tmpColumn, u"[dbo].[T]", u"c");
+        EXPECT_TRUE(store.Persist());
+        (store.*let)(u"another");
+        EXPECT_TRUE(store.Dirty());
+        EXPECT_EQ(Tables(store), Texts{});
+        EXPECT_EQ(Columns(u"[dbo].[T]"), Texts{u"(no list)"});
+    }
+    EXPECT_TRUE(store.Persist());
+    EXPECT_NE(Read().find("<database3 name=\"another\"/>"), std::string::npos) << Read();
+}
+
+TEST_F(TemplateItemsTest, ADatabaseNameInAnotherCaseIsAChange) {
+    EXPECT_EQ(store.Database1(), u"");
+    store.Database1(u"one");
+    store.Add(tmpTable, u"[dbo].[T]");
+    EXPECT_TRUE(store.Persist());
+    store.Database1(u"ONE");
+    EXPECT_TRUE(store.Dirty());
+    EXPECT_EQ(store.Database1(), u"ONE");
+    EXPECT_EQ(Tables(store), Texts{});
+    EXPECT_TRUE(store.Persist());
+    EXPECT_NE(Read().find("<database1 name=\"ONE\"/>"), std::string::npos) << Read();
+}
+
+TEST_F(TemplateItemsTest, PersistReplacesANameSetBeforeItWasReadToo) {
+    Write(
+        "<templates><template id=\"Default\"><database1 name=\"stored\"/>"
+        "<database3 name=\"third\"/></template></templates>");
+    ComparisonTemplates other;
+    other.Load(Path());
+    other.Database1(u"mine");
+    other.Database2(u"yours");
+    other.Database3(u"theirs");
+    EXPECT_TRUE(other.Persist());
+    EXPECT_NE(Read().find("<database1 name=\"stored\"/>"), std::string::npos) << Read();
+    EXPECT_NE(Read().find("<database3 name=\"third\"/>"), std::string::npos) << Read();
+    // There was no element of this one, so what was set has become its name.
+    EXPECT_NE(Read().find("<database2 name=\"yours\"/>"), std::string::npos) << Read();
+    EXPECT_EQ(other.Database1(), u"stored");
+    EXPECT_EQ(other.Database2(), u"yours");
+}
+
+// Whatever empties the column lists puts new ones in their place.
+TEST_F(TemplateItemsTest, ColumnListsThatWereHandedOutStayAsTheyAre) {
+    const std::vector<std::function<void()>> changes{
+        [&] { store.Database1(u"another"); },
+        [&] { store.Flush(); },
+        [&] { store.LoadTemplate(u"another"); },
+    };
+    EXPECT_EQ(store.Database1(), u"");
+    for (const auto& change : changes) {
+        store.Add(tmpColumn, u"[dbo].[T]", u"c");
+        const auto lists = std::get<std::shared_ptr<ColumnLists>>(store.Items(tmpColumn));
+        const auto list = lists->Item(u"[dbo].[T]");
+        EXPECT_EQ(std::get<std::shared_ptr<ColumnLists>>(store.Items(tmpColumn)), lists);
+        change();
+        EXPECT_NE(std::get<std::shared_ptr<ColumnLists>>(store.Items(tmpColumn)), lists);
+        EXPECT_EQ(Columns(u"[dbo].[T]"), Texts{u"(no list)"});
+        EXPECT_EQ(lists->Count(), 1);
+        EXPECT_EQ(lists->Item(u"[dbo].[T]"), list);
+        EXPECT_EQ(Names(list), Texts{u"c"});
+        // No longer the store's own.
+        list->Add(u"d", u"d");
+        EXPECT_FALSE(store.ItemExists(tmpColumn, u"[dbo].[T]", u"d"));
+    }
+}
+
+TEST_F(TemplateItemsTest, AnIndexListThatWasHandedOutStaysAsItIs) {
+    const auto handedOut = [&] {
+        return std::get<std::shared_ptr<NameList>>(store.Items(tmpIndex));
+    };
+    EXPECT_EQ(store.Database1(), u"");
+    for (const bool flush : {true, false}) {
+        store.Add(tmpIndex, u"[dbo].[T]", u"i");
+        const auto list = handedOut();
+        flush ? store.Flush() : store.LoadTemplate(u"another");
+        EXPECT_EQ(Indexes(), Texts{});
+        EXPECT_NE(handedOut(), list);
+        EXPECT_EQ(Names(list), Texts{u"i"});
+    }
+    // Another database leaves the index names, and so the list.
+    store.Add(tmpIndex, u"[dbo].[T]", u"i");
+    const auto list = handedOut();
+    store.Database1(u"another");
+    EXPECT_EQ(handedOut(), list);
+    EXPECT_EQ(Names(list), Texts{u"i"});
 }
 
 }  // namespace

@@ -31,7 +31,9 @@ TEST_F(TemplatePersistTest, PersistFailsWhereAGoneTableHasNoColumnOrIndexPick) {
     const std::string before = Read();
     store.Add(tmpTable, Both);
     DropFromBothAndRefresh(u"DROP TABLE both");
-    EXPECT_EQ(RaisedBy([&] { store.Persist(); }).number, 5);
+    const Raised raised = RaisedBy([&] { store.Persist(); });
+    EXPECT_EQ(raised.number, 5);
+    EXPECT_EQ(raised.description, u"Invalid procedure call or argument");
     EXPECT_EQ(Read(), before);
     EXPECT_TRUE(store.Dirty());
 }
