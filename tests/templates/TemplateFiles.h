@@ -67,4 +67,15 @@ class TemplateFiles : public ::testing::Test {
 
 using Texts = std::vector<std::u16string>;
 
+// "Nightly" is the stored one.
+inline constexpr const char* TwoTemplates =
+    "<templates><lasttemplate name=\"Nightly\"/>"
+    "<template id=\"Default\"><database1 name=\"a\"/><database2 name=\"b\"/><database3 name=\"c\"/>"
+    "<tables><table id=\"[dbo].[T]\"/></tables><columns/><indexes/></template>"
+    "<template id=\"Nightly\"><database1 name=\"x\"/><database2 name=\"y\"/><database3 name=\"z\"/>"
+    "<tables/><columns><table id=\"[dbo].[U]\"><column id=\"c1\"/><column "
+    "id=\"c2\"/></table></columns>"
+    "<indexes><table id=\"[dbo].[U]\"><index id=\"PK_U\"/></table></indexes></template>"
+    "</templates>";
+
 }  // namespace QuillonLib
