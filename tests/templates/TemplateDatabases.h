@@ -15,6 +15,15 @@
 
 namespace QuillonLib {
 
+// A file whose picks both databases have.
+inline constexpr const char* StoredPicks =
+    "<templates><lasttemplate name=\"Default\"/><template id=\"Default\">"
+    "<database1 name=\"one\"/><database2 name=\"two\"/><database3 name=\"\"/>"
+    "<tables><table id=\"[dbo].[both]\"/></tables>"
+    "<columns><table id=\"[dbo].[both]\"><column id=\"c\"/></table></columns>"
+    "<indexes><table id=\"[dbo].[both]\"><index id=\"PK_both\"/></table></indexes>"
+    "</template></templates>";
+
 class TemplateDatabases : public SandboxTest {
   protected:
     TemplateDatabases() {

@@ -111,20 +111,13 @@ TEST_F(TemplatePersistTest, AnEmptiedColumnListStays) {
 
 // The picks are checked as they are read, which needs the databases of the template.
 TEST_F(TemplatePersistTest, PersistReadsTheDatabaseNamesBeforeTheLists) {
-    const std::string stored =
-        "<templates><lasttemplate name=\"Default\"/><template id=\"Default\">"
-        "<database1 name=\"one\"/><database2 name=\"two\"/><database3 name=\"\"/>"
-        "<tables><table id=\"[dbo].[both]\"/></tables>"
-        "<columns><table id=\"[dbo].[both]\"><column id=\"c\"/></table></columns>"
-        "<indexes><table id=\"[dbo].[both]\"><index id=\"PK_both\"/></table></indexes>"
-        "</template></templates>";
-    Write(stored);
+    Write(StoredPicks);
     ComparisonTemplates again;
     again.DatabasesObject(databases);
     again.Load(file.u16string());
     again.LoadTemplate(u"Default");
     EXPECT_TRUE(again.Persist());
-    EXPECT_EQ(Read(), stored);
+    EXPECT_EQ(Read(), StoredPicks);
     EXPECT_TRUE(again.ItemExists(tmpTable, Both));
     EXPECT_TRUE(again.ItemExists(tmpColumn, Both, u"c"));
     EXPECT_TRUE(again.ItemExists(tmpIndex, Both, u"PK_both"));

@@ -92,14 +92,6 @@ TEST_F(TemplateValidationTest, StoredPicksThatAreNoLongerValidAreDroppedOnReadin
     EXPECT_FALSE(again.Dirty());
 }
 
-constexpr const char* StoredPicks =
-    "<templates><lasttemplate name=\"Default\"/><template id=\"Default\">"
-    "<database1 name=\"one\"/><database2 name=\"two\"/><database3 name=\"\"/>"
-    "<tables><table id=\"[dbo].[both]\"/></tables>"
-    "<columns><table id=\"[dbo].[both]\"><column id=\"c\"/></table></columns>"
-    "<indexes><table id=\"[dbo].[both]\"><index id=\"PK_both\"/></table></indexes>"
-    "</template></templates>";
-
 // Reading a list reads no names, and without names no database is known.
 TEST_F(TemplateValidationTest, PicksThatAreReadBeforeTheNamesAreRefused) {
     Write(StoredPicks);

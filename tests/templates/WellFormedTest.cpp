@@ -1,42 +1,28 @@
 // Files that are no XML are not taken for templates, and not touched.
+#include "templates/WellFormed.h"
+
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
-#include "QuillonLib.h"
-#include "templates/WellFormed.h"
+#include "TemplateFiles.h"
 
 namespace QuillonLib {
 namespace {
 
 using namespace std::string_literals;
 
-class WellFormedTest : public ::testing::Test {
+class WellFormedTest : public TemplateFiles {
   protected:
-    WellFormedTest() {
-        std::string name = (std::filesystem::temp_directory_path() / "quillon-XXXXXX").string();
-        folder = mkdtemp(name.data());
-        file = folder / "Templates.xml";
-    }
-    ~WellFormedTest() override { std::filesystem::remove_all(folder); }
-
     bool Loads(const std::string& content) const {
-        std::ofstream(file, std::ios::binary) << content;
+        Write(content);
         ComparisonTemplates store;
-        const bool loaded = store.Load(file.u16string());
+        const bool loaded = store.Load(Path());
         const auto names = store.Templates();
         EXPECT_EQ(names->ItemExists(1), loaded);
-        std::ifstream stream(file, std::ios::binary);
-        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), content);
+        EXPECT_EQ(Read(), content);
         return loaded;
     }
-
-    std::filesystem::path folder;
-    std::filesystem::path file;
 };
 
 std::string Store(const std::string& id) {
