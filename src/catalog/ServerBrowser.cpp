@@ -124,13 +124,16 @@ class UdpSocket {
 std::vector<std::string> AskBrowsers(const BrowserSettings& settings) {
     const UdpSocket socket;
     std::error_code failure;
-    std::size_t sent = 0;
+    bool sent = false;
     for (const BrowserAddress& address : settings.addresses) {
         const std::error_code result = socket.Send(address);
-        if (!result) ++sent;
-        if (result && !failure) failure = result;
+        if (!result) {
+            sent = true;
+        } else if (!failure) {
+            failure = result;
+        }
     }
-    if (failure && sent == 0) ThrowCannotAsk(failure);
+    if (failure && !sent) ThrowCannotAsk(failure);
 
     std::vector<std::string> answers;
     using Clock = std::chrono::steady_clock;
@@ -139,8 +142,8 @@ std::vector<std::string> AskBrowsers(const BrowserSettings& settings) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - now);
         if (auto answer = socket.Receive(left)) answers.push_back(std::move(*answer));
     }
-    // What answered is of use without a network too; no answer must not pass for an empty network
-    // that nobody could ask.
+    // Answers are of use even where a part of the network could not be asked; without any, silence
+    // must not pass for a network without servers.
     if (failure && answers.empty()) ThrowCannotAsk(failure);
     return answers;
 }

@@ -1,9 +1,9 @@
 // The one exception type of the library.
 //
 // Every failure but a lack of memory (std::bad_alloc), and what a caller's own handler throws,
-// reaches the caller as an Error, thrown and caught by reference. `Number` says what
-// a program may act on, `Description` is for people, `Source` names the operation that raised it
-// (often empty). A subsystem that adds context throws a new Error with the same Number.
+// reaches the caller as an Error, thrown and caught by reference. `Number` says what a program may
+// act on, `Description` is for people, `Source` names the operation that raised it (often empty). A
+// subsystem that adds context throws a new Error with the same Number.
 #pragma once
 
 #include <cstdint>

@@ -325,7 +325,7 @@ TEST_F(DriverTest, OldServersAreReadAsWell) {
     }
 }
 
-// What a command prints, on both of its outputs.
+// What a command prints, on both of its outputs. Through a shell, for commands here are pipes too.
 std::string OutputOf(const std::string& command) {
     std::string output;
     FILE* pipe = ::popen(("timeout 30 " + command + " 2>&1").c_str(), "r");  // NOLINT(cert-env33-c)
