@@ -121,7 +121,6 @@ class ComparisonRun {
 std::shared_ptr<TableDifferences> CompareContents(const ComparisonRequest& request,
                                                   const ComparisonSurroundings& surroundings,
                                                   std::u16string& sLastError) {
-    sLastError.clear();
     ComparisonRun run(request, surroundings);
     try {
         return run.Run();

@@ -33,8 +33,8 @@ struct ComparisonSurroundings {
     std::function<void(std::u16string_view text)> writeErrorToEventLog;
 };
 
-// Returns null when a handler cancelled. On failure `sLastError` holds the text that is also
-// written to the event log and thrown, with the number of the cause; it is cleared first.
+// Returns null when a handler cancelled. On failure `sLastError`, which the caller has cleared,
+// holds the text that is also written to the event log and thrown, with the number of the cause.
 std::shared_ptr<TableDifferences> CompareContents(const ComparisonRequest& request,
                                                   const ComparisonSurroundings& surroundings,
                                                   std::u16string& sLastError);
