@@ -25,7 +25,15 @@ struct BatchFailure : std::runtime_error {
     std::size_t batches;
 };
 
-// Runs them in order on one connection; after a failure rolls back and throws BatchFailure.
+// How the transaction ended is not known: the connection was lost, or the call failed, while the
+// batch ran that ends it. The server may have committed everything or nothing. what() is the cause.
+struct OutcomeUnknown : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// Runs the batches of one transaction in order on one connection. After a failure it is rolled
+// back, here or by the server, and BatchFailure is thrown; only where that is not certain,
+// OutcomeUnknown. The connection may be closed then.
 void RunBatches(QuillonLib::Connection& connection, const std::vector<std::u16string>& batches);
 
 }  // namespace quillon
