@@ -1,0 +1,55 @@
+// A template file as the commands use it: nothing is taken for a template file that is none, no
+// template for another, and reading changes nothing.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "QuillonLib.h"
+
+namespace quillon {
+
+// What one template holds.
+struct TemplateContents {
+    std::u16string database1;
+    std::u16string database2;
+    std::u16string database3;
+    QuillonLib::TextArray tables;
+    std::shared_ptr<QuillonLib::NameList> indexes;     // by table
+    std::shared_ptr<QuillonLib::ColumnLists> columns;  // by table
+};
+
+class TemplateFile {
+  public:
+    // An empty path means Templates.xml beside the program. Throw std::runtime_error that names
+    // the file and the reason when it cannot be read or is no template file; Existing also when
+    // there is none.
+    static TemplateFile Existing(const std::string& path);
+    static TemplateFile ExistingOrNew(const std::string& path);
+
+    const std::string& Path() const { return path_; }
+    // In file order; none when the file is still to be made.
+    const std::vector<std::u16string>& Names() const { return names_; }
+    // The template in use: the one that the file remembers, "Default" when it remembers none.
+    const std::u16string& InUse() const { return inUse_; }
+
+    bool Has(const std::u16string& name) const;
+    // Throws std::runtime_error that tells which templates there are when this is not one of them,
+    // letter for letter.
+    void Require(const std::u16string& name) const;
+    TemplateContents Read(const std::u16string& name) const;  // requires it, too
+
+    // A store of its own, with that template current and bound; it is made, in memory, where the
+    // file has none.
+    std::unique_ptr<QuillonLib::ComparisonTemplates> Open(const std::u16string& name) const;
+
+  private:
+    explicit TemplateFile(std::string path);
+
+    std::string path_;
+    std::vector<std::u16string> names_;
+    std::u16string inUse_;
+};
+
+}  // namespace quillon
