@@ -6,20 +6,33 @@
 
 namespace quillon {
 
+namespace {
+
+int Compare(const ComparisonOptions& options, Console& console) {
+    const auto comparison = Prepare(options.Request(console), console);
+    const LinkedServerCleanup cleanup(*comparison, console);
+    const auto results = Run(*comparison, console);
+    return options.Accepted(PrintResults(console, *comparison, *results));
+}
+
+}  // namespace
+
 void AddCompareCommand(CLI::App& app, Program& program) {
     auto* command = app.add_subcommand("compare", "Compare the rows of two databases");
     command->footer(
-        "Example:\n"
+        std::string("Values are equal if the server takes them for equal: by the collation of the "
+                    "column, which may\ncount upper and lower case, accents or trailing blanks as "
+                    "the same.\n") +
+        ExitCodesOfComparisons +
+        "\nExample:\n"
         "  QUILLON_PASSWORD=... quillon compare db1/sales db2,1433/sales --user reader");
     auto options = std::make_shared<ComparisonOptions>();
-    options->AddTo(*command);
+    options->AddDatabasesTo(*command);
+    options->AddChoicesTo(*command);
     options->AddTemplateTo(*command);
-    command->callback([options, &program] {
-        const auto comparison = options->Make(program.console);
-        const auto results = Run(*comparison, program.console);
-        const int exitCode = PrintResults(program.console, *results);
-        program.exitCode = exitCode == 0 && comparison->tablesLeftOut ? 1 : exitCode;
-    });
+    options->AddAcceptTo(*command);
+    command->callback(
+        [options, &program] { program.exitCode = Compare(*options, program.console); });
 }
 
 }  // namespace quillon

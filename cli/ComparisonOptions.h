@@ -1,4 +1,4 @@
-// What a command compares, and how: shared by every command that begins with a comparison.
+// The options that every command takes which begins with a comparison.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -6,31 +6,30 @@
 #include <string>
 #include <vector>
 
-#include "QuillonLib.h"
+#include "cli/Comparison.h"
 #include "cli/Console.h"
 #include "cli/DatabaseOptions.h"
 
 namespace quillon {
 
-// A comparison that is ready to run.
-struct Comparison {
-    DatabaseOptions::Databases databases;
-    QuillonLib::TextArray tables;
-    bool tablesLeftOut = false;  // for only one of the databases has them
-    QuillonLib::IndexChoices indexes;
-    QuillonLib::ColumnChoices columns;
-};
-
 class ComparisonOptions {
   public:
-    void AddTo(CLI::App& command);
-    // Adds --template and --templates: databases and picks from a template.
+    // The databases and what is done with linked servers; every command has these.
+    void AddDatabasesTo(CLI::App& command);
+    // --table, --index and --columns.
+    void AddChoicesTo(CLI::App& command);
+    // --template and --templates: databases and picks from a template.
     void AddTemplateTo(CLI::App& command);
+    // --accept-uncompared.
+    void AddAcceptTo(CLI::App& command);
 
-    // Reads the catalogs where no tables were named: all tables and indexed views of both. Says
-    // which ones only one of them has. Throws the library's Error, CLI::ValidationError for options
-    // that make no sense, or std::runtime_error when there is nothing to compare.
-    std::unique_ptr<Comparison> Make(Console& console) const;
+    bool ChoosesColumns() const { return !columns_.empty(); }
+    // What the options ask for. Throws the library's Error or CLI::ValidationError for options
+    // that make no sense, std::runtime_error for a template that cannot be read.
+    ComparisonRequest Request(Console& console) const;
+
+    // The code to exit with where the results ask for `exitCode`.
+    int Accepted(int exitCode) const;
 
   private:
     DatabaseOptions databases_;
@@ -39,23 +38,15 @@ class ComparisonOptions {
     std::vector<std::string> columns_;
     std::string template_;
     std::string templates_;
+    bool dropLinkedServers_ = false;
+    bool acceptUncompared_ = false;
 };
 
-// Runs it with a progress line. Tables that fail are in the results with their error.
-std::shared_ptr<QuillonLib::TableDifferences> Run(const Comparison& comparison, Console& console);
-
-// The tables and indexed views of two databases, by their entries.
-struct TableLists {
-    QuillonLib::TextArray common;  // in the order of the first database
-    QuillonLib::TextArray onlyIn1;
-    QuillonLib::TextArray onlyIn2;
-};
-TableLists ListTables(const DatabaseOptions::Databases& databases);
-
-// A table as people write it, "name" or "owner.name" or with brackets, as a table entry.
-std::u16string ToTableEntry(const std::string& text);
-
-// A sink that shows Status as the console's progress line.
-std::shared_ptr<QuillonLib::EventSink> ProgressSink(Console& console);
+// What an exit code means, for the footer of a command's help.
+inline constexpr const char* ExitCodesOfComparisons =
+    "Exit codes: 0 all that was asked for was compared whole and is identical; 1 differences "
+    "(rows, "
+    "row\ncounts, tables or columns of one database alone); 2 failed; 3 no difference found, but "
+    "not everything\ncould be compared (what was left out, and why, is told for each table).";
 
 }  // namespace quillon

@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <stdexcept>
 
+#include "compare/LinkedServers.h"
+
 namespace quillon {
 
 using QuillonLib::FromUtf8;
@@ -23,27 +25,118 @@ std::u16string LoginOptions::Password(Console& console) const {
     }
 }
 
+namespace {
+
+using QuillonLib::ToUtf8;
+
+// The connection string has no other way to hold such a value than in braces.
+bool NeedsBraces(std::string_view value) {
+    return value.find(';') != std::string_view::npos || value.starts_with('{');
+}
+
+bool IsPort(std::string_view text) {
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+// Names that go into the connection string and into queries as they stand.
+void RequirePlainName(const std::string& name, const char* what, const char* breaks) {
+    const std::size_t at = name.find_first_of(breaks);
+    const bool brace = name.starts_with('{');
+    if (at == std::string::npos && !brace) return;
+    throw CLI::ValidationError(std::string("the ") + what + " name '" + name + "' holds '" +
+                               (brace ? '{' : name[at]) +
+                               "', which cannot be carried to the server");
+}
+
+// "host,port" for the other forms in which people write a server.
+std::string ServerForm(std::string server) {
+    if (server.starts_with("tcp:")) server.erase(0, 4);
+    for (const char* other : {"np:", "lpc:", "admin:"}) {
+        if (server.starts_with(other)) {
+            throw CLI::ValidationError("'" + server +
+                                       "': only TCP connections are made; write HOST, HOST,PORT or "
+                                       "HOST\\INSTANCE");
+        }
+    }
+    if (server.starts_with('[')) {  // an IPv6 address
+        const std::size_t end = server.find(']');
+        const std::string rest = end == std::string::npos ? "" : server.substr(end + 1);
+        const bool port =
+            rest.size() > 1 && (rest[0] == ':' || rest[0] == ',') && IsPort(rest.substr(1));
+        if (end == std::string::npos || (!rest.empty() && !port)) {
+            throw CLI::ValidationError("'" + server + "' is not [ADDRESS] or [ADDRESS],PORT");
+        }
+        return server.substr(1, end - 1) + (port ? "," + rest.substr(1) : "");
+    }
+    const std::size_t colon = server.find(':');
+    const bool oneColon =
+        colon != std::string::npos && server.find(':', colon + 1) == std::string::npos;
+    if (oneColon && colon > 0 && IsPort(server.substr(colon + 1))) server[colon] = ',';
+    return server;
+}
+
+}  // namespace
+
+std::string ConnectionValue(const std::string& value, const char* what) {
+    if (!NeedsBraces(value)) return value;
+    if (value.find("};") != std::string::npos || value.ends_with('}')) {
+        throw CLI::ValidationError(std::string("the ") + what +
+                                   " holds '}' beside ';' or '{' in a way that no connection "
+                                   "string can carry");
+    }
+    return "{" + value + "}";
+}
+
+std::string ParseServer(const std::string& text) {
+    RequirePlainName(text, "server", ";'");
+    return ServerForm(text);
+}
+
 DatabaseLocation DatabaseLocation::Parse(const std::string& text) {
     const std::size_t slash = text.rfind('/');
     if (slash == std::string::npos || slash == 0 || slash + 1 == text.size()) {
         throw CLI::ValidationError("'" + text +
                                    "' is not SERVER/DATABASE, as in db.example.org/sales");
     }
-    return {FromUtf8(text.substr(0, slash)), FromUtf8(text.substr(slash + 1))};
+    const std::string database = text.substr(slash + 1);
+    RequirePlainName(database, "database", ";]");
+    return {FromUtf8(ParseServer(text.substr(0, slash))), FromUtf8(database)};
 }
 
 std::shared_ptr<QuillonLib::Database> MakeDatabase(const DatabaseLocation& location,
                                                    const LoginOptions& login, Console& console) {
     auto database = std::make_shared<QuillonLib::Database>();
-    database->Server(location.server);
-    database->DatabaseName(location.database);
-    database->Description(location.server + u"/" + location.database);
+    location.PutInto(*database);
     database->NTSecurity(login.integrated);
-    database->Username(FromUtf8(login.user));
-    database->Password(login.Password(console));
+    database->Username(FromUtf8(ConnectionValue(login.user, "user name")));
+    database->Password(FromUtf8(ConnectionValue(ToUtf8(login.Password(console)), "password")));
     database->CheckDependencies(true);
     return database;
 }
+
+void DatabaseLocation::PutInto(QuillonLib::Database& target) const {
+    target.Server(server);
+    target.DatabaseName(database);
+    target.Description(server + u"/" + database);
+}
+
+namespace {
+
+// Linked servers take login and password as they stand, in quotes.
+void RequireLinkable(const QuillonLib::Database& database, const QuillonLib::Database& obDB3) {
+    if (QuillonLib::IsOnServerOf(database, obDB3) || database.NTSecurity()) return;
+    for (const auto& [value, what] : {std::pair(database.Username(), "user name"),
+                                      std::pair(database.Password(), "password")}) {
+        const std::string text = ToUtf8(value);
+        if (text.find('\'') == std::string::npos && !NeedsBraces(text)) continue;
+        throw CLI::ValidationError(
+            std::string("the ") + what + " for " + ToUtf8(database.Description()) +
+            " holds a quote, a ';' or a '{' in front: a linked server, which databases on several "
+            "servers need, cannot be given it");
+    }
+}
+
+}  // namespace
 
 void DatabaseOptions::AddTo(CLI::App& command) {
     login2_.passwordVariable = "QUILLON_PASSWORD2";
@@ -74,20 +167,16 @@ DatabaseOptions::Databases DatabaseOptions::Make(Console& console) const {
     if (ownLogin2 || ownPassword2) {
         databases.obDB2 = MakeDatabase(DatabaseLocation::Parse(location2_), login2, console);
     } else {
-        const DatabaseLocation location = DatabaseLocation::Parse(location2_);
         databases.obDB2 = std::make_shared<QuillonLib::Database>(*databases.obDB1);
-        databases.obDB2->Server(location.server);
-        databases.obDB2->DatabaseName(location.database);
-        databases.obDB2->Description(location.server + u"/" + location.database);
+        DatabaseLocation::Parse(location2_).PutInto(*databases.obDB2);
     }
     databases.obDB3 = databases.obDB1;
     if (!location3_.empty()) {
-        const DatabaseLocation location = DatabaseLocation::Parse(location3_);
         databases.obDB3 = std::make_shared<QuillonLib::Database>(*databases.obDB1);
-        databases.obDB3->Server(location.server);
-        databases.obDB3->DatabaseName(location.database);
-        databases.obDB3->Description(location.server + u"/" + location.database);
+        DatabaseLocation::Parse(location3_).PutInto(*databases.obDB3);
     }
+    RequireLinkable(*databases.obDB1, *databases.obDB3);
+    RequireLinkable(*databases.obDB2, *databases.obDB3);
     return databases;
 }
 

@@ -22,13 +22,24 @@ struct LoginOptions {
     std::u16string Password(Console& console) const;
 };
 
-// SERVER/DATABASE, the server as the library takes it: "host", "host,port", "host\instance".
+// A login's name or password as the connection string takes it: in braces where it holds what
+// would end it, so that it can never add a keyword. Throws CLI::ValidationError for the few values
+// that cannot be carried; the text names `what`, not the value.
+std::string ConnectionValue(const std::string& value, const char* what);
+
+// A server as the library takes it: "host", "host,port", "host\instance". "host:port", "tcp:host"
+// and "[IPv6 address]" are brought to that form. Throws CLI::ValidationError.
+std::string ParseServer(const std::string& text);
+
+// SERVER/DATABASE.
 struct DatabaseLocation {
     std::u16string server;
     std::u16string database;
 
     // Throws CLI::ValidationError that names what is wrong.
     static DatabaseLocation Parse(const std::string& text);
+    // Makes the database lie here, described as SERVER/DATABASE.
+    void PutInto(QuillonLib::Database& target) const;
 };
 
 // Databases 1 and 2, and 3, on whose server the queries run across both (default: database 1's).

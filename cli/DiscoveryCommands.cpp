@@ -1,4 +1,5 @@
 #include <memory>
+#include <stdexcept>
 
 #include "cli/Commands.h"
 #include "cli/DatabaseOptions.h"
@@ -12,6 +13,20 @@ void PrintNames(const std::optional<QuillonLib::TextArray>& names, const char* n
     if (!names) return console.Note(none);
     for (const auto& name : names->Items)
         console.Print(QuillonLib::ToUtf8(name));
+}
+
+std::optional<QuillonLib::TextArray> DatabasesOf(const std::string& server,
+                                                 const LoginOptions& login, Console& console) {
+    using QuillonLib::FromUtf8;
+    const std::string user = login.integrated ? "" : ConnectionValue(login.user, "user name");
+    const std::string password =
+        ConnectionValue(QuillonLib::ToUtf8(login.Password(console)), "password");
+    try {
+        return QuillonLib::Utils().AvailableDatabases(FromUtf8(ParseServer(server)), FromUtf8(user),
+                                                      FromUtf8(password));
+    } catch (const QuillonLib::Error& error) {
+        throw std::runtime_error("cannot list the databases of " + server + ":\n" + error.what());
+    }
 }
 
 }  // namespace
@@ -32,12 +47,8 @@ void AddDiscoveryCommands(CLI::App& app, Program& program) {
     login->AddTo(*databases, "", "(default: integrated)");
     databases->callback([server, login, &program] {
         login->integrated = login->integrated || login->user.empty();
-        const std::u16string user =
-            login->integrated ? std::u16string() : QuillonLib::FromUtf8(login->user);
-        QuillonLib::Utils utils;
-        PrintNames(utils.AvailableDatabases(QuillonLib::FromUtf8(*server), user,
-                                            login->Password(program.console)),
-                   "The server has no database.", program.console);
+        PrintNames(DatabasesOf(*server, *login, program.console), "The server has no database.",
+                   program.console);
     });
 }
 

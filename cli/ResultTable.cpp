@@ -1,17 +1,38 @@
 #include "cli/ResultTable.h"
 
+#include <algorithm>
+#include <utility>
+#include <vector>
+
 namespace quillon {
 
 using QuillonLib::TableDifference;
+using QuillonLib::TableDifferences;
 using QuillonLib::ToUtf8;
 
 namespace {
 
-// Every row of the union is identical in both (once), differs (once for each side), or is on one
-// side only.
-std::int64_t IdenticalRows(const TableDifference& result) {
-    return std::int64_t{result.RecordsIn1()} + result.RecordsIn2() - result.RecordsInUnion();
-}
+struct JudgedTable {
+    const TableDifference* result;
+    Verdict verdict;
+};
+
+struct Totals {
+    std::size_t tables = 0;
+    std::size_t ofKind[4] = {};
+    std::size_t onlyCounted = 0;
+    std::size_t columnsNotCompared = 0;
+    std::size_t oneSided = 0;
+
+    std::size_t Of(Verdict::Kind kind) const { return ofKind[static_cast<int>(kind)]; }
+    void Add(const Verdict& verdict) {
+        ++tables;
+        ++ofKind[static_cast<int>(verdict.kind)];
+        if (verdict.kind == Verdict::Kind::Failed) return;
+        if (!verdict.hasKey) ++onlyCounted;
+        columnsNotCompared += verdict.columnsNotCompared;
+    }
+};
 
 Colour ColourOf(Verdict::Kind kind) {
     switch (kind) {
@@ -19,7 +40,7 @@ Colour ColourOf(Verdict::Kind kind) {
             return Colour::Green;
         case Verdict::Kind::Different:
             return Colour::Yellow;
-        case Verdict::Kind::OnlyCounted:
+        case Verdict::Kind::NotWhole:
             return Colour::Dim;
         case Verdict::Kind::Failed:
             break;
@@ -35,71 +56,112 @@ std::string Plural(std::size_t count, const std::string& what) {
     return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
-}  // namespace
-
-Verdict Judge(const TableDifference& result) {
-    if (!result.Error().empty()) return {Verdict::Kind::Failed, 0, 0, "not compared"};
-    if (!result.HasPrimaryKey()) {
-        return {Verdict::Kind::OnlyCounted, 0, 0, "no common key: rows only counted"};
-    }
-    const std::int64_t matched = IdenticalRows(result) + result.RecordsDiffering();
-    Verdict verdict{Verdict::Kind::Identical, result.RecordsIn1() - matched,
-                    result.RecordsIn2() - matched, "identical"};
-    if (!result.Identical()) {
-        verdict.kind = Verdict::Kind::Different;
-        verdict.text = "different";
-    }
-    if (result.HasDodgyColumns()) verdict.text += " (some columns cannot be compared)";
-    return verdict;
-}
-
-int PrintResults(Console& console, const QuillonLib::TableDifferences& results) {
+void PrintTable(Console& console, const std::vector<JudgedTable>& tables) {
     using Align = TextTable::Align;
     TextTable table({Align::Left, Align::Right, Align::Right, Align::Right, Align::Right,
                      Align::Right, Align::Right, Align::Left});
     table.AddRow({{"Table"},
                   {"Rows in 1"},
                   {"Rows in 2"},
-                  {"Union"},
+                  {"Identical"},
                   {"Differing"},
                   {"Only in 1"},
                   {"Only in 2"},
                   {"Verdict"}});
-    std::size_t counts[4] = {};
-    for (const auto& result : results) {
-        const Verdict verdict = Judge(*result);
-        ++counts[static_cast<int>(verdict.kind)];
+    for (const auto& [result, verdict] : tables) {
         const bool counted = verdict.kind != Verdict::Kind::Failed;
-        const bool compared = counted && verdict.kind != Verdict::Kind::OnlyCounted;
-        const std::string name = ToUtf8(result->Name()) + (result->IsView() ? " (view)" : "");
-        table.AddRow({{name},
+        const bool matched = verdict.rowsMatched;
+        table.AddRow({{ToUtf8(result->Name()) + (result->IsView() ? " (view)" : "")},
                       Number(result->RecordsIn1(), counted),
                       Number(result->RecordsIn2(), counted),
-                      Number(result->RecordsInUnion(), compared),
-                      Number(result->RecordsDiffering(), compared),
-                      Number(verdict.onlyIn1, compared),
-                      Number(verdict.onlyIn2, compared),
+                      Number(verdict.identical, matched),
+                      Number(result->RecordsDiffering(), verdict.hasKey),
+                      Number(verdict.onlyIn1, matched),
+                      Number(verdict.onlyIn2, matched),
                       {verdict.text, ColourOf(verdict.kind)}});
     }
     table.PrintTo(console);
-
     console.Print();
-    for (const auto& result : results) {
-        if (result->Error().empty()) continue;
-        std::string error = ToUtf8(result->Error());
-        std::erase(error, '\r');
-        console.Print(console.Coloured(Colour::Red, error));
-        console.Print();
+}
+
+// Several lines, none of which holds anything but characters.
+void PrintText(Console& console, std::string text, Colour colour = Colour::None) {
+    std::erase(text, '\r');
+    std::size_t begin = 0;
+    while (begin <= text.size()) {
+        const std::size_t end = std::min(text.find('\n', begin), text.size());
+        console.Print(console.Coloured(colour, text.substr(begin, end - begin)));
+        begin = end + 1;
     }
-    const auto [identical, different, onlyCounted, failed] = counts;
-    std::string last = Plural(identical + different + onlyCounted + failed, "table") + ": " +
-                       std::to_string(identical) + " identical, " + std::to_string(different) +
-                       " different";
-    if (onlyCounted > 0) last += ", " + std::to_string(onlyCounted) + " only counted";
-    if (failed > 0) last += ", " + std::to_string(failed) + " not compared";
-    console.Print(console.Coloured(Colour::Bold, last));
-    if (failed > 0) return 2;
-    return different > 0 ? 1 : 0;
+}
+
+void PrintDetails(Console& console, const JudgedTable& table) {
+    const Verdict& verdict = table.verdict;
+    if (verdict.drift.empty() && verdict.notCompared.empty()) return;
+    PrintText(console, ToUtf8(table.result->Name()));
+    for (const std::string& line : verdict.drift)
+        PrintText(console, "  " + line);
+    for (const std::string& line : verdict.notCompared)
+        PrintText(console, "  not compared: " + line);
+    console.Print();
+}
+
+void PrintError(Console& console, const TableDifference& result) {
+    if (result.Error().empty()) return;
+    PrintText(console, ToUtf8(result.Error()), Colour::Red);
+    console.Print();
+}
+
+std::string LastLine(const Totals& totals) {
+    std::string line = Plural(totals.tables, "table") + ": " +
+                       std::to_string(totals.Of(Verdict::Kind::Identical)) + " identical, " +
+                       std::to_string(totals.Of(Verdict::Kind::Different)) + " different";
+    const auto add = [&](std::size_t count, const char* what) {
+        if (count > 0) line += ", " + std::to_string(count) + what;
+    };
+    add(totals.Of(Verdict::Kind::NotWhole), " not compared whole");
+    add(totals.Of(Verdict::Kind::Failed), " not compared");
+    add(totals.oneSided, " in one database only");
+    std::string left;
+    if (totals.onlyCounted > 0) left += "the rows of " + Plural(totals.onlyCounted, "table");
+    if (totals.columnsNotCompared > 0) {
+        left += (left.empty() ? "" : ", ") + Plural(totals.columnsNotCompared, "column");
+    }
+    return left.empty() ? line : line + "; left out: " + left;
+}
+
+int ExitCodeOf(const Totals& totals) {
+    if (totals.Of(Verdict::Kind::Failed) > 0) return ExitCode::Failed;
+    if (totals.Of(Verdict::Kind::Different) + totals.oneSided > 0) return ExitCode::Different;
+    return totals.Of(Verdict::Kind::NotWhole) > 0 ? ExitCode::NotWhole : ExitCode::Identical;
+}
+
+}  // namespace
+
+int PrintResults(Console& console, const Comparison& comparison, const TableDifferences& results) {
+    std::vector<JudgedTable> tables;
+    Totals totals;
+    totals.oneSided = comparison.onlyIn1.size() + comparison.onlyIn2.size();
+    for (const std::u16string& entry : comparison.tables) {
+        const auto result = results.Item(entry);
+        tables.push_back({result.get(), Judge(comparison, *result)});
+        totals.Add(tables.back().verdict);
+    }
+    PrintTable(console, tables);
+    for (const JudgedTable& table : tables)
+        PrintDetails(console, table);
+    for (const JudgedTable& table : tables)
+        PrintError(console, *table.result);
+    console.Print(console.Coloured(Colour::Bold, LastLine(totals)));
+    if (totals.Of(Verdict::Kind::Failed) > 0 && comparison.NeedsLinkedServers()) {
+        console.Note(
+            "quillon: these databases are on different servers, so the linked servers KARNOBE_1 "
+            "and KARNOBE_2 are defined on " +
+            ToUtf8(comparison.databases.obDB3->Server()) +
+            " for the queries across both. That needs the rights ALTER ANY LINKED SERVER and ALTER "
+            "ANY LOGIN there, and a server that reaches the other by its name.");
+    }
+    return ExitCodeOf(totals);
 }
 
 }  // namespace quillon

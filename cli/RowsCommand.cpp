@@ -3,6 +3,7 @@
 
 #include "cli/Commands.h"
 #include "cli/ComparisonOptions.h"
+#include "cli/ResultTable.h"
 
 namespace quillon {
 
@@ -11,7 +12,7 @@ namespace {
 using namespace QuillonLib;
 
 struct RowsOptions {
-    DatabaseOptions databases;
+    ComparisonOptions comparison;
     std::string table;
     std::string index;
     bool identical = false;
@@ -52,10 +53,38 @@ std::string Shown(const Value& value) {
     return text;
 }
 
-void PrintRows(Console& console, const std::string& title, Recordset* rows) {
+// How many rows of a kind there are: all of them were fetched where there is no limit.
+struct RowCounts {
+    std::int64_t identical = -1;  // -1: not known
+    std::int64_t different = -1;
+    std::int64_t onlyIn1 = -1;
+    std::int64_t onlyIn2 = -1;
+};
+
+RowCounts CountsOf(const Verdict& verdict, const TableDifference& result) {
+    if (!verdict.rowsMatched) return {};
+    return {verdict.identical, result.RecordsDiffering(), verdict.onlyIn1, verdict.onlyIn2};
+}
+
+// "Different: 2 of 250"; "Different: 2 or more" where a limit was reached and nobody counted.
+void PrintTitle(Console& console, const std::string& title, const Recordset& rows,
+                std::int64_t total, int limit) {
+    const auto shown = static_cast<std::int64_t>(rows.RecordCount());
+    std::string line = title + ": " + std::to_string(shown);
+    if (limit > 0 && shown == limit) {
+        if (total < 0) {
+            line += " or more";
+        } else if (total > shown) {
+            line += " of " + std::to_string(total);
+        }
+    }
+    console.Print(console.Coloured(Colour::Bold, line));
+}
+
+void PrintRows(Console& console, const std::string& title, Recordset* rows, std::int64_t total,
+               int limit) {
     if (rows == nullptr) return;
-    console.Print(
-        console.Coloured(Colour::Bold, title + ": " + std::to_string(rows->RecordCount())));
+    PrintTitle(console, title, *rows, total, limit);
     if (rows->RecordCount() == 0) return;
     std::vector<TextTable::Cell> heading;
     for (std::size_t i = 0; i < rows->FieldCount(); ++i)
@@ -75,10 +104,10 @@ void PrintRows(Console& console, const std::string& title, Recordset* rows) {
 }
 
 // Two lines for each row, one for each database; a cell that differs is marked with "*" and colour.
-void PrintDifferent(Console& console, const TableDifference& result, Recordset* rows) {
+void PrintDifferent(Console& console, const TableDifference& result, Recordset* rows,
+                    std::int64_t total, int limit) {
     if (rows == nullptr) return;
-    console.Print(
-        console.Coloured(Colour::Bold, "Different: " + std::to_string(rows->RecordCount())));
+    PrintTitle(console, "Different", *rows, total, limit);
     if (rows->RecordCount() == 0) return;
     std::vector<TextTable::Cell> heading{{""}};
     for (const auto& column : *result.Columns())
@@ -102,18 +131,30 @@ void PrintDifferent(Console& console, const TableDifference& result, Recordset* 
     console.Print();
 }
 
+// What the rows that are shown do not tell.
+void NoteVerdict(Console& console, const Verdict& verdict) {
+    for (const std::string& line : verdict.drift)
+        console.Note("quillon: " + line);
+    for (const std::string& line : verdict.notCompared)
+        console.Note("quillon: not compared: " + line);
+}
+
 int ShowRows(const RowsOptions& options, Console& console) {
-    Comparison comparison;
-    comparison.databases = options.databases.Make(console);
+    ComparisonRequest request = options.comparison.Request(console);
     const std::u16string entry = ToTableEntry(options.table);
-    comparison.tables.Items.push_back(entry);
-    if (!options.index.empty()) comparison.indexes.Add(FromUtf8(options.index), entry);
-    const auto result = Run(comparison, console)->Item(1);
+    request.tables = {entry};
+    if (!options.index.empty()) request.indexes = {{entry, FromUtf8(options.index)}};
+    const auto comparison = Prepare(request, console);
+    if (comparison->tables.empty()) return ExitCode::Different;  // only one database has it
+    const LinkedServerCleanup cleanup(*comparison, console);
+    const auto result = Run(*comparison, console)->Item(1);
     if (!result->Error().empty()) throw std::runtime_error(ToUtf8(result->Error()));
     if (!result->HasPrimaryKey()) {
         throw std::runtime_error(
             options.table + " has no key that both databases share: its rows cannot be matched");
     }
+    const Verdict verdict = Judge(*comparison, *result);
+    const RowCounts counts = CountsOf(verdict, *result);
 
     const bool all = !options.identical && !options.different && !options.here && !options.there;
     int flags = options.limit > 0 ? cpoLimitRecordsReturned : 0;
@@ -124,14 +165,18 @@ int ShowRows(const RowsOptions& options, Console& console) {
     Utils utils;
     std::shared_ptr<Recordset> equal, different, right, left;
     std::u16string toTwo, toOne;
-    const auto& [obDB1, obDB2, obDB3] = comparison.databases;
+    const auto& [obDB1, obDB2, obDB3] = comparison->databases;
     utils.GetRecordsets(obDB1, obDB2, obDB3, result, equal, different, right, left, toTwo, toOne,
                         static_cast<enShowOptions>(flags), options.limit);
-    PrintRows(console, "Identical", equal.get());
-    PrintDifferent(console, *result, different.get());
-    PrintRows(console, "Only in " + ToUtf8(obDB1->Description()), right.get());
-    PrintRows(console, "Only in " + ToUtf8(obDB2->Description()), left.get());
-    return result->Identical() ? 0 : 1;
+    const int limit = options.limit;
+    PrintRows(console, "Identical", equal.get(), counts.identical, limit);
+    PrintDifferent(console, *result, different.get(), counts.different, limit);
+    PrintRows(console, "Only in " + ToUtf8(obDB1->Description()), right.get(), counts.onlyIn1,
+              limit);
+    PrintRows(console, "Only in " + ToUtf8(obDB2->Description()), left.get(), counts.onlyIn2,
+              limit);
+    NoteVerdict(console, verdict);
+    return options.comparison.Accepted(ExitCodeOf(verdict));
 }
 
 }  // namespace
@@ -139,10 +184,12 @@ int ShowRows(const RowsOptions& options, Console& console) {
 void AddRowsCommand(CLI::App& app, Program& program) {
     auto* command = app.add_subcommand("rows", "Show the rows behind one table's result");
     command->footer(
-        "Example:\n  quillon rows dbo.customer db1/sales db2/sales --user reader --limit 20");
+        std::string(ExitCodesOfComparisons) +
+        "\nExample:\n  quillon rows dbo.customer db1/sales db2/sales --user reader --limit 20");
     auto options = std::make_shared<RowsOptions>();
     command->add_option("table", options->table, "Table, as name or owner.name")->required();
-    options->databases.AddTo(*command);
+    options->comparison.AddDatabasesTo(*command);
+    options->comparison.AddAcceptTo(*command);
     command->add_option("--index", options->index, "Unique index whose columns are the key");
     command->add_flag("--identical", options->identical, "Show identical rows");
     command->add_flag("--different", options->different, "Show differing rows");

@@ -54,67 +54,41 @@ std::string WithSide(const std::string& file, const char* side) {
 }
 
 int WriteScripts(const ScriptFileOptions& options, Console& console) {
-    const auto comparison = options.comparison.Make(console);
-    const auto results = Run(*comparison, console);
-    const Scripts scripts = MakeScripts(*comparison, results, options.script, console);
-    if (options.to == "both") {
-        if (options.file == "-") throw CLI::ValidationError("--to both needs a file (-o)");
-        Write(WithSide(options.file, "1"), scripts.left, options.encoding, console);
-        Write(WithSide(options.file, "2"), scripts.right, options.encoding, console);
+    options.script.RequireWholeRows(options.comparison);
+    const bool both = options.to == "both";
+    if (both && options.file == "-") throw CLI::ValidationError("--to both needs a file (-o)");
+    const auto comparison = Prepare(options.comparison.Request(console), console);
+    const LinkedServerCleanup cleanup(*comparison, console);
+    const ScriptPlan plan =
+        PlanScripts(*comparison, Run(*comparison, console), options.script.Plan());
+    const ScriptMaker maker(*comparison, plan, options.script, console);
+    const auto write = [&](const std::string& file, Target target) {
+        Write(file, maker.ScriptFor(target), options.encoding, console);
+    };
+    if (both) {
+        write(WithSide(options.file, "1"), Target::Database1);
+        write(WithSide(options.file, "2"), Target::Database2);
     } else {
-        Write(options.file, options.to == "1" ? scripts.left : scripts.right, options.encoding,
-              console);
+        write(options.file, options.to == "1" ? Target::Database1 : Target::Database2);
     }
-    return NoteFailures(*results, console);
+    NoteLeftOut(plan, console);
+    return options.comparison.Accepted(plan.GravestCode());
 }
 
 }  // namespace
 
-int NoteFailures(const QuillonLib::TableDifferences& results, Console& console) {
-    int exitCode = 0;
-    for (const auto& result : results) {
-        if (result->Error().empty()) continue;
-        std::string text = QuillonLib::ToUtf8(result->Error());
-        std::erase(text, '\r');
-        console.Note("quillon: left out: " + text);
-        exitCode = 2;
-    }
-    return exitCode;
-}
-
-void ScriptOptions::AddTo(CLI::App& command) {
-    command.add_flag("--no-comments", noComments, "Leave the comment lines out");
-    command.add_flag("--ignore-replication-columns", ignoreReplication,
-                     "Leave columns named msrepl_tran_version out");
-}
-
-QuillonLib::enShowOptions ScriptOptions::Flags() const {
-    using namespace QuillonLib;
-    enShowOptions flags = cpoShowDifferent | cpoShowMissing | cpoShowAdditional;
-    if (noComments) flags = flags | cpoNoScriptComments;
-    if (ignoreReplication) flags = flags | cpoIgnoreReplCols;
-    return flags;
-}
-
-Scripts MakeScripts(const Comparison& comparison,
-                    const std::shared_ptr<QuillonLib::TableDifferences>& results,
-                    const ScriptOptions& options, Console& console) {
-    QuillonLib::Utils utils;
-    utils.EventSink(ProgressSink(console));
-    Scripts scripts;
-    const auto& [obDB1, obDB2, obDB3] = comparison.databases;
-    utils.GetUpdateScripts(obDB1, obDB2, obDB3, results, scripts.left, scripts.right,
-                           options.Flags(), 0);
-    console.ClearProgress();
-    return scripts;
-}
-
 void AddScriptCommand(CLI::App& app, Program& program) {
     auto* command = app.add_subcommand("script", "Write the script that makes databases agree");
     command->footer(
+        "Exit codes: 0 the script brings everything over; 1 a table that differs has no section, "
+        "or "
+        "not all of\nits columns (it is named, with the reason); 2 failed; 3 not everything could "
+        "be compared.\n"
         "Example:\n  quillon script db1/sales db2/sales --user reader --to 2 -o update.sql");
     auto options = std::make_shared<ScriptFileOptions>();
-    options->comparison.AddTo(*command);
+    options->comparison.AddDatabasesTo(*command);
+    options->comparison.AddChoicesTo(*command);
+    options->comparison.AddAcceptTo(*command);
     options->script.AddTo(*command);
     command->add_option("--to", options->to, "Database that the script is to be run on")
         ->check(CLI::IsMember({"1", "2", "both"}))

@@ -8,27 +8,43 @@
 #include "QuillonLib.h"
 #include "cli/ComparisonOptions.h"
 #include "cli/Console.h"
+#include "cli/ScriptPlan.h"
 
 namespace quillon {
 
 struct ScriptOptions {
     bool noComments = false;
     bool ignoreReplication = false;
+    bool suspendConstraints = false;
+    bool wholeRows = false;
 
     void AddTo(CLI::App& command);
     QuillonLib::enShowOptions Flags() const;
+    PlanOptions Plan() const { return {suspendConstraints, ignoreReplication}; }
+    // A script writes whole rows. Throws CLI::ValidationError where only some columns are compared
+    // and nobody has said that this is meant.
+    void RequireWholeRows(const ComparisonOptions& comparison) const;
 };
 
-// `right` is to be run on database 2, `left` on database 1.
-struct Scripts {
-    std::u16string left;
-    std::u16string right;
-};
-Scripts MakeScripts(const Comparison& comparison,
-                    const std::shared_ptr<QuillonLib::TableDifferences>& results,
-                    const ScriptOptions& options, Console& console);
+// The script to be run on database 1 or 2.
+enum class Target { Database1, Database2 };
 
-// Names the tables that could not be compared, and so are in no script. 2 if there is one, else 0.
-int NoteFailures(const QuillonLib::TableDifferences& results, Console& console);
+// With constraints suspended, foreign keys are read from the target. Throws the library's Error.
+class ScriptMaker {
+  public:
+    ScriptMaker(const Comparison& comparison, const ScriptPlan& plan, const ScriptOptions& options,
+                Console& console);
+    std::u16string ScriptFor(Target target) const;
+
+  private:
+    std::u16string Suspending(Target target) const;
+
+    const Comparison& comparison_;
+    const ScriptPlan& plan_;
+    const ScriptOptions& options_;
+    std::u16string left_;                                            // to be run on database 1
+    std::u16string right_;                                           // on database 2
+    std::vector<std::pair<std::u16string, std::u16string>> cyclic_;  // the same for each table
+};
 
 }  // namespace quillon

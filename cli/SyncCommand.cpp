@@ -1,9 +1,12 @@
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 
+#include "catalog/Login.h"
 #include "cli/Commands.h"
 #include "cli/ComparisonOptions.h"
+#include "cli/ForeignKeys.h"
 #include "cli/ResultTable.h"
 #include "cli/ScriptOptions.h"
 #include "cli/ScriptRunner.h"
@@ -21,65 +24,7 @@ struct SyncOptions {
     ScriptOptions script;
     std::string to;
     bool yes = false;
-    bool suspend = false;
 };
-
-std::shared_ptr<Connection> Open(const Database& database) {
-    std::u16string text = u"driver={SQL Server};server=" + database.Server() + u";database=" +
-                          database.DatabaseName();
-    if (!database.NTSecurity()) {
-        text += u";uid=" + database.Username() + u";pwd=" + database.Password();
-    }
-    auto connection = std::make_shared<Connection>();
-    connection->Open(text);
-    return connection;
-}
-
-struct ForeignKey {
-    std::u16string table;  // bracketed, as it stands in ALTER TABLE
-    std::u16string name;
-};
-
-// The enabled foreign keys of the tables that the script writes to, and those that refer to them.
-std::vector<ForeignKey> EnabledForeignKeys(const std::shared_ptr<Connection>& connection,
-                                           const TableDifferences& results) {
-    Recordset rows;
-    rows.Open(
-        u"SELECT '[' + REPLACE(u.name, ']', ']]') + '].[' + REPLACE(o.name, ']', ']]') + ']', "
-        u"'[' + REPLACE(k.name, ']', ']]') + ']', "
-        u"'[' + u.name + '].[' + o.name + ']', '[' + u1.name + '].[' + o1.name + ']' "
-        u"FROM sysreferences r INNER JOIN sysobjects k ON k.id = r.constid "
-        u"INNER JOIN sysobjects o ON o.id = r.fkeyid INNER JOIN sysusers u ON u.uid = o.uid "
-        u"INNER JOIN sysobjects o1 ON o1.id = r.rkeyid INNER JOIN sysusers u1 ON u1.uid = o1.uid "
-        u"WHERE OBJECTPROPERTY(k.id, 'CnstIsDisabled') = 0 ORDER BY k.id",
-        connection);
-    std::vector<ForeignKey> keys;
-    for (; !rows.EndOfSet(); rows.MoveNext()) {
-        const auto text = [&](std::size_t field) {
-            return rows.Fields(field).Value().Get<std::u16string>();
-        };
-        if (results.ItemExists(text(2)) || results.ItemExists(text(3))) {
-            keys.push_back({text(0), text(1)});
-        }
-    }
-    return keys;
-}
-
-// The script with the foreign keys switched off inside its transaction, and on again, with every
-// row checked, before its end.
-std::vector<std::u16string> Suspending(const std::vector<ForeignKey>& keys,
-                                       std::vector<std::u16string> batches) {
-    std::vector<std::u16string> all{u"BEGIN TRANSACTION"};
-    for (const ForeignKey& key : keys) {
-        all.push_back(u"ALTER TABLE " + key.table + u" NOCHECK CONSTRAINT " + key.name);
-    }
-    std::move(batches.begin(), batches.end(), std::back_inserter(all));
-    for (const ForeignKey& key : keys) {
-        all.push_back(u"ALTER TABLE " + key.table + u" WITH CHECK CHECK CONSTRAINT " + key.name);
-    }
-    all.emplace_back(u"COMMIT TRANSACTION");
-    return all;
-}
 
 // The name in quotes behind "constraint", as the server's messages have it.
 std::string ConstraintIn(const std::string& message) {
@@ -90,26 +35,89 @@ std::string ConstraintIn(const std::string& message) {
     return end == std::string::npos ? std::string() : message.substr(begin + 1, end - begin - 1);
 }
 
-std::string Explain(const BatchFailure& failure, bool suspended) {
-    std::string text = failure.what();
-    std::erase(text, '\r');
-    text = "batch " + std::to_string(failure.batch) + " of " + std::to_string(failure.batches) +
-           " failed, and everything was rolled back:\n" + text;
-    const std::string constraint = ConstraintIn(failure.what());
-    const bool foreignKey = text.find("FOREIGN KEY") != std::string::npos ||
-                            text.find("REFERENCE constraint") != std::string::npos;
-    if (!constraint.empty() && foreignKey && !suspended) {
-        text +=
-            "\nThe order in which a script deletes, inserts and updates cannot satisfy the foreign "
-            "key " +
-            constraint + " at every step; run it again with --suspend-constraints.";
-    } else if (!constraint.empty()) {
-        text += "\nThe constraint " + constraint +
-                " does not hold at every step, or not for the rows that are brought over; "
-                "--suspend-constraints suspends foreign keys only.";
+// The table that a batch is about: the one that the procedures write to which were made last.
+std::string TableOf(const std::vector<std::u16string>& batches, std::size_t batch,
+                    const std::vector<std::u16string>& tables) {
+    constexpr std::u16string_view Create = u"CREATE PROCEDURE prcTmp_QVX_";
+    for (std::size_t i = batch; i-- > 0;) {
+        if (!batches[i].starts_with(Create)) continue;
+        const std::u16string_view definition = batches[i];
+        const std::size_t body = definition.rfind(CrLf, definition.size() - CrLf.size() - 1);
+        if (body == std::u16string_view::npos) return {};
+        for (const std::u16string& table : tables) {
+            if (definition.substr(body).find(u" " + table + u" ") != std::u16string_view::npos) {
+                return ToUtf8(table);
+            }
+        }
     }
-    return text;
+    return {};
 }
+
+// What a failure of a script means, and what can be done.
+class FailureText {
+  public:
+    FailureText(const Comparison& comparison, const ScriptPlan& plan, const Database& target,
+                bool suspended)
+        : comparison_(comparison), plan_(plan), target_(target), suspended_(suspended) {}
+
+    std::string Of(const BatchFailure& failure, const std::vector<std::u16string>& batches) const {
+        std::string cause = failure.what();
+        std::erase(cause, '\r');
+        const std::string table = TableOf(batches, failure.batch, plan_.Tables());
+        return "batch " + std::to_string(failure.batch) + " of " + std::to_string(failure.batches) +
+               (table.empty() ? "" : ", about " + table + ",") + " failed in " +
+               ToUtf8(target_.Description()) + ", and everything was rolled back:\n" + cause +
+               Advice(cause);
+    }
+
+  private:
+    std::string Advice(const std::string& cause) const {
+        const std::string constraint = ConstraintIn(cause);
+        if (constraint.empty()) return {};
+        const bool foreignKey = cause.find("FOREIGN KEY") != std::string::npos ||
+                                cause.find("REFERENCE constraint") != std::string::npos;
+        if (!foreignKey || suspended_) {
+            return "\nThe constraint " + constraint +
+                   " does not hold at every step, or not for the rows that are brought over; "
+                   "--suspend-constraints suspends foreign keys only.";
+        }
+        if (const auto parent = MissingParent(constraint)) return *parent;
+        return "\nThe order in which a script deletes, inserts and updates cannot satisfy the "
+               "foreign key " +
+               constraint + " at every step; run it again with --suspend-constraints.";
+    }
+
+    // Where rows refer to a table that is not brought over, no order of statements helps.
+    std::optional<std::string> MissingParent(const std::string& constraint) const {
+        std::vector<ForeignKey> keys;
+        try {
+            keys = ReadForeignKeys(OpenConnection(target_));
+        } catch (const Error&) {
+            return std::nullopt;
+        }
+        const auto key = std::find_if(keys.begin(), keys.end(), [&](const ForeignKey& each) {
+            return ToUtf8(each.name) == constraint;
+        });
+        if (key == keys.end()) return std::nullopt;
+        const std::string parent = ToUtf8(key->referenced);
+        const std::string begin =
+            "\nThe foreign key " + constraint + " refers to " + parent + ", which ";
+        if (!comparison_.facts.contains(key->referenced)) {
+            return begin + "was not among the tables compared: bring it over, too.";
+        }
+        for (const LeftOut& table : plan_.leftOut) {
+            if (EqualIgnoringCase(table.table, key->referenced)) {
+                return begin + "is not brought over: " + table.reason;
+            }
+        }
+        return std::nullopt;
+    }
+
+    const Comparison& comparison_;
+    const ScriptPlan& plan_;
+    const Database& target_;
+    const bool suspended_;
+};
 
 std::size_t CountLines(const std::vector<std::u16string>& batches) {
     std::size_t lines = 0;
@@ -122,18 +130,44 @@ std::size_t CountLines(const std::vector<std::u16string>& batches) {
     return lines;
 }
 
-int Sync(const SyncOptions& options, Console& console) {
-    const auto comparison = options.comparison.Make(console);
-    const auto results = Run(*comparison, console);
-    const int before = PrintResults(console, *results);
-    if (before == 0) {
-        console.Print("Nothing to do.");
-        return 0;
+// The answer to the commit was lost: only the database itself can tell what has become of it.
+int LookAgain(const OutcomeUnknown& unknown, const Comparison& comparison,
+              const std::string& target, Console& console) {
+    console.Note("quillon: the connection to " + target +
+                 " ended while the transaction was being committed. Whether the server has "
+                 "committed it is not known:\n" +
+                 unknown.what());
+    console.Note("quillon: comparing again to find out");
+    try {
+        const int found = PrintResults(console, comparison, *Run(comparison, console));
+        if (found == ExitCode::Identical) {
+            console.Note("quillon: the databases are identical now: the transaction was committed");
+            return ExitCode::Identical;
+        }
+    } catch (const Error& error) {
+        console.Note(std::string("quillon: comparing again failed: ") + error.what());
     }
-    const Scripts scripts = MakeScripts(*comparison, results, options.script, console);
+    console.Note("quillon: whether the transaction was committed is still not known");
+    return ExitCode::Failed;
+}
+
+int Sync(const SyncOptions& options, Console& console) {
+    options.script.RequireWholeRows(options.comparison);
+    const auto comparison = Prepare(options.comparison.Request(console), console);
+    const LinkedServerCleanup cleanup(*comparison, console);
+    const auto results = Run(*comparison, console);
+    const int before = PrintResults(console, *comparison, *results);
+    if (before == ExitCode::Identical || before == ExitCode::NotWhole) {
+        console.Print("Nothing to do.");
+        return options.comparison.Accepted(before);
+    }
+    const ScriptPlan plan = PlanScripts(*comparison, results, options.script.Plan());
+    NoteLeftOut(plan, console);
+    const Target to = options.to == "1" ? Target::Database1 : Target::Database2;
     const auto& target =
-        *(options.to == "1" ? comparison->databases.obDB1 : comparison->databases.obDB2);
-    auto batches = CutIntoBatches(options.to == "1" ? scripts.left : scripts.right, LinesInBatch);
+        *(to == Target::Database1 ? comparison->databases.obDB1 : comparison->databases.obDB2);
+    const auto batches = CutIntoBatches(
+        ScriptMaker(*comparison, plan, options.script, console).ScriptFor(to), LinesInBatch);
     const std::size_t lines = CountLines(batches);
     if (lines == 0) {
         console.Print("Nothing that a script can do.");
@@ -143,23 +177,24 @@ int Sync(const SyncOptions& options, Console& console) {
     if (!options.yes &&
         !console.Confirm("Change " + std::to_string(lines) + " rows in " + name + "?")) {
         console.Note("quillon: nothing was changed (say yes, or use --yes)");
-        return 2;
+        return ExitCode::Failed;
     }
 
-    const auto connection = Open(target);
-    if (options.suspend) {
-        batches = Suspending(EnabledForeignKeys(connection, *results), std::move(batches));
-    }
+    const auto connection = OpenConnection(target);
     try {
         RunBatches(*connection, batches);
     } catch (const BatchFailure& failure) {
-        throw std::runtime_error(Explain(failure, options.suspend));
+        const FailureText text(*comparison, plan, target, options.script.suspendConstraints);
+        throw std::runtime_error(text.Of(failure, batches));
+    } catch (const OutcomeUnknown& unknown) {
+        return LookAgain(unknown, *comparison, name, console);
     }
     connection->Close();
     console.Print();
     console.Print("Changed " + std::to_string(lines) + " rows in " + name + ". Compared again:");
     console.Print();
-    return PrintResults(console, *Run(*comparison, console));
+    return options.comparison.Accepted(
+        PrintResults(console, *comparison, *Run(*comparison, console)));
 }
 
 }  // namespace
@@ -167,18 +202,20 @@ int Sync(const SyncOptions& options, Console& console) {
 void AddSyncCommand(CLI::App& app, Program& program) {
     auto* command = app.add_subcommand("sync", "Make one database agree with the other");
     command->footer(
-        "Everything happens in one transaction; on any error nothing is changed. Back up first.\n"
-        "Example:\n  quillon sync db1/sales db2/sales --user writer --to 2");
+        std::string("Everything happens in one transaction; on any error nothing is changed. Back "
+                    "up first.\nAfterwards both are compared again, and the exit code tells what "
+                    "was found.\n") +
+        ExitCodesOfComparisons +
+        "\nExample:\n  quillon sync db1/sales db2/sales --user writer --to 2");
     auto options = std::make_shared<SyncOptions>();
-    options->comparison.AddTo(*command);
+    options->comparison.AddDatabasesTo(*command);
+    options->comparison.AddChoicesTo(*command);
+    options->comparison.AddAcceptTo(*command);
     options->script.AddTo(*command);
     command->add_option("--to", options->to, "Database that is changed")
         ->check(CLI::IsMember({"1", "2"}))
         ->required();
     command->add_flag("--yes", options->yes, "Do not ask");
-    command->add_flag("--suspend-constraints", options->suspend,
-                      "Switch foreign keys off inside the transaction, and check every row before "
-                      "its end");
     command->callback([options, &program] { program.exitCode = Sync(*options, program.console); });
 }
 

@@ -30,6 +30,7 @@ struct ColumnFacts {
     bool Computed = false;
     bool Identity = false;
     bool AllowNulls = false;
+    std::u16string Collation;  // empty for a column without one
 };
 
 struct IndexFacts {

@@ -58,6 +58,10 @@ class ProgramTest : public QuillonLib::SandboxTest {
         arguments.insert(arguments.end(), {one, two, "--user", "sa"});
         return Call(std::move(arguments));
     }
+    void RunOnBoth(const std::u16string& sql) {
+        server.Run(u"USE a\nGO\n" + sql);
+        server.Run(u"USE b\nGO\n" + sql);
+    }
     std::string Read(const char* name) const {
         std::ifstream stream(folder / name, std::ios::binary);
         return {std::istreambuf_iterator<char>(stream), {}};

@@ -1,0 +1,57 @@
+// What the catalogs of both databases say of the tables that are compared: more than the library's
+// object model tells, for the front end must know what a comparison does not look at.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "QuillonLib.h"
+#include "catalog/CatalogFacts.h"
+
+namespace quillon {
+
+// One table or indexed view as each database has it.
+struct TableFacts {
+    QuillonLib::ObjectFacts in1;
+    QuillonLib::ObjectFacts in2;
+
+    bool IsView() const { return in1.IsView || in2.IsView; }
+};
+
+// Orders names as the object model compares them: without regard to case.
+struct NameLess {
+    bool operator()(const std::u16string& a, const std::u16string& b) const;
+};
+using FactsByTable = std::map<std::u16string, TableFacts, NameLess>;
+
+// The tables and indexed views of one database, by their entries in catalog order. Throws
+// std::runtime_error that names server and database.
+std::shared_ptr<QuillonLib::TableObjects> ReadTables(QuillonLib::Database& database);
+
+// Reads the facts of tables that both databases have. A table that has gone in the meantime is
+// left out. Throws as ReadTables.
+FactsByTable ReadFacts(const QuillonLib::Database& obDB1, const QuillonLib::Database& obDB2,
+                       const QuillonLib::TextArray& tables);
+
+// "nvarchar(20)", "decimal(18,4)", "int".
+std::string TypeText(const QuillonLib::ColumnFacts& column);
+
+// How the columns of a table differ between the databases, a line for each: columns that only one
+// has, and common ones of another type, length, nullability or collation.
+struct ColumnDrift {
+    std::vector<std::string> lines;
+    std::size_t onlyIn1 = 0;  // columns
+    std::size_t onlyIn2 = 0;
+};
+ColumnDrift CompareColumns(const TableFacts& facts);
+
+// Why scripts and comparisons can trust, or not, that a list of columns tells rows apart: an index
+// of the table promises that no two rows agree in all of them.
+bool HasUniqueIndexWithin(const QuillonLib::ObjectFacts& table,
+                          const std::vector<std::u16string>& columns);
+
+}  // namespace quillon

@@ -1,0 +1,316 @@
+#include "cli/Comparison.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+#include "catalog/Login.h"
+#include "cli/Interrupt.h"
+#include "cli/TableDependencies.h"
+#include "compare/LinkedServers.h"
+#include "data/Connection.h"
+
+namespace quillon {
+
+namespace {
+
+using namespace QuillonLib;
+
+// The tables of both databases, sorted into those of both and of one.
+class TableChooser {
+  public:
+    TableChooser(Comparison& comparison, const TableObjects& tables1, const TableObjects& tables2)
+        : comparison_(comparison), tables1_(tables1), tables2_(tables2) {}
+
+    void TakeAll() {
+        for (const auto& table : tables1_)
+            Take(table->Description());
+        for (const auto& table : tables2_) {
+            if (!tables1_.ItemExists(table->Description())) Take(table->Description());
+        }
+    }
+
+    void TakeNamed(const std::vector<std::u16string>& entries) {
+        for (const std::u16string& entry : entries) {
+            if (!tables1_.ItemExists(entry) && !tables2_.ItemExists(entry)) {
+                const auto& [obDB1, obDB2, obDB3] = comparison_.databases;
+                throw CLI::ValidationError("neither " + ToUtf8(obDB1->Description()) + " nor " +
+                                           ToUtf8(obDB2->Description()) + " has a table " +
+                                           ToUtf8(entry) + TheyHave());
+            }
+            Take(entry);
+        }
+    }
+
+  private:
+    void Take(const std::u16string& entry) {
+        const bool in1 = tables1_.ItemExists(entry);
+        const bool in2 = tables2_.ItemExists(entry);
+        auto& list = in1 && in2 ? comparison_.tables
+                     : in1      ? comparison_.onlyIn1
+                                : comparison_.onlyIn2;
+        // As the catalog spells it, and once.
+        const std::u16string& spelt = (in1 ? tables1_ : tables2_).Item(entry)->Description();
+        if (std::find(list.begin(), list.end(), spelt) == list.end()) list.push_back(spelt);
+    }
+
+    std::string TheyHave() const {
+        std::string text = "; tables of the first:";
+        for (const auto& table : tables1_)
+            text += " " + ToUtf8(table->Description());
+        return text;
+    }
+
+    Comparison& comparison_;
+    const TableObjects& tables1_;
+    const TableObjects& tables2_;
+};
+
+// The facts of a table that a choice names.
+const TableFacts& FactsFor(const Comparison& comparison, const std::u16string& table,
+                           const char* option) {
+    const auto found = comparison.facts.find(table);
+    if (found != comparison.facts.end()) return found->second;
+    std::string text =
+        std::string(option) + ": " + ToUtf8(table) + " is not among the tables that are compared:";
+    for (const std::u16string& entry : comparison.tables)
+        text += " " + ToUtf8(entry);
+    throw CLI::ValidationError(text);
+}
+
+std::vector<std::u16string> UniqueIndexNames(const ObjectFacts& table) {
+    std::vector<std::u16string> names;
+    for (const IndexFacts& index : table.Indexes) {
+        if (index.Type != 0) names.push_back(index.Name);
+    }
+    return names;
+}
+
+void ChooseIndexes(Comparison& comparison, const std::vector<TableChoice>& choices) {
+    for (const auto& [table, name] : choices) {
+        const ObjectFacts& facts = FactsFor(comparison, table, "--index").in1;
+        const IndexFacts* index = facts.FindIndex(name);
+        if (index == nullptr || index->Type == 0) {
+            const std::vector<std::u16string> names = UniqueIndexNames(facts);
+            throw CLI::ValidationError(
+                "--index: " + ToUtf8(table) + " in " +
+                ToUtf8(comparison.databases.obDB1->Description()) +
+                (index == nullptr ? " has no index [" : " has no unique index [") + ToUtf8(name) +
+                "]" +
+                (names.empty() ? "; it has no unique index"
+                               : "; its unique indexes: " + ListOf(names)));
+        }
+        if (comparison.indexes.ItemExists(table)) {
+            throw CLI::ValidationError("--index: " + ToUtf8(table) + " has two choices");
+        }
+        comparison.indexes.Add(index->Name, table);
+    }
+}
+
+// The columns that both databases have, by exactly that name.
+std::vector<std::u16string> CommonColumns(const TableFacts& facts) {
+    std::vector<std::u16string> names;
+    for (const ColumnFacts& column : facts.in1.Columns) {
+        if (facts.in2.FindColumn(column.Name) != nullptr) names.push_back(column.Name);
+    }
+    return names;
+}
+
+// The server refuses a query that compares values of these types, and with it the whole table. The
+// library compares every column that it is not told to leave out.
+bool IsRefusedByServer(const ColumnFacts& column) {
+    return column.DataType == u"xml" || column.DataType == u"geography" ||
+           column.DataType == u"geometry";
+}
+
+void ChooseColumns(Comparison& comparison, const std::vector<ColumnsChoice>& choices) {
+    for (const auto& [table, columns] : choices) {
+        const TableFacts& facts = FactsFor(comparison, table, "--columns");
+        const std::vector<std::u16string> common = CommonColumns(facts);
+        auto chosen = std::make_shared<ColumnChoice>();
+        for (const std::u16string& name : columns) {
+            const auto found = std::find_if(
+                common.begin(), common.end(),
+                [&](const std::u16string& column) { return EqualIgnoringCase(column, name); });
+            if (found == common.end()) {
+                throw CLI::ValidationError("--columns: " + ToUtf8(table) + " has no column [" +
+                                           ToUtf8(name) +
+                                           "] in both databases; it has: " + ListOf(common));
+            }
+            if (IsRefusedByServer(*facts.in1.FindColumn(*found)) ||
+                IsRefusedByServer(*facts.in2.FindColumn(*found))) {
+                throw CLI::ValidationError("--columns: the server cannot compare the values of [" +
+                                           ToUtf8(*found) + "] in " + ToUtf8(table));
+            }
+            if (!chosen->ItemExists(*found)) chosen->Add(*found, *found);
+        }
+        if (comparison.columns.ItemExists(table)) {
+            throw CLI::ValidationError("--columns: " + ToUtf8(table) + " has two choices");
+        }
+        comparison.columns.Add(std::move(chosen), table);
+    }
+}
+
+void LeaveOutRefusedColumns(Comparison& comparison) {
+    for (const auto& [table, facts] : comparison.facts) {
+        if (comparison.columns.ItemExists(table)) continue;
+        auto rest = std::make_shared<ColumnChoice>();
+        bool anyRefused = false;
+        for (const ColumnFacts& column : facts.in1.Columns) {
+            const ColumnFacts* other = facts.in2.FindColumn(column.Name);
+            if (IsRefusedByServer(column) || (other != nullptr && IsRefusedByServer(*other))) {
+                anyRefused = true;
+            } else if (!rest->ItemExists(column.Name)) {
+                rest->Add(column.Name, column.Name);
+            }
+        }
+        if (anyRefused) comparison.columns.Add(std::move(rest), table);
+    }
+}
+
+// Primary keys whose names the server made up are named differently in every database, and the
+// library takes primary keys of different names for different keys. Where they have the same
+// columns in the same order they are the same.
+void ChooseUnnamedKeys(Comparison& comparison, Console& console) {
+    std::string chosen;
+    for (const std::u16string& table : comparison.tables) {
+        const auto found = comparison.facts.find(table);
+        if (found == comparison.facts.end() || comparison.indexes.ItemExists(table)) continue;
+        const IndexFacts* key1 = found->second.in1.PrimaryKey();
+        const IndexFacts* key2 = found->second.in2.PrimaryKey();
+        const bool sameKey = !found->second.IsView() && key1 != nullptr && key2 != nullptr &&
+                             key1->Name != key2->Name && key1->Columns == key2->Columns;
+        if (!sameKey) continue;
+        comparison.indexes.Add(key1->Name, table);
+        chosen += " " + ToUtf8(table);
+    }
+    if (chosen.empty()) return;
+    console.Note(
+        "quillon: primary keys of other names but the same columns are taken for the same key:" +
+        chosen);
+}
+
+std::u16string ServerNameOf(const Database& database) {
+    Recordset rows;
+    rows.Open(u"SELECT @@SERVERNAME", OpenConnection(database));
+    const Value name = rows.Fields(std::size_t{0}).Value();
+    return name.Kind() == ValueKind::String ? name.Get<std::u16string>() : std::u16string();
+}
+
+// Two names of one server lead through a linked server to where a plain name would do.
+void NoteTwoNamesOfOneServer(const Comparison& comparison, Console& console) {
+    const auto& [obDB1, obDB2, obDB3] = comparison.databases;
+    if (IsOnServerOf(*obDB2, *obDB1)) return;
+    std::u16string name1;
+    try {
+        name1 = ServerNameOf(*obDB1);
+        if (name1.empty() || ServerNameOf(*obDB2) != name1) return;
+    } catch (const Error&) {
+        return;  // a hint is not worth a failure
+    }
+    console.Note("quillon: " + ToUtf8(obDB1->Server()) + " and " + ToUtf8(obDB2->Server()) +
+                 " both call themselves " + ToUtf8(name1) +
+                 ". If they are one server, write its name the same way twice: then no linked "
+                 "server is needed.");
+}
+
+void NoteOneSided(const std::vector<std::u16string>& tables, const Database& database,
+                  Console& console) {
+    if (tables.empty()) return;
+    std::string line = "quillon: only in " + ToUtf8(database.Description()) + ", and left out:";
+    for (const std::u16string& table : tables)
+        line += " " + ToUtf8(table);
+    console.Note(line);
+}
+
+}  // namespace
+
+bool Comparison::NeedsLinkedServers() const {
+    const auto& [obDB1, obDB2, obDB3] = databases;
+    return !IsOnServerOf(*obDB1, *obDB3) || !IsOnServerOf(*obDB2, *obDB3);
+}
+
+std::vector<std::u16string> Comparison::KeyColumns(const TableDifference& result) const {
+    std::vector<std::u16string> names;
+    for (const auto& column : *result.Columns()) {
+        if (column->PrimaryKey()) names.push_back(column->Name());
+    }
+    return names;
+}
+
+std::unique_ptr<Comparison> Prepare(const ComparisonRequest& request, Console& console) {
+    auto comparison = std::make_unique<Comparison>();
+    comparison->databases = request.databases;
+    comparison->dropLinkedServers = request.dropLinkedServers;
+    const auto& [obDB1, obDB2, obDB3] = comparison->databases;
+    const auto tables1 = ReadTables(*obDB1);
+    const auto tables2 = ReadTables(*obDB2);
+    TableChooser chooser(*comparison, *tables1, *tables2);
+    if (request.tables.empty()) {
+        chooser.TakeAll();
+    } else {
+        chooser.TakeNamed(request.tables);
+    }
+    NoteOneSided(comparison->onlyIn1, *obDB1, console);
+    NoteOneSided(comparison->onlyIn2, *obDB2, console);
+    // Nothing compared must not pass for nothing different.
+    if (comparison->tables.empty() && comparison->onlyIn1.empty() && comparison->onlyIn2.empty()) {
+        throw std::runtime_error("neither " + ToUtf8(obDB1->Description()) + " nor " +
+                                 ToUtf8(obDB2->Description()) + " has a table");
+    }
+    comparison->facts = ReadFacts(*obDB1, *obDB2, TextArray(comparison->tables));
+    ChooseIndexes(*comparison, request.indexes);
+    ChooseColumns(*comparison, request.columns);
+    LeaveOutRefusedColumns(*comparison);
+    ChooseUnnamedKeys(*comparison, console);
+    NoteTwoNamesOfOneServer(*comparison, console);
+    return comparison;
+}
+
+std::shared_ptr<EventSink> ProgressSink(Console& console) {
+    auto sink = std::make_shared<EventSink>();
+    sink->Status = [&console](const std::u16string& sMessage, std::int16_t iPercent,
+                              bool& bCancel) {
+        console.Progress(iPercent, ToUtf8(sMessage));
+        if (Interrupted()) bCancel = true;
+    };
+    return sink;
+}
+
+std::shared_ptr<TableDifferences> Run(const Comparison& comparison, Console& console) {
+    const auto& [obDB1, obDB2, obDB3] = comparison.databases;
+    // Children first: so every level of tables is a pass of its own when a script is ordered, and
+    // no parent is deleted from before its children.
+    TextArray tables;
+    for (const auto& group : GroupByDependency(*obDB1, comparison.tables)) {
+        tables.Items.insert(tables.Items.end(), group.begin(), group.end());
+    }
+    Utils utils;
+    utils.EventSink(ProgressSink(console));
+    utils.SuppressCompareProcessErrors(true);
+    auto results =
+        utils.CompareContents(obDB1, obDB2, obDB3, tables, comparison.indexes, comparison.columns);
+    console.ClearProgress();
+    StopIfInterrupted();
+    return results;
+}
+
+LinkedServerCleanup::~LinkedServerCleanup() {
+    const auto& [obDB1, obDB2, obDB3] = comparison_.databases;
+    if (!comparison_.dropLinkedServers || !comparison_.NeedsLinkedServers()) return;
+    try {
+        const auto connection = OpenConnection(*obDB3);
+        for (const auto& database : {obDB1, obDB2}) {
+            if (IsOnServerOf(*database, *obDB3) || database->LinkedServer().empty()) continue;
+            const std::u16string name = u"'" + database->LinkedServer() + u"'";
+            connection->Execute(u"IF EXISTS (SELECT * FROM master..sysservers WHERE srvname=" +
+                                name + u") EXEC sp_dropserver " + name + u", 'droplogins'");
+        }
+    } catch (const std::exception& failure) {
+        console_.Note("quillon: the linked servers on " + ToUtf8(obDB3->Server()) +
+                      " could not be removed: " + failure.what());
+    }
+}
+
+}  // namespace quillon

@@ -1,0 +1,71 @@
+// A comparison as a command runs it: what is compared, how, and what both catalogs say of it.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "QuillonLib.h"
+#include "cli/CatalogSurvey.h"
+#include "cli/Console.h"
+#include "cli/DatabaseOptions.h"
+#include "cli/Names.h"
+
+namespace quillon {
+
+// What the user asks for.
+struct ComparisonRequest {
+    DatabaseOptions::Databases databases;
+    std::vector<std::u16string> tables;  // entries; none: all that the databases have
+    std::vector<TableChoice> indexes;
+    std::vector<ColumnsChoice> columns;
+    bool dropLinkedServers = false;
+};
+
+// A comparison that is ready to run. Every name in it stands in the catalogs.
+struct Comparison {
+    DatabaseOptions::Databases databases;
+    std::vector<std::u16string> tables;   // entries of the tables of both, in the order to show
+    std::vector<std::u16string> onlyIn1;  // of those asked for, the ones that one database lacks
+    std::vector<std::u16string> onlyIn2;
+    FactsByTable facts;
+    QuillonLib::IndexChoices indexes;
+    QuillonLib::ColumnChoices columns;
+    bool dropLinkedServers = false;
+
+    bool NeedsLinkedServers() const;
+    // The columns of the key by which the rows of a table are matched; none without a key.
+    std::vector<std::u16string> KeyColumns(const QuillonLib::TableDifference& result) const;
+};
+
+// Reads the catalogs, checks every name that was given against them, and chooses keys that the
+// library would not find by itself; tells what the user should know of it. Throws
+// CLI::ValidationError for a name that is not there, with those that are; std::runtime_error when a
+// catalog cannot be read or there is nothing to compare.
+std::unique_ptr<Comparison> Prepare(const ComparisonRequest& request, Console& console);
+
+// Runs it with a progress line. Tables that fail are in the results with their error. The results
+// stand in an order in which tables come before those that they depend on.
+// Throws the library's Error when it cannot begin.
+std::shared_ptr<QuillonLib::TableDifferences> Run(const Comparison& comparison, Console& console);
+
+// A sink that shows Status as the console's progress line.
+std::shared_ptr<QuillonLib::EventSink> ProgressSink(Console& console);
+
+// Removes, when it ends, the linked servers that a comparison of databases on several servers has
+// defined, if that was asked for. What goes wrong is told as a note.
+class LinkedServerCleanup {
+  public:
+    LinkedServerCleanup(const Comparison& comparison, Console& console)
+        : comparison_(comparison), console_(console) {}
+    ~LinkedServerCleanup();
+    LinkedServerCleanup(const LinkedServerCleanup&) = delete;
+    LinkedServerCleanup& operator=(const LinkedServerCleanup&) = delete;
+
+  private:
+    const Comparison& comparison_;
+    Console& console_;
+};
+
+}  // namespace quillon

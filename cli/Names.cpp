@@ -1,0 +1,98 @@
+#include "cli/Names.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+#include "core/TableEntry.h"
+#include "core/Text.h"
+
+namespace quillon {
+
+namespace {
+
+using QuillonLib::FromUtf8;
+using QuillonLib::ToUtf8;
+
+[[noreturn]] void ThrowBadName(std::string_view text, const char* form) {
+    throw CLI::ValidationError("'" + std::string(text) + "' is not " + form);
+}
+
+// Cuts a text at every `separator` that stands outside brackets.
+std::vector<std::string_view> Cut(std::string_view text, char separator) {
+    std::vector<std::string_view> pieces;
+    std::size_t begin = 0;
+    bool inBrackets = false;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const char c = text[at];
+        if (inBrackets) {
+            inBrackets = c != ']';  // a doubled one opens again at once
+        } else if (c == '[' || (c == ']' && at > 0 && text[at - 1] == ']')) {
+            inBrackets = true;
+        } else if (c == separator) {
+            pieces.push_back(text.substr(begin, at - begin));
+            begin = at + 1;
+        }
+    }
+    pieces.push_back(text.substr(begin));
+    return pieces;
+}
+
+// The name in brackets, or the text itself. Nothing where the brackets do not close.
+std::u16string Unbracketed(std::string_view text) {
+    if (!text.starts_with('[')) return FromUtf8(text);
+    if (text.size() < 3 || !text.ends_with(']')) return {};
+    std::string name;
+    const std::string_view inner = text.substr(1, text.size() - 2);
+    for (std::size_t at = 0; at < inner.size(); ++at) {
+        if (inner[at] == ']' && (++at == inner.size() || inner[at] != ']')) return {};
+        name += inner[at];
+    }
+    return FromUtf8(name);
+}
+
+// What precedes and what follows the first "=" outside brackets.
+std::pair<std::string_view, std::string_view> SplitChoice(std::string_view text, const char* form) {
+    const std::string_view table = Cut(text, '=').front();
+    if (table.empty() || table.size() + 1 >= text.size()) ThrowBadName(text, form);
+    return {table, text.substr(table.size() + 1)};
+}
+
+}  // namespace
+
+std::u16string ToTableEntry(std::string_view text) {
+    const char* const form = "a table: name, owner.name or [owner].[name]";
+    const std::vector<std::string_view> parts = Cut(text, '.');
+    if (parts.size() > 2) ThrowBadName(text, form);
+    const std::u16string name = Unbracketed(parts.back());
+    const std::u16string owner = parts.size() == 2 ? Unbracketed(parts.front()) : u"dbo";
+    if (name.empty() || owner.empty()) ThrowBadName(text, form);
+    return QuillonLib::MakeTableEntry(owner, name);
+}
+
+TableChoice ParseTableChoice(std::string_view text) {
+    const auto [table, name] = SplitChoice(text, "TABLE=NAME");
+    const std::u16string chosen = Unbracketed(name);
+    if (chosen.empty()) ThrowBadName(text, "TABLE=NAME");
+    return {ToTableEntry(table), chosen};
+}
+
+ColumnsChoice ParseColumnsChoice(std::string_view text) {
+    const auto [table, list] = SplitChoice(text, "TABLE=NAME,NAME,...");
+    ColumnsChoice choice{ToTableEntry(table), {}};
+    for (const std::string_view name : Cut(list, ',')) {
+        choice.columns.push_back(Unbracketed(name));
+        if (choice.columns.back().empty()) ThrowBadName(text, "TABLE=NAME,NAME,...");
+    }
+    return choice;
+}
+
+std::string ListOf(const std::vector<std::u16string>& names) {
+    std::string list;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (i > 0) list += i + 1 == names.size() ? " and " : ", ";
+        list += "[" + ToUtf8(names[i]) + "]";
+    }
+    return list;
+}
+
+}  // namespace quillon

@@ -1,0 +1,31 @@
+// Names as people write them on a command line.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quillon {
+
+// A table, "name", "owner.name" or with brackets, as a table entry. Without an owner it is dbo's.
+// A bracket within brackets is doubled. Throws CLI::ValidationError that names what is wrong.
+std::u16string ToTableEntry(std::string_view text);
+
+// "TABLE=NAME": what is chosen for one table.
+struct TableChoice {
+    std::u16string table;  // a table entry
+    std::u16string name;
+};
+TableChoice ParseTableChoice(std::string_view text);
+
+// "TABLE=A,B,...", names with a comma in them in brackets.
+struct ColumnsChoice {
+    std::u16string table;  // a table entry
+    std::vector<std::u16string> columns;
+};
+ColumnsChoice ParseColumnsChoice(std::string_view text);
+
+// "a, b and c", each in the brackets that the server writes.
+std::string ListOf(const std::vector<std::u16string>& names);
+
+}  // namespace quillon

@@ -1,0 +1,48 @@
+// Which tables of a comparison a script brings over, and which it does not, and why.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "QuillonLib.h"
+#include "cli/Comparison.h"
+#include "cli/Console.h"
+
+namespace quillon {
+
+// A table that differs, or may differ, and that the script does not bring over, or not whole.
+struct LeftOut {
+    std::u16string table;
+    std::string reason;
+    int exitCode;  // that it asks for (Verdict.h)
+};
+
+struct ScriptPlan {
+    // The results that have sections in the multi-table script.
+    std::shared_ptr<QuillonLib::TableDifferences> ordered;
+    // The tables of cycles, to be brought over by scripts of their own while foreign keys are off.
+    std::vector<std::shared_ptr<QuillonLib::TableDifference>> cyclic;
+    std::vector<LeftOut> leftOut;
+
+    // Every table that the script writes to.
+    std::vector<std::u16string> Tables() const;
+    // The gravest exit code that something left out asks for; 0 when nothing was.
+    int GravestCode() const;
+};
+
+struct PlanOptions {
+    bool suspendConstraints = false;
+    bool ignoreReplicationColumns = false;
+};
+
+// Takes the results apart: they hold only those of `ordered` afterwards. Asks the databases for
+// rows that a script could not tell apart. Throws the library's Error.
+ScriptPlan PlanScripts(const Comparison& comparison,
+                       std::shared_ptr<QuillonLib::TableDifferences> results,
+                       const PlanOptions& options);
+
+// Names what was left out.
+void NoteLeftOut(const ScriptPlan& plan, Console& console);
+
+}  // namespace quillon

@@ -1,0 +1,102 @@
+#include "cli/Verdict.h"
+
+namespace quillon {
+
+namespace {
+
+using namespace QuillonLib;
+
+// Why the values of a common column were not compared.
+std::string ReasonOf(const ColumnObject& column) {
+    if (column.Computed()) return "it is computed";
+    if (column.DataType() == u"timestamp") return "a row version differs by nature";
+    for (const char16_t* type : {u"text", u"ntext", u"image", u"xml", u"geography", u"geometry"}) {
+        if (column.DataType() == type) {
+            return "the server does not compare values of type " + ToUtf8(column.DataType());
+        }
+    }
+    return "it is not among the columns chosen";
+}
+
+void JudgeColumns(const Comparison& comparison, const TableDifference& result, Verdict& verdict) {
+    for (const auto& column : *result.Columns()) {
+        if (!column->CannotCompare() || column->PrimaryKey()) continue;
+        verdict.notCompared.push_back("column [" + ToUtf8(column->Name()) +
+                                      "]: " + ReasonOf(*column));
+        ++verdict.columnsNotCompared;
+    }
+    const auto facts = comparison.facts.find(result.Name());
+    if (facts == comparison.facts.end()) return;
+    const ColumnDrift drift = CompareColumns(facts->second);
+    verdict.drift = drift.lines;
+    verdict.columnsNotCompared += drift.onlyIn1 + drift.onlyIn2;
+    if (drift.onlyIn1 + drift.onlyIn2 == 0) return;
+    verdict.kind = Verdict::Kind::Different;
+    verdict.text = "columns differ";
+}
+
+// The rows of the union are those that are identical (once), those that differ (once for each
+// side), and those of one side.
+void JudgeRows(const Comparison& comparison, const TableDifference& result, Verdict& verdict) {
+    verdict.hasKey = true;
+    const auto facts = comparison.facts.find(result.Name());
+    const std::vector<std::u16string> key = comparison.KeyColumns(result);
+    verdict.rowsMatched = facts != comparison.facts.end() &&
+                          HasUniqueIndexWithin(facts->second.in1, key) &&
+                          HasUniqueIndexWithin(facts->second.in2, key);
+    verdict.identical =
+        std::int64_t{result.RecordsIn1()} + result.RecordsIn2() - result.RecordsInUnion();
+    const std::int64_t matched = verdict.identical + result.RecordsDiffering();
+    verdict.onlyIn1 = result.RecordsIn1() - matched;
+    verdict.onlyIn2 = result.RecordsIn2() - matched;
+    if (result.Identical()) return;
+    verdict.kind = Verdict::Kind::Different;
+    verdict.text = "different";
+}
+
+void JudgeCounts(const TableDifference& result, Verdict& verdict) {
+    verdict.notCompared.emplace_back(
+        "its rows, which were only counted: the databases share no key");
+    if (result.RecordsIn1() == result.RecordsIn2()) return;
+    verdict.kind = Verdict::Kind::Different;
+    verdict.text = "row counts differ";
+}
+
+}  // namespace
+
+Verdict Judge(const Comparison& comparison, const TableDifference& result) {
+    Verdict verdict;
+    if (!result.Error().empty()) {
+        verdict.text = "not compared";
+        return verdict;
+    }
+    verdict.kind = Verdict::Kind::Identical;
+    verdict.text = "identical";
+    JudgeColumns(comparison, result, verdict);
+    if (result.HasPrimaryKey()) {
+        JudgeRows(comparison, result, verdict);
+    } else {
+        JudgeCounts(result, verdict);
+    }
+    if (verdict.kind == Verdict::Kind::Identical && !verdict.notCompared.empty()) {
+        verdict.kind = Verdict::Kind::NotWhole;
+        verdict.text = "no difference found";
+    }
+    return verdict;
+}
+
+int ExitCodeOf(const Verdict& verdict) {
+    switch (verdict.kind) {
+        case Verdict::Kind::Identical:
+            return ExitCode::Identical;
+        case Verdict::Kind::NotWhole:
+            return ExitCode::NotWhole;
+        case Verdict::Kind::Different:
+            return ExitCode::Different;
+        case Verdict::Kind::Failed:
+            break;
+    }
+    return ExitCode::Failed;
+}
+
+}  // namespace quillon

@@ -1,0 +1,46 @@
+// What may be said of a table after a comparison: never more than was looked at.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "QuillonLib.h"
+#include "cli/Comparison.h"
+
+namespace quillon {
+
+struct Verdict {
+    enum class Kind {
+        Identical,  // every row and column was compared
+        NotWhole,   // no difference was found, but not everything was compared
+        Different,  // rows, row counts, or columns that only one database has
+        Failed,
+    };
+    Kind kind = Kind::Failed;
+    bool hasKey = false;       // else the rows were only counted, or not even that
+    bool rowsMatched = false;  // one to one; the three numbers that follow are known
+    // Rows in 1 = identical + differing + only in 1.
+    std::int64_t identical = 0;
+    std::int64_t onlyIn1 = 0;
+    std::int64_t onlyIn2 = 0;
+    std::string text;  // a few words
+    // What was not compared, and why, a line for each; and how the columns differ.
+    std::vector<std::string> notCompared;
+    std::vector<std::string> drift;
+    std::size_t columnsNotCompared = 0;  // those that both have, and those of one alone
+};
+
+// How the commands end.
+namespace ExitCode {
+inline constexpr int Identical = 0;  // everything asked for was compared whole, or done
+inline constexpr int Different = 1;
+inline constexpr int Failed = 2;
+inline constexpr int NotWhole = 3;  // no difference found, but not everything could be compared
+}  // namespace ExitCode
+
+Verdict Judge(const Comparison& comparison, const QuillonLib::TableDifference& result);
+int ExitCodeOf(const Verdict& verdict);
+
+}  // namespace quillon

@@ -1,0 +1,299 @@
+// Which tables a script brings over, in what order, and what is said of the others.
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "cli/TableDependencies.h"
+#include "tests/cli/ProgramFixture.h"
+
+namespace quillon {
+namespace {
+
+using Groups = std::vector<std::vector<std::u16string>>;
+
+class ScriptPlanTest : public ProgramTest {
+  protected:
+    Outcome Script(std::vector<std::string> options) const {
+        options.insert(options.begin(), {"script", "-o", File("u.sql")});
+        return OnBoth(std::move(options));
+    }
+    Outcome Sync(std::vector<std::string> options) const {
+        options.insert(options.begin(), {"sync", "--to", "2", "--yes"});
+        return OnBoth(std::move(options));
+    }
+    std::string Text() const { return Read("u.sql"); }
+    bool HasSection(const std::string& table) const {
+        return Text().find("PRINT 'Updating records in [dbo].[" + table + "]'") !=
+                   std::string::npos ||
+               Text().find("PRINT 'Deleting records in [dbo].[" + table + "]'") !=
+                   std::string::npos;
+    }
+};
+
+// A chain of references: z -> y -> x, with names that sort the parents first and last.
+constexpr const char16_t* Chain =
+    u"CREATE TABLE a1 (id int NOT NULL CONSTRAINT PK_a1 PRIMARY KEY)\nGO\n"
+    u"CREATE TABLE m2 (id int NOT NULL CONSTRAINT PK_m2 PRIMARY KEY, a int CONSTRAINT FK_m2 "
+    u"REFERENCES a1 (id))\nGO\n"
+    u"CREATE TABLE b3 (id int NOT NULL CONSTRAINT PK_b3 PRIMARY KEY, m int CONSTRAINT FK_b3 "
+    u"REFERENCES m2 (id))\nGO\n";
+
+// Listed in the catalog's order, parent a1 would share a pass with its children and lose its rows
+// before they do.
+TEST_F(ScriptPlanTest, ChildrenAreListedBeforeTheirParentsSoThatDeletesSucceed) {
+    RunOnBoth(Chain);
+    server.Run(
+        u"USE b\nGO\nINSERT a1 VALUES (1)\nGO\nINSERT m2 VALUES (1, 1)\nGO\nINSERT b3 VALUES "
+        u"(1, 1)");
+    const Outcome outcome = Sync({"-t", "a1", "-t", "m2", "-t", "b3"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_EQ(server.Scalar(u"USE b SELECT COUNT(*) FROM a1"), u"0");
+}
+
+TEST_F(ScriptPlanTest, InsertsFollowParentsToChildren) {
+    RunOnBoth(Chain);
+    server.Run(
+        u"USE a\nGO\nINSERT a1 VALUES (1)\nGO\nINSERT m2 VALUES (1, 1)\nGO\nINSERT b3 VALUES "
+        u"(1, 1)");
+    EXPECT_EQ(Sync({"-t", "b3", "-t", "m2", "-t", "a1"}).exitCode, 0);
+    EXPECT_EQ(server.Scalar(u"USE b SELECT COUNT(*) FROM b3"), u"1");
+}
+
+// Tables without a key, views and failed tables count in the library's passes and would end them
+// before the chain is through.
+TEST_F(ScriptPlanTest, TablesThatGetNoScriptDoNotCutADeepChain) {
+    RunOnBoth(std::u16string(Chain) +
+              u"CREATE TABLE k1 (x int)\nGO\nCREATE TABLE k2 (x int)\nGO\nCREATE TABLE k3 (x int)");
+    server.Run(
+        u"USE a\nGO\nINSERT a1 VALUES (1)\nGO\nINSERT m2 VALUES (1, 1)\nGO\nINSERT b3 VALUES "
+        u"(1, 1)\nGO\nINSERT k1 VALUES (1)");
+    const Outcome outcome =
+        Script({"-t", "k1", "-t", "k2", "-t", "k3", "-t", "b3", "-t", "m2", "-t", "a1"});
+    EXPECT_TRUE(HasSection("a1"));
+    EXPECT_TRUE(HasSection("m2"));
+    EXPECT_TRUE(HasSection("b3")) << Text();
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_NE(
+        outcome.err.find(
+            "quillon: left out: [dbo].[k1]: the databases share no key to match its rows by\n"),
+        std::string::npos)
+        << outcome.err;
+}
+
+TEST_F(ScriptPlanTest, AScriptThatBringsEverythingOverIsExitCode0) {
+    EXPECT_EQ(Script({}).exitCode, 0);
+    EXPECT_TRUE(HasSection("p"));
+    EXPECT_TRUE(HasSection("c"));
+}
+
+class CycleTest : public ScriptPlanTest {
+  protected:
+    CycleTest() {
+        // r and s refer to each other, d to r, and q to itself.
+        RunOnBoth(
+            u"CREATE TABLE r (id int NOT NULL CONSTRAINT PK_r PRIMARY KEY, s int NULL)\nGO\n"
+            u"CREATE TABLE s (id int NOT NULL CONSTRAINT PK_s PRIMARY KEY, r int NULL CONSTRAINT "
+            u"FK_s REFERENCES r (id))\nGO\n"
+            u"ALTER TABLE r ADD CONSTRAINT FK_r FOREIGN KEY (s) REFERENCES s (id)\nGO\n"
+            u"CREATE TABLE d (id int NOT NULL CONSTRAINT PK_d PRIMARY KEY, r int NULL CONSTRAINT "
+            u"FK_d REFERENCES r (id))\nGO\n"
+            u"CREATE TABLE q (id int NOT NULL CONSTRAINT PK_q PRIMARY KEY, q int NULL CONSTRAINT "
+            u"FK_q REFERENCES q (id))");
+        server.Run(
+            u"USE a\nGO\nINSERT r VALUES (1, NULL)\nGO\nINSERT s VALUES (1, 1)\nGO\n"
+            u"UPDATE r SET s = 1\nGO\nINSERT d VALUES (1, NULL)\nGO\nINSERT q VALUES (1, NULL)");
+    }
+    const std::vector<std::string> tables{"-t", "r", "-t", "s", "-t", "d", "-t", "q"};
+    std::vector<std::string> With(std::vector<std::string> options) const {
+        options.insert(options.end(), tables.begin(), tables.end());
+        return options;
+    }
+};
+
+TEST_F(CycleTest, TablesOfACycleAreNamedAndOthersGetTheirSections) {
+    const Outcome outcome = Script(With({}));
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(
+        outcome.err,
+        "Written: " + File("u.sql") +
+            "\n"
+            "quillon: left out: [dbo].[r]: it belongs to a cycle of tables that refer to each "
+            "other; --suspend-constraints brings it over\n"
+            "quillon: left out: [dbo].[s]: it belongs to a cycle of tables that refer to each "
+            "other; --suspend-constraints brings it over\n");
+    EXPECT_TRUE(HasSection("d")) << Text();
+    EXPECT_TRUE(HasSection("q"));
+    EXPECT_FALSE(HasSection("r"));
+    const Outcome sync = Sync(With({}));
+    EXPECT_EQ(sync.exitCode, 1);
+    EXPECT_NE(sync.err.find("quillon: left out: [dbo].[r]: it belongs to a cycle"),
+              std::string::npos);
+    EXPECT_EQ(server.Scalar(u"USE b SELECT COUNT(*) FROM d"), u"1");
+}
+
+TEST_F(CycleTest, SuspendedConstraintsBringACycleOver) {
+    const Outcome outcome = Sync(With({"--suspend-constraints"}));
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.out << outcome.err;
+    EXPECT_EQ(server.Scalar(u"USE b SELECT s FROM r"), u"1");
+    EXPECT_EQ(server.Scalar(u"USE b SELECT COUNT(*) FROM sys.foreign_keys WHERE is_disabled = 1 OR "
+                            u"is_not_trusted = 1"),
+              u"0");
+}
+
+TEST_F(CycleTest, AScriptWithSuspendedConstraintsBringsACycleOver) {
+    EXPECT_EQ(Script(With({"--suspend-constraints", "--no-comments"})).exitCode, 0);
+    const std::string text = Text();
+    EXPECT_EQ(text.substr(3, 23), "BEGIN TRANSACTION\r\nALTE");
+    server.Run(u"USE b\nGO\n" + QuillonLib::FromUtf8(text.substr(3)));
+    EXPECT_EQ(OnBoth({"compare", "-t", "r", "-t", "s", "-t", "d", "-t", "q"}).exitCode, 0);
+}
+
+// A row that breaks a foreign key does not end a batch, so that what follows would run.
+TEST_F(CycleTest, ASuspendingScriptThatCannotBeCheckedCommitsNothing) {
+    server.Run(
+        u"USE b\nGO\nCREATE TABLE w (r int CONSTRAINT FK_w REFERENCES r (id))\nGO\n"
+        u"INSERT r VALUES (77, NULL)\nGO\nINSERT w VALUES (77)");
+    EXPECT_EQ(Script(With({"--suspend-constraints"})).exitCode, 0);
+    const auto target = MakeDatabase(u"b");
+    QuillonLib::Connection connection;
+    connection.Open(u"driver={SQL Server};server=" + server.Address() +
+                    u";database=b;uid=sa;pwd=sandbox");
+    // A client that goes on after errors.
+    int errors = 0;
+    const auto pieces =
+        QuillonLib::Utils().GetSQLStatementsFromScript(QuillonLib::FromUtf8(Text().substr(3)));
+    for (const std::u16string& batch : pieces.Items) {
+        try {
+            connection.Execute(batch);
+        } catch (const QuillonLib::Error&) {
+            ++errors;
+        }
+    }
+    connection.Close();
+    EXPECT_GE(errors, 1);
+    EXPECT_EQ(server.Scalar(u"USE b SELECT COUNT(*) FROM r WHERE id = 77"), u"1");
+    EXPECT_EQ(server.Scalar(u"USE b SELECT COUNT(*) FROM q"), u"0");
+    EXPECT_EQ(server.Scalar(u"USE b SELECT COUNT(*) FROM sys.foreign_keys WHERE is_disabled = 1"),
+              u"0");
+}
+
+TEST_F(CycleTest, GroupsStandBeforeWhatTheyDependOn) {
+    const auto database = MakeDatabase(u"a");
+    database->CheckDependencies(true);
+    const Groups groups = GroupByDependency(
+        *database, {u"[dbo].[r]", u"[dbo].[q]", u"[dbo].[s]", u"[dbo].[d]", u"[dbo].[p]"});
+    const auto at = [&](const std::vector<std::u16string>& group) {
+        return std::find(groups.begin(), groups.end(), group) - groups.begin();
+    };
+    ASSERT_EQ(groups.size(), 4U);
+    EXPECT_LT(at({u"[dbo].[d]"}), at({u"[dbo].[r]", u"[dbo].[s]"}));
+    EXPECT_LT(at({u"[dbo].[r]", u"[dbo].[s]"}), 4);
+    EXPECT_LT(at({u"[dbo].[q]"}), 4);
+    EXPECT_LT(at({u"[dbo].[p]"}), 4);
+}
+
+TEST_F(ScriptPlanTest, AKeyThatScriptsCannotCarryLeavesThatTableOutAlone) {
+    RunOnBoth(
+        u"CREATE TABLE k (a int NOT NULL, b AS a + 1 PERSISTED NOT NULL, n int NULL, CONSTRAINT "
+        u"PK_k "
+        u"PRIMARY KEY (b))");
+    server.Run(u"USE a\nGO\nINSERT k (a, n) VALUES (1, 1)");
+    const Outcome outcome = Script({});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_NE(outcome.err.find("quillon: left out: [dbo].[k]: its key column [b] cannot be written "
+                               "into a script\n"),
+              std::string::npos)
+        << outcome.err;
+    EXPECT_TRUE(HasSection("p"));
+    EXPECT_FALSE(HasSection("k"));
+}
+
+TEST_F(ScriptPlanTest, AKeyThatHoldsNullLeavesItsTableOut) {
+    RunOnBoth(u"CREATE TABLE k (a int NULL CONSTRAINT UQ_k UNIQUE, n int NULL)");
+    server.Run(u"USE a\nGO\nINSERT k VALUES (1, 1), (NULL, 2)");
+    server.Run(u"USE b\nGO\nINSERT k VALUES (1, 2)");
+    const Outcome outcome = Script({"-t", "k"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_NE(outcome.err.find("quillon: left out: [dbo].[k]: its key holds NULL in database 1, "
+                               "which no script can match\n"),
+              std::string::npos)
+        << outcome.err;
+    server.Run(u"USE a\nGO\nDELETE k WHERE a IS NULL");
+    EXPECT_EQ(Sync({"-t", "k"}).exitCode, 0);
+}
+
+TEST_F(ScriptPlanTest, AKeyThatIsNotUniqueOnTheOtherSideLeavesItsTableOut) {
+    server.Run(
+        u"USE a\nGO\nCREATE TABLE k (a int NOT NULL CONSTRAINT UQ_k UNIQUE, n int)\nGO\n"
+        u"INSERT k VALUES (1, 1)");
+    server.Run(
+        u"USE b\nGO\nCREATE TABLE k (a int NOT NULL, n int)\nGO\n"
+        u"INSERT k VALUES (1, 2), (1, 3)");
+    const Outcome outcome = Script({"-t", "k"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_NE(
+        outcome.err.find("quillon: left out: [dbo].[k]: its key is not unique in database 2\n"),
+        std::string::npos)
+        << outcome.err;
+    server.Run(u"USE b\nGO\nDELETE k WHERE n = 3");
+    EXPECT_EQ(Sync({"-t", "k"}).exitCode, 0);
+}
+
+TEST_F(ScriptPlanTest, TablesAndColumnsThatAreNotBroughtOverAreNamed) {
+    server.Run(u"USE a\nGO\nCREATE TABLE extra (id int)\nGO\nALTER TABLE p ADD more int NULL");
+    const Outcome outcome = Script({});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_NE(
+        outcome.err.find("quillon: left out: [dbo].[p]: not whole: column [more] only in 1\n"),
+        std::string::npos)
+        << outcome.err;
+    EXPECT_NE(outcome.err.find("quillon: left out: [dbo].[extra]: only one database has it\n"),
+              std::string::npos);
+    EXPECT_TRUE(HasSection("p"));
+}
+
+TEST_F(ScriptPlanTest, WhatWasNotComparedIsExitCode3UnlessAccepted) {
+    RunOnBoth(u"ALTER TABLE p ADD doc ntext NULL");
+    EXPECT_EQ(Script({}).exitCode, 3);
+    EXPECT_EQ(Script({"--accept-uncompared"}).exitCode, 0);
+}
+
+TEST_F(ScriptPlanTest, AViewFollowsFromItsTables) {
+    RunOnBoth(
+        u"CREATE VIEW v WITH SCHEMABINDING AS SELECT id FROM dbo.p\nGO\n"
+        u"CREATE UNIQUE CLUSTERED INDEX uix ON v (id)");
+    const Outcome all = Script({});
+    EXPECT_EQ(all.exitCode, 0);
+    EXPECT_NE(all.err.find(
+                  "quillon: left out: [dbo].[v]: it is a view: its rows follow from its tables\n"),
+              std::string::npos)
+        << all.err;
+    EXPECT_EQ(Script({"-t", "v"}).exitCode, 1);
+}
+
+TEST_F(ScriptPlanTest, AFailureNamesTheTableAndTheParentThatWasNotBroughtOver) {
+    server.Run(u"USE a\nGO\nUPDATE c SET pid = 2 WHERE id = 2");
+    const Outcome outcome = Sync({"-t", "c"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_NE(outcome.err.find(", about [dbo].[c], failed in " + two +
+                               ", and everything was rolled back:\n"),
+              std::string::npos)
+        << outcome.err;
+    EXPECT_NE(outcome.err.find("The foreign key FK_c refers to [dbo].[p], which was not among the "
+                               "tables compared: bring it over, too.\n"),
+              std::string::npos)
+        << outcome.err;
+    EXPECT_EQ(outcome.err.find("--suspend-constraints"), std::string::npos);
+}
+
+TEST_F(ScriptPlanTest, AFailingBatchNamesItsTable) {
+    RunOnBoth(u"CREATE TABLE k (id int NOT NULL CONSTRAINT PK_k PRIMARY KEY, n nvarchar(9))");
+    server.Run(u"USE a\nGO\nINSERT k VALUES (1, N'long text')");
+    server.Run(u"USE b\nGO\nALTER TABLE k ALTER COLUMN n nvarchar(4)");
+    const Outcome outcome = Sync({"-t", "k", "-t", "p", "-t", "c", "--suspend-constraints"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_NE(outcome.err.find(", about [dbo].[k], failed in "), std::string::npos) << outcome.err;
+}
+
+}  // namespace
+}  // namespace quillon

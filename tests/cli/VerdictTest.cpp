@@ -1,0 +1,210 @@
+// What compare says of tables that it could not look at as a whole, and the exit codes of it.
+#include <gtest/gtest.h>
+
+#include "tests/cli/ProgramFixture.h"
+
+namespace quillon {
+namespace {
+
+class VerdictTest : public ProgramTest {
+  protected:
+    Outcome Compare(std::vector<std::string> options) const {
+        options.insert(options.begin(), "compare");
+        return OnBoth(std::move(options));
+    }
+    // A table of both databases, the same in both.
+    void Make(const std::u16string& columns, const std::u16string& values) {
+        RunOnBoth(u"CREATE TABLE t (" + columns + u")\nGO\nINSERT t VALUES (" + values + u")");
+    }
+    static bool Holds(const Outcome& outcome, const std::string& text) {
+        return outcome.out.find(text) != std::string::npos;
+    }
+};
+
+constexpr const char16_t* Key = u"id int NOT NULL CONSTRAINT PK_t PRIMARY KEY";
+
+TEST_F(VerdictTest, AllOfItComparedAndIdenticalIsExitCode0) {
+    Make(std::u16string(Key) + u", n nvarchar(9)", u"1, N'x'");
+    const Outcome outcome = Compare({"-t", "t"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_TRUE(Holds(outcome, "\n1 table: 1 identical, 0 different\n")) << outcome.out;
+    EXPECT_EQ(outcome.err, "");
+}
+
+TEST_F(VerdictTest, RowCountsOfATableWithoutAKeyAreADifference) {
+    Make(u"id int", u"1");
+    server.Run(u"USE b\nGO\nDELETE t");
+    const Outcome outcome = Compare({"-t", "t"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_TRUE(Holds(outcome, "  row counts differ\n")) << outcome.out;
+    EXPECT_TRUE(Holds(outcome, "1 table: 0 identical, 1 different; left out: the rows of 1 table"));
+}
+
+TEST_F(VerdictTest, ATableWithoutAKeyIsNeverIdentical) {
+    Make(u"id int", u"1");
+    const Outcome outcome = Compare({"-t", "t"});
+    EXPECT_EQ(outcome.exitCode, 3);
+    EXPECT_TRUE(Holds(outcome,
+                      "[dbo].[t]\n  not compared: its rows, which were only counted: the databases "
+                      "share no key\n"))
+        << outcome.out;
+    EXPECT_TRUE(Holds(outcome,
+                      "1 table: 0 identical, 0 different, 1 not compared whole; left out: the rows "
+                      "of 1 table\n"));
+}
+
+struct UncomparedColumn {
+    const char16_t* type;
+    const char16_t* in1;
+    const char16_t* in2;
+    const char* reason;
+};
+
+class UncomparedColumnTest : public VerdictTest,
+                             public ::testing::WithParamInterface<UncomparedColumn> {};
+
+TEST_P(UncomparedColumnTest, IsNamedAndNeverIdentical) {
+    const auto& [type, in1, in2, reason] = GetParam();
+    RunOnBoth(u"CREATE TABLE t (" + std::u16string(Key) + u", c " + type + u")");
+    server.Run(u"USE a\nGO\nINSERT t (id" + std::u16string(*in1 ? u", c" : u"") + u") VALUES (1" +
+               in1 + u")");
+    server.Run(u"USE b\nGO\nINSERT t (id" + std::u16string(*in2 ? u", c" : u"") + u") VALUES (1" +
+               in2 + u")");
+    const Outcome outcome = Compare({"-t", "t"});
+    EXPECT_EQ(outcome.exitCode, 3);
+    EXPECT_TRUE(
+        Holds(outcome, "[dbo].[t]\n  not compared: column [c]: " + std::string(reason) + "\n"))
+        << outcome.out;
+    EXPECT_TRUE(Holds(outcome, "1 not compared whole; left out: 1 column\n")) << outcome.out;
+    EXPECT_EQ(Compare({"-t", "t", "--accept-uncompared"}).exitCode, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Types, UncomparedColumnTest,
+    ::testing::Values(UncomparedColumn{u"ntext", u", N'abc'", u", N'abd'",
+                                       "the server does not compare values of type ntext"},
+                      UncomparedColumn{u"text", u", 'abc'", u", 'abd'",
+                                       "the server does not compare values of type text"},
+                      UncomparedColumn{u"image", u", 0x01", u", 0x02",
+                                       "the server does not compare values of type image"},
+                      UncomparedColumn{u"xml", u", N'<a/>'", u", N'<b/>'",
+                                       "the server does not compare values of type xml"},
+                      UncomparedColumn{u"timestamp", u"", u"", "a row version differs by nature"},
+                      UncomparedColumn{u"AS id + 1", u"", u"", "it is computed"}));
+
+TEST_F(VerdictTest, ColumnsLeftOutByChoiceAreNotCompared) {
+    Make(std::u16string(Key) + u", m int, n int", u"1, 1, 1");
+    server.Run(u"USE b\nGO\nUPDATE t SET n = 2");
+    const Outcome outcome = Compare({"-t", "t", "--columns", "t=m"});
+    EXPECT_EQ(outcome.exitCode, 3);
+    EXPECT_TRUE(Holds(
+        outcome, "[dbo].[t]\n  not compared: column [n]: it is not among the columns chosen\n"))
+        << outcome.out;
+    EXPECT_EQ(Compare({"-t", "t", "--columns", "t=m,n"}).exitCode, 1);
+}
+
+TEST_F(VerdictTest, AColumnOfOneDatabaseAloneIsADifference) {
+    Make(Key, u"1");
+    server.Run(u"USE a\nGO\nALTER TABLE t ADD extra int NULL");
+    const Outcome in1 = Compare({"-t", "t"});
+    EXPECT_EQ(in1.exitCode, 1);
+    EXPECT_TRUE(Holds(in1, "  columns differ\n")) << in1.out;
+    EXPECT_TRUE(Holds(in1, "[dbo].[t]\n  column [extra] only in 1\n"));
+    EXPECT_TRUE(Holds(in1, "1 table: 0 identical, 1 different; left out: 1 column\n"));
+    server.Run(u"USE a\nGO\nALTER TABLE t DROP COLUMN extra");
+    server.Run(u"USE b\nGO\nALTER TABLE t ADD extra int NULL");
+    const Outcome in2 = Compare({"-t", "t"});
+    EXPECT_EQ(in2.exitCode, 1);
+    EXPECT_TRUE(Holds(in2, "[dbo].[t]\n  column [extra] only in 2\n")) << in2.out;
+}
+
+TEST_F(VerdictTest, ColumnsThatDifferInLetterCaseAloneAreTwoColumns) {
+    server.Run(u"USE a\nGO\nCREATE TABLE t (" + std::u16string(Key) + u", Name int)");
+    server.Run(u"USE b\nGO\nCREATE TABLE t (" + std::u16string(Key) + u", name int)");
+    const Outcome outcome = Compare({"-t", "t"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_TRUE(Holds(outcome, "  column [Name] only in 1\n  column [name] only in 2\n"))
+        << outcome.out;
+}
+
+TEST_F(VerdictTest, DriftOfTypeLengthAndNullabilityIsToldButIsNoDifference) {
+    const std::u16string begin = u"CREATE TABLE t (" + std::u16string(Key);
+    server.Run(u"USE a\nGO\n" + begin +
+               u", a int NULL, b nvarchar(10) NULL, c decimal(9,2) NULL, d int NULL, e int NULL)");
+    server.Run(u"USE b\nGO\n" + begin +
+               u", a bigint NULL, b nvarchar(20) NULL, c decimal(9,3) NULL, d int NOT NULL, e int "
+               u"NULL)");
+    const Outcome outcome = Compare({"-t", "t"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_TRUE(Holds(outcome,
+                      "[dbo].[t]\n"
+                      "  column [a] is int NULL in 1, bigint NULL in 2\n"
+                      "  column [b] is nvarchar(10) NULL in 1, nvarchar(20) NULL in 2\n"
+                      "  column [c] is decimal(9,2) NULL in 1, decimal(9,3) NULL in 2\n"
+                      "  column [d] is int NULL in 1, int NOT NULL in 2\n"
+                      "\n"))
+        << outcome.out;
+}
+
+TEST_F(VerdictTest, ATableOfOneDatabaseAloneIsADifferenceEvenWhenNamed) {
+    Make(Key, u"1");
+    server.Run(u"USE b\nGO\nDROP TABLE t");
+    const Outcome outcome = Compare({"-t", "t"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_TRUE(Holds(outcome, "0 tables: 0 identical, 0 different, 1 in one database only\n"));
+    EXPECT_EQ(outcome.err, "quillon: only in " + one + ", and left out: [dbo].[t]\n");
+}
+
+TEST_F(VerdictTest, FailureGoesBeforeDifferenceAndDifferenceBeforeDoubt) {
+    Make(std::u16string(Key) + u", c ntext", u"1, N'x'");
+    EXPECT_EQ(Compare({"-t", "t", "-t", "p"}).exitCode, 1);
+    server.AddFault(ErrorIn(u"SELECT COUNT(*) FROM [dbo].[c]"));
+    EXPECT_EQ(Compare({"-t", "t", "-t", "p", "-t", "c"}).exitCode, 2);
+    EXPECT_EQ(Compare({"-t", "t", "--accept-uncompared"}).exitCode, 0);
+    server.AddFault(ErrorIn(u"SELECT COUNT(*) FROM [dbo].[c]"));
+    EXPECT_EQ(Compare({"-t", "t", "-t", "c", "--accept-uncompared"}).exitCode, 2);
+}
+
+TEST_F(VerdictTest, RowsSaysTheSameAsCompare) {
+    Make(std::u16string(Key) + u", c ntext", u"1, N'x'");
+    const Outcome rows = OnBoth({"rows", "t"});
+    EXPECT_EQ(rows.exitCode, 3);
+    EXPECT_EQ(rows.err,
+              "quillon: not compared: column [c]: the server does not compare values of type "
+              "ntext\n");
+    EXPECT_EQ(OnBoth({"rows", "t", "--accept-uncompared"}).exitCode, 0);
+    EXPECT_EQ(OnBoth({"rows", "p"}).exitCode, 1);
+}
+
+TEST_F(VerdictTest, SyncThatFindsNothingDoesNotCallItIdentical) {
+    Make(std::u16string(Key) + u", c ntext", u"1, N'x'");
+    EXPECT_EQ(OnBoth({"sync", "--to", "2", "--yes", "-t", "t"}).exitCode, 3);
+    EXPECT_EQ(OnBoth({"sync", "--to", "2", "--yes", "-t", "t", "--accept-uncompared"}).exitCode, 0);
+}
+
+TEST_F(VerdictTest, SyncCountsTablesOfOneDatabaseAlone) {
+    server.Run(u"USE b\nGO\nCREATE TABLE extra (id int)");
+    const Outcome outcome = OnBoth({"sync", "--to", "2", "--yes", "--suspend-constraints"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_TRUE(Holds(outcome, "2 tables: 2 identical, 0 different, 1 in one database only\n"))
+        << outcome.out;
+}
+
+// Two rows of one key: how many are alike cannot be told from the counts.
+TEST_F(VerdictTest, NumbersThatAreNotKnownAreNotShown) {
+    server.Run(
+        u"USE a\nGO\nCREATE TABLE t (id int NOT NULL CONSTRAINT UQ_t UNIQUE, n int)\nGO\n"
+        u"INSERT t VALUES (1, 1)");
+    server.Run(
+        u"USE b\nGO\nCREATE TABLE t (id int NOT NULL, n int)\nGO\n"
+        u"INSERT t VALUES (1, 1), (1, 1)");
+    const Outcome outcome = Compare({"-t", "t"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_TRUE(Holds(outcome,
+                      "[dbo].[t]          1          2          -          0          -          -"
+                      "  different\n"))
+        << outcome.out;
+}
+
+}  // namespace
+}  // namespace quillon
