@@ -5,6 +5,7 @@
 #include "sandbox/engine/Collation.h"
 #include "sandbox/engine/Parser.h"
 #include "sandbox/engine/Types.h"
+#include "sandbox/text/Collations.h"
 
 namespace sandbox::engine {
 namespace {
@@ -21,7 +22,8 @@ constexpr const char* kTables[] = {
     "CREATE TABLE @.m_object(id INTEGER PRIMARY KEY, schema_id INTEGER, name TEXT COLLATE ms,"
     " type TEXT COLLATE ms, parent_id INTEGER DEFAULT 0, created INTEGER, shipped INTEGER DEFAULT "
     "0,"
-    " text TEXT, storage TEXT, disabled INTEGER DEFAULT 0, not_trusted INTEGER DEFAULT 0,"
+    " text TEXT COLLATE ms, storage TEXT, disabled INTEGER DEFAULT 0, not_trusted INTEGER DEFAULT "
+    "0,"
     " ref_id INTEGER, on_delete INTEGER DEFAULT 0, on_update INTEGER DEFAULT 0,"
     " column_id INTEGER DEFAULT 0, index_id INTEGER, bound INTEGER DEFAULT 0,"
     " auto_named INTEGER DEFAULT 0)",
@@ -31,8 +33,12 @@ constexpr const char* kTables[] = {
     "CREATE TABLE @.m_column(object_id INTEGER, id INTEGER, name TEXT COLLATE ms, packed INTEGER,"
     " xtype INTEGER, user_type INTEGER, max_length INTEGER, prec INTEGER, scale INTEGER,"
     " nullable INTEGER, identity INTEGER, seed INTEGER, increment INTEGER, computed INTEGER,"
-    " persisted INTEGER, rowguid INTEGER, text TEXT, default_id INTEGER DEFAULT 0,"
+    " persisted INTEGER, rowguid INTEGER, text TEXT COLLATE ms, default_id INTEGER DEFAULT 0,"
     " PRIMARY KEY(object_id, id)) WITHOUT ROWID",
+    "CREATE TABLE @.m_type(user_type INTEGER PRIMARY KEY, name TEXT COLLATE ms, xtype INTEGER,"
+    " legacy_type INTEGER, max_length INTEGER, prec INTEGER, scale INTEGER, nullable INTEGER,"
+    " collation TEXT COLLATE ms, legacy_user INTEGER)",
+    // Row 0 of a table is its heap; a clustered index (1) takes its place.
     "CREATE TABLE @.m_index(object_id INTEGER, id INTEGER, name TEXT COLLATE ms, clustered INTEGER,"
     " is_unique INTEGER, pk INTEGER, uc INTEGER, PRIMARY KEY(object_id, id)) WITHOUT ROWID",
     "CREATE TABLE @.m_index_column(object_id INTEGER, index_id INTEGER, ordinal INTEGER,"
@@ -74,6 +80,32 @@ std::string For(const char* sql, const std::string& alias) {
         }
     }
     return out;
+}
+
+// The types that a server of the version has.
+void AddTypes(Statement insert, int version) {
+    const auto add = [&](std::u16string_view name, int system, int user, int legacy,
+                         const SqlType& type, bool nullable, int legacyUser) {
+        const int length = type.length == 1 ? 8000 : MaxLength(type);
+        const Value collation =
+            IsCharacter(type.id) ? Value::Text(FactsOf(kServerCollation).name) : Value::Null();
+        insert
+            .BindAll(user, name, system, legacy, length, PrecisionOf(type), ScaleOf(type), nullable,
+                     collation, legacyUser)
+            .Run();
+    };
+    for (int i = 0; i <= static_cast<int>(TypeId::SqlVariant); ++i) {
+        const TypeFacts& f = Facts(static_cast<TypeId>(i));
+        const bool late = f.id == TypeId::Date || f.id == TypeId::Time ||
+                          f.id == TypeId::DateTime2 || f.id == TypeId::DateTimeOffset;
+        if (late && version < 10) continue;
+        if (f.id == TypeId::Xml && version < 9) continue;
+        SqlType type = *TypeByName(f.name);
+        if (IsDecimal(type.id)) type = SqlType{type.id, 0, 38, 38};
+        add(f.name, f.systemType, f.userType, f.legacyType, type, f.id != TypeId::Timestamp,
+            f.userType);
+    }
+    add(u"sysname", 231, 256, 39, NVarCharType(128), false, 18);
 }
 
 }  // namespace
@@ -127,6 +159,8 @@ void Catalog::Create() {
                      file_->created)
             .Run();
     }
+    AddTypes(store_.Prepare(For("INSERT INTO @.m_type VALUES(?,?,?,?,?,?,?,?,?,?)", alias)),
+             file_->server->major);
     if (file_->server->major < 9) {
         // A table that tools leave behind: of type U, yet shipped.
         object
@@ -136,6 +170,7 @@ void Catalog::Create() {
         store_.Execute(
             For("UPDATE @.m_object SET storage='o_dtproperties' WHERE id=1993058136", alias));
         store_.Execute(For("CREATE TABLE @.o_dtproperties(c1,c2 COLLATE ms)", alias));
+        store_.Execute(For("INSERT INTO @.m_index VALUES(1993058136,0,NULL,0,0,0,0)", alias));
         Statement column = store_.Prepare(For(
             "INSERT INTO @.m_column(object_id,id,name,packed,xtype,user_type,max_length,prec,scale,"
             "nullable,identity,seed,increment,computed,persisted,rowguid)"
@@ -315,7 +350,7 @@ void Catalog::LoadColumns(TableMeta& table) {
 
 void Catalog::LoadIndexes(TableMeta& table) {
     Statement& s = store_.Cached("SELECT id,name,clustered,is_unique,pk,uc FROM " + Prefix() +
-                                 "m_index WHERE object_id=? ORDER BY id");
+                                 "m_index WHERE object_id=? AND id>0 ORDER BY id");
     s.Bind(1, Value::Int(table.id));
     while (s.Step()) {
         IndexMeta x;

@@ -35,6 +35,13 @@ void CatalogWriter::AddObject(const NewObject& o) {
                  Widen(o.storage), o.disabled, o.notTrusted, o.referencedId, o.onDelete, o.onUpdate,
                  o.columnId, o.indexId, o.bound, o.autoNamed)
         .Run();
+    AddHeap(o.id);
+}
+
+void CatalogWriter::AddHeap(int object) {
+    Cached("INSERT INTO @m_index SELECT id,0,NULL,0,0,0,0 FROM @m_object WHERE id=? AND type='U'")
+        .BindAll(object)
+        .Run();
 }
 
 void CatalogWriter::AddColumn(int table, const ColumnMeta& c) {
@@ -53,6 +60,9 @@ void CatalogWriter::AddColumn(int table, const ColumnMeta& c) {
 }
 
 void CatalogWriter::AddIndex(int table, const IndexMeta& x) {
+    if (x.clustered) {
+        Cached("DELETE FROM @m_index WHERE object_id=? AND id=0").BindAll(table).Run();
+    }
     Cached("INSERT INTO @m_index VALUES(?,?,?,?,?,?,?)")
         .BindAll(table, x.id, x.name, x.clustered, x.unique, x.primaryKey, x.uniqueConstraint)
         .Run();
@@ -100,6 +110,7 @@ void CatalogWriter::RemoveIndex(int table, int index) {
     Cached("DELETE FROM @m_object WHERE parent_id=? AND type IN ('PK','UQ') AND index_id=?")
         .BindAll(table, index)
         .Run();
+    if (index == kClusteredIndex) AddHeap(table);
 }
 
 std::u16string CatalogWriter::AutoName(std::u16string_view prefix, std::u16string_view table,

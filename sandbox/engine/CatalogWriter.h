@@ -41,7 +41,10 @@ class CatalogWriter {
     std::u16string AutoName(std::u16string_view prefix, std::u16string_view table, int id);
 
   private:
+    static constexpr int kClusteredIndex = 1;
+
     Statement& Cached(const char* sql);
+    void AddHeap(int object);  // of a table; nothing for other objects
 
     Context& context_;
     Catalog& catalog_;

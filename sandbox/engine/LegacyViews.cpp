@@ -35,32 +35,6 @@ std::vector<std::vector<Value>> Servers(Context& context) {
     return rows;
 }
 
-std::vector<std::vector<Value>> Types(Context& context) {
-    std::vector<std::vector<Value>> rows;
-    for (int i = 0; i <= static_cast<int>(TypeId::SqlVariant); ++i) {
-        const TypeFacts& f = Facts(static_cast<TypeId>(i));
-        const bool late = f.id == TypeId::Date || f.id == TypeId::Time ||
-                          f.id == TypeId::DateTime2 || f.id == TypeId::DateTimeOffset;
-        if (late && context.server.major < 10) continue;
-        if (f.id == TypeId::Xml && context.server.major < 9) continue;
-        SqlType t = *TypeByName(f.name);
-        const bool sized = t.length == 1;
-        const int length = sized ? 8000 : MaxLength(t);
-        rows.push_back(
-            {Value::Text(std::u16string(f.name)), Value::Int(f.systemType), Value::Int(0),
-             Value::Int(f.userType), Value::Int(length), Value::Int(PrecisionOf(t)),
-             Value::Int(ScaleOf(t)), Value::Int(1), Value::Int(f.legacyType),
-             Value::Int(context.server.major >= 9 ? 4 : 1), Value::Int(f.userType),
-             IsCharacter(f.id) ? Value::Text(u"SQL_Latin1_General_CP1_CI_AS") : Value::Null(),
-             Value::Int(1)});
-    }
-    rows.push_back({Value::Text(u"sysname"), Value::Int(231), Value::Int(1), Value::Int(256),
-                    Value::Int(256), Value::Int(128), Value::Null(), Value::Int(0), Value::Int(39),
-                    Value::Int(context.server.major >= 9 ? 4 : 1), Value::Int(18),
-                    Value::Text(u"SQL_Latin1_General_CP1_CI_AS"), Value::Int(0)});
-    return rows;
-}
-
 std::vector<std::vector<Value>> Logins(Context& context) {
     return {{Value::Text(context.server.settings.user), Value::Text(context.server.settings.user),
              Value::Blob(std::string(1, '\1')), Value::Int(1), Value::Text(u"master"),
@@ -75,14 +49,6 @@ std::vector<std::vector<Value>> Processes(Context& context) {
 std::vector<std::vector<Value>> Configuration(Context&) {
     return {};
 }
-
-// status: 2 unique, 16 clustered, 0x800 primary key, 0x1000 unique constraint
-constexpr const char* kIndexes =
-    "FROM (SELECT object_id, id, name, is_unique*2 + clustered*16 + pk*2048 + uc*4096 AS status,"
-    " clustered, (SELECT count(*) FROM @m_index_column k WHERE k.object_id=x.object_id AND"
-    " k.index_id=x.id AND k.included=0) AS keys FROM @m_index x"
-    " UNION ALL SELECT o.id, 0, o.name, 0, 0, 0 FROM @m_object o WHERE o.type='U' AND NOT EXISTS"
-    " (SELECT 1 FROM @m_index c WHERE c.object_id=o.id AND c.clustered=1)) AS i";
 
 }  // namespace
 
@@ -159,14 +125,17 @@ const std::vector<ViewDefinition>& LegacyViews() {
            " 'SQL_Latin1_General_CP1_CI_AS' END"}}},
         {"sysindexes",
          ViewHome::Legacy,
-         kIndexes,
+         "FROM @m_index i",
          {{"id", I, "i.object_id"},
-          {"status", I, "i.status"},
+          // 2 unique, 16 clustered, 0x800 primary key, 0x1000 unique constraint
+          {"status", I, "i.is_unique*2 + i.clustered*16 + i.pk*2048 + i.uc*4096"},
           {"first", SqlType{TypeId::Binary, 6, 0, 0}, "X'000000000000'"},
           {"indid", S, "i.id"},
           {"root", SqlType{TypeId::Binary, 6, 0, 0}, "X'000000000000'"},
           {"minlen", S, "0"},
-          {"keycnt", S, "i.keys"},
+          {"keycnt", S,
+           "(SELECT count(*) FROM @m_index_column k WHERE k.object_id=i.object_id AND"
+           " k.index_id=i.id AND k.included=0)"},
           {"groupid", S, "1"},
           {"dpages", I, "0"},
           {"reserved", I, "0"},
@@ -181,7 +150,9 @@ const std::vector<ViewDefinition>& LegacyViews() {
           {"impid", S, "0"},
           {"lockflags", S, "0"},
           {"pgmodctr", I, "0"},
-          {"name", N, "i.name"},
+          {"name", N,
+           "CASE i.id WHEN 0 THEN (SELECT o.name FROM @m_object o WHERE o.id=i.object_id) ELSE"
+           " i.name END"},
           {"rows", I, "0"}}},
         {"sysindexkeys",
          ViewHome::Legacy,
@@ -192,21 +163,20 @@ const std::vector<ViewDefinition>& LegacyViews() {
           {"keyno", S, "k.ordinal"}}},
         {"systypes",
          ViewHome::Legacy,
-         "",
-         {{"name", N, ""},
-          {"xtype", T, ""},
-          {"status", T, ""},
-          {"xusertype", S, ""},
-          {"length", S, ""},
-          {"xprec", T, ""},
-          {"xscale", T, ""},
-          {"allownulls", B, ""},
-          {"type", T, ""},
-          {"uid", S, ""},
-          {"usertype", S, ""},
-          {"collation", N, ""},
-          {"variable", B, ""}},
-         Types},
+         "FROM @m_type t",
+         {{"name", N, "t.name"},
+          {"xtype", T, "t.xtype"},
+          {"status", T, "CASE t.user_type WHEN 256 THEN 1 ELSE 0 END"},
+          {"xusertype", S, "t.user_type"},
+          {"length", S, "t.max_length"},
+          {"xprec", T, "t.prec"},
+          {"xscale", T, "t.scale"},
+          {"allownulls", B, "t.nullable"},
+          {"type", T, "t.legacy_type"},
+          {"uid", S, "(SELECT max(s.id) FROM @m_schema s WHERE s.name IN ('dbo','sys'))"},
+          {"usertype", S, "t.legacy_user"},
+          {"collation", N, "t.collation"},
+          {"variable", B, "CASE t.user_type WHEN 256 THEN 0 ELSE 1 END"}}},
         {"sysusers",
          ViewHome::Legacy,
          "FROM @m_schema s",

@@ -33,29 +33,6 @@ std::vector<std::vector<Value>> Servers(Context& context) {
     return rows;
 }
 
-std::vector<std::vector<Value>> Types(Context& context) {
-    std::vector<std::vector<Value>> rows;
-    const auto add = [&](std::u16string_view name, int system, int user, int length, int precision,
-                         int scale, bool text, bool nullable) {
-        rows.push_back({Value::Text(std::u16string(name)), Value::Int(system), Value::Int(user),
-                        Value::Int(4), Value::Int(length), Value::Int(precision), Value::Int(scale),
-                        text ? Value::Text(u"SQL_Latin1_General_CP1_CI_AS") : Value::Null(),
-                        Value::Int(nullable ? 1 : 0), Value::Int(0), Value::Int(0)});
-    };
-    for (int i = 0; i <= static_cast<int>(TypeId::SqlVariant); ++i) {
-        const TypeFacts& f = Facts(static_cast<TypeId>(i));
-        const bool late = f.id == TypeId::Date || f.id == TypeId::Time ||
-                          f.id == TypeId::DateTime2 || f.id == TypeId::DateTimeOffset;
-        if (late && context.server.major < 10) continue;
-        SqlType t = *TypeByName(f.name);
-        if (IsDecimal(t.id)) t = SqlType{t.id, 0, 38, 38};
-        add(f.name, f.systemType, f.userType, t.length == 1 ? 8000 : MaxLength(t), PrecisionOf(t),
-            ScaleOf(t), IsCharacter(f.id), f.id != TypeId::Timestamp);
-    }
-    add(u"sysname", 231, 256, 256, 0, 0, true, false);
-    return rows;
-}
-
 constexpr const char* kShippedObjects = "FROM @m_object o";
 
 // The columns that sys.objects and the views over it share.
@@ -112,10 +89,7 @@ std::vector<ViewColumn> ColumnColumns(const std::vector<ViewColumn>& more) {
     return columns;
 }
 
-constexpr const char* kIndexRows =
-    "FROM (SELECT object_id, id, name, clustered, is_unique, pk, uc FROM @m_index"
-    " UNION ALL SELECT o.id, 0, NULL, 0, 0, 0, 0 FROM @m_object o WHERE o.type='U' AND NOT EXISTS"
-    " (SELECT 1 FROM @m_index c WHERE c.object_id=o.id AND c.clustered=1)) AS i";
+constexpr const char* kIndexRows = "FROM @m_index i";
 
 const std::vector<ViewColumn>& KeyConstraintColumns() {
     static const std::vector<ViewColumn> kColumns = ObjectColumns(
@@ -295,19 +269,18 @@ const std::vector<ViewDefinition>& SysViews() {
          Servers},
         {"types",
          ViewHome::Sys,
-         "",
-         {{"name", N, ""},
-          {"system_type_id", T, ""},
-          {"user_type_id", I, ""},
-          {"schema_id", I, ""},
-          {"max_length", S, ""},
-          {"precision", T, ""},
-          {"scale", T, ""},
-          {"collation_name", N, ""},
-          {"is_nullable", B, ""},
-          {"is_user_defined", B, ""},
-          {"is_assembly_type", B, ""}},
-         Types},
+         "FROM @m_type t",
+         {{"name", N, "t.name"},
+          {"system_type_id", T, "t.xtype"},
+          {"user_type_id", I, "t.user_type"},
+          {"schema_id", I, "4"},
+          {"max_length", S, "t.max_length"},
+          {"precision", T, "t.prec"},
+          {"scale", T, "t.scale"},
+          {"collation_name", N, "t.collation"},
+          {"is_nullable", B, "t.nullable"},
+          {"is_user_defined", B, "0"},
+          {"is_assembly_type", B, "0"}}},
         {"TABLES",
          ViewHome::Information,
          "FROM @m_object o JOIN @m_schema s ON s.id=o.schema_id WHERE o.type IN ('U','V') AND "

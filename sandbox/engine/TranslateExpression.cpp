@@ -195,10 +195,27 @@ Bound Translator::Expression(const Expr& e, Scope& scope) {
     }
 }
 
+namespace {
+
+std::string ColumnSql(const Source& source, const SourceColumn& column) {
+    if (!column.expression) return source.sql + "." + column.sql;
+    std::string sql;
+    for (const char c : column.sql) {
+        if (c == kAliasMark) {
+            sql += source.sql;
+        } else {
+            sql += c;
+        }
+    }
+    return sql;
+}
+
+}  // namespace
+
 Bound Translator::FromSource(const Source& source, const SourceColumn& c, Scope& scope,
                              bool outer) {
     Bound b;
-    b.sql = source.sql + "." + c.sql;
+    b.sql = ColumnSql(source, c);
     b.type = c.type;
     b.nullable = c.nullable;
     b.identity = c.identity;

@@ -510,10 +510,19 @@ std::string Translator::TableRefSql(const TableRef& ref, Scope& scope) {
 }
 
 std::string Translator::JoinSql(const TableRef& ref, Scope& scope) {
+    const bool leftMayMiss = ref.join == JoinKind::Right || ref.join == JoinKind::Full;
+    const bool rightMayMiss = ref.join == JoinKind::Left || ref.join == JoinKind::Full;
+    const auto side = [&](const TableRef& one, bool mayMiss) {
+        const bool outside = mayMiss_;
+        mayMiss_ = mayMiss_ || mayMiss;
+        std::string sql = TableRefSql(one, scope);
+        mayMiss_ = outside;
+        return sql;
+    };
     const std::size_t begin = scope.sources.size();
-    std::string left = TableRefSql(*ref.left, scope);
+    std::string left = side(*ref.left, leftMayMiss);
     const std::size_t middle = scope.sources.size();
-    std::string right = TableRefSql(*ref.right, scope);
+    std::string right = side(*ref.right, rightMayMiss);
     const std::size_t end = scope.sources.size();
     if (ref.right->kind == TableRef::Kind::Join) right = "(" + right + ")";
     if (ref.join == JoinKind::Cross) return left + " CROSS JOIN " + right;
@@ -534,8 +543,6 @@ std::string Translator::JoinSql(const TableRef& ref, Scope& scope) {
         throw;
     }
     giveBack();
-    const bool leftMayMiss = ref.join == JoinKind::Right || ref.join == JoinKind::Full;
-    const bool rightMayMiss = ref.join == JoinKind::Left || ref.join == JoinKind::Full;
     if (leftMayMiss) MakeNullable(scope, begin, middle);
     if (rightMayMiss) MakeNullable(scope, middle, end);
     const char* word = " JOIN ";
@@ -560,7 +567,7 @@ std::unique_ptr<Source> Translator::TableSource(const ObjectName& name, std::u16
     source->catalog = resolved.catalog;
     source->sql = NewAlias();
     if (!resolved.object || resolved.object->type == u"S") {
-        auto view = FindSystemView(context_, *resolved.catalog, name.schema, name.name);
+        auto view = FindSystemView(context_, *resolved.catalog, name.schema, name.name, mayMiss_);
         if (!view) ThrowInvalidObject(name.Text());
         source->columns = std::move(view->columns);
         *from = view->sql + " AS " + source->sql;

@@ -37,7 +37,10 @@ struct SourceColumn {
     std::string sql;  // without the source's alias
     SqlType type;
     bool nullable = true, identity = false, computed = false;
+    bool expression = false;  // `sql` is one, with kAliasMark in place of the alias
 };
+
+inline constexpr char kAliasMark = '\x01';
 
 struct Source {
     std::u16string alias;  // what qualifies its columns; empty: the table's own name
@@ -157,6 +160,7 @@ class Translator {
     Context& context_;
     int aliases_ = 0;
     int views_ = 0;
+    bool mayMiss_ = false;                // inside of a side of an outer join that may have no row
     std::vector<Catalog*> viewCatalogs_;  // databases of the views being expanded
 };
 
@@ -175,9 +179,11 @@ struct SystemViewColumn {
 };
 struct SystemView {
     std::vector<SourceColumn> columns;
-    std::string sql;  // a row source in parentheses
+    std::string sql;  // a row source: in parentheses, or a table
 };
+// `mayMiss`: the view stands on a side of an outer join that may have no row.
 std::optional<SystemView> FindSystemView(Context& context, Catalog& catalog,
-                                         std::u16string_view schema, std::u16string_view name);
+                                         std::u16string_view schema, std::u16string_view name,
+                                         bool mayMiss);
 
 }  // namespace sandbox::engine

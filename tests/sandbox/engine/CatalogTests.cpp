@@ -186,6 +186,29 @@ TEST_F(ModernViews, Indexes) {
               "PK_parent|PK\nUQ_child|UQ\n");
 }
 
+TEST_F(ModernViews, ARowThatAnOuterJoinMakesUpIsNullInAllColumns) {
+    EXPECT_EQ(box.Text(u"SELECT s.name, o.type_desc, o.is_published, o.name FROM sys.schemas s "
+                       u"LEFT JOIN sys.objects o ON o.schema_id = s.schema_id AND o.name = 'v' "
+                       u"WHERE s.name IN ('dbo', 'guest') ORDER BY s.name"),
+              "dbo|VIEW|0|v\nguest|NULL|NULL|NULL\n");
+    EXPECT_EQ(box.Text(u"SELECT o.is_published, s.name FROM sys.objects o RIGHT JOIN sys.schemas s "
+                       u"ON o.schema_id = s.schema_id AND o.name = 'v' WHERE s.name = 'guest'"),
+              "NULL|guest\n");
+}
+
+TEST_F(ModernViews, ATableIsAHeapAgainWithoutItsClusteredIndex) {
+    const auto indexes = [&] {
+        return box.Text(u"SELECT index_id, type_desc, name FROM sys.indexes WHERE object_id = "
+                        u"OBJECT_ID('heap') ORDER BY index_id");
+    };
+    box.Text(u"CREATE TABLE heap (a int)");
+    EXPECT_EQ(indexes(), "0|HEAP|NULL\n");
+    box.Text(u"CREATE CLUSTERED INDEX cx ON heap (a)");
+    EXPECT_EQ(indexes(), "1|CLUSTERED|cx\n");
+    box.Text(u"DROP INDEX cx ON heap");
+    EXPECT_EQ(indexes(), "0|HEAP|NULL\n");
+}
+
 TEST_F(ModernViews, ForeignKeys) {
     EXPECT_EQ(
         box.Text(
