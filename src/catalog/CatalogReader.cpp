@@ -64,8 +64,9 @@ const CatalogReader::Dialect CatalogReader::SystemTables{
 };
 
 // A disabled index, and one with a filter, promises nothing about the rows of the whole table:
-// neither may serve as a key. Types of the CLR (240) have no base type. Names come from the
-// server's functions, which cost less than joins.
+// neither may serve as a key. Names come from joins: the server's name functions take metadata
+// locks for every row. Types of the CLR (240) have no base type, and the login may not see all of
+// them.
 const CatalogReader::Dialect CatalogReader::SystemViews{
     .UserTables =
         u"SELECT s.name, o.name FROM sys.objects o"
@@ -80,22 +81,25 @@ const CatalogReader::Dialect CatalogReader::SystemViews{
         u" AND i.index_id > 0)"
         u" ORDER BY s.name, o.name",
     .ColumnsOf =
-        u"SELECT SCHEMA_NAME(o.schema_id), o.name, o.type, c.name,"
-        u" TYPE_NAME(CASE c.system_type_id WHEN 240 THEN c.user_type_id"
-        u" ELSE c.system_type_id END), c.max_length, c.precision,"
+        u"SELECT s.name, o.name, o.type, c.name, t.name, c.max_length, c.precision,"
         u" c.scale, c.is_computed, c.is_identity, c.is_nullable"
         u" FROM sys.objects o"
+        u" INNER JOIN sys.schemas s ON s.schema_id = o.schema_id"
         u" INNER JOIN sys.columns c ON c.object_id = o.object_id"
+        u" LEFT JOIN sys.types t ON t.user_type_id ="
+        u" CASE c.system_type_id WHEN 240 THEN c.user_type_id ELSE c.system_type_id END"
         u" WHERE o.type IN ('U', 'V') AND o.object_id IN (",
     .ColumnsOrder = u") ORDER BY o.object_id, c.column_id",
     .IndexesOf =
-        u"SELECT SCHEMA_NAME(o.schema_id), o.name, i.name, i.index_id,"
-        u" i.is_primary_key, i.is_unique_constraint, i.is_unique,"
-        u" COL_NAME(k.object_id, k.column_id)"
+        u"SELECT s.name, o.name, i.name, i.index_id,"
+        u" i.is_primary_key, i.is_unique_constraint, i.is_unique, c.name"
         u" FROM sys.objects o"
+        u" INNER JOIN sys.schemas s ON s.schema_id = o.schema_id"
         u" INNER JOIN sys.indexes i ON i.object_id = o.object_id"
         u" INNER JOIN sys.index_columns k"
         u" ON k.object_id = i.object_id AND k.index_id = i.index_id"
+        u" INNER JOIN sys.columns c"
+        u" ON c.object_id = k.object_id AND c.column_id = k.column_id"
         u" WHERE i.type IN (1, 2) AND i.is_hypothetical = 0 AND i.is_disabled = 0"
         u" AND k.key_ordinal > 0 AND o.object_id IN (",
     .FilteredIndexes = u" AND i.has_filter = 0",
@@ -109,6 +113,12 @@ constexpr std::int32_t FirstVersionWithFilteredIndexes = 10;
 
 std::u16string TextOf(const Recordset& rows, std::size_t field) {
     return rows.Fields(field).Value().Get<std::u16string>();
+}
+
+// Empty for a NULL: a type that the login may not see has no name.
+std::u16string TextOrNone(const Recordset& rows, std::size_t field) {
+    const Value value = rows.Fields(field).Value();
+    return value.IsNull() ? std::u16string() : value.Get<std::u16string>();
 }
 
 // 0 for a NULL: columns of types without precision and scale have none in the system tables.
@@ -167,7 +177,7 @@ void ReadColumns(const std::shared_ptr<Connection>& connection, std::u16string_v
         object.IsView = TextOf(rows, 2).starts_with(u'V');
         ColumnFacts column;
         column.Name = TextOf(rows, 3);
-        column.DataType = TextOf(rows, 4);
+        column.DataType = TextOrNone(rows, 4);
         column.Length = LengthInTypeUnits(column.DataType, NumberOf(rows, 5));
         column.NumericPrecision = NumberOf(rows, 6);
         column.NumericScale = NumberOf(rows, 7);

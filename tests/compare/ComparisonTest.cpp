@@ -30,16 +30,18 @@ constexpr const char16_t* FactsOf2 =
     u"SELECT @@MICROSOFTVERSION / 16777216, cmptlevel, name, CASE WHEN DB_NAME() = name THEN 1 "
     u"ELSE 0 END FROM master..sysdatabases WHERE name = N'two'";
 constexpr const char16_t* Columns =
-    u"SELECT SCHEMA_NAME(o.schema_id), o.name, o.type, c.name, TYPE_NAME(CASE c.system_type_id "
-    u"WHEN 240 THEN c.user_type_id ELSE c.system_type_id END), c.max_length, c.precision, c.scale, "
-    u"c.is_computed, c.is_identity, c.is_nullable FROM sys.objects o INNER JOIN sys.columns c ON "
-    u"c.object_id = o.object_id WHERE o.type IN ('U', 'V') AND o.object_id IN "
+    u"SELECT s.name, o.name, o.type, c.name, t.name, c.max_length, c.precision, c.scale, "
+    u"c.is_computed, c.is_identity, c.is_nullable FROM sys.objects o INNER JOIN sys.schemas s ON "
+    u"s.schema_id = o.schema_id INNER JOIN sys.columns c ON c.object_id = o.object_id LEFT JOIN "
+    u"sys.types t ON t.user_type_id = CASE c.system_type_id WHEN 240 THEN c.user_type_id ELSE "
+    u"c.system_type_id END WHERE o.type IN ('U', 'V') AND o.object_id IN "
     u"(OBJECT_ID(N'[dbo].[a]'), OBJECT_ID(N'[dbo].[b]')) ORDER BY o.object_id, c.column_id";
 constexpr const char16_t* Indexes =
-    u"SELECT SCHEMA_NAME(o.schema_id), o.name, i.name, i.index_id, i.is_primary_key, "
-    u"i.is_unique_constraint, i.is_unique, COL_NAME(k.object_id, k.column_id) FROM sys.objects o "
+    u"SELECT s.name, o.name, i.name, i.index_id, i.is_primary_key, i.is_unique_constraint, "
+    u"i.is_unique, c.name FROM sys.objects o INNER JOIN sys.schemas s ON s.schema_id = o.schema_id "
     u"INNER JOIN sys.indexes i ON i.object_id = o.object_id INNER JOIN sys.index_columns k ON "
-    u"k.object_id = i.object_id AND k.index_id = i.index_id WHERE i.type IN (1, 2) AND "
+    u"k.object_id = i.object_id AND k.index_id = i.index_id INNER JOIN sys.columns c ON "
+    u"c.object_id = k.object_id AND c.column_id = k.column_id WHERE i.type IN (1, 2) AND "
     u"i.is_hypothetical = 0 AND i.is_disabled = 0 AND k.key_ordinal > 0 AND o.object_id IN "
     u"(OBJECT_ID(N'[dbo].[a]'), OBJECT_ID(N'[dbo].[b]')) AND i.has_filter = 0 ORDER BY "
     u"o.object_id, i.index_id, k.key_ordinal";
