@@ -19,7 +19,7 @@ constexpr int kLongestWait = 30'000;  // ms
 int WaitForLock(void* pointer, int attempt) {
     constexpr int kPause = 2;
     const auto& context = *static_cast<Context*>(pointer);
-    const int most = context.lockTimeout < 0 ? kLongestWait : context.lockTimeout;
+    const int most = context.options.lockTimeout < 0 ? kLongestWait : context.options.lockTimeout;
     if (context.IsCancelled() || attempt * kPause >= most) return 0;
     std::this_thread::sleep_for(std::chrono::milliseconds(kPause));
     return 1;

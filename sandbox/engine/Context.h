@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <list>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -47,6 +46,19 @@ struct PendingKey {
     bool parentGone = false;  // the referenced row was deleted or its key changed
     bool updated = false;     // ... by an update: newKey is what it became
     std::vector<Value> key, newKey;
+};
+
+// What SET switches. A procedure and a dynamic text begin with their caller's; what they switch
+// ends with them.
+struct SetOptions {
+    int lockTimeout = -1;  // ms; -1: as long as the server waits
+    bool formatOnly = false;
+    bool noCount = false, xactAbort = false, quotedIdentifier = true, dmy = false;
+    std::int64_t rowLimit = 0;  // SET ROWCOUNT
+    // The one table whose identity may be written.
+    DatabasePtr identityInsertDatabase;
+    int identityInsertTable = 0;
+    std::u16string identityInsertName;
 };
 
 // Resolves to a table, a view or a system view.
@@ -102,16 +114,7 @@ class Context {
     const std::atomic<bool>* cancelled = nullptr;
     bool IsCancelled() const { return cancelled != nullptr && *cancelled; }
 
-    // Options
-    int lockTimeout = -1;  // ms; -1: as long as the server waits
-    bool formatOnly = false;
-    bool noCount = false, xactAbort = false, quotedIdentifier = true, dmy = false;
-    std::int64_t rowLimit = 0;  // SET ROWCOUNT
-    std::map<std::u16string, std::u16string> options;
-    // The one table whose identity may be written.
-    DatabasePtr identityInsertDatabase;
-    int identityInsertTable = 0;
-    std::u16string identityInsertName;
+    SetOptions options;
 
   private:
     struct Attachment {

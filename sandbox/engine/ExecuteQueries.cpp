@@ -212,7 +212,7 @@ std::shared_ptr<Plan> Executor::FreshPlan(const Stmt& stmt) {
 }
 
 void Executor::Select(const QueryStmt& stmt) {
-    if (stmt.query->into && !context_.formatOnly) return SelectInto(stmt);
+    if (stmt.query->into && !context_.options.formatOnly) return SelectInto(stmt);
     std::shared_ptr<Plan> plan = FreshPlan(stmt);
     if (!plan) {
         plan = std::make_shared<Plan>();
@@ -239,7 +239,8 @@ void Executor::SendRows(Plan& plan) {
     sink_.Columns(plan.columns);
     RowReader reader(plan.statement.Raw(), plan.columns);
     std::int64_t count = 0;
-    while (!context_.formatOnly && (context_.rowLimit == 0 || count < context_.rowLimit) &&
+    while (!context_.options.formatOnly &&
+           (context_.options.rowLimit == 0 || count < context_.options.rowLimit) &&
            plan.statement.Step()) {
         ++count;
         if (!sink_.Row(reader.Read())) throw Cancelled{};
@@ -285,18 +286,18 @@ void Executor::SelectInto(const QueryStmt& stmt) {
     }
     std::int64_t count = 0;
     Atomically([&] {
-        const bool noCount = context_.noCount;
+        const bool noCount = context_.options.noCount;
         ++nesting_;
-        context_.noCount = true;
+        context_.options.noCount = true;
         try {
             CreateTable(create);
         } catch (...) {
             --nesting_;
-            context_.noCount = noCount;
+            context_.options.noCount = noCount;
             throw;
         }
         --nesting_;
-        context_.noCount = noCount;
+        context_.options.noCount = noCount;
         const Resolved r = context_.Resolve(*stmt.query->into);
         const TablePtr table = r.catalog->Table(r.object->id);
         Translator again(context_);

@@ -63,8 +63,8 @@ std::string Executor::DefaultSql(Translator& translator, const ColumnMeta& colum
 std::vector<const ColumnMeta*> Executor::InsertTargets(const InsertStmt& stmt,
                                                        const Catalog& catalog,
                                                        const TableMeta& table) {
-    const bool identityOn = context_.identityInsertTable == table.id &&
-                            context_.identityInsertDatabase == catalog.File();
+    const bool identityOn = context_.options.identityInsertTable == table.id &&
+                            context_.options.identityInsertDatabase == catalog.File();
     std::vector<const ColumnMeta*> targets;
     if (!stmt.columnsGiven) {
         for (const ColumnMeta& c : table.columns) {

@@ -23,7 +23,7 @@ void Executor::RunBatch(std::u16string_view text) {
     context_.cancelled = &cancelled_;
     try {
         const std::vector<StmtPtr> statements =
-            Parser(text, context_.quotedIdentifier).ParseBatch();
+            Parser(text, context_.options.quotedIdentifier).ParseBatch();
         RunAll(statements);
     } catch (const SqlError& e) {
         context_.lastError = e.message.number;
@@ -86,7 +86,7 @@ void Executor::Fail(SqlError error, const Stmt& stmt) {
     sink_.Say(error.message);
     sink_.StatementDone(std::nullopt, false, true);
     ErrorReach reach = error.reach;
-    if (context_.xactAbort && error.message.severity > 10 && error.message.number < 50000) {
+    if (context_.options.xactAbort && error.message.severity > 10 && error.message.number < 50000) {
         reach = ErrorReach::Rollback;
     }
     if (reach == ErrorReach::Rollback) RollbackAll(context_);
@@ -95,7 +95,7 @@ void Executor::Fail(SqlError error, const Stmt& stmt) {
 }
 
 void Executor::Done(std::optional<std::int64_t> count, bool isSelect) {
-    if (context_.noCount) count.reset();
+    if (context_.options.noCount) count.reset();
     // In a procedure, only what has something to tell is told.
     if (nesting_ > 0 && !isSelect && !count) return;
     sink_.StatementDone(count, isSelect, false);
@@ -110,7 +110,7 @@ Executor::Flow Executor::Run(const Stmt& stmt) {
     context_.statementNow = context_.statementUtcNow = 0;
     const bool describes = stmt.kind == StmtKind::Query || stmt.kind == StmtKind::SetOption ||
                            stmt.kind == StmtKind::Declare;
-    if (context_.formatOnly && !describes) return Flow::Next;
+    if (context_.options.formatOnly && !describes) return Flow::Next;
     if (!context_.inStoreTransaction) context_.RefreshCatalogs();
     const Flow flow = Dispatch(stmt);
     // Only statements that ran by themselves reset @@ERROR; IF and WHILE contain others.
@@ -252,7 +252,7 @@ Executor::Flow Executor::Try(const TryStmt& stmt) {
         return flow;
     } catch (SqlError& e) {
         --tryDepth_;
-        if (e.reach == ErrorReach::Rollback || context_.xactAbort) RollbackAll(context_);
+        if (e.reach == ErrorReach::Rollback || context_.options.xactAbort) RollbackAll(context_);
         const std::optional<SqlError> before = std::move(currentError_);
         const Message* const caught = context_.caught;
         currentError_ = e;
@@ -434,21 +434,21 @@ void Executor::SetIdentityInsert(const SetOptionStmt& stmt) {
                               u"operation.",
                               {stmt.table.Text()}));
     }
-    const bool same = context_.identityInsertTable == table->id &&
-                      context_.identityInsertDatabase == r.catalog->File();
-    if (stmt.on && context_.identityInsertTable != 0 && !same) {
+    const bool same = context_.options.identityInsertTable == table->id &&
+                      context_.options.identityInsertDatabase == r.catalog->File();
+    if (stmt.on && context_.options.identityInsertTable != 0 && !same) {
         throw SqlError(8107,
                        Format(u"IDENTITY_INSERT is already ON for table '%1'. Cannot perform SET "
                               u"operation for table '%2'.",
-                              {context_.identityInsertName, stmt.table.Text()}));
+                              {context_.options.identityInsertName, stmt.table.Text()}));
     }
     if (stmt.on) {
-        context_.identityInsertTable = table->id;
-        context_.identityInsertDatabase = r.catalog->File();
-        context_.identityInsertName = r.catalog->File()->name + u"." + table->FullName();
+        context_.options.identityInsertTable = table->id;
+        context_.options.identityInsertDatabase = r.catalog->File();
+        context_.options.identityInsertName = r.catalog->File()->name + u"." + table->FullName();
     } else if (same) {
-        context_.identityInsertTable = 0;
-        context_.identityInsertDatabase.reset();
+        context_.options.identityInsertTable = 0;
+        context_.options.identityInsertDatabase.reset();
     }
     context_.BumpGeneration();
     Done();
@@ -505,15 +505,15 @@ void Executor::SetOption(const SetOptionStmt& stmt) {
                                   {option, stmt.on ? u"ON" : u"OFF"}),
                            15);
         }
-        if (option == u"FMTONLY") context_.formatOnly = stmt.on;
+        if (option == u"FMTONLY") context_.options.formatOnly = stmt.on;
         if (option == u"LOCK_TIMEOUT" && stmt.expr) {
-            context_.lockTimeout = static_cast<int>(Evaluate(*stmt.expr).value.i);
+            context_.options.lockTimeout = static_cast<int>(Evaluate(*stmt.expr).value.i);
         }
-        if (option == u"NOCOUNT") context_.noCount = stmt.on;
-        if (option == u"XACT_ABORT") context_.xactAbort = stmt.on;
-        if (option == u"QUOTED_IDENTIFIER") context_.quotedIdentifier = stmt.on;
-        if (option == u"DATEFORMAT") context_.dmy = stmt.value == u"DMY";
-        if (option == u"ROWCOUNT") context_.rowLimit = Evaluate(*stmt.expr).value.i;
+        if (option == u"NOCOUNT") context_.options.noCount = stmt.on;
+        if (option == u"XACT_ABORT") context_.options.xactAbort = stmt.on;
+        if (option == u"QUOTED_IDENTIFIER") context_.options.quotedIdentifier = stmt.on;
+        if (option == u"DATEFORMAT") context_.options.dmy = stmt.value == u"DMY";
+        if (option == u"ROWCOUNT") context_.options.rowLimit = Evaluate(*stmt.expr).value.i;
         if (option == u"LANGUAGE" && stmt.expr) EvaluateText(*stmt.expr);
     }
     Done();

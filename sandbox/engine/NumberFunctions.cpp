@@ -21,7 +21,7 @@ namespace {
 void ConvertValue(Context& context, sqlite3_context* c, sqlite3_value** a) {
     if (IsNull(a[0])) return sqlite3_result_null(c);
     int style = static_cast<int>(Int(a[3]));
-    if (style == 0 && context.dmy) style = 103;
+    if (style == 0 && context.options.dmy) style = 103;
     const SqlType from = Unpack(Int(a[1]));
     const SqlType to = Unpack(Int(a[2]));
     if (style == 103 && (!IsDateTime(to.id) || Int(a[3]) != 0)) style = static_cast<int>(Int(a[3]));

@@ -152,8 +152,8 @@ void Executor::Call(const ProcedureMeta& procedure, Catalog& catalog, const Exec
     frame.procedure = procedure.name;
     Frame* const caller = context_.frame;
     const DatabasePtr database = context_.current;
-    const bool noCount = context_.noCount;
-    const bool xactAbort = context_.xactAbort;
+    const bool noCount = context_.options.noCount;
+    const bool xactAbort = context_.options.xactAbort;
     const bool elsewhere = catalog.File() != database;
     if (elsewhere) context_.Use(catalog.File());
     context_.frame = &frame;
@@ -162,8 +162,8 @@ void Executor::Call(const ProcedureMeta& procedure, Catalog& catalog, const Exec
     const auto leave = [&] {
         --nesting_;
         context_.frame = caller;
-        context_.noCount = noCount;  // SET options of a procedure end with it
-        context_.xactAbort = xactAbort;
+        context_.options.noCount = noCount;  // SET options of a procedure end with it
+        context_.options.xactAbort = xactAbort;
         if (elsewhere) context_.Use(database);
     };
     const int depth = context_.transactionDepth;
@@ -209,7 +209,7 @@ void Executor::RunDynamic(std::u16string_view text, Frame* parameters) {
     const std::u16string own(text);
     std::vector<StmtPtr> statements;
     try {
-        statements = Parser(own, context_.quotedIdentifier).ParseBatch();
+        statements = Parser(own, context_.options.quotedIdentifier).ParseBatch();
     } catch (SqlError& e) {
         e.reach = ErrorReach::Statement;  // of the text alone; the caller goes on
         throw;
@@ -218,13 +218,13 @@ void Executor::RunDynamic(std::u16string_view text, Frame* parameters) {
     Frame& use = parameters ? *parameters : frame;
     Frame* const caller = context_.frame;
     const DatabasePtr database = context_.current;
-    const bool noCount = context_.noCount;
+    const bool noCount = context_.options.noCount;
     context_.frame = &use;
     ++nesting_;
     const auto leave = [&] {
         --nesting_;
         context_.frame = caller;
-        context_.noCount = noCount;
+        context_.options.noCount = noCount;
         if (context_.current != database && !database->dropped) {  // USE ends with the text
             const std::u16string from = context_.current->name;
             context_.Use(database);

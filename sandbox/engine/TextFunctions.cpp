@@ -347,7 +347,7 @@ void IsNumeric(Context&, sqlite3_context* c, sqlite3_value** a) {
 void IsDate(Context& context, sqlite3_context* c, sqlite3_value** a) {
     Moment m;
     const bool ok = !IsNull(a[0]) && !ReadText(a[0]).empty() &&
-                    ParseMoment(ReadText(a[0]), context.dmy, m) == ParseResult::Ok &&
+                    ParseMoment(ReadText(a[0]), context.options.dmy, m) == ParseResult::Ok &&
                     FromMoment(m, Plain(TypeId::DateTime)).has_value();
     sqlite3_result_int(c, ok ? 1 : 0);
 }
