@@ -149,6 +149,13 @@ class Session {
     // `cancelled` is looked at between rows and statements.
     virtual void Execute(std::u16string_view batch, ResultSink& sink,
                          const std::atomic<bool>& cancelled) = 0;
+    // The same for the text of sp_executesql and of a prepared statement: what it SETs or USEs
+    // ends with it, and it must leave as many transactions open as it found (error 266). A session
+    // without such state has no need to tell the two apart.
+    virtual void ExecuteInScope(std::u16string_view batch, ResultSink& sink,
+                                const std::atomic<bool>& cancelled) {
+        Execute(batch, sink, cancelled);
+    }
     virtual std::u16string Database() const = 0;
     virtual int TransactionDepth() const = 0;
 };

@@ -59,6 +59,11 @@ struct SetOptions {
     DatabasePtr identityInsertDatabase;
     int identityInsertTable = 0;
     std::u16string identityInsertName;
+
+    bool SameIdentityInsert(const SetOptions& other) const {
+        return identityInsertTable == other.identityInsertTable &&
+               identityInsertDatabase == other.identityInsertDatabase;
+    }
 };
 
 // Resolves to a table, a view or a system view.

@@ -36,6 +36,10 @@ class EngineSession : public Session {
         // The sink may throw (the client is gone): the batch ends, the session stays usable.
         Executor(context_, sink, cancelled).RunBatch(batch);
     }
+    void ExecuteInScope(std::u16string_view batch, ResultSink& sink,
+                        const std::atomic<bool>& cancelled) override {
+        Executor(context_, sink, cancelled).RunBatchInScope(batch);
+    }
 
     std::u16string Database() const override { return context_.current->name; }
     int TransactionDepth() const override { return context_.transactionDepth; }

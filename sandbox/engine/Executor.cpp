@@ -10,7 +10,8 @@
 
 namespace sandbox::engine {
 
-void Executor::RunBatch(std::u16string_view text) {
+template <typename Work>
+void Executor::RunTop(Work work) {
     Frame frame;
     struct BatchGuard {  // a sink may throw
         Context& context;
@@ -22,9 +23,7 @@ void Executor::RunBatch(std::u16string_view text) {
     context_.frame = &frame;
     context_.cancelled = &cancelled_;
     try {
-        const std::vector<StmtPtr> statements =
-            Parser(text, context_.options.quotedIdentifier).ParseBatch();
-        RunAll(statements);
+        work();
     } catch (const SqlError& e) {
         context_.lastError = e.message.number;
         sink_.Say(e.message);
@@ -33,6 +32,18 @@ void Executor::RunBatch(std::u16string_view text) {
     } catch (const BatchEnded&) {
     } catch (const Cancelled&) {
     }
+}
+
+void Executor::RunBatch(std::u16string_view text) {
+    RunTop([&] {
+        const std::vector<StmtPtr> statements =
+            Parser(text, context_.options.quotedIdentifier).ParseBatch();
+        RunAll(statements);
+    });
+}
+
+void Executor::RunBatchInScope(std::u16string_view text) {
+    RunTop([&] { RunDynamic(text, nullptr); });
 }
 
 Executor::Flow Executor::RunAll(const std::vector<StmtPtr>& statements) {
@@ -78,7 +89,7 @@ SqlError Executor::FromStore(const StoreError& error) {
 void Executor::Fail(SqlError error, const Stmt& stmt) {
     context_.lastError = error.message.number;
     context_.rowCount = 0;
-    if (error.message.line <= 1) error.message.line = stmt.line;
+    if (error.message.line == 1) error.message.line = stmt.line;
     if (context_.frame != nullptr && error.message.procedure.empty()) {
         error.message.procedure = context_.frame->procedure;
     }
@@ -86,9 +97,10 @@ void Executor::Fail(SqlError error, const Stmt& stmt) {
     sink_.Say(error.message);
     sink_.StatementDone(std::nullopt, false, true);
     ErrorReach reach = error.reach;
-    if (context_.options.xactAbort && error.message.severity > 10 && error.message.number < 50000) {
-        reach = ErrorReach::Rollback;
-    }
+    // 266 comes when a scope is over, and says only what it left behind.
+    const bool aborts =
+        error.message.severity > 10 && error.message.number < 50000 && error.message.number != 266;
+    if (context_.options.xactAbort && aborts) reach = ErrorReach::Rollback;
     if (reach == ErrorReach::Rollback) RollbackAll(context_);
     if (reach == ErrorReach::Scope) throw ScopeEnded{};
     if (reach != ErrorReach::Statement) throw BatchEnded{};

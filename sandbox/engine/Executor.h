@@ -41,6 +41,8 @@ class Executor {
 
     // Runs a batch in a frame of its own.
     void RunBatch(std::u16string_view text);
+    // Runs it as sp_executesql does: what it switches ends with it, and its transactions must.
+    void RunBatchInScope(std::u16string_view text);
 
     // Rolls back whatever transaction is open.
     static void RollbackAll(Context& context);
@@ -53,6 +55,8 @@ class Executor {
     struct Cancelled {};   // the client has gone
 
     // Control flow (Executor.cpp)
+    template <typename Work>
+    void RunTop(Work work);
     Flow Run(const Stmt& stmt);
     Flow RunGuarded(const Stmt& stmt);
     Flow RunAll(const std::vector<StmtPtr>& statements);
@@ -143,6 +147,11 @@ class Executor {
     void Call(const ProcedureMeta& procedure, Catalog& catalog, const ExecStmt& stmt);
     void BindArguments(const ProcedureMeta& procedure, const ExecStmt& stmt, Frame& frame);
     TypedValue ArgumentValue(const ExecArgument& argument);
+    // Runs the body of a procedure, or a dynamic text, in the database `home`. SET options and USE
+    // end with it.
+    void RunScope(const std::vector<StmtPtr>& statements, Frame& frame, const DatabasePtr& home);
+    // Throws 266 where a scope has left more or fewer transactions open than it found.
+    void CheckTransactionCount(int before, const std::u16string& procedure);
     bool SystemProcedure(const std::u16string& name, const ExecStmt& stmt);
     void RunDynamic(std::u16string_view text, Frame* parameters);
     void ExecuteSql(const ExecStmt& stmt);

@@ -136,45 +136,31 @@ void Executor::BindArguments(const ProcedureMeta& procedure, const ExecStmt& stm
     }
 }
 
+namespace {
+
+void RefuseDeepNesting(int nesting) {
+    if (nesting < 32) return;
+    throw SqlError(
+        217,
+        u"Maximum stored procedure, function, trigger, or view nesting level exceeded (limit "
+        u"32).");
+}
+
+}  // namespace
+
 void Executor::Call(const ProcedureMeta& procedure, Catalog& catalog, const ExecStmt& stmt) {
-    if (nesting_ >= 32) {
-        throw SqlError(
-            217,
-            u"Maximum stored procedure, function, trigger, or view nesting level exceeded (limit "
-            u"32).");
-    }
+    RefuseDeepNesting(nesting_);
     Frame frame;
     BindArguments(procedure, stmt, frame);
     // The definition lives as long as the call, even when the call drops its own procedure.
     const std::shared_ptr<CreateProcedureStmt> definition = procedure.definition;
+    const std::u16string name = procedure.name;
     frame.inProcedure = true;
     frame.procedureId = procedure.id;
-    frame.procedure = procedure.name;
-    Frame* const caller = context_.frame;
-    const DatabasePtr database = context_.current;
-    const bool noCount = context_.options.noCount;
-    const bool xactAbort = context_.options.xactAbort;
-    const bool elsewhere = catalog.File() != database;
-    if (elsewhere) context_.Use(catalog.File());
-    context_.frame = &frame;
-    ++nesting_;
+    frame.procedure = name;
     returnValue_ = 0;
-    const auto leave = [&] {
-        --nesting_;
-        context_.frame = caller;
-        context_.options.noCount = noCount;  // SET options of a procedure end with it
-        context_.options.xactAbort = xactAbort;
-        if (elsewhere) context_.Use(database);
-    };
     const int depth = context_.transactionDepth;
-    try {
-        RunAll(definition->body);
-    } catch (const ScopeEnded&) {  // the caller goes on
-    } catch (...) {
-        leave();
-        throw;
-    }
-    leave();
+    RunScope(definition->body, frame, catalog.File());
     for (std::size_t i = 0; i < stmt.arguments.size(); ++i) {
         const ExecArgument& a = stmt.arguments[i];
         if (!a.output || a.kind != ExecArgument::Kind::Variable) continue;
@@ -185,26 +171,57 @@ void Executor::Call(const ProcedureMeta& procedure, Catalog& catalog, const Exec
     if (!stmt.returnVariable.empty()) {
         Assign(FoldName(stmt.returnVariable), {Value::Int(returnValue_), Plain(TypeId::Int), true});
     }
-    if (context_.transactionDepth != depth && context_.transactionDepth != 0) {
-        SqlError mismatch(
-            266,
-            Format(u"Transaction count after EXECUTE indicates a mismatching number of BEGIN "
-                   u"and COMMIT statements. Previous count = %1, current count = %2.",
-                   {ToText(depth), ToText(context_.transactionDepth)}),
-            16, 2);
-        mismatch.message.procedure = procedure.name;
-        sink_.Say(mismatch.message);
-    }
+    CheckTransactionCount(depth, name);
     if (nesting_ == 0) sink_.StatementDone(std::nullopt, false, false);
 }
 
-void Executor::RunDynamic(std::u16string_view text, Frame* parameters) {
-    if (nesting_ >= 32) {
-        throw SqlError(
-            217,
-            u"Maximum stored procedure, function, trigger, or view nesting level exceeded (limit "
-            u"32).");
+void Executor::RunScope(const std::vector<StmtPtr>& statements, Frame& frame,
+                        const DatabasePtr& home) {
+    Frame* const caller = context_.frame;
+    const DatabasePtr database = context_.current;
+    const SetOptions options = context_.options;
+    if (home != database) context_.Use(home);
+    context_.frame = &frame;
+    ++nesting_;
+    const auto leave = [&] {
+        --nesting_;
+        context_.frame = caller;
+        if (!context_.options.SameIdentityInsert(options)) context_.BumpGeneration();
+        context_.options = options;
+        const DatabasePtr last = context_.current;
+        if (last == database || database->dropped) return;
+        context_.Use(database);
+        if (last != home) sink_.DatabaseChanged(last->name, database->name);
+    };
+    try {
+        RunAll(statements);
+    } catch (const ScopeEnded&) {  // the caller goes on
+    } catch (...) {
+        leave();
+        throw;
     }
+    leave();
+}
+
+void Executor::CheckTransactionCount(int before, const std::u16string& procedure) {
+    const int now = context_.transactionDepth;
+    if (now == before) return;
+    SqlError error(
+        266,
+        Format(context_.server.major >= 10
+                   ? u"Transaction count after EXECUTE indicates a mismatching number of BEGIN and "
+                     u"COMMIT statements. Previous count = %1, current count = %2."
+                   : u"Transaction count after EXECUTE indicates that a COMMIT or ROLLBACK "
+                     u"TRANSACTION statement is missing. Previous count = %1, current count = %2.",
+               {ToText(before), ToText(now)}),
+        16, 2);
+    error.message.procedure = procedure;
+    error.message.line = 0;
+    throw SqlError(error);
+}
+
+void Executor::RunDynamic(std::u16string_view text, Frame* parameters) {
+    RefuseDeepNesting(nesting_);
     // The text outlives its statements, which refer to it.
     const std::u16string own(text);
     std::vector<StmtPtr> statements;
@@ -215,30 +232,9 @@ void Executor::RunDynamic(std::u16string_view text, Frame* parameters) {
         throw;
     }
     Frame frame;
-    Frame& use = parameters ? *parameters : frame;
-    Frame* const caller = context_.frame;
-    const DatabasePtr database = context_.current;
-    const bool noCount = context_.options.noCount;
-    context_.frame = &use;
-    ++nesting_;
-    const auto leave = [&] {
-        --nesting_;
-        context_.frame = caller;
-        context_.options.noCount = noCount;
-        if (context_.current != database && !database->dropped) {  // USE ends with the text
-            const std::u16string from = context_.current->name;
-            context_.Use(database);
-            sink_.DatabaseChanged(from, database->name);
-        }
-    };
-    try {
-        RunAll(statements);
-    } catch (const ScopeEnded&) {
-    } catch (...) {
-        leave();
-        throw;
-    }
-    leave();
+    const int depth = context_.transactionDepth;
+    RunScope(statements, parameters ? *parameters : frame, context_.current);
+    CheckTransactionCount(depth, {});
 }
 
 // sp_executesql N'statement', N'@a int, @b int OUTPUT', 1, @b OUTPUT

@@ -163,10 +163,11 @@ bool Connection::ServeBatch(Bytes payload) {
     ByteReader reader(payload);
     SkipHeaders(reader, tokens_.Version());
     if (reader.Left() % 2 != 0) throw ProtocolError("half a character");
-    const std::u16string batch = reader.Text(reader.Left() / 2);
+    Work work;
+    work.batch = reader.Text(reader.Left() / 2);
 
     ResultWriter results(tokens_, watch_.Cancelled(), false);
-    switch (Execute(batch, results)) {
+    switch (Execute(work, results)) {
         case Outcome::Dropped:
             return false;
         case Outcome::Attention:
@@ -180,27 +181,26 @@ bool Connection::ServeBatch(Bytes payload) {
     return !out_.Broken();
 }
 
-Connection::Outcome Connection::Execute(const std::u16string& batch, ResultWriter& results,
-                                        Environment ended) {
-    share_.journal.Add({sessionNumber_, session_->Database(), batch, {}});
+Connection::Outcome Connection::Execute(const Work& work, ResultWriter& results) {
+    share_.journal.Add({sessionNumber_, session_->Database(), work.batch, {}});
     const int depthBefore = session_->TransactionDepth();
     watch_.Begin();
-    const bool alive = RunWithFaults(batch, results);
+    const bool alive = RunWithFaults(work, results);
     const bool attention = watch_.End();
     if (!alive) return Outcome::Dropped;
-    ReportTransaction(depthBefore, ended);
+    ReportTransaction(depthBefore, work.ended);
     return attention ? Outcome::Attention : Outcome::Finished;
 }
 
-bool Connection::RunWithFaults(std::u16string_view batch, ResultWriter& results) {
-    const std::vector<Fault> faults = share_.journal.Strike(batch);
+bool Connection::RunWithFaults(const Work& work, ResultWriter& results) {
+    const std::vector<Fault> faults = share_.journal.Strike(work.batch);
     for (const Fault& fault : faults) {
         if (fault.kind == FaultKind::Delay) Wait(fault.delay);
     }
     const auto striking = std::ranges::find_if(
         faults, [](const Fault& fault) { return fault.kind != FaultKind::Delay; });
     if (striking == faults.end()) {
-        RunSession(batch, results);
+        RunSession(work, results);
         return true;
     }
     switch (striking->kind) {
@@ -214,16 +214,20 @@ bool Connection::RunWithFaults(std::u16string_view batch, ResultWriter& results)
             break;
     }
     FaultSink sink(results, *striking);
-    RunSession(batch, sink);
+    RunSession(work, sink);
     sink.End();
     if (striking->kind == FaultKind::ErrorAfterRows) return true;
     out_.Flush();
     return false;
 }
 
-void Connection::RunSession(std::u16string_view batch, ResultSink& sink) {
+void Connection::RunSession(const Work& work, ResultSink& sink) {
     try {
-        session_->Execute(batch, sink, watch_.Cancelled());
+        if (work.inScope) {
+            session_->ExecuteInScope(work.batch, sink, watch_.Cancelled());
+        } else {
+            session_->Execute(work.batch, sink, watch_.Cancelled());
+        }
     } catch (const std::exception& failure) {
         // A fault of the engine itself. The client learns of it as of any other error.
         Message message;

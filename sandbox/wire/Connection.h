@@ -53,14 +53,18 @@ class Connection {
     bool ServeTransaction(Bytes payload);
     void AcknowledgeAttention();
 
-    // Runs `batch`, logged and subject to faults; its results go to `results`.
+    struct Work {
+        std::u16string batch;
+        bool inScope = false;  // see Session::ExecuteInScope
+        // How the client is told of a transaction that the batch ended.
+        Environment ended = Environment::CommitTransaction;
+    };
+    // Runs `work`, logged and subject to faults; its results go to `results`.
     enum class Outcome { Finished, Attention, Dropped };
-    // `ended`: how the client is told of a transaction that the batch ended.
-    Outcome Execute(const std::u16string& batch, ResultWriter& results,
-                    Environment ended = Environment::CommitTransaction);
+    Outcome Execute(const Work& work, ResultWriter& results);
     // False: a fault has dropped the connection.
-    bool RunWithFaults(std::u16string_view batch, ResultWriter& results);
-    void RunSession(std::u16string_view batch, ResultSink& sink);
+    bool RunWithFaults(const Work& work, ResultWriter& results);
+    void RunSession(const Work& work, ResultSink& sink);
     void Wait(std::chrono::milliseconds delay) const;
     void ReportTransaction(int depthBefore, Environment ended);
     // Ends the response to a cancelled request: reads the attention and acknowledges it.
@@ -68,7 +72,7 @@ class Connection {
 
     bool Call(const RpcCall& call, bool last);
     // `handle`: what the procedure returns by its output parameter of that name.
-    bool RunCall(const std::u16string& batch, std::optional<std::int32_t> handle, bool last);
+    bool RunCall(const Work& work, std::optional<std::int32_t> handle, bool last);
     void EndCall(bool failed, std::optional<std::int32_t> handle, bool last);
     bool RefuseCall(const Message& message, bool last);
 

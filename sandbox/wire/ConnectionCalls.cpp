@@ -105,15 +105,15 @@ bool Connection::ServeTransaction(Bytes payload) {
     ByteReader reader(payload);
     SkipHeaders(reader, tokens_.Version());
     TransactionRequest request(reader);
-    const std::u16string batch = request.Read();
+    Work work;
+    work.batch = request.Read();
+    if (request.IsRollback()) work.ended = Environment::RollbackTransaction;
 
     ResultWriter results(tokens_, watch_.Cancelled(), false);
-    if (batch.empty()) {
+    if (work.batch.empty()) {
         results.Say(Refusal(8501, u"MSDTC on server is unavailable."));
     } else {
-        const Environment ended = request.IsRollback() ? Environment::RollbackTransaction
-                                                       : Environment::CommitTransaction;
-        switch (Execute(batch, results, ended)) {
+        switch (Execute(work, results)) {
             case Outcome::Dropped:
                 return false;
             case Outcome::Attention:
@@ -151,7 +151,7 @@ bool Connection::Call(const RpcCall& call, bool last) {
 
     if (is(u"sp_executesql")) {
         const ParameterizedStatement statement{TextAt(call, 1), TextAt(call, 0)};
-        return RunCall(statement.Batch(ValuesFrom(call, 2)), std::nullopt, last);
+        return RunCall({statement.Batch(ValuesFrom(call, 2)), true}, std::nullopt, last);
     }
     if (is(u"sp_prepare")) {
         const std::int32_t added = prepared_.Add({TextAt(call, 1), TextAt(call, 2)});
@@ -160,25 +160,24 @@ bool Connection::Call(const RpcCall& call, bool last) {
     }
     if (is(u"sp_prepexec")) {
         const std::int32_t added = prepared_.Add({TextAt(call, 1), TextAt(call, 2)});
-        return RunCall(prepared_.Find(added)->Batch(ValuesFrom(call, 3)), added, last);
+        return RunCall({prepared_.Find(added)->Batch(ValuesFrom(call, 3)), true}, added, last);
     }
     if (is(u"sp_execute")) {
         const ParameterizedStatement* statement = prepared_.Find(handle());
         if (statement == nullptr) return noSuchHandle(handle());
-        return RunCall(statement->Batch(ValuesFrom(call, 1)), std::nullopt, last);
+        return RunCall({statement->Batch(ValuesFrom(call, 1)), true}, std::nullopt, last);
     }
     if (is(u"sp_unprepare")) {
         if (!prepared_.Remove(handle())) return noSuchHandle(handle());
         EndCall(false, std::nullopt, last);
         return !out_.Broken();
     }
-    return RunCall(ExecuteText(call), std::nullopt, last);
+    return RunCall({ExecuteText(call)}, std::nullopt, last);
 }
 
-bool Connection::RunCall(const std::u16string& batch, std::optional<std::int32_t> handle,
-                         bool last) {
+bool Connection::RunCall(const Work& work, std::optional<std::int32_t> handle, bool last) {
     ResultWriter results(tokens_, watch_.Cancelled(), true);
-    switch (Execute(batch, results)) {
+    switch (Execute(work, results)) {
         case Outcome::Dropped:
             return false;
         case Outcome::Attention:

@@ -151,6 +151,13 @@ Result Client::Run(std::u16string_view batch) {
     return std::move(sink.result);
 }
 
+Result Client::RunInScope(std::u16string_view batch) {
+    TextSink sink;
+    const std::atomic<bool> cancelled{false};
+    session_->ExecuteInScope(batch, sink, cancelled);
+    return std::move(sink.result);
+}
+
 Box::Box(std::string version) {
     EngineSettings settings;
     settings.version = std::move(version);

@@ -31,6 +31,9 @@ class Client {
 
     Result Run(std::u16string_view batch);
     std::string Text(std::u16string_view batch) { return Run(batch).text; }
+    // As the text of a call of sp_executesql.
+    Result RunInScope(std::u16string_view batch);
+    std::string TextInScope(std::u16string_view batch) { return RunInScope(batch).text; }
     Session& Raw() { return *session_; }
 
   private:

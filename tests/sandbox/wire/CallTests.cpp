@@ -145,6 +145,18 @@ TEST_P(CallTest, PrepareAndExecuteAtOnce) {
     EXPECT_EQ(response.returnValues.at(0).value, 1);
 }
 
+// What a statement of a call SETs or USEs ends with it; a procedure sees to that itself.
+TEST_P(CallTest, StatementsOfCallsHaveAScopeOfTheirOwn) {
+    client_->Call(Named(u"sp_executesql") + NText(u"one"));
+    client_->Call(Numbered(13) + Parameter(u"", "260400", 1) + NText(u"") + NText(u"two"));
+    client_->Call(Numbered(12) + Parameter(u"", "26040401000000"));
+    EXPECT_THAT(backend_.BatchesInScope(), ElementsAre(u"one", u"two", u"two"));
+    client_->Call(Named(u"dbo.prcTest"));
+    client_->Query(u"three");
+    EXPECT_EQ(backend_.BatchesInScope().size(), 3U);
+    EXPECT_EQ(backend_.Batches().size(), 5U);
+}
+
 TEST_P(CallTest, SeveralCallsInOneRequest) {
     const char separator = GetParam() < 0x72000000 ? '\x80' : '\xFF';
     const ClientResponse response = client_->Call(Named(u"first") + separator + Named(u"second"));

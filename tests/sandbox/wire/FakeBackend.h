@@ -31,6 +31,7 @@ class FakeBackend : public Backend {
     // Thread-safe records.
     std::vector<LoginRequest> Logins() const;
     std::vector<std::u16string> Batches() const;
+    std::vector<std::u16string> BatchesInScope() const;  // also among Batches()
     int Sessions() const { return sessions_; }
 
   private:
@@ -41,6 +42,7 @@ class FakeBackend : public Backend {
     mutable std::mutex mutex_;
     std::vector<LoginRequest> logins_;
     std::vector<std::u16string> batches_;
+    std::vector<std::u16string> batchesInScope_;
     std::atomic<int> sessions_{0};
 };
 
@@ -80,6 +82,15 @@ class FakeSession : public Session {
         }
     }
 
+    void ExecuteInScope(std::u16string_view batch, ResultSink& sink,
+                        const std::atomic<bool>& cancelled) override {
+        {
+            const std::lock_guard lock(backend_.mutex_);
+            backend_.batchesInScope_.emplace_back(batch);
+        }
+        Execute(batch, sink, cancelled);
+    }
+
     std::u16string Database() const override { return u"master"; }
     int TransactionDepth() const override { return depth_; }
 
@@ -116,6 +127,11 @@ inline std::vector<LoginRequest> FakeBackend::Logins() const {
 inline std::vector<std::u16string> FakeBackend::Batches() const {
     const std::lock_guard lock(mutex_);
     return batches_;
+}
+
+inline std::vector<std::u16string> FakeBackend::BatchesInScope() const {
+    const std::lock_guard lock(mutex_);
+    return batchesInScope_;
 }
 
 // Cells for the tests' rows.
