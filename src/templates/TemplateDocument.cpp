@@ -1,16 +1,20 @@
 #include "templates/TemplateDocument.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <new>
 #include <optional>
 #include <system_error>
+#include <utility>
 
 #include "core/Error.h"
 #include "core/Text.h"
 #include "core/WholeFile.h"
+#include "templates/LoadFailure.h"
 #include "templates/WellFormed.h"
+#include "templates/XmlText.h"
 
 namespace QuillonLib {
 
@@ -34,10 +38,15 @@ std::optional<std::filesystem::path> FilePath(std::u16string_view path) {
     }
 }
 
-// None when there is no such file or it cannot be read to its end.
-std::optional<std::string> ContentOf(const std::filesystem::path& file) {
-    std::error_code unreadable;
-    if (!std::filesystem::is_regular_file(file, unreadable)) return std::nullopt;
+// The bytes of a file, or why they cannot be had.
+XmlText ReadBytes(const std::filesystem::path& file) {
+    std::error_code failure;
+    const std::filesystem::file_status status = std::filesystem::status(file, failure);
+    if (status.type() == std::filesystem::file_type::none) return {{}, failure.message()};
+    if (!std::filesystem::exists(status)) return {{}, "there is no such file"};
+    if (std::filesystem::is_directory(status)) return {{}, "it is a folder"};
+    if (!std::filesystem::is_regular_file(status)) return {{}, "it is no regular file"};
+    errno = 0;
     std::ifstream stream(file, std::ios::binary);
     std::string content;
     while (stream.good()) {
@@ -48,8 +57,21 @@ std::optional<std::string> ContentOf(const std::filesystem::path& file) {
         content.resize(size + static_cast<std::size_t>(stream.gcount()));
     }
     // Read to the end, and not up to an error.
-    if (!stream.eof() || stream.bad()) return std::nullopt;
-    return content;
+    if (!stream.eof() || stream.bad()) return {{}, std::generic_category().message(errno)};
+    return {std::move(content), {}};
+}
+
+// The text of a template file, if it is one.
+XmlText ReadTemplateText(std::u16string_view path) {
+    const std::optional<std::filesystem::path> file = FilePath(path);
+    if (!file) return {{}, "it has no valid name"};
+    XmlText bytes = ReadBytes(*file);
+    if (!bytes.text) return bytes;
+    XmlText decoded = DecodeXml(std::move(*bytes.text));
+    if (!decoded.text) return decoded;
+    std::string objection = WhyNotXml(*decoded.text);
+    if (!objection.empty()) return {{}, std::move(objection)};
+    return decoded;
 }
 
 class TextWriter final : public pugi::xml_writer {
@@ -70,49 +92,22 @@ bool CanStandInXml(std::u16string_view text) {
     return std::all_of(text.begin(), text.end(), IsXmlCharacter) && FromUtf8(ToUtf8(text)) == text;
 }
 
-// The encodings that both parsers read, as XML names them; null for the others.
-const char* NameOf(pugi::xml_encoding encoding) {
-    switch (encoding) {
-        case pugi::encoding_utf8:
-            return "UTF-8";
-        case pugi::encoding_utf16_le:
-            return "UTF-16LE";
-        case pugi::encoding_utf16_be:
-            return "UTF-16BE";
-        case pugi::encoding_latin1:
-            return "ISO-8859-1";
-        default:
-            return nullptr;
-    }
-}
-
-std::size_t ElementCount(const pugi::xml_document& document) {
-    return static_cast<std::size_t>(std::count_if(
-        document.begin(), document.end(),
-        [](const pugi::xml_node& node) { return node.type() == pugi::node_element; }));
-}
-
 }  // namespace
 
 bool TemplateDocument::Load(std::u16string_view path) {
-    const std::optional<std::filesystem::path> file = FilePath(path);
-    const std::optional<std::string> content = file ? ContentOf(*file) : std::nullopt;
-    if (content && Parse(*content)) return true;
+    const XmlText content = ReadTemplateText(path);
+    if (content.text && Parse(*content.text)) return true;
     document_.reset();
     return false;
 }
 
-bool TemplateDocument::Parse(const std::string& content) {
+bool TemplateDocument::Parse(const std::string& utf8) {
     // Comments and instructions that somebody put into the file stay in it.
     constexpr unsigned KeepEverything = pugi::parse_full;
     const pugi::xml_parse_result result =
-        document_.load_buffer(content.data(), content.size(), KeepEverything);
+        document_.load_buffer(utf8.data(), utf8.size(), KeepEverything, pugi::encoding_utf8);
     if (result.status == pugi::status_out_of_memory) throw std::bad_alloc();
-    if (!result || ElementCount(document_) != 1) return false;
-    if (result.encoding == pugi::encoding_utf8 && !IsUtf8(content)) return false;
-    // pugixml reads over much that is no XML, and would not write it back.
-    const char* encoding = NameOf(result.encoding);
-    if (encoding == nullptr || !IsWellFormed(content, encoding)) return false;
+    if (!result) return false;
 
     // Whatever it came in, the file is saved in UTF-8.
     for (pugi::xml_node node : document_.children()) {
@@ -121,6 +116,12 @@ bool TemplateDocument::Parse(const std::string& content) {
             Allocated(encoding.set_value("utf-8"));
     }
     return true;
+}
+
+std::string WhyNotLoaded(std::u16string_view path) {
+    XmlText content = ReadTemplateText(path);
+    if (!content.text) return std::move(content.failure);
+    return TemplateDocument().Load(path) ? std::string() : "it cannot be read";
 }
 
 void TemplateDocument::Save(std::u16string_view path, FileOperations& files) const {

@@ -16,8 +16,8 @@ class TemplateElement;
 // before stays usable, and an element that is removed stays usable until its document goes.
 class TemplateDocument : public std::enable_shared_from_this<TemplateDocument> {
   public:
-    // False, and an empty document, when there is no such file, it cannot be read, or it is not
-    // well-formed.
+    // False, and an empty document, when there is no such file, it cannot be read, or it is not XML
+    // that could be written back as it was (see WellFormed.h).
     bool Load(std::u16string_view path);
     // Error 75, for a path that no file can have too.
     void Save(std::u16string_view path, FileOperations& files) const;
@@ -28,7 +28,7 @@ class TemplateDocument : public std::enable_shared_from_this<TemplateDocument> {
 
   private:
     friend class TemplateElement;
-    bool Parse(const std::string& content);
+    bool Parse(const std::string& utf8);
     // Takes an element out of the tree without ending its life.
     void Detach(pugi::xml_node node);
 

@@ -18,24 +18,77 @@ struct FreeParser {
 };
 using Parser = std::unique_ptr<std::remove_pointer_t<XML_Parser>, FreeParser>;
 
+// What the handlers see of one text.
+struct Checked {
+    XML_Parser parser = nullptr;
+    int depth = 0;
+    std::string objection;
+
+    void Object(const std::string& text) {
+        objection = text;
+        XML_StopParser(parser, XML_FALSE);
+    }
+};
+
+Checked& Of(void* data) {
+    return *static_cast<Checked*>(data);
+}
+
+void OnStart(void* data, const XML_Char*, const XML_Char**) {
+    Checked& checked = Of(data);
+    if (++checked.depth > DeepestNesting) {
+        checked.Object("its elements are nested more than " + std::to_string(DeepestNesting) +
+                       " deep");
+    }
+}
+
+void OnEnd(void* data, const XML_Char*) {
+    --Of(data).depth;
+}
+
+// The tree keeps a reference to an entity as text, and would write it as such.
+constexpr const char* HasEntities = "it has entities of its own, which are not supported";
+
+void OnDoctype(void* data, const XML_Char*, const XML_Char* systemId, const XML_Char*, int) {
+    if (systemId != nullptr) Of(data).Object(HasEntities);  // and they are in that other file
+}
+
+void OnEntity(void* data, const XML_Char*, int, const XML_Char*, int, const XML_Char*,
+              const XML_Char*, const XML_Char*, const XML_Char*) {
+    Of(data).Object(HasEntities);
+}
+
+std::string Complaint(const Checked& checked) {
+    if (!checked.objection.empty()) return checked.objection;
+    return "it is not well-formed XML: line " +
+           std::to_string(XML_GetCurrentLineNumber(checked.parser)) + ", " +
+           XML_ErrorString(XML_GetErrorCode(checked.parser));
+}
+
 }  // namespace
 
-bool IsWellFormed(std::string_view xml, const char* encoding) {
-    const Parser parser(XML_ParserCreate(encoding));
+std::string WhyNotXml(std::string_view utf8) {
+    const Parser parser(XML_ParserCreate("UTF-8"));
     if (parser == nullptr) throw std::bad_alloc();
+    Checked checked;
+    checked.parser = parser.get();
+    XML_SetUserData(parser.get(), &checked);
+    XML_SetElementHandler(parser.get(), OnStart, OnEnd);
+    XML_SetStartDoctypeDeclHandler(parser.get(), OnDoctype);
+    XML_SetEntityDeclHandler(parser.get(), OnEntity);
     bool more = true;
     while (more) {
-        const std::string_view piece = xml.substr(0, LongestPiece);
-        xml.remove_prefix(piece.size());
-        more = !xml.empty();
+        const std::string_view piece = utf8.substr(0, LongestPiece);
+        utf8.remove_prefix(piece.size());
+        more = !utf8.empty();
         const XML_Status status =
             XML_Parse(parser.get(), piece.data(), static_cast<int>(piece.size()), more ? 0 : 1);
         if (status != XML_STATUS_OK) {
             if (XML_GetErrorCode(parser.get()) == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
-            return false;
+            return Complaint(checked);
         }
     }
-    return true;
+    return {};
 }
 
 }  // namespace QuillonLib

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "TemplateFiles.h"
+#include "templates/LoadFailure.h"
 
 namespace QuillonLib {
 namespace {
@@ -68,11 +69,133 @@ TEST_F(WellFormedTest, Utf16IsReadInEitherOrder) {
     EXPECT_FALSE(Loads(little));
 }
 
-TEST(IsWellFormed, ReadsLongTextsInPieces) {
+TEST_F(WellFormedTest, ATextIsReadAsItsDeclarationSays) {
+    const auto name = [&](const std::string& encoding, const std::string& id) {
+        EXPECT_TRUE(Loads("<?xml version=\"1.0\" encoding=\"" + encoding + "\"?>" + Store(id)))
+            << encoding;
+        ComparisonTemplates store;
+        store.Load(Path());
+        return store.Templates()->Item(1);
+    };
+    EXPECT_EQ(name("windows-1252", "\x80\xE9"), u"\u20AC\u00E9");
+    EXPECT_EQ(name("Windows-1252", "\xC3\xA9"), u"\u00C3\u00A9");  // valid UTF-8 as well
+    EXPECT_EQ(name("windows-1251", "\xC6"), u"\u0416");
+    EXPECT_EQ(name("koi8-r", "\xF6"), u"\u0416");
+    EXPECT_EQ(name("iso-8859-1", "\x80\xE9"), u"\u0080\u00E9");
+    EXPECT_EQ(name("ISO-8859-15", "\xA4"), u"\u20AC");
+    EXPECT_EQ(name("shift_jis", "\x83\x65"), u"\u30C6");
+    EXPECT_EQ(name("us-ascii", "a"), u"a");
+    EXPECT_EQ(name("utf-8", "\u00e9"), u"\u00e9");
+    // Saved again by a program that left the declaration as it was.
+    EXPECT_EQ(name("utf-16", "\u00e9"), u"\u00e9");
+}
+
+TEST_F(WellFormedTest, WhatAnEncodingHasNoMeaningForIsNotLoaded) {
+    const auto loads = [&](const std::string& encoding, const std::string& id) {
+        return Loads("<?xml version=\"1.0\" encoding=\"" + encoding + "\"?>" + Store(id));
+    };
+    EXPECT_FALSE(loads("x-nothing-of-that-name", "a"));
+    EXPECT_FALSE(loads("us-ascii", "\xE9"));
+    EXPECT_FALSE(loads("windows-1253", "\xFF"));
+    EXPECT_FALSE(loads("shift_jis", "\x83"));
+    EXPECT_FALSE(loads("utf-8", "\xE9"));
+    EXPECT_FALSE(loads("ibm-037", "a"));
+    EXPECT_FALSE(Loads("\xFF\xFE<\0\x00\xD8/\0>\0"s));  // half a surrogate pair
+    EXPECT_FALSE(Loads("\xFF\xFE\0\0<\0\0\0"s));
+}
+
+// The mark counts more than what the text declares.
+TEST_F(WellFormedTest, AMarkOfUtf8IsBelieved) {
+    EXPECT_TRUE(
+        Loads("\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"windows-1252\"?>" + Store("\xC3\xA9")));
+    ComparisonTemplates store;
+    store.Load(Path());
+    EXPECT_EQ(store.Templates()->Item(1), u"\u00e9");
+}
+
+TEST_F(WellFormedTest, AFileOfAnotherEncodingIsSavedInUtf8AndSaysSo) {
+    Write("<?xml version='1.0' encoding='windows-1252'?>" + Store("\x80\xE9"));
+    ComparisonTemplates store;
+    store.Load(Path());
+    store.LoadTemplate(u"\u20AC\u00E9");
+    EXPECT_TRUE(store.Persist());
+    EXPECT_EQ(Read(),
+              "<?xml version=\"1.0\" encoding=\"utf-8\"?><templates><template "
+              "id=\"\xE2\x82\xAC\xC3\xA9\"><database1 name=\"\"/><database2 name=\"\"/>"
+              "<database3 name=\"\"/><tables/><columns/><indexes/></template>"
+              "<lasttemplate name=\"\xE2\x82\xAC\xC3\xA9\"/></templates>");
+}
+
+// They would be kept as "&amp;e;".
+TEST_F(WellFormedTest, EntitiesOfItsOwnAreNotLoaded) {
+    EXPECT_FALSE(Loads("<!DOCTYPE templates [<!ENTITY e \"a\">]>" + Store("&e;")));
+    EXPECT_FALSE(Loads("<!DOCTYPE templates [<!ENTITY % e \"a\">]>" + Store("a")));
+    EXPECT_FALSE(Loads("<!DOCTYPE templates SYSTEM \"templates.dtd\">" + Store("&e;")));
+    EXPECT_TRUE(Loads("<!DOCTYPE templates [<!ELEMENT templates ANY>]>" + Store("a")));
+}
+
+std::string Nested(std::size_t depth) {
+    std::string text = "<templates><template id=\"Default\"><tables>";
+    for (std::size_t level = 3; level < depth; ++level)
+        text += "<table id=\"t\">";
+    for (std::size_t level = 3; level < depth; ++level)
+        text += "</table>";
+    return text + "</tables></template></templates>";
+}
+
+TEST_F(WellFormedTest, ElementsMayBeNestedToALimit) {
+    EXPECT_TRUE(Loads(Nested(256)));
+    EXPECT_FALSE(Loads(Nested(257)));
+    EXPECT_FALSE(Loads(Nested(200'000)));
+    EXPECT_TRUE(Loads("<templates>" + [] {
+        std::string flat;
+        for (int i = 0; i < 1000; ++i)
+            flat += "<template id=\"" + std::to_string(i) + "\"><tables/></template>";
+        return flat;
+    }() + "</templates>"));
+}
+
+TEST_F(WellFormedTest, EveryOperationWorksOnAFileAtTheLimit) {
+    Write(Nested(256));
+    ComparisonTemplates store;
+    store.Load(Path());
+    store.LoadTemplate(u"Default");
+    EXPECT_EQ(Tables(store), Texts{u"t"});
+    EXPECT_TRUE(store.NewTemplate(u"copy"));
+    EXPECT_TRUE(Loads(Read()));
+    EXPECT_TRUE(store.Persist());
+}
+
+TEST_F(WellFormedTest, TheReasonIsTold) {
+    const auto why = [&](const std::string& content) {
+        Write(content);
+        return WhyNotLoaded(Path());
+    };
+    EXPECT_EQ(WhyNotLoaded(Path()), "there is no such file");
+    EXPECT_EQ(WhyNotLoaded(folder.u16string()), "it is a folder");
+    EXPECT_EQ(WhyNotLoaded(u"/dev/null"), "it is no regular file");
+    EXPECT_EQ(WhyNotLoaded(Path() + u'\xD83D'), "it has no valid name");
+    EXPECT_EQ(why(Store("a")), "");
+    EXPECT_EQ(why("<templates>\n</template>"), "it is not well-formed XML: line 2, mismatched tag");
+    EXPECT_EQ(why(""), "it is not well-formed XML: line 1, no element found");
+    EXPECT_EQ(why(Nested(257)), "its elements are nested more than 256 deep");
+    EXPECT_EQ(why("<!DOCTYPE templates [<!ENTITY e \"a\">]>" + Store("&e;")),
+              "it has entities of its own, which are not supported");
+    EXPECT_EQ(why(Store("\xE9")), "it is not UTF-8, and declares nothing else");
+    EXPECT_EQ(why("<?xml version=\"1.0\" encoding=\"x-none\"?>" + Store("a")),
+              "its encoding x-none is not known");
+    EXPECT_EQ(why("<?xml version=\"1.0\" encoding=\"us-ascii\"?>" + Store("\xE9")),
+              "it holds what is not us-ascii");
+#ifdef __linux__
+    EXPECT_EQ(WhyNotLoaded(u"/proc/self/mem"), "Input/output error");
+#endif
+}
+
+TEST(WhyNotXml, ReadsLongTextsInPieces) {
     const std::string inner(std::size_t{40} << 20, 'x');
-    EXPECT_TRUE(IsWellFormed("<a>" + inner + "</a>", "UTF-8"));
-    EXPECT_FALSE(IsWellFormed("<a>" + inner + "</b>", "UTF-8"));
-    EXPECT_FALSE(IsWellFormed("", "UTF-8"));
+    EXPECT_EQ(WhyNotXml("<a>" + inner + "</a>"), "");
+    EXPECT_NE(WhyNotXml("<a>" + inner + "</b>"), "");
+    EXPECT_NE(WhyNotXml(""), "");
 }
 
 }  // namespace
