@@ -185,6 +185,13 @@ TemplateElement TemplateElement::Child(const char* name) const {
     return {document_, Node().child(name)};
 }
 
+TemplateElement TemplateElement::FirstChild() const {
+    for (const pugi::xml_node& child : Node().children()) {
+        if (child.type() == pugi::node_element) return {document_, child};
+    }
+    return {};
+}
+
 TemplateElement TemplateElement::Select(std::u16string_view path) const {
     const pugi::xml_node node = Node();
     try {
@@ -220,6 +227,12 @@ void TemplateElement::RemoveChild(const TemplateElement& child) {
 
 void TemplateElement::RemoveChildren() {
     Node().remove_children();
+}
+
+void TemplateElement::ForEachChild(const std::function<void(const TemplateElement&)>& visit) const {
+    for (const pugi::xml_node& child : Node().children()) {
+        if (child.type() == pugi::node_element) visit({document_, child});
+    }
 }
 
 void TemplateElement::ForEachChild(const char* name,

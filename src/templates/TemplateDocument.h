@@ -50,6 +50,8 @@ class TemplateElement {
 
     // The first child of that name, or none.
     TemplateElement Child(const char* name) const;
+    // The first child element, whatever its name, or none.
+    TemplateElement FirstChild() const;
     // The first match of a path expression, or none; error 0x80004005 when it is not valid.
     TemplateElement Select(std::u16string_view path) const;
     TemplateElement AppendChild(const char* name);
@@ -58,7 +60,8 @@ class TemplateElement {
     void RemoveChild(const TemplateElement& child);
     void RemoveChildren();
 
-    // The child elements, or all descendants, of one name, in document order.
+    // All child elements; those of one name; all descendants of one name: in document order.
+    void ForEachChild(const std::function<void(const TemplateElement&)>& visit) const;
     void ForEachChild(const char* name,
                       const std::function<void(const TemplateElement&)>& visit) const;
     void ForEachDescendant(const char* name,

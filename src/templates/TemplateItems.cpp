@@ -165,7 +165,8 @@ void ComparisonTemplates::Store::LoadTableItems() {
     LoadTemplate(std::u16string(currentTemplate));
     bound_.Tables = GetListElement("tables");
     tableList_ = std::make_shared<NameList>();
-    bound_.Tables.ForEachChild("table", [this](const TemplateElement& table) {
+    // Whatever their name: only the list of columns asks for it.
+    bound_.Tables.ForEachChild([this](const TemplateElement& table) {
         Add(tmpTable, table.Attribute("id"), {});
         dirty = false;
     });
@@ -192,7 +193,7 @@ void ComparisonTemplates::Store::LoadIndexItems() {
     indexList_ = std::make_shared<NameList>();
     indexTableList_ = std::make_shared<NameList>();
     bound_.Indexes.ForEachChild("table", [this](const TemplateElement& table) {
-        const TemplateElement index = table.Child("index");
+        const TemplateElement index = table.FirstChild();
         if (!index) return;
         Add(tmpIndex, table.Attribute("id"), index.Attribute("id"));
         dirty = false;

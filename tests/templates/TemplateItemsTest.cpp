@@ -180,19 +180,39 @@ TEST_F(TemplateItemsTest, AMissingColumnListInTheSharedListIsError91) {
     EXPECT_EQ(Read(), before);
 }
 
-TEST_F(TemplateItemsTest, ForeignElementsAmongThePicksArePassedOver) {
+// Tables and the index of a table are taken by their place, columns by their name as well.
+TEST_F(TemplateItemsTest, ElementsOfAnyNameAreTablesAndTheFirstOneIsTheIndex) {
     Write(
-        "<templates><template id=\"Default\"><tables><!--x--><note/><table id=\"[dbo].[T]\"/>"
-        "</tables><columns><note><column id=\"no\"/></note><table id=\"[dbo].[T]\"><note/>"
-        "<column id=\"c\"/></table></columns><indexes><note/><table id=\"[dbo].[T]\"><!--x-->"
-        "<note/><index id=\"i\"/></table></indexes></template></templates>");
+        "<templates><template id=\"Default\"><tables><!--x--><any id=\"[dbo].[A]\"/><?x?>"
+        "<table id=\"[dbo].[T]\"/></tables><columns><any id=\"[dbo].[A]\"><column id=\"no\"/>"
+        "</any><table id=\"[dbo].[T]\"><any id=\"no\"/><column id=\"c\"/></table></columns>"
+        "<indexes><any id=\"[dbo].[A]\"><index id=\"no\"/></any><table id=\"[dbo].[T]\"><!--x-->"
+        "<?x?><any id=\"first\"/><index id=\"i\"/></table></indexes></template></templates>");
     ComparisonTemplates other;
     other.Load(Path());
-    EXPECT_EQ(Tables(other), Texts{u"[dbo].[T]"});
+    EXPECT_EQ(Tables(other), (Texts{u"[dbo].[A]", u"[dbo].[T]"}));
     const auto columns = std::get<std::shared_ptr<ColumnLists>>(other.Items(tmpColumn));
     EXPECT_EQ(columns->Count(), 1);
     EXPECT_EQ(Names(columns->Item(u"[dbo].[T]")), Texts{u"c"});
-    EXPECT_TRUE(other.ItemExists(tmpIndex, u"[dbo].[T]", u"i"));
+    const auto indexes = std::get<std::shared_ptr<NameList>>(other.Items(tmpIndex));
+    EXPECT_EQ(Names(indexes), Texts{u"first"});
+    EXPECT_EQ(indexes->Item(u"[dbo].[T]"), u"first");
+}
+
+TEST_F(TemplateItemsTest, AnElementOfAnyNameNeedsAnId) {
+    const auto inDefault = [](const std::string& content) {
+        return "<templates><template id=\"Default\">" + content + "</template></templates>";
+    };
+    const auto number = [&](enItemTypes kind, const std::string& content) {
+        Write(inDefault(content));
+        ComparisonTemplates other;
+        other.Load(Path());
+        return NumberOf([&] { other.Items(kind); });
+    };
+    EXPECT_EQ(number(tmpTable, "<tables><any/></tables>"), 94);
+    EXPECT_EQ(number(tmpIndex, "<indexes><table id=\"t\"><any/></table></indexes>"), 94);
+    EXPECT_EQ(number(tmpColumn, "<columns><any/></columns>"), 0);
+    EXPECT_EQ(number(tmpIndex, "<indexes><any/></indexes>"), 0);
 }
 
 // Each list clears the mark when it is read, whatever was changed in another one before.
