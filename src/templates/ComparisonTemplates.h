@@ -40,9 +40,15 @@ class ComparisonTemplates {
     ComparisonTemplates& operator=(const ComparisonTemplates&) = delete;
 
     // Opens a file; an empty path means "Templates.xml" in the folder of the library's own file.
-    // False when the file is missing or not well-formed XML (the store then begins empty, and the
-    // file is left alone until Persist), and when it is the one that is open already (nothing
-    // happens then). The current template and its lists in memory stay as they are.
+    // False when the file is missing or cannot be read as XML (the store then begins empty, and the
+    // file is left alone until Persist replaces it), and when it is the one that is open already
+    // (nothing happens then). Not read, for it could not be written back: elements nested more than
+    // 256 deep, entities of its own, bytes without a meaning in the encoding that it declares.
+    //
+    // The current template, what is bound and the lists in memory stay those of the file before
+    // until LoadTemplate makes another name current. A Persist until then saves the new file as it
+    // was loaded, and so makes an empty file of a missing one. Where nothing has been bound yet,
+    // Persist makes "Default" instead, and the file with it.
     bool Load(std::u16string_view sXMLFile);
 
     // Makes a template current and binds it, creating it in memory if the file has none of that
@@ -59,6 +65,8 @@ class ComparisonTemplates {
     bool RemoveTemplate(std::u16string_view sTemplate);
 
     // The names of all templates in file order. Error 457 when two differ in case only.
+    // Keep the pointer while walking the list: the store drops its own as soon as a template is
+    // made or removed. A list that was handed out stays as it was.
     std::shared_ptr<NameList> Templates();
 
     // Empty until the file has been opened.
@@ -70,6 +78,12 @@ class ComparisonTemplates {
     // Writes everything to the file, whole or not at all (error 75). False when no file has been
     // opened. Picks that are no longer valid are left out; error 5, with nothing saved, when a
     // table dropped so has no column pick or no index pick.
+    //
+    // What is written is, for tables, the list that Items(tmpTable) copies; for columns, the tables
+    // that got a column by Add or from the file, each with what its list in Items(tmpColumn) holds
+    // (error 5 when that is gone); for indexes, the tables that got an index so, each with its
+    // entry in Items(tmpIndex) (error 5 when it is gone). A table that was added to one of the two
+    // shared lists alone is not written.
     bool Persist();
 
     // Whether there are unsaved changes.
@@ -89,7 +103,13 @@ class ComparisonTemplates {
 
     // tmpTable: an array from 0 of table names (error 6 for more than 32,767). tmpColumn: the
     // column lists by table. tmpIndex: the index names by table. The two lists are the store's own:
-    // what is changed through them is saved. Nothing for other kinds.
+    // what is changed through them is saved (see Persist), Add and Remove change them, too, and
+    // spoil a walk over them. Keep the pointer: the store drops its own when another template is
+    // loaded, on Flush and when a database changes. Nothing for other kinds.
+    //
+    // A list is read from the file when it is first needed. An error on the way (457 for an entry
+    // that stands there twice, 94, whatever the databases raise) leaves it as far as it was read,
+    // and not to be read again: the next Persist would write it so. Flush before going on.
     using ItemsResult = std::variant<std::monostate, TextArray, std::shared_ptr<ColumnLists>,
                                      std::shared_ptr<NameList>>;
     ItemsResult Items(enItemTypes enItemType);
@@ -104,7 +124,9 @@ class ComparisonTemplates {
     void Database3(std::u16string_view sDatabase3);
 
     // Where the databases are found by description, so that picks can be checked; without it every
-    // pick is valid. Set it before the databases of a template are first read.
+    // pick is valid. Set it before the databases of a template are first read; then read Database1
+    // before any picks. Reading picks reads no database names, and until those are known no pick is
+    // valid: the list would be read as empty, and saved so.
     std::shared_ptr<Databases> DatabasesObject() const;
     void DatabasesObject(std::shared_ptr<Databases> obDatabasesObject);
 
