@@ -3,6 +3,7 @@
 
 #include "cli/Commands.h"
 #include "cli/ComparisonOptions.h"
+#include "cli/TemplateFile.h"
 
 namespace quillon {
 
@@ -21,69 +22,44 @@ struct TemplateOptions {
     std::string database3;
 };
 
-// A store with the template of that name current and bound. A name that is stored as the last one
-// would be current without being bound once the file is open, so it is loaded before anything else.
-std::unique_ptr<ComparisonTemplates> OpenTemplate(const TemplateOptions& options,
-                                                  const std::string& name) {
-    auto store = std::make_unique<ComparisonTemplates>();
-    store->Load(FromUtf8(options.file));
-    store->LoadTemplate(FromUtf8(name));
-    return store;
-}
-
-void RequireTemplate(const TemplateOptions& options, const std::string& name) {
-    ComparisonTemplates store;
-    store.Load(FromUtf8(options.file));
-    const auto names = store.Templates();
-    for (const auto& existing : *names) {
-        if (existing == FromUtf8(name)) return;
-    }
-    throw std::runtime_error("there is no template named " + name);
-}
-
-// The template that the file remembers as the last one.
-std::string LastTemplate(const TemplateOptions& options) {
-    ComparisonTemplates store;
-    store.Load(FromUtf8(options.file));
-    store.Templates();
-    return store.CurrentTemplate().empty() ? "Default" : ToUtf8(store.CurrentTemplate());
-}
-
 void List(const TemplateOptions& options, Console& console) {
-    ComparisonTemplates store;
-    store.Load(FromUtf8(options.file));
-    const auto names = store.Templates();
-    for (const auto& name : *names) {
-        const bool current = name == store.CurrentTemplate();
-        console.Print((current ? "* " : "  ") + ToUtf8(name));
+    const TemplateFile file = TemplateFile::Existing(options.file);
+    for (const std::u16string& name : file.Names()) {
+        console.Print((name == file.InUse() ? "* " : "  ") + ToUtf8(name));
     }
 }
 
 void Show(const TemplateOptions& options, Console& console) {
-    RequireTemplate(options, options.name);
-    const auto store = OpenTemplate(options, options.name);
-    console.Print("Database 1: " + ToUtf8(store->Database1()));
-    console.Print("Database 2: " + ToUtf8(store->Database2()));
-    console.Print("Database 3: " + ToUtf8(store->Database3()));
-    const auto columns = std::get<std::shared_ptr<ColumnLists>>(store->Items(tmpColumn));
-    const auto indexes = std::get<std::shared_ptr<NameList>>(store->Items(tmpIndex));
-    const TextArray tables = std::get<TextArray>(store->Items(tmpTable));
-    for (const auto& table : tables.Items) {
+    const TemplateContents contents =
+        TemplateFile::Existing(options.file).Read(FromUtf8(options.name));
+    console.Print("Database 1: " + ToUtf8(contents.database1));
+    console.Print("Database 2: " + ToUtf8(contents.database2));
+    console.Print("Database 3: " + ToUtf8(contents.database3));
+    for (const auto& table : contents.tables.Items) {
         console.Print(ToUtf8(table));
-        if (indexes->ItemExists(table)) console.Print("  key: " + ToUtf8(indexes->Item(table)));
-        if (!columns->ItemExists(table)) continue;
-        for (const auto& column : *columns->Item(table)) {
+        if (contents.indexes->ItemExists(table)) {
+            console.Print("  key: " + ToUtf8(contents.indexes->Item(table)));
+        }
+        if (!contents.columns->ItemExists(table)) continue;
+        for (const auto& column : *contents.columns->Item(table)) {
             console.Print("  column: " + ToUtf8(column));
         }
     }
 }
 
-void New(const TemplateOptions& options, Console& console) {
-    const std::string last = LastTemplate(options);
-    const auto store = OpenTemplate(options, last);
+// A store with the template in use current and bound. One that the file remembers but does not hold
+// is not made anew; "Default" is.
+std::unique_ptr<ComparisonTemplates> OpenInUse(const TemplateFile& file) {
+    if (file.InUse() != DefaultTemplate) file.Require(file.InUse());
+    return file.Open(file.InUse());
+}
+
+// Gives the store other databases, and the picks that it would drop with the old ones: they are
+// read when the names have been changed.
+void TakeDatabases(ComparisonTemplates& store, const TemplateOptions& options) {
     const auto set = [&](auto get, auto let, const std::string& value) {
-        (store.get()->*get)();  // a name is read before it is changed
-        if (!value.empty()) (store.get()->*let)(FromUtf8(value));
+        (store.*get)();  // a name is read before it is changed
+        if (!value.empty()) (store.*let)(FromUtf8(value));
     };
     using Get = const std::u16string& (ComparisonTemplates::*)();
     using Let = void (ComparisonTemplates::*)(std::u16string_view);
@@ -94,22 +70,39 @@ void New(const TemplateOptions& options, Console& console) {
     set(static_cast<Get>(&ComparisonTemplates::Database3),
         static_cast<Let>(&ComparisonTemplates::Database3),
         options.database3.empty() ? options.database1 : options.database3);
-    if (!store->NewTemplate(FromUtf8(options.name))) {
+    for (const enItemTypes kind : {tmpTable, tmpColumn, tmpIndex})
+        store.Items(kind);
+}
+
+void New(const TemplateOptions& options, Console& console) {
+    const std::u16string name = FromUtf8(options.name);
+    TemplateFile::RequireUsableName(name);
+    const auto store = OpenInUse(TemplateFile::ExistingOrNew(options.file));
+    TakeDatabases(*store, options);
+    if (!store->NewTemplate(name)) {
         throw std::runtime_error("there is a template named " + options.name + " already");
     }
     console.Note("Template " + options.name + " made and in use");
 }
 
 void Use(const TemplateOptions& options) {
-    RequireTemplate(options, options.name);
-    OpenTemplate(options, options.name)->Persist();
+    const TemplateFile file = TemplateFile::Existing(options.file);
+    const std::u16string name = FromUtf8(options.name);
+    file.Require(name);
+    file.Open(name)->Persist();
 }
 
+// The template that is in use afterwards must be current before: the store hands the picks of a
+// current template that it removes over to "Default".
 void RemoveTemplate(const TemplateOptions& options) {
-    RequireTemplate(options, options.name);
-    const auto store = OpenTemplate(options, LastTemplate(options));
-    if (!store->RemoveTemplate(FromUtf8(options.name))) {
-        throw std::runtime_error("the template Default cannot be removed");
+    const TemplateFile file = TemplateFile::Existing(options.file);
+    const std::u16string name = FromUtf8(options.name);
+    file.Require(name);
+    TemplateFile::RequireUsableName(name);
+    const bool stays = file.InUse() != name && file.Has(file.InUse());
+    const auto store = file.Open(stays ? std::u16string_view(file.InUse()) : DefaultTemplate);
+    if (!store->RemoveTemplate(name)) {
+        throw std::runtime_error("the template " + options.name + " cannot be removed");
     }
     store->Persist();
 }
@@ -119,16 +112,31 @@ enItemTypes KindOf(const std::string& kind) {
     return kind == "column" ? tmpColumn : tmpIndex;
 }
 
-void Pick(const TemplateOptions& options, bool add) {
-    if (add && options.kind != "table" && options.element.empty()) {
+void Pick(const TemplateOptions& options) {
+    if (options.kind != "table" && options.element.empty()) {
         throw CLI::RequiredError("The name of the " + options.kind);
     }
-    const auto store = OpenTemplate(options, LastTemplate(options));
+    const auto store = OpenInUse(TemplateFile::Existing(options.file));
     const std::u16string table = ToTableEntry(options.table);
-    if (add) {
+    try {
         store->Add(KindOf(options.kind), table, FromUtf8(options.element));
-    } else {
+    } catch (const Error& error) {
+        if (error.Number() != ErrorNumber::DuplicateKey) throw;
+        throw std::runtime_error(options.kind == "index"
+                                     ? options.table + " has an index already: drop it first"
+                                     : "the " + options.kind + " is picked already");
+    }
+    store->Persist();
+}
+
+void Drop(const TemplateOptions& options) {
+    const auto store = OpenInUse(TemplateFile::Existing(options.file));
+    const std::u16string table = ToTableEntry(options.table);
+    try {
         store->Remove(KindOf(options.kind), table, FromUtf8(options.element));
+    } catch (const Error& error) {
+        if (error.Number() != ErrorNumber::InvalidArgument) throw;
+        throw std::runtime_error("the template in use has no such " + options.kind);
     }
     store->Persist();
 }
@@ -170,7 +178,7 @@ void AddTemplateCommand(CLI::App& app, Program& program) {
             ->check(CLI::IsMember({"table", "column", "index"}));
         sub->add_option("table", options->table, "Table, as name or owner.name")->required();
         sub->add_option("element", options->element, "Name of the column or index");
-        sub->callback([options, add] { Pick(*options, add); });
+        sub->callback([options, add] { add ? Pick(*options) : Drop(*options); });
     }
 }
 

@@ -1,14 +1,13 @@
 #include "cli/TemplateFile.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
 
 #include "core/LibraryFolder.h"
+#include "templates/LoadFailure.h"
 
 namespace quillon {
 
@@ -16,8 +15,6 @@ namespace {
 
 using namespace QuillonLib;
 namespace fs = std::filesystem;
-
-constexpr const char16_t* DefaultTemplate = u"Default";
 
 std::string FullPath(const std::string& path) {
     return path.empty() ? ToUtf8((LibraryFolder() / "Templates.xml").u16string()) : path;
@@ -32,34 +29,29 @@ bool Exists(const std::string& path) {
     return true;
 }
 
-// Why a file that is there was not taken.
-std::string Reason(const std::string& path) {
-    std::error_code ignored;
-    const fs::file_status status = fs::status(path, ignored);
-    if (fs::is_directory(status)) return "it is a folder";
-    if (!fs::is_regular_file(status)) return "it is no regular file";
-    errno = 0;
-    if (!std::ifstream(path, std::ios::binary)) {
-        return std::error_code(errno, std::generic_category()).message();
-    }
-    return "it is not well-formed XML";
-}
-
 std::unique_ptr<ComparisonTemplates> LoadStore(const std::string& path) {
     auto store = std::make_unique<ComparisonTemplates>();
-    if (!store->Load(FromUtf8(path)) && Exists(path)) {
-        throw std::runtime_error("cannot read the template file " + path + ": " + Reason(path));
+    const std::u16string file = FromUtf8(path);
+    if (!store->Load(file) && Exists(path)) {
+        throw std::runtime_error("cannot read the template file " + path + ": " +
+                                 WhyNotLoaded(file));
     }
     return store;
 }
 
-// The store refuses names that its list cannot hold side by side.
+// The names in the file. Those that differ in case only the store cannot hold side by side.
 std::shared_ptr<NameList> NamesIn(ComparisonTemplates& store, const std::string& path) {
     try {
         return store.Templates();
     } catch (const Error& error) {
-        if (error.Number() != ErrorNumber::DuplicateKey) throw;
-        throw std::runtime_error(path + " has two templates whose names differ in case only");
+        if (error.Number() == ErrorNumber::DuplicateKey) {
+            throw std::runtime_error(path +
+                                     " has two templates whose names are equal, in any case");
+        }
+        if (error.Number() == ErrorNumber::InvalidUseOfNull) {
+            throw std::runtime_error(path + " has an element without its name or id");
+        }
+        throw;
     }
 }
 
@@ -79,14 +71,23 @@ TemplateFile::TemplateFile(std::string path) : path_(std::move(path)) {
     const auto store = LoadStore(path_);
     const auto names = NamesIn(*store, path_);
     names_.assign(names->begin(), names->end());
-    inUse_ = store->CurrentTemplate().empty() ? DefaultTemplate : store->CurrentTemplate();
+    const std::u16string& last = store->CurrentTemplate();
+    inUse_ = last.empty() ? std::u16string(DefaultTemplate) : last;
 }
 
-bool TemplateFile::Has(const std::u16string& name) const {
+void TemplateFile::RequireUsableName(std::u16string_view name) {
+    if (name.empty()) throw std::runtime_error("the name of a template cannot be empty");
+    if (name.find(u'\'') != std::u16string::npos) {
+        throw std::runtime_error("the name of a template cannot hold an apostrophe: " +
+                                 ToUtf8(name));
+    }
+}
+
+bool TemplateFile::Has(std::u16string_view name) const {
     return std::find(names_.begin(), names_.end(), name) != names_.end();
 }
 
-void TemplateFile::Require(const std::u16string& name) const {
+void TemplateFile::Require(std::u16string_view name) const {
     if (Has(name)) return;
     std::string text = path_ + " has no template named " + ToUtf8(name) + "; it has";
     if (names_.empty()) throw std::runtime_error(text + " none");
@@ -100,13 +101,15 @@ void TemplateFile::Require(const std::u16string& name) const {
 
 // A name that is stored as the last one would be current without being bound once the file is open,
 // so it is loaded before anything else.
-std::unique_ptr<ComparisonTemplates> TemplateFile::Open(const std::u16string& name) const {
+std::unique_ptr<ComparisonTemplates> TemplateFile::Open(std::u16string_view name) const {
+    RequireUsableName(name);
     auto store = LoadStore(path_);
     store->LoadTemplate(name);
+    NamesIn(*store, path_);  // one that stands inside another element has been made a second time
     return store;
 }
 
-TemplateContents TemplateFile::Read(const std::u16string& name) const {
+TemplateContents TemplateFile::Read(std::u16string_view name) const {
     Require(name);
     const auto store = Open(name);
     return {store->Database1(),

@@ -4,11 +4,15 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "QuillonLib.h"
 
 namespace quillon {
+
+// The template that there always is, and that cannot be removed.
+inline constexpr std::u16string_view DefaultTemplate = u"Default";
 
 // What one template holds.
 struct TemplateContents {
@@ -31,18 +35,21 @@ class TemplateFile {
     const std::string& Path() const { return path_; }
     // In file order; none when the file is still to be made.
     const std::vector<std::u16string>& Names() const { return names_; }
-    // The template in use: the one that the file remembers, "Default" when it remembers none.
+    // The template in use: the one that the file remembers (it need not be there any more), or
+    // "Default" when it remembers none.
     const std::u16string& InUse() const { return inUse_; }
 
-    bool Has(const std::u16string& name) const;
-    // Throws std::runtime_error that tells which templates there are when this is not one of them,
-    // letter for letter.
-    void Require(const std::u16string& name) const;
-    TemplateContents Read(const std::u16string& name) const;  // requires it, too
+    // Throws std::runtime_error for a name that no template can be found by.
+    static void RequireUsableName(std::u16string_view name);
+
+    bool Has(std::u16string_view name) const;  // letter for letter
+    // Throws std::runtime_error that tells which templates there are when this is not one of them.
+    void Require(std::u16string_view name) const;
+    TemplateContents Read(std::u16string_view name) const;  // requires it, too
 
     // A store of its own, with that template current and bound; it is made, in memory, where the
     // file has none.
-    std::unique_ptr<QuillonLib::ComparisonTemplates> Open(const std::u16string& name) const;
+    std::unique_ptr<QuillonLib::ComparisonTemplates> Open(std::u16string_view name) const;
 
   private:
     explicit TemplateFile(std::string path);

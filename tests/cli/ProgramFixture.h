@@ -10,16 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "cli/Commands.h"
+#include "tests/cli/ProgramCall.h"
 #include "tests/support/SandboxTest.h"
 
 namespace quillon {
-
-struct Outcome {
-    int exitCode = 0;
-    std::string out;
-    std::string err;
-};
 
 class ProgramTest : public QuillonLib::SandboxTest {
   protected:
@@ -42,21 +36,12 @@ class ProgramTest : public QuillonLib::SandboxTest {
     }
     ~ProgramTest() override { std::filesystem::remove_all(folder); }
 
-    static Outcome Call(std::vector<std::string> arguments) {
-        std::vector<const char*> argv{"quillon"};
-        for (const auto& argument : arguments)
-            argv.push_back(argument.c_str());
-        Outcome outcome;
-        testing::internal::CaptureStdout();
-        testing::internal::CaptureStderr();
-        outcome.exitCode = RunProgram(static_cast<int>(argv.size()), argv.data());
-        outcome.out = testing::internal::GetCapturedStdout();
-        outcome.err = testing::internal::GetCapturedStderr();
-        return outcome;
+    static Outcome Call(const std::vector<std::string>& arguments) {
+        return CallProgram(arguments);
     }
     Outcome OnBoth(std::vector<std::string> arguments) const {
         arguments.insert(arguments.end(), {one, two, "--user", "sa"});
-        return Call(std::move(arguments));
+        return Call(arguments);
     }
     void RunOnBoth(const std::u16string& sql) {
         server.Run(u"USE a\nGO\n" + sql);
