@@ -55,8 +55,9 @@ struct SqlType {
     // char, varchar, binary, varbinary: bytes; nchar, nvarchar: characters; -1 for the max types.
     // Unused for the rest.
     int length = 0;
-    std::uint8_t precision = 0;  // decimal and numeric only
-    std::uint8_t scale = 0;      // decimal, numeric; time, datetime2, datetimeoffset (0 to 7)
+    std::uint8_t precision = 0;   // decimal and numeric only
+    std::uint8_t scale = 0;       // decimal, numeric; time, datetime2, datetimeoffset (0 to 7)
+    std::uint16_t collation = 0;  // of character types: a CollationId (text/Collations.h)
 };
 
 // One value of a row, in the form that its column's type has:

@@ -229,8 +229,10 @@ void TableBuilder::AlterColumn(int id, const AlterTableStmt& stmt) {
             b.sql = c.Sql();
             b.type = c.type;
             Translator translator(context_);
-            value = translator.Stored(b, def.type.type);
-            c.type = def.type.type;
+            SqlType type = def.type.type;
+            type.collation = CollationOfColumn(def, type);
+            value = translator.Stored(b, type);
+            c.type = type;
             c.userType = 0;
             c.nullable = def.nullable.value_or(true);
         }

@@ -149,6 +149,7 @@ struct ColumnDef {
     TypeSpec type;
     int line = 1;
     std::optional<bool> nullable;
+    std::u16string collation;  // empty: the database's
     bool identity = false;
     std::int64_t seed = 1, increment = 1;
     bool rowGuid = false;

@@ -32,7 +32,8 @@ constexpr const char* kTables[] = {
     "CREATE INDEX @.x_object_ref ON m_object(ref_id)",
     "CREATE TABLE @.m_column(object_id INTEGER, id INTEGER, name TEXT COLLATE ms, packed INTEGER,"
     " xtype INTEGER, user_type INTEGER, max_length INTEGER, prec INTEGER, scale INTEGER,"
-    " nullable INTEGER, identity INTEGER, seed INTEGER, increment INTEGER, computed INTEGER,"
+    " collation TEXT COLLATE ms, nullable INTEGER, identity INTEGER, seed INTEGER, increment "
+    "INTEGER, computed INTEGER,"
     " persisted INTEGER, rowguid INTEGER, text TEXT COLLATE ms, default_id INTEGER DEFAULT 0,"
     " PRIMARY KEY(object_id, id)) WITHOUT ROWID",
     "CREATE TABLE @.m_type(user_type INTEGER PRIMARY KEY, name TEXT COLLATE ms, xtype INTEGER,"
@@ -171,18 +172,19 @@ void Catalog::Create() {
             For("UPDATE @.m_object SET storage='o_dtproperties' WHERE id=1993058136", alias));
         store_.Execute(For("CREATE TABLE @.o_dtproperties(c1,c2 COLLATE ms)", alias));
         store_.Execute(For("INSERT INTO @.m_index VALUES(1993058136,0,NULL,0,0,0,0)", alias));
-        Statement column = store_.Prepare(For(
-            "INSERT INTO @.m_column(object_id,id,name,packed,xtype,user_type,max_length,prec,scale,"
-            "nullable,identity,seed,increment,computed,persisted,rowguid)"
-            " VALUES(1993058136,?,?,?,?,?,?,?,0,0,0,1,1,0,0,0)",
-            alias));
+        Statement column = store_.Prepare(
+            For("INSERT INTO @.m_column(object_id,id,name,packed,xtype,user_type,max_length,prec,"
+                "collation,scale,nullable,identity,seed,increment,computed,persisted,rowguid)"
+                " VALUES(1993058136,?,?,?,?,?,?,?,?,0,0,0,1,1,0,0,0)",
+                alias));
         const SqlType types[] = {Plain(TypeId::Int), VarCharType(64)};
         const char16_t* names[] = {u"id", u"property"};
         for (int i = 0; i < 2; ++i) {
             const TypeFacts& facts = Facts(types[i].id);
             column
                 .BindAll(i + 1, std::u16string_view(names[i]), Pack(types[i]), facts.systemType,
-                         facts.userType, MaxLength(types[i]), PrecisionOf(types[i]))
+                         facts.userType, MaxLength(types[i]), PrecisionOf(types[i]),
+                         i == 0 ? Value::Null() : Value::Text(FactsOf(kServerCollation).name))
                 .Run();
         }
     }

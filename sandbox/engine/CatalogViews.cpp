@@ -78,13 +78,14 @@ std::string NeverNull(const ViewDefinition& view, char alias) {
 // A view over one table without a condition is that table, its columns expressions over it: SQLite
 // takes its time to plan a subquery for each. In a row that an outer join makes up, expressions
 // are NULL like the columns.
-std::optional<SystemView> BuildDirect(const ViewDefinition& view, const Catalog& catalog,
-                                      bool mayMiss) {
+std::optional<SystemView> BuildDirect(const ViewDefinition& view, const Context& context,
+                                      const Catalog& catalog, bool mayMiss) {
     const char alias = view.rows == nullptr ? OnlyAlias(view.from) : '\0';
     const std::string present = NeverNull(view, alias);
     if (alias == '\0' || present.empty()) return std::nullopt;
     SystemView result;
     for (const ViewColumn& c : view.columns) {
+        if (context.server.major < c.since) continue;
         SourceColumn s;
         s.name = Widen(c.name);
         s.type = c.type;
@@ -163,7 +164,7 @@ std::optional<SystemView> FindSystemView(Context& context, Catalog& catalog,
         for (const ViewDefinition& view : *list) {
             if (!SameName(Widen(view.name), name) || !Lives(view, context, catalog, schema))
                 continue;
-            if (auto direct = BuildDirect(view, catalog, mayMiss)) return direct;
+            if (auto direct = BuildDirect(view, context, catalog, mayMiss)) return direct;
             return Build(view, context, catalog);
         }
     }

@@ -44,18 +44,28 @@ void CatalogWriter::AddHeap(int object) {
         .Run();
 }
 
+namespace {
+
+Value CollationName(const SqlType& type) {
+    return IsCharacter(type.id) ? Value::Text(FactsOf(type.collation).name) : Value::Null();
+}
+
+}  // namespace
+
 void CatalogWriter::AddColumn(int table, const ColumnMeta& c) {
     const TypeFacts& facts = Facts(c.type.id);
     const Value text = c.text.empty() ? Value::Null() : Value::Text(c.text);
     Cached(
         "INSERT INTO "
-        "@m_column(object_id,id,name,packed,xtype,user_type,max_length,prec,scale,nullable,"
+        "@m_column(object_id,id,name,packed,xtype,user_type,max_length,prec,scale,collation,"
+        "nullable,"
         "identity,seed,increment,computed,persisted,rowguid,text,default_id)"
-        " VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)")
+        " VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)")
         .BindAll(table, c.id, c.name, Pack(c.type), facts.systemType,
                  c.userType != 0 ? c.userType : facts.userType, MaxLength(c.type),
-                 PrecisionOf(c.type), ScaleOf(c.type), c.nullable, c.identity, c.seed, c.increment,
-                 c.computed, c.persisted, c.rowGuid, text, c.defaultId)
+                 PrecisionOf(c.type), ScaleOf(c.type), CollationName(c.type), c.nullable,
+                 c.identity, c.seed, c.increment, c.computed, c.persisted, c.rowGuid, text,
+                 c.defaultId)
         .Run();
 }
 

@@ -196,4 +196,12 @@ Resolved Context::Resolve(const ObjectName& name) {
     return {&catalog, catalog.Find(name.schema, name.name)};
 }
 
+CollationId NamedCollation(const Context& context, std::u16string_view name) {
+    CollationId id = kServerCollation;
+    const bool known =
+        SameName(name, u"DATABASE_DEFAULT") || FindCollation(name, context.server.major, id);
+    if (!known) throw SqlError(448, Format(u"Invalid collation '%1'.", {name}));
+    return id;
+}
+
 }  // namespace sandbox::engine

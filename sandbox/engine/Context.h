@@ -14,6 +14,7 @@
 #include "sandbox/engine/Host.h"
 #include "sandbox/engine/Storage.h"
 #include "sandbox/engine/Types.h"
+#include "sandbox/text/Collations.h"
 
 namespace sandbox::engine {
 
@@ -133,6 +134,9 @@ class Context {
     std::uint64_t clock_ = 0;
     std::uint64_t generation_ = 1;
 };
+
+// The collation of that name (DATABASE_DEFAULT among them). Throws 448.
+CollationId NamedCollation(const Context& context, std::u16string_view name);
 
 // Registers the collations and every function that translated SQL calls.
 void RegisterFunctions(Context& context);

@@ -240,6 +240,23 @@ void DatabaseProperty(Context& context, sqlite3_context* c, sqlite3_value** a) {
     sqlite3_result_null(c);
 }
 
+void CollationProperty(Context& context, sqlite3_context* c, sqlite3_value** a) {
+    CollationId id = kServerCollation;
+    if (IsNull(a[0]) || IsNull(a[1]) || !FindCollation(ReadText(a[0]), context.server.major, id)) {
+        return sqlite3_result_null(c);
+    }
+    const CollationFacts& facts = FactsOf(id);
+    const Text p = ReadText(a[1]);
+    const auto number = [&](std::int64_t value) {
+        ReturnValue(c, WrapVariant(Value::Int(value), Plain(TypeId::Int)));
+    };
+    if (SameName(p, u"CodePage")) return number(facts.codePage);
+    if (SameName(p, u"LCID")) return number(facts.lcid);
+    if (SameName(p, u"ComparisonStyle")) return number(facts.ComparisonStyle());
+    if (SameName(p, u"Version") && context.server.major >= 10) return number(facts.version);
+    sqlite3_result_null(c);
+}
+
 void ColumnProperty(Context& context, sqlite3_context* c, sqlite3_value** a) {
     if (IsNull(a[0]) || IsNull(a[1]) || IsNull(a[2])) return sqlite3_result_null(c);
     const TablePtr table = context.Current().Table(static_cast<int>(Int(a[0])));
@@ -489,6 +506,7 @@ constexpr FunctionEntry kFunctions[] = {
     {"ms_objprop", 2, Purity::Pure, ObjectProperty},
     {"ms_serverprop", 1, Purity::Pure, ServerProperty},
     {"ms_dbprop", 2, Purity::Pure, DatabaseProperty},
+    {"ms_collationprop", 2, Purity::Pure, CollationProperty},
     {"ms_colprop", 3, Purity::Pure, ColumnProperty},
     {"ms_indexprop", 3, Purity::Pure, IndexProperty},
     {"ms_index_col", 3, Purity::Pure, IndexCol},

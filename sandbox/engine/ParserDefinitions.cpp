@@ -216,7 +216,7 @@ void Parser::ColumnOptions(ColumnDef& c) {
         } else if (TakeWord(u"ROWGUIDCOL")) {
             c.rowGuid = true;
         } else if (TakeWord(u"COLLATE")) {
-            TakeName();
+            c.collation = TakeName();
         } else if (TakeWord(u"SPARSE")) {
             continue;
         } else {

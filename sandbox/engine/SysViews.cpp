@@ -70,9 +70,7 @@ std::vector<ViewColumn> ColumnColumns(const std::vector<ViewColumn>& more) {
         {"max_length", S, "c.max_length"},
         {"precision", T, "c.prec"},
         {"scale", T, "c.scale"},
-        {"collation_name", N,
-         "CASE WHEN c.xtype IN (175,167,35,239,231,99) THEN"
-         " 'SQL_Latin1_General_CP1_CI_AS' END"},
+        {"collation_name", N, "c.collation"},
         {"is_nullable", B, "c.nullable"},
         {"is_ansi_padded", B, "c.xtype IN (175,167,239,231,173,165)"},
         {"is_rowguidcol", B, "c.rowguid"},

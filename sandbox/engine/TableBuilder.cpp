@@ -15,6 +15,21 @@ TablePtr TableBuilder::Reload(int table) {
     return catalog_.Table(table);
 }
 
+CollationId TableBuilder::CollationOfColumn(const ColumnDef& def, const SqlType& type) const {
+    if (def.collation.empty()) return kServerCollation;
+    const CollationId id = NamedCollation(context_, def.collation);
+    if (!IsCharacter(type.id)) {
+        throw SqlError(
+            447, Format(u"Expression type %1 is invalid for COLLATE clause.", {TypeName(type.id)}));
+    }
+    if (FactsOf(id).codePage == 0 && !IsUnicode(type.id)) {
+        throw SqlError(459, Format(u"Collation '%1' is supported on Unicode data types only and "
+                                   u"cannot be applied to char, varchar or text data types.",
+                                   {FactsOf(id).name}));
+    }
+    return id;
+}
+
 ColumnMeta TableBuilder::MakeColumn(const ColumnDef& def, int id, const TableMeta& table) {
     ColumnMeta c;
     c.id = id;
@@ -51,6 +66,7 @@ ColumnMeta TableBuilder::MakeColumn(const ColumnDef& def, int id, const TableMet
         throw SqlError(2715, Format(u"Column or parameter #%1: Cannot find data type %2.",
                                     {ToText(id), TypeName(c.type.id)}));
     }
+    c.type.collation = CollationOfColumn(def, c.type);
     bool keyColumn = false;
     for (const ConstraintDef& k : def.constraints) {
         keyColumn = keyColumn || k.kind == ConstraintDef::Kind::PrimaryKey;

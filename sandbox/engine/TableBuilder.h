@@ -30,6 +30,7 @@ class TableBuilder {
     void Drop(const TableMeta& table);
 
   private:
+    CollationId CollationOfColumn(const ColumnDef& def, const SqlType& type) const;
     ColumnMeta MakeColumn(const ColumnDef& def, int id, const TableMeta& table);
     void AddConstraint(int table, const ConstraintDef& def, const std::u16string* column,
                        bool check);

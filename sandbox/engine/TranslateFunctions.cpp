@@ -342,6 +342,7 @@ constexpr char kObjectSchema[] = "ms_object_schema";
 constexpr char kObjProp[] = "ms_objprop";
 constexpr char kServerProp[] = "ms_serverprop";
 constexpr char kDbProp[] = "ms_dbprop";
+constexpr char kCollationProp[] = "ms_collationprop";
 constexpr char kColProp[] = "ms_colprop";
 constexpr char kIndexProp[] = "ms_indexprop";
 constexpr char kIndexCol[] = "ms_index_col";
@@ -365,6 +366,14 @@ constexpr TypeId I = TypeId::Int;
 
 Bound DbProperty(Call& c) {  // DATABASEPROPERTY: 0 and 1 as int
     return Make("CAST(ms_dbprop(" + c.Text(0) + "," + c.Text(1) + ") AS INTEGER)", kInt);
+}
+
+Bound CollationProperty(Call& c) {
+    if (c.t.GetContext().server.major < 8) {
+        throw SqlError(
+            195, Format(u"'%1' is not a recognized function name.", {c.expr.name.front()}), 15);
+    }
+    return Plainly<kCollationProp, TypeId::SqlVariant, N, N>(c);
 }
 
 Bound DbPropertyEx(Call& c) {
@@ -532,6 +541,7 @@ const std::unordered_map<std::u16string, Entry>& Table() {
         {u"SERVERPROPERTY", {1, 1, Plainly<kServerProp, N, N>}},
         {u"DATABASEPROPERTYEX", {2, 2, DbPropertyEx}},
         {u"DATABASEPROPERTY", {2, 2, DbProperty}},
+        {u"COLLATIONPROPERTY", {2, 2, CollationProperty}},
         {u"COLUMNPROPERTY", {3, 3, Plainly<kColProp, I, I, N, N>}},
         {u"INDEXPROPERTY", {3, 3, Plainly<kIndexProp, I, I, N, N>}},
         {u"INDEX_COL", {3, 3, Plainly<kIndexCol, N, N, I, I>}},

@@ -178,7 +178,8 @@ int Precedence(TypeId id) {
 std::int64_t Pack(const SqlType& t) {
     return static_cast<std::int64_t>(t.id) | static_cast<std::int64_t>(t.precision) << 8 |
            static_cast<std::int64_t>(t.scale) << 16 |
-           static_cast<std::int64_t>(static_cast<std::uint32_t>(t.length) & 0xFFFFFFU) << 24;
+           static_cast<std::int64_t>(static_cast<std::uint32_t>(t.length) & 0xFFFFFFU) << 24 |
+           static_cast<std::int64_t>(t.collation & 0x7FFFU) << 48;
 }
 
 SqlType Unpack(std::int64_t packed) {
@@ -188,6 +189,7 @@ SqlType Unpack(std::int64_t packed) {
     t.scale = static_cast<std::uint8_t>((packed >> 16) & 0xFF);
     t.length = static_cast<int>((packed >> 24) & 0xFFFFFF);
     if (t.length == 0xFFFFFF) t.length = -1;
+    t.collation = static_cast<std::uint16_t>((packed >> 48) & 0x7FFF);
     return t;
 }
 

@@ -122,6 +122,14 @@ TEST_P(LegacyCatalog, ListsDatabasesAndServers) {
               "!208 Invalid object name 'dbo.sysdatabases'.\n");
 }
 
+TEST(SqlServer7, KnowsNoCollations) {
+    Box box("7.00.623");
+    EXPECT_EQ(box.Text(u"SELECT collation FROM syscolumns"),
+              "!207 Invalid column name 'collation'.\n");
+    EXPECT_EQ(box.Text(u"SELECT COLLATIONPROPERTY('Czech_CI_AS', 'CodePage')"),
+              "!195 'COLLATIONPROPERTY' is not a recognized function name.\n");
+}
+
 INSTANTIATE_TEST_SUITE_P(Versions, LegacyCatalog, ::testing::Values("8.00.2039", "10.50.6000"));
 
 TEST(OldServers, KnowNoModernCatalog) {
@@ -198,8 +206,9 @@ TEST_F(ModernViews, ARowThatAnOuterJoinMakesUpIsNullInAllColumns) {
 
 TEST_F(ModernViews, ATableIsAHeapAgainWithoutItsClusteredIndex) {
     const auto indexes = [&] {
-        return box.Text(u"SELECT index_id, type_desc, name FROM sys.indexes WHERE object_id = "
-                        u"OBJECT_ID('heap') ORDER BY index_id");
+        return box.Text(
+            u"SELECT index_id, type_desc, name FROM sys.indexes WHERE object_id = "
+            u"OBJECT_ID('heap') ORDER BY index_id");
     };
     box.Text(u"CREATE TABLE heap (a int)");
     EXPECT_EQ(indexes(), "0|HEAP|NULL\n");
@@ -207,6 +216,58 @@ TEST_F(ModernViews, ATableIsAHeapAgainWithoutItsClusteredIndex) {
     EXPECT_EQ(indexes(), "1|CLUSTERED|cx\n");
     box.Text(u"DROP INDEX cx ON heap");
     EXPECT_EQ(indexes(), "0|HEAP|NULL\n");
+}
+
+TEST(Collations, AreThoseOfTheirColumns) {
+    Box box("15.0.2000");
+    box.Text(
+        u"CREATE TABLE t (a varchar(9), b nchar(9) COLLATE czech_cs_as, c int, d text COLLATE "
+        u"DATABASE_DEFAULT, e varchar(9) COLLATE latin1_general_100_ci_as_sc_utf8)");
+    EXPECT_EQ(box.Text(u"SELECT name, collation_name FROM sys.columns WHERE object_id = "
+                       u"OBJECT_ID('t') ORDER BY column_id"),
+              "a|SQL_Latin1_General_CP1_CI_AS\nb|Czech_CS_AS\nc|NULL\n"
+              "d|SQL_Latin1_General_CP1_CI_AS\ne|Latin1_General_100_CI_AS_SC_UTF8\n");
+    box.Text(u"ALTER TABLE t ALTER COLUMN a varchar(9) COLLATE Thai_BIN");
+    EXPECT_EQ(box.Text(u"SELECT collation FROM syscolumns WHERE id = OBJECT_ID('t') AND "
+                       u"name = 'a'"),
+              "Thai_BIN\n");
+}
+
+TEST(Collations, OfUnknownNamesAreRefused) {
+    Box box;
+    const auto create = [&](std::u16string_view column) {
+        return box.Text(u"CREATE TABLE t (a " + std::u16string(column) + u")");
+    };
+    EXPECT_EQ(create(u"varchar(9) COLLATE Nosuch_CI_AS"),
+              "!448 Invalid collation 'Nosuch_CI_AS'.\n");
+    EXPECT_EQ(create(u"varchar(9) COLLATE Czech_CI"), "!448 Invalid collation 'Czech_CI'.\n");
+    // Of later versions than this server's.
+    EXPECT_EQ(create(u"varchar(9) COLLATE Latin1_General_100_BIN2_UTF8"),
+              "!448 Invalid collation 'Latin1_General_100_BIN2_UTF8'.\n");
+    EXPECT_EQ(create(u"int COLLATE Czech_CI_AS"),
+              "!447 Expression type int is invalid for COLLATE clause.\n");
+    EXPECT_EQ(create(u"varchar(9) COLLATE Indic_General_90_CI_AS"),
+              "!459 Collation 'Indic_General_90_CI_AS' is supported on Unicode data types only and "
+              "cannot be applied to char, varchar or text data types.\n");
+}
+
+TEST(Collations, HaveProperties) {
+    Box box("15.0.2000");
+    const auto of = [&](std::u16string_view name) {
+        std::u16string sql;
+        for (const auto property : {u"CodePage", u"LCID", u"ComparisonStyle", u"Version"}) {
+            sql += (sql.empty() ? u"SELECT " : u", ") +
+                   std::u16string(u"CAST(COLLATIONPROPERTY('") + std::u16string(name) + u"', '" +
+                   property + u"') AS int)";
+        }
+        return box.Text(sql);
+    };
+    EXPECT_EQ(of(u"SQL_Latin1_General_CP1_CI_AS"), "1252|1033|196609|0\n");
+    EXPECT_EQ(of(u"Latin1_General_CS_AS_KS_WS"), "1252|1033|0|0\n");
+    EXPECT_EQ(of(u"Japanese_90_BIN2"), "932|1041|0|1\n");
+    EXPECT_EQ(of(u"Chinese_PRC_Stroke_CI_AS"), "936|133124|196609|0\n");
+    EXPECT_EQ(of(u"Latin1_General_100_CI_AS_SC_UTF8"), "65001|1033|196609|2\n");
+    EXPECT_EQ(of(u"nosuch"), "NULL|NULL|NULL|NULL\n");
 }
 
 TEST_F(ModernViews, ForeignKeys) {
