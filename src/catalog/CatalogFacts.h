@@ -30,7 +30,9 @@ struct ColumnFacts {
     bool Computed = false;
     bool Identity = false;
     bool AllowNulls = false;
-    std::u16string Collation;  // empty for a column without one
+    std::u16string Collation;   // empty for columns without one, and on SQL Server 7.0
+    std::int32_t CodePage = 0;  // of char, varchar and text, 65001 being UTF-8; 0: not known, or
+                                // a column of another type
 };
 
 struct IndexFacts {

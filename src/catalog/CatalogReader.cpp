@@ -12,11 +12,14 @@
 
 namespace QuillonLib {
 
-// The queries of one generation of catalogs. `ColumnsOf` and `IndexesOf` end in an open
-// parenthesis that takes a list of object ids; `ColumnsOrder` and `IndexesOrder` follow it.
+// The queries of one generation of catalogs. That of the columns begins with `ColumnFacts`, then
+// `Collations`. `ColumnsOf` and `IndexesOf` end in an open parenthesis that takes
+// a list of object ids; `ColumnsOrder` and `IndexesOrder` follow it.
 struct CatalogReader::Dialect {
     std::u16string_view UserTables;
     std::u16string_view IndexedViews;
+    std::u16string_view ColumnFacts;  // the columns that every server of the generation has
+    std::u16string_view Collations;   // those that tell a column's collation and its code page
     std::u16string_view ColumnsOf;
     std::u16string_view ColumnsOrder;
     std::u16string_view IndexesOf;
@@ -39,9 +42,13 @@ const CatalogReader::Dialect CatalogReader::SystemTables{
         u" AND EXISTS (SELECT * FROM sysindexes i WHERE i.id = o.id"
         u" AND i.indid BETWEEN 1 AND 254 AND (i.status & 96) = 0)"
         u" ORDER BY u.name, o.name",
-    .ColumnsOf =
+    .ColumnFacts =
         u"SELECT u.name, o.name, o.xtype, c.name, t.name, c.length, c.prec, c.scale,"
-        u" c.iscomputed, CASE WHEN (c.status & 128) <> 0 THEN 1 ELSE 0 END, c.isnullable"
+        u" c.iscomputed, CASE WHEN (c.status & 128) <> 0 THEN 1 ELSE 0 END, c.isnullable",
+    .Collations =
+        u", c.collation, CASE WHEN c.xtype IN (35, 167, 175)"
+        u" THEN CAST(COLLATIONPROPERTY(c.collation, 'CodePage') AS int) END",
+    .ColumnsOf =
         u" FROM sysobjects o"
         u" INNER JOIN sysusers u ON u.uid = o.uid"
         u" INNER JOIN syscolumns c ON c.id = o.id"
@@ -80,9 +87,13 @@ const CatalogReader::Dialect CatalogReader::SystemViews{
         u" AND EXISTS (SELECT * FROM sys.indexes i WHERE i.object_id = o.object_id"
         u" AND i.index_id > 0)"
         u" ORDER BY s.name, o.name",
-    .ColumnsOf =
+    .ColumnFacts =
         u"SELECT s.name, o.name, o.type, c.name, t.name, c.max_length, c.precision,"
-        u" c.scale, c.is_computed, c.is_identity, c.is_nullable"
+        u" c.scale, c.is_computed, c.is_identity, c.is_nullable",
+    .Collations =
+        u", c.collation_name, CASE WHEN c.system_type_id IN (35, 167, 175)"
+        u" THEN CAST(COLLATIONPROPERTY(c.collation_name, 'CodePage') AS int) END",
+    .ColumnsOf =
         u" FROM sys.objects o"
         u" INNER JOIN sys.schemas s ON s.schema_id = o.schema_id"
         u" INNER JOIN sys.columns c ON c.object_id = o.object_id"
@@ -108,6 +119,10 @@ const CatalogReader::Dialect CatalogReader::SystemViews{
 
 namespace {
 
+// In place of `Collations`: SQL Server 7.0 has one collation for the whole server.
+constexpr std::u16string_view NoCollations = u", NULL, NULL";
+
+constexpr std::int32_t FirstVersionWithCollations = 8;
 constexpr std::int32_t FirstVersionWithSystemViews = 9;
 constexpr std::int32_t FirstVersionWithFilteredIndexes = 10;
 
@@ -115,13 +130,15 @@ std::u16string TextOf(const Recordset& rows, std::size_t field) {
     return rows.Fields(field).Value().Get<std::u16string>();
 }
 
-// Empty for a NULL: a type that the login may not see has no name.
+// Empty for a NULL: a column of numbers has no collation, a type that the login may not see no
+// name.
 std::u16string TextOrNone(const Recordset& rows, std::size_t field) {
     const Value value = rows.Fields(field).Value();
     return value.IsNull() ? std::u16string() : value.Get<std::u16string>();
 }
 
-// 0 for a NULL: columns of types without precision and scale have none in the system tables.
+// 0 for a NULL: columns of types without precision and scale have none in the system tables, and
+// only char, varchar and text have a code page.
 std::int32_t NumberOf(const Recordset& rows, std::size_t field) {
     const Value value = rows.Fields(field).Value();
     return value.IsNull() ? 0 : static_cast<std::int32_t>(ToInt64(value));
@@ -184,6 +201,8 @@ void ReadColumns(const std::shared_ptr<Connection>& connection, std::u16string_v
         column.Computed = FlagOf(rows, 8);
         column.Identity = FlagOf(rows, 9);
         column.AllowNulls = FlagOf(rows, 10);
+        column.Collation = TextOrNone(rows, 11);
+        column.CodePage = NumberOf(rows, 12);
         object.Columns.push_back(std::move(column));
     }
 }
@@ -269,7 +288,9 @@ std::vector<ObjectFacts> CatalogReader::ObjectsWithColumns(std::span<const Objec
     std::vector<ObjectFacts> objects;
     if (names.empty()) return objects;
     objects.reserve(names.size());
-    std::u16string columns(dialect_->ColumnsOf);
+    std::u16string columns(dialect_->ColumnFacts);
+    columns.append(version_ < FirstVersionWithCollations ? NoCollations : dialect_->Collations)
+        .append(dialect_->ColumnsOf);
     columns.append(ObjectIdList(names)).append(dialect_->ColumnsOrder);
     ReadColumns(connection_, columns, objects);
     return objects;

@@ -101,6 +101,27 @@ TEST_P(CatalogReaderTest, EveryTypeIsNamedAsTheServerNamesIt) {
     EXPECT_TRUE(column(u"a").AllowNulls);
 }
 
+TEST_P(CatalogReaderTest, EachColumnHasItsCollationAndCodePage) {
+    Run(u"CREATE TABLE t (a varchar(5), b char(5) COLLATE Czech_CI_AS, c text COLLATE "
+        u"Cyrillic_General_CI_AS, d varchar(5) COLLATE japanese_ci_as_ks_ws, e nvarchar(5) COLLATE "
+        u"Thai_CS_AS, f int, g varchar(5) COLLATE SQL_Latin1_General_CP850_CI_AS, h varbinary(5), "
+        u"i varchar(5) COLLATE Latin1_General_BIN)");
+    const ObjectFacts facts = Facts({u"dbo", u"t"});
+    std::vector<std::pair<std::u16string, std::int32_t>> collations;
+    for (const auto& column : facts.Columns)
+        collations.emplace_back(column.Collation, column.CodePage);
+    EXPECT_EQ(collations, (std::vector<std::pair<std::u16string, std::int32_t>>{
+                              {u"SQL_Latin1_General_CP1_CI_AS", 1252},
+                              {u"Czech_CI_AS", 1250},
+                              {u"Cyrillic_General_CI_AS", 1251},
+                              {u"Japanese_CI_AS_KS_WS", 932},
+                              {u"Thai_CS_AS", 0},
+                              {u"", 0},
+                              {u"SQL_Latin1_General_CP850_CI_AS", 850},
+                              {u"", 0},
+                              {u"Latin1_General_BIN", 1252}}));
+}
+
 TEST_P(CatalogReaderTest, AnIndexCarriesOneFlagAtMost) {
     Run(u"CREATE TABLE t (a int NOT NULL CONSTRAINT PK PRIMARY KEY NONCLUSTERED, "
         u"b int NOT NULL CONSTRAINT UQ UNIQUE, c int NOT NULL, d int NOT NULL)\nGO\n"
@@ -163,6 +184,39 @@ TEST_P(CatalogReaderTest, CompatibilityLevelIsTheDatabases) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Versions, CatalogReaderTest, ::testing::Values("8.00.2039", "10.50.6000"));
+
+class ServerOfVersionTest : public SandboxTest {
+  protected:
+    std::vector<ColumnFacts> Columns(const char* version, const std::u16string& table) {
+        sandbox::ServerSettings settings;
+        settings.name = u"VERSIONED";
+        settings.version = version;
+        sandbox::Server& versioned = box.AddServer(settings);
+        versioned.Run(u"CREATE DATABASE d\nGO\nUSE d\nGO\n" + table);
+        LoginData login{versioned.Address(), u"sa", u"sandbox", false};
+        CatalogReader reader(LogIn(login));
+        reader.UseDatabase(u"d");
+        const ObjectName name{u"dbo", u"t"};
+        return reader.Objects({&name, 1}).at(0).Columns;
+    }
+};
+
+TEST_F(ServerOfVersionTest, UTF8HasItsCodePage) {
+    const auto columns = Columns("15.0.2000",
+                                 u"CREATE TABLE t (a varchar(5) COLLATE "
+                                 u"Latin1_General_100_CI_AS_SC_UTF8, b varchar(max) COLLATE "
+                                 u"Japanese_XJIS_140_CS_AS_UTF8)");
+    EXPECT_EQ(columns.at(0).Collation, u"Latin1_General_100_CI_AS_SC_UTF8");
+    EXPECT_EQ(columns.at(0).CodePage, 65001);
+    EXPECT_EQ(columns.at(1).CodePage, 65001);
+}
+
+TEST_F(ServerOfVersionTest, SqlServer7KnowsNoCollationOfAColumn) {
+    const auto columns = Columns("7.00.623", u"CREATE TABLE t (a varchar(5), b int)");
+    EXPECT_EQ(columns.at(0).DataType, u"varchar");
+    EXPECT_EQ(columns.at(0).Collation, u"");
+    EXPECT_EQ(columns.at(0).CodePage, 0);
+}
 
 class MaxTypesTest : public SandboxTest {};
 
