@@ -253,7 +253,6 @@ void Executor::ExecuteSql(const ExecStmt& stmt) {
                        16, 2);
     }
     Frame frame;
-    frame.inProcedure = true;
     std::shared_ptr<CreateProcedureStmt> header;
     if (stmt.arguments.size() > 1) {
         const TypedValue list = ArgumentValue(stmt.arguments[1]);

@@ -200,6 +200,12 @@ TEST(Scope, OfAProcedureElsewhereIsLeftSilently) {
               "and COMMIT statements. Previous count = 0, current count = 1.\nw\n");
 }
 
+TEST(Scope, OfADynamicTextReturnsNoValue) {
+    Box box;
+    EXPECT_EQ(box.Text(u"EXEC sp_executesql N'RETURN 5' EXEC sp_executesql N'RETURN'"),
+              "!178 A RETURN statement with a return value cannot be used in this context.\n");
+}
+
 TEST(Scope, OfACallHasSyntaxErrorsOfItsOwn) {
     Box box;
     EXPECT_EQ(box.client->TextInScope(u"SELECT 1 1"), "!102 Incorrect syntax near '1'.\n");
