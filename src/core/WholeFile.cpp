@@ -145,6 +145,13 @@ class NewFile {
     bool created_ = false;
 };
 
+// A device, a pipe, a socket: taking its name would put a file in its place.
+bool IsSpecial(const fs::path& path) {
+    std::error_code ignored;
+    const fs::file_status status = fs::status(path, ignored);
+    return fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status);
+}
+
 std::error_code Write(const fs::path& path, std::string_view bytes, FileOperations& files) {
     std::error_code ignored;
     const fs::path linked = fs::weakly_canonical(path, ignored);
@@ -174,11 +181,13 @@ FileOperations& SystemFiles() {
 
 void WriteWholeFile(const std::filesystem::path& path, std::string_view bytes,
                     FileOperations& files) {
+    const auto fail = [&](std::u16string_view cause) {
+        throw Error(ErrorNumber::FileAccess,
+                    u"Cannot write the file '" + NameOf(path) + u"': " + std::u16string(cause));
+    };
+    if (IsSpecial(path)) fail(u"it is no regular file");
     const std::error_code failure = Write(path, bytes, files);
-    if (failure) {
-        throw Error(ErrorNumber::FileAccess, u"Cannot write the file '" + NameOf(path) + u"': " +
-                                                 FromUtf8(failure.message()));
-    }
+    if (failure) fail(FromUtf8(failure.message()));
 }
 
 }  // namespace QuillonLib

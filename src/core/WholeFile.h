@@ -33,7 +33,8 @@ class FileOperations {
 FileOperations& SystemFiles();
 
 // Writes beside the file, then takes its name: whatever fails, the file is the old one or the new
-// one. Its permissions stay; a symbolic link stays a link. Error 75 names the file and the cause.
+// one. Its permissions stay; a symbolic link stays a link. Error 75 names the file and the cause;
+// what is there and no regular file, such as a device, is one.
 void WriteWholeFile(const std::filesystem::path& path, std::string_view bytes,
                     FileOperations& files = SystemFiles());
 

@@ -1,5 +1,6 @@
 // Persist under a system that fails: the file is the old one or the new one, whole.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <new>
@@ -186,6 +187,21 @@ TEST_F(TemplateFaultsTest, AMissingFolderIsError75) {
     store.Load((folder / "nowhere" / "Templates.xml").u16string());
     Change(store);
     EXPECT_EQ(NumberOf([&] { store.Persist(); }), 75);
+}
+
+// As a user who may do everything, it would be replaced by a file.
+TEST_F(TemplateFaultsTest, APipeIsError75AndStays) {
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    const std::filesystem::path link = folder / "link.xml";
+    std::filesystem::create_symlink(file, link);
+    for (const auto& path : {file, link}) {
+        ComparisonTemplates store;
+        EXPECT_FALSE(store.Load(path.u16string()));
+        ExpectError(75, u"Cannot write the file '" + path.u16string() + u"': it is no regular file",
+                    [&] { store.NewTemplate(u"T"); });
+    }
+    EXPECT_TRUE(std::filesystem::is_fifo(file));
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
 }
 
 TEST_F(TemplateFaultsTest, AReadOnlyFileIsError75AndStays) {
