@@ -146,6 +146,15 @@ TEST_F(VerdictTest, DriftOfTypeLengthAndNullabilityIsToldButIsNoDifference) {
         << outcome.out;
 }
 
+TEST_F(VerdictTest, DriftOfCollationIsTold) {
+    const std::u16string begin = u"CREATE TABLE t (" + std::u16string(Key);
+    server.Run(u"USE a\nGO\n" + begin + u", a varchar(9) COLLATE Latin1_General_CI_AS NULL)");
+    server.Run(u"USE b\nGO\n" + begin + u", a varchar(9) COLLATE Czech_CI_AS NULL)");
+    EXPECT_TRUE(Holds(Compare({"-t", "t"}),
+                      "  column [a] is varchar(9) COLLATE Latin1_General_CI_AS NULL in 1, "
+                      "varchar(9) COLLATE Czech_CI_AS NULL in 2\n"));
+}
+
 TEST_F(VerdictTest, ATableOfOneDatabaseAloneIsADifferenceEvenWhenNamed) {
     Make(Key, u"1");
     server.Run(u"USE b\nGO\nDROP TABLE t");
