@@ -1,6 +1,9 @@
 #include "cli/ScriptRunner.h"
 
-#include <stdexcept>
+#include <algorithm>
+#include <utility>
+
+#include "data/BatchText.h"
 
 namespace quillon {
 
@@ -74,33 +77,108 @@ bool IsBlank(std::u16string_view text) {
     return text.find_first_not_of(u" \t\r\n") == std::u16string_view::npos;
 }
 
+bool IsCall(std::u16string_view line) {
+    return line.starts_with(u"EXEC ");
+}
+
+bool IsCommit(std::u16string_view line) {
+    return line.starts_with(u"COMMIT");
+}
+
+// A statement-level line; its end is not part of it.
+struct Line {
+    std::u16string_view text;
+    std::size_t begin = 0;
+    std::size_t next = 0;  // where the next one begins
+};
+
+class LineReader {
+  public:
+    explicit LineReader(std::u16string_view script) : script_(script), scanner_(script) {}
+
+    bool Read(Line& line) {
+        if (at_ >= script_.size()) return false;
+        const std::size_t end = scanner_.LineEnd(at_);
+        line = {script_.substr(at_, end - at_), at_, std::min(end + CrLf.size(), script_.size())};
+        at_ = line.next;
+        return true;
+    }
+
+  private:
+    std::u16string_view script_;
+    ScriptScanner scanner_;
+    std::size_t at_ = 0;
+};
+
+// A batch that the driver would change runs in a scope of its own, as does a procedure: a SET in it
+// ends with it, and a COMMIT in it is an error. So a run of calls with such a line gets batches of
+// its own. And the COMMIT does: after most errors the server goes on with the rest of the batch.
+class Cutter {
+  public:
+    Cutter(std::u16string_view script, std::size_t linesInBatch)
+        : script_(script), linesInBatch_(linesInBatch) {}
+
+    std::vector<std::u16string> Cut() && {
+        LineReader reader(script_);
+        for (Line line; reader.Read(line);) {
+            if (line.text == GoLine) {
+                EndBatch(line.begin, line.next);
+            } else if (IsCall(line.text)) {
+                TakeCall(line);
+            } else if (!IsBlank(line.text)) {
+                TakeOther(line);
+            }
+        }
+        EndBatch(script_.size(), script_.size());
+        return std::move(batches_);
+    }
+
+  private:
+    void TakeCall(const Line& line) {
+        if (run_ == 0) runBegin_ = line.begin;
+        ++run_;
+        ++calls_;
+        if (!changed_ && QuillonLib::DriverWouldChange(line.text)) {
+            CutOffRun();
+            changed_ = true;
+        }
+        if (calls_ >= linesInBatch_) EndBatch(line.next, line.next);
+    }
+
+    void TakeOther(const Line& line) {
+        if (changed_ || IsCommit(line.text)) EndBatch(line.begin, line.begin);
+        run_ = 0;
+    }
+
+    void CutOffRun() {
+        const std::size_t run = run_;
+        EndBatch(runBegin_, runBegin_);
+        calls_ = run_ = run;
+    }
+
+    void EndBatch(std::size_t end, std::size_t next) {
+        const std::u16string_view batch = script_.substr(batchBegin_, end - batchBegin_);
+        if (!IsBlank(batch)) batches_.emplace_back(batch);
+        batchBegin_ = next;
+        calls_ = run_ = 0;
+        changed_ = false;
+    }
+
+    std::u16string_view script_;
+    std::size_t linesInBatch_;
+    std::vector<std::u16string> batches_;
+    // Of the batch that is being gathered:
+    std::size_t batchBegin_ = 0;
+    std::size_t calls_ = 0;
+    std::size_t run_ = 0;       // the calls at its end
+    std::size_t runBegin_ = 0;  // only where there are some
+    bool changed_ = false;      // it is a run with a line that the driver would change
+};
+
 }  // namespace
 
 std::vector<std::u16string> CutIntoBatches(std::u16string_view script, std::size_t linesInBatch) {
-    const ScriptScanner scanner(script);
-    std::vector<std::u16string> batches;
-    std::size_t batchBegin = 0;
-    std::size_t lines = 0;
-    const auto endBatch = [&](std::size_t end) {
-        const std::u16string_view batch = script.substr(batchBegin, end - batchBegin);
-        if (!IsBlank(batch)) batches.emplace_back(batch);
-        lines = 0;
-    };
-    for (std::size_t begin = 0; begin < script.size();) {
-        const std::size_t end = scanner.LineEnd(begin);
-        const std::size_t next = std::min(end + CrLf.size(), script.size());
-        const std::u16string_view line = script.substr(begin, end - begin);
-        if (line == GoLine) {
-            endBatch(begin);
-            batchBegin = next;
-        } else if (line.starts_with(u"EXEC ") && ++lines >= linesInBatch) {
-            endBatch(next);
-            batchBegin = next;
-        }
-        begin = next;
-    }
-    endBatch(script.size());
-    return batches;
+    return Cutter(script, linesInBatch).Cut();
 }
 
 void RunBatches(QuillonLib::Connection& connection, const std::vector<std::u16string>& batches) {

@@ -14,7 +14,10 @@ namespace quillon {
 
 // The batches of a script, cut at its lines that hold "GO", but not at such a line inside a
 // literal, a comment or a name in brackets: rows may hold anything. Long runs of EXEC lines are cut
-// further, between lines, so that no batch has many more than `linesInBatch`.
+// further, between lines, so that no batch has many more than `linesInBatch`. Two things stand in
+// batches of their own: a run of EXEC lines that the driver would not send as it stands (see
+// data/BatchText.h), for such a batch has a scope of its own; and the COMMIT, which a server would
+// come to after an error in the same batch. Takes time in proportion to the script's length.
 std::vector<std::u16string> CutIntoBatches(std::u16string_view script, std::size_t linesInBatch);
 
 // A batch that failed, and why. What the script had done by then has been rolled back.
@@ -26,14 +29,16 @@ struct BatchFailure : std::runtime_error {
 };
 
 // How the transaction ended is not known: the connection was lost, or the call failed, while the
-// batch ran that ends it. The server may have committed everything or nothing. what() is the cause.
+// batch ran that ends it, or it ended before that batch. The server may have committed everything
+// or nothing. what() is the cause.
 struct OutcomeUnknown : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Runs the batches of one transaction in order on one connection. After a failure it is rolled
-// back, here or by the server, and BatchFailure is thrown; only where that is not certain,
-// OutcomeUnknown. The connection may be closed then.
+// Runs the batches of one transaction in order on one connection, asking for @@TRANCOUNT before
+// each: a COMMIT at the beginning of a line ends the transaction when that is 1. After a failure
+// the transaction is rolled back, here or by the server, and BatchFailure is thrown; only where
+// that is not certain, OutcomeUnknown. The connection may be closed then.
 void RunBatches(QuillonLib::Connection& connection, const std::vector<std::u16string>& batches);
 
 }  // namespace quillon
