@@ -1,6 +1,8 @@
 #include "cli/ScriptRunner.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <memory>
 #include <utility>
 
 #include "data/BatchText.h"
@@ -175,6 +177,39 @@ class Cutter {
     bool changed_ = false;      // it is a run with a line that the driver would change
 };
 
+bool HoldsCommit(std::u16string_view batch) {
+    if (batch.find(u"COMMIT") == std::u16string_view::npos) return false;
+    LineReader reader(batch);
+    for (Line line; reader.Read(line);) {
+        if (IsCommit(line.text)) return true;
+    }
+    return false;
+}
+
+std::int32_t OpenTransactions(QuillonLib::Connection& connection) {
+    // A Recordset shares its connection; this one is gone before the caller's.
+    const std::shared_ptr<QuillonLib::Connection> borrowed(std::shared_ptr<void>(), &connection);
+    QuillonLib::Recordset rows;
+    rows.Open(u"SELECT @@TRANCOUNT", borrowed);
+    return rows.Fields(std::size_t{0}).Value().Get<std::int32_t>();
+}
+
+// Whether it is certain, after a failure, that nothing remains of the transaction. `mayHaveEnded`:
+// the batch that failed was to end it, and may have done so.
+bool RollBack(QuillonLib::Connection& connection, bool mayHaveEnded) {
+    try {
+        if (mayHaveEnded) {
+            if (OpenTransactions(connection) == 0) return false;
+            mayHaveEnded = false;
+        }
+        connection.Execute(u"IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION");
+    } catch (const QuillonLib::Error&) {
+        connection.Close();  // the server rolls back what a lost connection began
+        return !mayHaveEnded;
+    }
+    return true;
+}
+
 }  // namespace
 
 std::vector<std::u16string> CutIntoBatches(std::u16string_view script, std::size_t linesInBatch) {
@@ -182,18 +217,27 @@ std::vector<std::u16string> CutIntoBatches(std::u16string_view script, std::size
 }
 
 void RunBatches(QuillonLib::Connection& connection, const std::vector<std::u16string>& batches) {
+    bool begun = false;
+    const auto look = [&] {
+        const std::int32_t open = OpenTransactions(connection);
+        if (begun && open == 0) {
+            throw OutcomeUnknown("The transaction ended before its COMMIT.");
+        }
+        begun = open > 0;
+        return open;
+    };
     for (std::size_t i = 0; i < batches.size(); ++i) {
+        bool ends = false;
         try {
+            ends = look() == 1 && HoldsCommit(batches[i]);
             connection.Execute(batches[i]);
+            if (i + 1 == batches.size() && !ends && look() > 0) {
+                throw QuillonLib::Error(QuillonLib::ErrorNumber::DataAccess,
+                                        u"The script leaves its transaction open.");
+            }
         } catch (const QuillonLib::Error& error) {
             const std::string cause = error.what();
-            if (connection.IsOpen()) {
-                try {
-                    connection.Execute(u"IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION");
-                } catch (const QuillonLib::Error&) {
-                    connection.Close();  // the server rolls back what a lost connection began
-                }
-            }
+            if (!RollBack(connection, ends)) throw OutcomeUnknown(cause);
             throw BatchFailure(cause, i + 1, batches.size());
         }
     }

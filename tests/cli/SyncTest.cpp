@@ -5,7 +5,6 @@
 #include <iostream>
 #include <stdexcept>
 
-#include "cli/ScriptRunner.h"
 #include "tests/cli/ProgramFixture.h"
 
 namespace quillon {
@@ -167,78 +166,6 @@ TEST_F(ProgramTest, SyncOfWhatNoScriptCanDoSaysSo) {
     EXPECT_EQ(outcome.err,
               "quillon: left out: [dbo].[k]: the databases share no key to match its rows by\n");
 }
-
-// A script for database b that deletes, inserts and updates, in small batches.
-class HalfScript : public ProgramTest, public ::testing::WithParamInterface<sandbox::FaultKind> {
-  protected:
-    HalfScript() {
-        server.Run(u"USE a\nGO\nINSERT p VALUES (5, N'five'), (6, N'six')\nGO\nDROP TABLE c");
-        server.Run(u"USE b\nGO\nINSERT p VALUES (5, N'cinq'), (8, N'eight')\nGO\nDROP TABLE c");
-        const auto dbA = MakeDatabase(u"a");
-        const auto dbB = MakeDatabase(u"b");
-        QuillonLib::Utils utils;
-        const auto results =
-            utils.CompareContents(dbA, dbB, dbA, QuillonLib::TextArray({u"[dbo].[p]"}), {}, {});
-        std::u16string left;
-        std::u16string right;
-        using namespace QuillonLib;
-        utils.GetUpdateScripts(dbA, dbB, dbA, results, left, right,
-                               cpoShowDifferent | cpoShowMissing | cpoShowAdditional, 0);
-        batches = CutIntoBatches(right, 1);
-    }
-    std::shared_ptr<QuillonLib::Connection> Open() {
-        auto connection = std::make_shared<QuillonLib::Connection>();
-        connection->Open(u"driver={SQL Server};server=" + server.Address() +
-                         u";database=b;uid=sa;pwd=sandbox");
-        return connection;
-    }
-    // All rows, and how many procedures there are.
-    std::u16string ContentOfB() {
-        std::u16string content;
-        for (char16_t id = u'0'; id <= u'9'; ++id) {
-            content += server.Scalar(
-                u"USE b SELECT CAST(id AS nvarchar(9)) + ISNULL(n, N'NULL') "
-                u"+ N' ' FROM p WHERE id = " +
-                std::u16string(1, id));
-        }
-        return content + server.Scalar(u"USE b SELECT COUNT(*) FROM sysobjects WHERE xtype = 'P'");
-    }
-
-    std::vector<std::u16string> batches;
-};
-
-TEST_P(HalfScript, LeavesTheDatabaseAsItWasWhicheverBatchFails) {
-    ASSERT_GT(batches.size(), 10U);
-    const std::u16string before = ContentOfB();
-    ASSERT_EQ(before, u"1uno 3three 5cinq 8eight 0");
-    for (std::size_t i = 0; i < batches.size(); ++i) {
-        SCOPED_TRACE(QuillonLib::ToUtf8(batches[i]));
-        sandbox::Fault fault = ErrorIn(u"", static_cast<int>(i) + 1);
-        fault.kind = GetParam();
-        server.AddFault(fault);
-        std::size_t failed = 0;
-        const auto connection = Open();
-        try {
-            RunBatches(*connection, batches);
-        } catch (const BatchFailure& failure) {
-            failed = failure.batch;
-        }
-        EXPECT_EQ(failed, i + 1);
-        if (GetParam() == sandbox::FaultKind::Drop) {
-            ASSERT_EQ(ConnectionsLeft(server), 0);
-        } else {
-            QuillonLib::Recordset rows;
-            rows.Open(u"SELECT @@TRANCOUNT", connection);
-            EXPECT_EQ(rows.Fields(std::size_t{0}).Value().Get<std::int32_t>(), 0);
-        }
-        ASSERT_EQ(ContentOfB(), before);
-    }
-    RunBatches(*Open(), batches);
-    EXPECT_EQ(ContentOfB(), u"1one 2NULL 5five 6six 0");
-}
-
-INSTANTIATE_TEST_SUITE_P(Faults, HalfScript,
-                         ::testing::Values(sandbox::FaultKind::Error, sandbox::FaultKind::Drop));
 
 }  // namespace
 }  // namespace quillon
