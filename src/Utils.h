@@ -92,11 +92,12 @@ class Utils {
 
     // One pair of scripts for a whole comparison, each in one transaction, the tables ordered by
     // the dependencies that the catalog of database 1 holds (set its CheckDependencies). Tables
-    // without a key, with an Error, views, and tables of a dependency cycle get no part in it.
+    // without a key or with one that scripts cannot carry (see GetRecordsets), with an Error,
+    // views, and tables of a dependency cycle get no part in it.
     //
     // Raises Status; after a cancel the scripts keep what they held (nothing, before the first is
-    // written). Errors as GetRecordsets; 5 when database 1 no longer has a table, 6 for more than
-    // 32,767 tables.
+    // written). An Error of the servers reaches the caller; 5 when database 1 no longer has a
+    // table, 6 for more than 32,767 tables.
     void GetUpdateScripts(const std::shared_ptr<Database>& obDB1,
                           const std::shared_ptr<Database>& obDB2,
                           const std::shared_ptr<Database>& obDB3,

@@ -17,10 +17,11 @@ struct PlacedTable {
 };
 
 // A table is placed once every other table of the results that it depends on (by the catalog of
-// database 1) has been placed. Placing goes in passes over the results. Tables that get no script
-// (views, tables without a key or with an error) and tables of a cycle are never placed; the former
-// are counted in every pass, and the passes end when the count reaches the number of results even
-// if a table is still to be placed.
+// database 1) has been placed. Placing goes in passes over the results. Views, tables without a key
+// or with an error, and tables of a cycle are never placed; the former three are counted in every
+// pass, and the passes end when the count reaches the number of results even if a table is still to
+// be placed. A table whose key scripts cannot carry is placed like any other, so that it holds back
+// no table that depends on it, though nothing is written for it.
 //
 // The result is in the order of placing: by Sequence, and within a pass by the order of the
 // results. Error 5 when the catalog of database 1 lacks a table; errors of loading that catalog.

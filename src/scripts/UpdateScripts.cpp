@@ -11,6 +11,7 @@
 #include "data/Connection.h"
 #include "data/Recordset.h"
 #include "scripts/DifferenceScripts.h"
+#include "scripts/ScriptColumns.h"
 #include "scripts/TableOrder.h"
 #include "scripts/TableScripts.h"
 
@@ -89,10 +90,13 @@ class UpdateScriptWriter {
         }
     }
 
+    bool GetsScript(const TableDifference& difference) const {
+        return difference.Error().empty() && difference.HasPrimaryKey() && !difference.IsView() &&
+               KeyColumnOutsideScripts(*difference.Columns(), enOptions_).empty();
+    }
+
     ScriptPieces PiecesOf(const TableDifference& difference) {
-        const bool getsScript =
-            difference.Error().empty() && difference.HasPrimaryKey() && !difference.IsView();
-        if (!getsScript) return {};
+        if (!GetsScript(difference)) return {};
         if (connection3_ == nullptr) connection3_ = OpenConnection(obDB3_);
         // The identical rows are behind no line of a script.
         const auto options = static_cast<enShowOptions>(enOptions_ & ~cpoShowIdentical);

@@ -134,30 +134,62 @@ TEST_F(ScriptColumnsTest, AKeyColumnOutsideScriptsDoesNotMatterInAView) {
     EXPECT_EQ(outputs.sLeft, u"BEGIN TRANSACTION\r\n\r\nCOMMIT\r\n");
 }
 
+// A table whose key no script can carry, another that refers to it, and one beside them.
 class KeyOutsideScriptsTest : public ScriptsFixture,
-                              public ::testing::WithParamInterface<const char16_t*> {};
+                              public ::testing::WithParamInterface<const char16_t*> {
+  protected:
+    KeyOutsideScriptsTest() {
+        RunInBoth(std::u16string(u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, ") +
+                  GetParam() +
+                  u")\nGO\nCREATE TABLE child (id int NOT NULL CONSTRAINT PK_child PRIMARY KEY, t "
+                  u"int REFERENCES t)\nGO\n"
+                  u"CREATE TABLE a (id int NOT NULL CONSTRAINT PK_a PRIMARY KEY)");
+        // The same one row on both sides, whose keys differ or not.
+        RunInBoth(u"INSERT t (id) VALUES (1)");
+        RunIn(u"one", u"INSERT t (id) VALUES (2)\nINSERT child VALUES (10,1)\nINSERT a VALUES (1)");
+        RunIn(u"two", u"INSERT t (id) VALUES (3)\nINSERT child VALUES (20,1)\nINSERT a VALUES (2)");
+        indexes.Add(u"ix", u"[dbo].[t]");
+    }
+};
 
-TEST_P(KeyOutsideScriptsTest, RaisesInAWholeComparisonAndLeavesBothScriptsEmpty) {
-    RunInBoth(std::u16string(u"CREATE TABLE t (n int NULL, k ") + GetParam() +
-              u")\nGO\nCREATE UNIQUE INDEX ix ON t (k)\nGO\n"
-              u"CREATE TABLE a (id int NOT NULL CONSTRAINT PK_a PRIMARY KEY)");
-    RunIn(u"one", u"INSERT t (n) VALUES (1)\nINSERT a VALUES (1)");
-    const auto results = Compare({u"[dbo].[a]", u"[dbo].[t]"});
-    std::u16string left = u"as it was";
-    std::u16string right = u"as it was";
-    const Raised raised = RaisedBy(
-        [&] { utils.GetUpdateScripts(one, two, one, results, left, right, EverythingShown, 0); });
-    EXPECT_EQ(raised.number, static_cast<std::int32_t>(0x80040002));
-    EXPECT_EQ(raised.description,
-              u"No script can be written for [dbo].[t]: its key column [k] cannot be written into "
-              u"a script");
-    EXPECT_EQ(left, u"");
-    EXPECT_EQ(right, u"");
-    EXPECT_EQ(ConnectionsLeft(server), 0);
+TEST_P(KeyOutsideScriptsTest, IsLeftOutOfAWholeComparison) {
+    const auto options = EverythingShown | cpoIgnoreReplCols | cpoNoScriptComments;
+    const Scripts scripts =
+        UpdateScriptsOf({u"[dbo].[t]", u"[dbo].[child]", u"[dbo].[a]"}, options);
+    EXPECT_EQ(CallsIn(scripts.sRight),
+              (Texts{u"EXEC prcTmp_QVX_Delete 20", u"EXEC prcTmp_QVX_Delete 2",
+                     u"EXEC prcTmp_QVX_Insert 10, 1", u"EXEC prcTmp_QVX_Insert 1"}));
+    EXPECT_EQ(CallsIn(scripts.sLeft),
+              (Texts{u"EXEC prcTmp_QVX_Delete 10", u"EXEC prcTmp_QVX_Delete 1",
+                     u"EXEC prcTmp_QVX_Insert 20, 1", u"EXEC prcTmp_QVX_Insert 2"}));
+    for (const auto& script : {scripts.sRight, scripts.sLeft})
+        EXPECT_EQ(script.find(u"[dbo].[t]"), std::u16string::npos);
+    for (const auto& batch : Batches(server))
+        EXPECT_EQ(batch.find(u"[dbo].[t] T1"), std::u16string::npos) << ToUtf8(batch);
 }
 
-INSTANTIATE_TEST_SUITE_P(Types, KeyOutsideScriptsTest,
-                         ::testing::Values(u"AS (n*2)", u"timestamp NOT NULL"));
+TEST_P(KeyOutsideScriptsTest, TakesItsStepsAllTheSame) {
+    UpdateScriptsOf({u"[dbo].[t]", u"[dbo].[child]", u"[dbo].[a]"},
+                    EverythingShown | cpoIgnoreReplCols);
+    EXPECT_EQ(statuses.back(), (StatusEvent{u"Outputting scripts", 100}));
+}
+
+TEST_P(KeyOutsideScriptsTest, RaisesForTheTableAlone) {
+    one->CheckDependencies(false);
+    const auto result = CompareOne(u"[dbo].[t]");
+    TableOutputs outputs;
+    EXPECT_EQ(RaisedBy([&] {
+                  GetRecordsets(result, outputs, EverythingShown | cpoIgnoreReplCols);
+              }).number,
+              static_cast<std::int32_t>(0x80040002));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Types, KeyOutsideScriptsTest,
+    ::testing::Values(u"k AS (id*2), CONSTRAINT ix UNIQUE (k)",
+                      u"k timestamp NOT NULL CONSTRAINT ix UNIQUE",
+                      u"msrepl_tran_version uniqueidentifier NOT NULL DEFAULT NEWID() CONSTRAINT "
+                      u"ix UNIQUE"));
 
 }  // namespace
 }  // namespace QuillonLib
