@@ -5,10 +5,16 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <iostream>
+#include <optional>
 #include <stdexcept>
 
+#include "cli/Interrupt.h"
+#include "cli/Printable.h"
 #include "core/Text.h"
 
 namespace quillon {
@@ -52,22 +58,56 @@ std::size_t WidthOf(char32_t point) {
     return width == U_EA_WIDE || width == U_EA_FULLWIDTH ? 2 : 1;
 }
 
+// The terminal's settings while its echo is off, for the signal that ends the process.
+termios settingsToRestore;
+std::atomic<bool> echoIsOff = false;
+
+void RestoreEcho() noexcept {
+    if (echoIsOff) tcsetattr(STDIN_FILENO, TCSAFLUSH, &settingsToRestore);
+}
+
 // Turns the terminal's echo off while it lives.
 class EchoOff {
   public:
     EchoOff() {
-        tcgetattr(STDIN_FILENO, &before_);
-        termios quiet = before_;
+        if (tcgetattr(STDIN_FILENO, &settingsToRestore) != 0) return;
+        BeforeEndingAtOnce(RestoreEcho);
+        echoIsOff = true;
+        termios quiet = settingsToRestore;
         quiet.c_lflag &= static_cast<tcflag_t>(~ECHO);
         tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
     }
-    ~EchoOff() { tcsetattr(STDIN_FILENO, TCSAFLUSH, &before_); }
+    ~EchoOff() {
+        RestoreEcho();
+        echoIsOff = false;
+    }
     EchoOff(const EchoOff&) = delete;
     EchoOff& operator=(const EchoOff&) = delete;
-
-  private:
-    termios before_{};
 };
+
+// A line from the terminal; none when the input ends before one. Read unit by unit and past
+// std::cin, whose reading would go on when a signal comes.
+std::optional<std::string> ReadAnswer() {
+    std::string line;
+    for (;;) {
+        WaitForInput(STDIN_FILENO);
+        char unit = 0;
+        if (read(STDIN_FILENO, &unit, 1) != 1) break;
+        if (unit == '\n') return line;
+        line += unit;
+    }
+    return line.empty() ? std::nullopt : std::optional(line);
+}
+
+// As much of a text as a terminal shows in so many places.
+std::string Shortened(const std::string& text, std::size_t width) {
+    if (DisplayWidth(text) <= width) return text;
+    std::u16string units = QuillonLib::FromUtf8(text);
+    while (DisplayWidth(QuillonLib::ToUtf8(units)) >= width)
+        units.pop_back();
+    if (!units.empty() && units.back() >= 0xD800 && units.back() <= 0xDBFF) units.pop_back();
+    return QuillonLib::ToUtf8(units) + "…";
+}
 
 }  // namespace
 
@@ -79,28 +119,58 @@ Console::Console()
     colours_ = resultIsTerminal_ && !dumb && (noColour == nullptr || *noColour == '\0');
 }
 
-void Console::Print(std::string_view line) {
+void Console::NoteFailedWrite() {
+    if (std::cout || failedWrite_) return;
+    failedWrite_ = {errno == 0 ? EIO : errno, std::generic_category()};
+}
+
+void Console::Write(std::string_view text) {
     ClearProgress();
-    std::cout << line << '\n';
+    errno = 0;
+    std::cout.write(text.data(), static_cast<std::streamsize>(text.size()));
+    NoteFailedWrite();
+    if (failedWrite_) throw OutputFailure(failedWrite_);
+}
+
+void Console::Print(std::string_view line) {
+    Write(Printable(line) + '\n');
+}
+
+void Console::Print(const StyledText& line) {
+    Write(line.Text() + '\n');
+}
+
+void Console::PrintData(std::string_view bytes) {
+    if (!resultIsTerminal_) return Write(bytes);
+    const std::string shown = PrintableLines(bytes);
+    Write(shown);
+    std::string asItIs(bytes);
+    std::erase(asItIs, '\r');
+    if (shown == asItIs) return;
+    Note(
+        "quillon: control characters are shown as \\n, \\x1B ...; a file or a pipe gets them as "
+        "they are");
 }
 
 void Console::Flush() {
+    errno = 0;
     std::cout.flush();
+    NoteFailedWrite();
+    if (failedWrite_) throw OutputFailure(failedWrite_);
 }
 
-void Console::Note(std::string_view line) {
+void Console::Note(std::string_view lines) {
     ClearProgress();
+    errno = 0;
     std::cout.flush();
-    std::cerr << line << '\n';
+    NoteFailedWrite();  // told by the next one that may throw
+    std::cerr << PrintableLines(lines) << '\n';
 }
 
 void Console::Progress(int percent, std::string_view what) {
     if (!noteIsTerminal_) return;
-    std::string line = std::to_string(percent) + "% " + std::string(what);
-    if (line.size() > ProgressWidth) {
-        line = QuillonLib::ToUtf8(QuillonLib::FromUtf8(line).substr(0, ProgressWidth - 1)) + "…";
-    }
-    std::cerr << "\r\x1b[K" << line << std::flush;
+    const std::string line = std::to_string(percent) + "% " + Printable(what);
+    std::cerr << "\r\x1b[K" << Shortened(line, ProgressWidth) << std::flush;
     progressShown_ = true;
 }
 
@@ -110,32 +180,49 @@ void Console::ClearProgress() {
     progressShown_ = false;
 }
 
-std::string Console::Coloured(Colour colour, std::string_view text) const {
-    if (!colours_ || colour == Colour::None) return std::string(text);
-    return std::string(CodeOf(colour)).append(text).append("\x1b[0m");
+StyledText Console::Coloured(Colour colour, std::string_view lines) const {
+    std::string text = PrintableLines(lines);
+    if (!colours_ || colour == Colour::None) return StyledText(std::move(text));
+    return StyledText(CodeOf(colour) + text + "\x1b[0m");
 }
 
 bool Console::Confirm(std::string_view question) {
     if (isatty(STDIN_FILENO) != 1) return false;
     ClearProgress();
-    std::cout.flush();
-    std::cerr << question << " [y/N] " << std::flush;
-    std::string answer;
-    std::getline(std::cin, answer);
+    Flush();
+    std::cerr << Printable(question) << " [y/N] " << std::flush;
+    const std::string answer = ReadAnswer().value_or("");
     return answer == "y" || answer == "Y" || answer == "yes";
 }
 
 std::string Console::AskSecret(std::string_view prompt) {
     if (isatty(STDIN_FILENO) != 1) throw std::runtime_error("there is no terminal to ask for it");
     ClearProgress();
-    std::cerr << prompt << std::flush;
-    std::string secret;
+    std::optional<std::string> secret;
     {
         const EchoOff quiet;
-        std::getline(std::cin, secret);
+        std::cerr << Printable(prompt) << std::flush;
+        secret = ReadAnswer();
     }
     std::cerr << '\n';
-    return secret;
+    if (!secret) throw std::runtime_error("there is no answer");
+    return *secret;
+}
+
+std::string ReadAllInput() {
+    std::string text;
+    std::array<char, 64 << 10> piece{};
+    for (;;) {
+        WaitForInput(STDIN_FILENO);
+        const ssize_t size = read(STDIN_FILENO, piece.data(), piece.size());
+        if (size == 0) return text;
+        if (size > 0) {
+            text.append(piece.data(), static_cast<std::size_t>(size));
+        } else if (errno != EINTR) {
+            throw std::runtime_error("cannot read standard input: " +
+                                     std::generic_category().message(errno));
+        }
+    }
 }
 
 std::size_t DisplayWidth(std::string_view text) {
@@ -150,6 +237,12 @@ std::size_t DisplayWidth(std::string_view text) {
     return width;
 }
 
+void TextTable::AddRow(std::vector<Cell> cells) {
+    for (Cell& cell : cells)
+        cell.text = Printable(cell.text);
+    rows_.push_back(std::move(cells));
+}
+
 void TextTable::PrintTo(Console& console) const {
     std::vector<std::size_t> widths(columns_.size(), 0);
     for (const auto& row : rows_) {
@@ -159,15 +252,16 @@ void TextTable::PrintTo(Console& console) const {
     }
     bool heading = true;
     for (const auto& row : rows_) {
-        std::string line;
+        StopIfInterrupted();
+        StyledText line({});
         for (std::size_t i = 0; i < row.size(); ++i) {
             const std::string padding(widths[i] - DisplayWidth(row[i].text), ' ');
             const Colour colour = heading ? Colour::Bold : row[i].colour;
             const bool last = i + 1 == row.size();
-            if (i > 0) line += "  ";
-            if (columns_[i] == Align::Right) line += padding;
-            line += console.Coloured(colour, row[i].text);
-            if (columns_[i] == Align::Left && !last) line += padding;
+            if (i > 0) line.text_ += "  ";
+            if (columns_[i] == Align::Right) line.text_ += padding;
+            line.text_ += console.Coloured(colour, row[i].text).Text();
+            if (columns_[i] == Align::Left && !last) line.text_ += padding;
         }
         console.Print(line);
         heading = false;

@@ -1,43 +1,92 @@
 // Where the front end writes to: results to standard output, everything else to standard error.
+//
+// Nothing that is shown to people holds a character that a terminal would obey: see Printable.
 #pragma once
 
 #include <cstddef>
+#include <exception>
 #include <string>
 #include <string_view>
+#include <system_error>
+#include <utility>
 #include <vector>
 
 namespace quillon {
 
 enum class Colour { None, Red, Green, Yellow, Bold, Dim };
 
+// Standard output cannot be written to. Beside std::runtime_error, as no command can do anything
+// about it.
+class OutputFailure : public std::exception {
+  public:
+    explicit OutputFailure(std::error_code cause)
+        : cause_(cause), what_("cannot write to standard output: " + cause.message()) {}
+    const char* what() const noexcept override { return what_.c_str(); }
+    // The reader of a pipe has seen enough, as "head" does: nothing to complain of.
+    bool ReaderIsGone() const { return cause_ == std::errc::broken_pipe; }
+
+  private:
+    std::error_code cause_;
+    std::string what_;
+};
+
+// Text that is ready for the terminal; see Console::Coloured.
+class StyledText {
+  public:
+    const std::string& Text() const { return text_; }
+
+  private:
+    friend class Console;
+    friend class TextTable;
+    explicit StyledText(std::string text) : text_(std::move(text)) {}
+    std::string text_;
+};
+
 class Console {
   public:
     Console();
 
-    // A line of the result.
+    // What goes to standard output may be kept in a buffer; each of these throws OutputFailure when
+    // something that was written, now or before, cannot go out.
+    //
+    // A line of the result, as Printable shows it.
     void Print(std::string_view line = {});
+    void Print(const StyledText& line);
+    // Bytes that another program is to read: as they are. On a terminal, where they can only be
+    // looked at, as Printable shows their lines.
+    void PrintData(std::string_view bytes);
     void Flush();
-    // A line for the person at the terminal: an explanation, an error.
-    void Note(std::string_view line);
+
+    // Lines for the person at the terminal: an explanation, an error. Line ends (LF, CR LF) stay.
+    void Note(std::string_view lines);
     // Replaces the line before it; shown only on a terminal. Any other output clears it first.
     void Progress(int percent, std::string_view what);
     void ClearProgress();
 
-    // The text in a colour, where standard output is a terminal that wants it (NO_COLOR is
-    // respected).
-    std::string Coloured(Colour colour, std::string_view text) const;
+    // The text as Printable shows its lines, in a colour where standard output is a terminal that
+    // wants it (NO_COLOR is respected).
+    StyledText Coloured(Colour colour, std::string_view lines) const;
 
     // A question answered by "y" or "yes". False where there is nobody to ask.
     bool Confirm(std::string_view question);
-    // A text typed without echo. Throws std::runtime_error where there is nobody to ask.
+    // A text typed without echo. Throws std::runtime_error where there is nobody to ask, or no
+    // answer.
     std::string AskSecret(std::string_view prompt);
 
   private:
+    void Write(std::string_view text);
+    void NoteFailedWrite();
+
     bool resultIsTerminal_;
     bool noteIsTerminal_;
     bool colours_;
     bool progressShown_ = false;
+    std::error_code failedWrite_;  // the first one
 };
+
+// All of standard input. Throws Interruption when a signal comes before its end, std::runtime_error
+// when it cannot be read.
+std::string ReadAllInput();
 
 // Columns of text, aligned by what a terminal shows: a wide character takes two places, a combining
 // one none.
@@ -45,13 +94,13 @@ class TextTable {
   public:
     enum class Align { Left, Right };
     struct Cell {
-        std::string text;
+        std::string text;  // shown as Printable shows it
         Colour colour = Colour::None;
     };
 
     explicit TextTable(std::vector<Align> columns) : columns_(std::move(columns)) {}
-    void AddRow(std::vector<Cell> cells) { rows_.push_back(std::move(cells)); }
-    // The first row is the heading.
+    void AddRow(std::vector<Cell> cells);
+    // The first row is the heading. Stops with Interruption when a signal comes.
     void PrintTo(Console& console) const;
 
   private:

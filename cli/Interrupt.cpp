@@ -1,7 +1,9 @@
 #include "cli/Interrupt.h"
 
+#include <poll.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <string_view>
@@ -15,18 +17,31 @@ constexpr int ExitCodeOfSignal = 128;
 std::atomic<int> signalThatCame = 0;
 static_assert(std::atomic<int>::is_always_lock_free, "read and written by a signal handler");
 
+std::atomic<bool> noteIsTerminal = false;
+std::array<std::atomic<LastAction>, 4> lastActions;
+static_assert(std::atomic<LastAction>::is_always_lock_free, "read by a signal handler");
+
+void EndAtOnce(int signal) {
+    for (const auto& slot : lastActions) {
+        if (const LastAction action = slot) action();
+    }
+    std::signal(signal, SIG_DFL);
+    raise(signal);  // pending until the handler returns
+}
+
 // Only what a signal handler may call.
 void OnSignal(int signal) {
     const int savedErrno = errno;
     int none = 0;
     if (signalThatCame.compare_exchange_strong(none, signal)) {
+        // Behind the "^C" that a terminal shows.
         constexpr std::string_view Text =
             "\nquillon: interrupted; ending as soon as everything is in order (once more: at "
             "once)\n";
-        [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, Text.data(), Text.size());
+        const std::string_view shown = Text.substr(noteIsTerminal ? 0 : 1);
+        [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, shown.data(), shown.size());
     } else {
-        std::signal(signal, SIG_DFL);
-        raise(signal);  // pending until the handler returns
+        EndAtOnce(signal);
     }
     errno = savedErrno;
 }
@@ -45,10 +60,30 @@ void Watch(int signal, struct sigaction& before) {
     sigaction(signal, &noting, nullptr);
 }
 
+// Holds the two signals back while it lives.
+class SignalsHeld {
+  public:
+    SignalsHeld() {
+        sigset_t signals{};
+        sigemptyset(&signals);
+        sigaddset(&signals, SIGINT);
+        sigaddset(&signals, SIGTERM);
+        pthread_sigmask(SIG_BLOCK, &signals, &before_);
+    }
+    ~SignalsHeld() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    SignalsHeld(const SignalsHeld&) = delete;
+    SignalsHeld& operator=(const SignalsHeld&) = delete;
+    const sigset_t* Before() const { return &before_; }
+
+  private:
+    sigset_t before_{};
+};
+
 }  // namespace
 
 InterruptWatch::InterruptWatch() {
     signalThatCame = 0;
+    noteIsTerminal = isatty(STDERR_FILENO) == 1;
     Watch(SIGINT, beforeInt_);
     Watch(SIGTERM, beforeTerm_);
 }
@@ -56,6 +91,7 @@ InterruptWatch::InterruptWatch() {
 InterruptWatch::~InterruptWatch() {
     sigaction(SIGINT, &beforeInt_, nullptr);
     sigaction(SIGTERM, &beforeTerm_, nullptr);
+    signalThatCame = 0;
 }
 
 bool Interrupted() noexcept {
@@ -69,6 +105,22 @@ int InterruptExitCode() noexcept {
 
 void StopIfInterrupted() {
     if (Interrupted()) throw Interruption();
+}
+
+void WaitForInput(int descriptor) {
+    // A signal that comes between the question and the wait must end the wait.
+    const SignalsHeld held;
+    pollfd input{descriptor, POLLIN, 0};
+    do {
+        StopIfInterrupted();
+    } while (ppoll(&input, 1, nullptr, held.Before()) < 0 && errno == EINTR);
+}
+
+void BeforeEndingAtOnce(LastAction action) {
+    for (auto& slot : lastActions) {
+        LastAction none = nullptr;
+        if (slot == action || slot.compare_exchange_strong(none, action)) return;
+    }
 }
 
 }  // namespace quillon

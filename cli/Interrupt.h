@@ -2,8 +2,9 @@
 #pragma once
 
 #include <csignal>
-#include <stdexcept>
+#include <exception>
 #include <string>
+#include <utility>
 
 namespace quillon {
 
@@ -22,19 +23,33 @@ class InterruptWatch {
     struct sigaction beforeTerm_ {};
 };
 
-// Whether a signal has come since the watch began: what a progress sink sets bCancel by. From any
+// Whether a signal has come while somebody watches: what a progress sink sets bCancel by. From any
 // thread.
 bool Interrupted() noexcept;
 
 // 128 and the number of the signal, as a shell counts it; 0 when none has come.
 int InterruptExitCode() noexcept;
 
-// Ends a command before its time. what() tells what has become of its work.
-struct Interruption : std::runtime_error {
-    explicit Interruption(const std::string& what = "interrupted") : std::runtime_error(what) {}
+// Ends a command before its time. Beside std::runtime_error, so that nobody takes it for a failure
+// and goes on. What is given is told to the user: what has become of the command's work.
+class Interruption : public std::exception {
+  public:
+    explicit Interruption(std::string what = {}) : what_(std::move(what)) {}
+    const char* what() const noexcept override { return what_.c_str(); }
+
+  private:
+    std::string what_;
 };
 
 // Throws Interruption when a signal has come. For places where nothing is left half done.
 void StopIfInterrupted();
+
+// Waits until a file descriptor can be read, or throws Interruption when a signal comes.
+void WaitForInput(int descriptor);
+
+// What the second signal still does before it ends the process: nothing but what a signal handler
+// may. Room for four, each given once.
+using LastAction = void (*)() noexcept;
+void BeforeEndingAtOnce(LastAction action);
 
 }  // namespace quillon

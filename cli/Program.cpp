@@ -1,22 +1,16 @@
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
 #include "cli/Commands.h"
 #include "cli/Driver.h"
-#include "core/Error.h"
+#include "cli/Guarded.h"
+#include "cli/Interrupt.h"
 #include "core/Text.h"
 
 namespace quillon {
 
 namespace {
-
-constexpr int Failed = 2;
-
-// The library's line ends are CR LF; a terminal's are not.
-std::string Lines(std::string text) {
-    std::erase(text, '\r');
-    return text;
-}
 
 // Names from a terminal of another encoding would be other names.
 void RequireUtf8(int argc, const char* const* argv) {
@@ -27,13 +21,10 @@ void RequireUtf8(int argc, const char* const* argv) {
     }
 }
 
-}  // namespace
-
-int RunProgram(int argc, const char* const* argv) {
-    Program program;
-    CLI::App app("Compares the rows of two SQL Server databases and makes them agree.", "quillon");
+void AddCommands(CLI::App& app, Program& program) {
     app.require_subcommand(1);
-    app.footer("Exit codes: 0 identical or done, 1 differences found, 2 failed.");
+    app.footer(
+        "Exit codes: 0 identical or done, 1 differences found, 2 failed, 130 or 143 interrupted.");
     AddDemoCommand(app, program);
     AddCompareCommand(app, program);
     AddRowsCommand(app, program);
@@ -43,21 +34,37 @@ int RunProgram(int argc, const char* const* argv) {
     AddDiscoveryCommands(app, program);
     AddTextCommands(app, program);
     AddSandboxCommand(app, program);
-    MakeDriverReachable();
+}
+
+int RunCommand(int argc, const char* const* argv, Program& program) {
+    CLI::App app("Compares the rows of two SQL Server databases and makes them agree.", "quillon");
+    AddCommands(app, program);
     try {
         RequireUtf8(argc, argv);
         app.parse(argc, argv);
     } catch (const CLI::Success& help) {
-        return app.exit(help);
+        std::ostringstream text;
+        const int exitCode = app.exit(help, text, text);
+        program.console.PrintData(text.str());
+        return exitCode;
     } catch (const CLI::Error& error) {
         program.console.Note(std::string("quillon: ") + error.what());
         program.console.Note("Run with --help for more information.");
         return Failed;
-    } catch (const std::exception& error) {
-        program.console.Note("quillon: " + Lines(error.what()));
-        return Failed;
     }
     return program.exitCode;
+}
+
+}  // namespace
+
+int RunProgram(int argc, const char* const* argv) {
+    const InterruptWatch watch;
+    Program program;
+    return RunGuarded(program.console, [&] {
+        const std::string complaint = MakeDriverReachable();
+        if (!complaint.empty()) program.console.Note("quillon: " + complaint);
+        return RunCommand(argc, argv, program);
+    });
 }
 
 }  // namespace quillon

@@ -1,10 +1,8 @@
 #include <csignal>
-#include <fstream>
-#include <iterator>
 #include <memory>
-#include <stdexcept>
 
 #include "cli/Commands.h"
+#include "cli/TextFile.h"
 #include "core/Text.h"
 #include "sandbox/Sandbox.h"
 
@@ -37,13 +35,6 @@ class EndSignals {
     sigset_t signals_{};
 };
 
-std::u16string ReadScript(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) throw std::runtime_error("cannot read " + path);
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
-    return QuillonLib::FromUtf8(text);
-}
-
 void RunSandbox(const SandboxOptions& options, Console& console) {
     const EndSignals end;  // before the sandbox starts its threads
     sandbox::Sandbox box;
@@ -52,7 +43,7 @@ void RunSandbox(const SandboxOptions& options, Console& console) {
     settings.version = options.version;
     settings.port = options.port;
     sandbox::Server& server = box.AddServer(settings);
-    if (!options.script.empty()) server.Run(ReadScript(options.script));
+    if (!options.script.empty()) server.Run(ReadTextFile(options.script));
     const std::string address = QuillonLib::ToUtf8(server.Address());
     console.Print("Server " + options.name + " listens on " + address);
     console.Print("User sa, password sandbox; for example:");
@@ -73,7 +64,8 @@ void AddSandboxCommand(CLI::App& app, Program& program) {
     command->add_option("--name", options->name, "Name of the server")->capture_default_str();
     command->add_option("--version", options->version, "Version that it claims, as 8.00.2039")
         ->capture_default_str();
-    command->add_option("--load", options->script, "Script to run first (UTF-8)");
+    command->add_option("--load", options->script,
+                        "Script to run first (UTF-8, or UTF-16 with its mark)");
     command->callback([options, &program] { RunSandbox(*options, program.console); });
 }
 

@@ -41,7 +41,7 @@ void Write(const std::string& file, const std::u16string& script, const std::str
            Console& console) {
     const std::string bytes = Encode(script, encoding);
     if (file == "-")
-        return console.Print(std::string_view(bytes).substr(encoding == "utf8" ? 3 : 2));
+        return console.PrintData(std::string_view(bytes).substr(encoding == "utf8" ? 3 : 2));
     QuillonLib::WriteWholeFile(file, bytes);
     console.Note("Written: " + file);
 }

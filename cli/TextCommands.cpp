@@ -1,13 +1,11 @@
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iostream>
-#include <iterator>
 #include <memory>
 #include <stdexcept>
 
 #include "QuillonLib.h"
 #include "cli/Commands.h"
+#include "cli/TextFile.h"
 #include "core/WholeFile.h"
 
 namespace quillon {
@@ -16,36 +14,13 @@ namespace {
 
 using namespace QuillonLib;
 
-// UTF-8, or UTF-16 with its mark.
-std::u16string Decode(std::string_view bytes, const std::string& file) {
-    if (bytes.starts_with("\xFF\xFE")) {
-        if (bytes.size() % 2 != 0) throw std::runtime_error(file + " ends within a character");
-        std::u16string text;
-        for (std::size_t i = 2; i + 1 < bytes.size(); i += 2) {
-            text += static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) |
-                                          static_cast<unsigned char>(bytes[i + 1]) << 8);
-        }
-        return text;
-    }
-    if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
-    if (!IsUtf8(bytes)) throw std::runtime_error(file + " is neither UTF-8 nor marked as UTF-16");
-    return FromUtf8(bytes);
-}
-
-std::string ReadFile(const std::string& file) {
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream) throw std::runtime_error("cannot read " + file);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 void Split(const std::string& file, const std::string& folder, Console& console) {
-    const TextArray pieces = Utils().GetSQLStatementsFromScript(Decode(ReadFile(file), file));
+    const TextArray pieces = Utils().GetSQLStatementsFromScript(ReadTextFile(file));
     int number = 0;
     for (const std::u16string& piece : pieces.Items) {
         ++number;
         if (folder.empty()) {
-            console.Print("-- batch " + std::to_string(number));
-            console.Print(ToUtf8(piece));
+            console.PrintData("-- batch " + std::to_string(number) + "\n" + ToUtf8(piece) + "\n");
             continue;
         }
         std::filesystem::create_directories(folder);
@@ -72,7 +47,7 @@ std::u16string PassPhrase(Console& console) {
 }
 
 std::string ReadInput() {
-    std::string text{std::istreambuf_iterator<char>(std::cin), {}};
+    std::string text = ReadAllInput();
     if (text.ends_with('\n')) text.pop_back();
     return text;
 }
@@ -103,7 +78,7 @@ void Decrypt(Console& console) {
     for (std::size_t i = 0; i < hex.size(); i += 2) {
         bytes.Items.push_back(static_cast<std::uint8_t>(Digit(hex[i]) * 16 + Digit(hex[i + 1])));
     }
-    console.Print(ToUtf8(Utils().DecryptText(bytes, phrase)));
+    console.PrintData(ToUtf8(Utils().DecryptText(bytes, phrase)) + "\n");
 }
 
 constexpr const char* Warning =

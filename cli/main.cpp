@@ -1,5 +1,7 @@
 #include "cli/Commands.h"
+#include "cli/StandardStreams.h"
 
 int main(int argc, char** argv) {
-    return quillon::RunProgram(argc, argv);
+    quillon::SecureStandardStreams();
+    return quillon::CloseStandardOutput(quillon::RunProgram(argc, argv));
 }

@@ -1,10 +1,10 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
-#include <iostream>
-#include <sstream>
 
 #include "tests/cli/ProgramFixture.h"
 
@@ -451,11 +451,15 @@ class EncryptionTest : public ProgramTest {
   protected:
     EncryptionTest() { setenv("QUILLON_PASSPHRASE", "secret", 1); }
     ~EncryptionTest() override { unsetenv("QUILLON_PASSPHRASE"); }
-    static Outcome CallWith(const std::string& input, const char* command) {
-        std::istringstream text(input);
-        std::streambuf* const own = std::cin.rdbuf(text.rdbuf());
+    Outcome CallWith(const std::string& input, const char* command) const {
+        std::ofstream(folder / "input", std::ios::binary) << input;
+        const int own = dup(STDIN_FILENO);
+        const int file = open(File("input").c_str(), O_RDONLY);
+        dup2(file, STDIN_FILENO);
         Outcome outcome = Call({command});
-        std::cin.rdbuf(own);
+        dup2(own, STDIN_FILENO);
+        close(file);
+        close(own);
         return outcome;
     }
 };

@@ -1,0 +1,170 @@
+// What the program does when its output cannot be written, and with what a terminal would obey.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "tests/cli/Process.h"
+#include "tests/cli/ProgramFixture.h"
+
+namespace quillon {
+namespace {
+
+class StreamsTest : public ProgramTest {
+  protected:
+    void Write(const char* name, const std::string& content) const {
+        std::ofstream(folder / name, std::ios::binary) << content;
+    }
+    // Commands that write a little and a lot.
+    std::vector<std::vector<std::string>> Commands() const {
+        Write("big.sql", std::string(1 << 20, 'x'));
+        Write("t.xml", "<templates><template id=\"a\"/></templates>");
+        return {{"compare", one, two, "--user", "sa"},
+                {"rows", "p", one, two, "--user", "sa"},
+                {"script", one, two, "--user", "sa", "-o", "-"},
+                {"databases", QuillonLib::ToUtf8(server.Address()), "--user", "sa"},
+                {"split", File("big.sql")},
+                {"template", "--templates", File("t.xml"), "list"},
+                {"sandbox"},
+                {"--help"}};
+    }
+    static std::string Joined(const std::vector<std::string>& arguments) {
+        std::string text;
+        for (const auto& argument : arguments)
+            text += argument + " ";
+        return text;
+    }
+};
+
+TEST_F(StreamsTest, AFullDiskIsToldAndIsExitCode2) {
+    for (const auto& arguments : Commands()) {
+        SCOPED_TRACE(Joined(arguments));
+        Process process(folder, arguments, {.in = "", .out = "/dev/full", .err = ""});
+        EXPECT_EQ(process.Wait(), 2);
+        EXPECT_EQ(process.Err(),
+                  "quillon: cannot write to standard output: No space left on device\n");
+    }
+}
+
+TEST_F(StreamsTest, AReaderThatIsGoneEndsItQuietly) {
+    for (const auto& arguments : Commands()) {
+        SCOPED_TRACE(Joined(arguments));
+        // A pipe whose only reader has closed it by the time that anything is written.
+        const std::string pipe = File("pipe");
+        ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+        const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        const int writer = open(pipe.c_str(), O_WRONLY | O_CLOEXEC);
+        const std::string kept =
+            "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(writer);
+        Process process(folder, arguments, {.in = "", .out = kept, .err = ""});
+        close(reader);
+        close(writer);
+        EXPECT_EQ(process.Wait(), 2);
+        EXPECT_EQ(process.Err(), "");
+        std::filesystem::remove(pipe);
+    }
+}
+
+TEST_F(StreamsTest, AStandardOutputThatIsClosedIsTold) {
+    for (const auto& arguments : Commands()) {
+        SCOPED_TRACE(Joined(arguments));
+        Process process(folder, arguments, {.in = "", .out = "closed", .err = ""});
+        EXPECT_EQ(process.Wait(), 2);
+        EXPECT_EQ(process.Err(), "quillon: cannot write to standard output: Bad file descriptor\n");
+    }
+}
+
+TEST_F(StreamsTest, AFullDiskUnderSplitFilesAndScriptsIsTold) {
+    Write("s.sql", "A\r\nGO\r\nB");
+    std::filesystem::create_symlink("/dev/full", folder / "full");
+    Process script(folder, {"script", one, two, "--user", "sa", "-o", File("full")});
+    EXPECT_EQ(script.Wait(), 2);
+    EXPECT_EQ(script.Err(),
+              "quillon: Cannot write the file '" + File("full") + "': it is no regular file\n");
+    EXPECT_TRUE(std::filesystem::is_character_file("/dev/full"));
+    Process split(folder, {"split", File("s.sql"), "--out", File("s.sql")});
+    EXPECT_EQ(split.Wait(), 2);
+    EXPECT_NE(split.Err().find("Not a directory"), std::string::npos) << split.Err();
+}
+
+TEST_F(StreamsTest, InputThatCannotBeReadIsTold) {
+    const auto encrypt = [&](const std::string& in) {
+        Process process(folder, {"encrypt"}, {.in = in, .out = "", .err = ""},
+                        {{"QUILLON_PASSPHRASE", "secret"}});
+        EXPECT_EQ(process.Wait(), 2);
+        return process.Err();
+    };
+    EXPECT_EQ(encrypt("closed"), "quillon: cannot read standard input: Bad file descriptor\n");
+    Process split(folder, {"split", folder.string()});
+    EXPECT_EQ(split.Wait(), 2);
+    EXPECT_EQ(split.Err(), "quillon: cannot read " + folder.string() + ": Is a directory\n");
+    Process box(folder, {"sandbox", "--load", File("missing.sql")});
+    EXPECT_EQ(box.Wait(), 2);
+    EXPECT_EQ(box.Err(),
+              "quillon: cannot read " + File("missing.sql") + ": No such file or directory\n");
+    Write("latin.sql", "\xE9");
+    Process latin(folder, {"sandbox", "--load", File("latin.sql")});
+    EXPECT_EQ(latin.Wait(), 2);
+    EXPECT_EQ(latin.Err(),
+              "quillon: " + File("latin.sql") + " is neither UTF-8 nor marked as UTF-16\n");
+}
+
+TEST_F(StreamsTest, DataGoesOutByteForByte) {
+    const std::string text = "a\x1b[31m\tb\r\n\u202e\x07" + std::string(1, '\0') + "c";
+    Write("s.sql", text);
+    Process split(folder, {"split", File("s.sql")});
+    EXPECT_EQ(split.Wait(), 0);
+    EXPECT_EQ(split.Out(), "-- batch 1\n" + text + "\n");
+
+    Process file(folder, {"script", one, two, "--user", "sa", "-o", File("u.sql"), "--encoding",
+                          "utf16", "--no-comments"});
+    EXPECT_EQ(file.Wait(), 0);
+    Process pipe(folder, {"script", one, two, "--user", "sa", "-o", "-", "--encoding", "utf16",
+                          "--no-comments"});
+    EXPECT_EQ(pipe.Wait(), 0);
+    EXPECT_EQ("\xFF\xFE" + pipe.Out(), Read("u.sql"));
+}
+
+TEST_F(StreamsTest, ATerminalGetsNothingThatItObeys) {
+    Write("t.xml",
+          "<templates><lasttemplate name=\"a\"/><template "
+          "id=\"a\u009b31m&#10;\u202eb\"/></templates>");
+    Terminal list;
+    Process listing(folder, {"template", "--templates", File("t.xml"), "list"},
+                    {.in = list.Path(), .out = list.Path(), .err = list.Path()});
+    EXPECT_TRUE(list.Shows("b\r\n"));
+    EXPECT_EQ(list.Shown(), "  a\\x9B31m\\n\\u202Eb\r\n");
+    EXPECT_EQ(listing.Wait(), 0);
+
+    Terminal error;
+    Process refused(folder, {"split", "no\x1b[31m\nsuch\u202e"},
+                    {.in = error.Path(), .out = error.Path(), .err = error.Path()});
+    EXPECT_TRUE(error.Shows("directory\r\n"));
+    EXPECT_EQ(error.Shown(),
+              "quillon: cannot read no\\x1B[31m\r\nsuch\\u202E: No such file or directory\r\n");
+    EXPECT_EQ(refused.Wait(), 2);
+}
+
+TEST_F(StreamsTest, ATerminalShowsDataWithEscapesAndSaysSo) {
+    Write("s.sql", "a\r\nb\x1b[31m");
+    Terminal terminal;
+    Process split(folder, {"split", File("s.sql")},
+                  {.in = terminal.Path(), .out = terminal.Path(), .err = terminal.Path()});
+    EXPECT_TRUE(terminal.Shows("1 batch\r\n"));
+    EXPECT_EQ(
+        terminal.Shown(),
+        "-- batch 1\r\na\r\nb\\x1B[31m\r\nquillon: control characters are shown as \\n, \\x1B "
+        "...; a file or a pipe gets them as they are\r\n1 batch\r\n");
+    EXPECT_EQ(split.Wait(), 0);
+    Write("s.sql", "a\r\nb");
+    Terminal plain;
+    Process none(folder, {"split", File("s.sql")},
+                 {.in = plain.Path(), .out = plain.Path(), .err = plain.Path()});
+    EXPECT_TRUE(plain.Shows("1 batch\r\n"));
+    EXPECT_EQ(plain.Shown(), "-- batch 1\r\na\r\nb\r\n1 batch\r\n");
+}
+
+}  // namespace
+}  // namespace quillon
