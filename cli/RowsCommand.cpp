@@ -1,8 +1,12 @@
+#include <unicode/uchar.h>
+
+#include <algorithm>
 #include <memory>
 #include <stdexcept>
 
 #include "cli/Commands.h"
 #include "cli/ComparisonOptions.h"
+#include "cli/Printable.h"
 #include "cli/ResultTable.h"
 
 namespace quillon {
@@ -22,35 +26,56 @@ struct RowsOptions {
     int limit = 0;
 };
 
-// A value as it can stand on one line.
-std::string Shown(const Value& value) {
-    if (value.IsNull()) return "NULL";
-    if (value.Kind() == ValueKind::Bytes) {
-        std::string text = "0x";
-        for (const std::uint8_t byte : value.Get<ByteArray>()) {
-            text += "0123456789ABCDEF"[byte >> 4];
-            text += "0123456789ABCDEF"[byte & 15];
-        }
-        return text;
+bool IsBlank(char16_t unit) {
+    return u_isUWhiteSpace(unit) != 0;
+}
+
+bool LooksBinary(std::u16string_view text) {
+    return text.starts_with(u"0x") && std::all_of(text.begin() + 2, text.end(), [](char16_t unit) {
+               return (unit >= u'0' && unit <= u'9') || (unit >= u'A' && unit <= u'F');
+           });
+}
+
+// Whether a text without quotes would be taken for something else: for NULL, a mark, a quoted or
+// binary value, another cell, or the same text without its blanks. One that has an escape in it
+// must be known by its quotes.
+bool NeedsQuotes(const std::u16string& text, const std::string& printable) {
+    if (text.empty() || text == u"NULL" || text.front() == u'*' || text.front() == u'\'')
+        return true;
+    if (IsBlank(text.front()) || IsBlank(text.back()) || LooksBinary(text)) return true;
+    return text.find(u"  ") != std::u16string::npos || printable != ToUtf8(text);
+}
+
+std::string Quoted(const std::u16string& text) {
+    std::u16string doubled;
+    for (const char16_t unit : text) {
+        if (unit == u'\'' || unit == u'\\') doubled += unit;
+        doubled += unit;
     }
-    std::string text;
-    for (const char unit : ToUtf8(DefaultText(value))) {
-        const auto code = static_cast<unsigned char>(unit);
-        if (unit == '\n') {
-            text += "\\n";
-        } else if (unit == '\r') {
-            text += "\\r";
-        } else if (unit == '\t') {
-            text += "\\t";
-        } else if (code < 0x20 || code == 0x7F) {
-            text += "\\x";
-            text += "0123456789abcdef"[code >> 4];
-            text += "0123456789abcdef"[code & 15];
-        } else {
-            text += unit;
-        }
+    return "'" + Printable(doubled) + "'";
+}
+
+std::string ShownText(const std::u16string& text) {
+    std::string printable = Printable(text);
+    return NeedsQuotes(text, printable) ? Quoted(text) : printable;
+}
+
+std::string ShownBytes(const ByteArray& bytes) {
+    std::string text = "0x";
+    for (const std::uint8_t byte : bytes) {
+        text += "0123456789ABCDEF"[byte >> 4];
+        text += "0123456789ABCDEF"[byte & 15];
     }
     return text;
+}
+
+// A value on one line, so that none passes for one of another kind, for a mark or for more than one
+// cell. The command's footer says how it is to be read.
+std::string Shown(const Value& value) {
+    if (value.IsNull()) return "NULL";
+    if (value.Kind() == ValueKind::Bytes) return ShownBytes(value.Get<ByteArray>());
+    if (value.Kind() == ValueKind::String) return ShownText(value.Get<std::u16string>());
+    return ToUtf8(DefaultText(value));
 }
 
 // How many rows of a kind there are: all of them were fetched where there is no limit.
@@ -184,7 +209,18 @@ int ShowRows(const RowsOptions& options, Console& console) {
 void AddRowsCommand(CLI::App& app, Program& program) {
     auto* command = app.add_subcommand("rows", "Show the rows behind one table's result");
     command->footer(
-        std::string(ExitCodesOfComparisons) +
+        std::string(
+            "A differing row is shown as two lines, one for each database; * in front of a value "
+            "marks\n"
+            "a cell that differs. NULL is the database's NULL, 0x... is binary, and text stands as "
+            "it\n"
+            "is. Text that could be taken for one of these or for something else ('NULL', '*x', "
+            "'0x00',\n"
+            "'', blanks at its ends or several in a row) stands in quotes, and so does text with\n"
+            "characters that a terminal does not show. In quotes, and only there, \\n \\r \\t "
+            "\\xNN\n"
+            "\\uNNNN \\UNNNNNNNN are such characters, and a quote and a backslash are doubled.\n") +
+        ExitCodesOfComparisons +
         "\nExample:\n  quillon rows dbo.customer db1/sales db2/sales --user reader --limit 20");
     auto options = std::make_shared<RowsOptions>();
     command->add_option("table", options->table, "Table, as name or owner.name")->required();

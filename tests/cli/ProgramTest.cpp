@@ -286,7 +286,7 @@ TEST_F(ProgramTest, RowsShowsEveryValueOnOneLine) {
                u"INSERT v VALUES (1, 0x00FF, N'a' + CHAR(13) + CHAR(10) + CHAR(9) + CHAR(1))");
     server.Run(u"USE b\nGO\n" + table);
     EXPECT_EQ(OnBoth({"rows", "v", "--here"}).out,
-              "Only in " + one + ": 1\nid  b       n\n1   0x00FF  a\\r\\n\\t\\x01\n\n");
+              "Only in " + one + ": 1\nid  b       n\n1   0x00FF  'a\\r\\n\\t\\x01'\n\n");
 }
 
 TEST_F(ProgramTest, RowsTakesAKeyByName) {
