@@ -19,6 +19,7 @@ void SecureStandardStreams() noexcept {
         (void)open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
     }
     (void)std::signal(SIGPIPE, SIG_IGN);
+    (void)std::signal(SIGXFSZ, SIG_IGN);
 }
 
 int CloseStandardOutput(int exitCode) noexcept {

@@ -1,10 +1,12 @@
 // What the program does when its output cannot be written, and with what a terminal would obey.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <fstream>
+#include <memory>
 
 #include "tests/cli/Process.h"
 #include "tests/cli/ProgramFixture.h"
@@ -76,17 +78,43 @@ TEST_F(StreamsTest, AStandardOutputThatIsClosedIsTold) {
     }
 }
 
-TEST_F(StreamsTest, AFullDiskUnderSplitFilesAndScriptsIsTold) {
-    Write("s.sql", "A\r\nGO\r\nB");
-    std::filesystem::create_symlink("/dev/full", folder / "full");
-    Process script(folder, {"script", one, two, "--user", "sa", "-o", File("full")});
-    EXPECT_EQ(script.Wait(), 2);
-    EXPECT_EQ(script.Err(),
-              "quillon: Cannot write the file '" + File("full") + "': it is no regular file\n");
-    EXPECT_TRUE(std::filesystem::is_character_file("/dev/full"));
-    Process split(folder, {"split", File("s.sql"), "--out", File("s.sql")});
-    EXPECT_EQ(split.Wait(), 2);
-    EXPECT_NE(split.Err().find("Not a directory"), std::string::npos) << split.Err();
+// Files that what is started meanwhile writes may grow to so many bytes only.
+class FileSizeLimit {
+  public:
+    explicit FileSizeLimit(rlim_t bytes) {
+        getrlimit(RLIMIT_FSIZE, &before_);
+        const rlimit limit{bytes, before_.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &before_); }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+  private:
+    rlimit before_{};
+};
+
+TEST_F(StreamsTest, AFileThatCannotBeWrittenIsToldAndLeftOut) {
+    Write("s.sql", "A\r\nGO\r\n" + std::string(1000, 'B'));
+    Write("u.sql", "old");
+    const auto end = [&](const std::vector<std::string>& arguments) {
+        std::unique_ptr<Process> process;
+        {
+            const FileSizeLimit limit(250);  // the error still finds room
+            process = std::make_unique<Process>(folder, arguments);
+        }
+        EXPECT_EQ(process->Wait(), 2);
+        return process->Err();
+    };
+    EXPECT_EQ(end({"script", one, two, "--user", "sa", "-o", File("u.sql")}),
+              "quillon: Cannot write the file '" + File("u.sql") + "': File too large\n");
+    EXPECT_EQ(Read("u.sql"), "old");
+    EXPECT_EQ(end({"split", File("s.sql"), "--out", File("batches")}),
+              "quillon: Cannot write the file '" + File("batches/2.sql") + "': File too large\n");
+    EXPECT_EQ(Read("batches/1.sql"), "A");
+    EXPECT_FALSE(std::filesystem::exists(folder / "batches/2.sql"));
+    EXPECT_EQ(end({"split", File("s.sql")}),
+              "2 batches\nquillon: cannot write to standard output: File too large\n");
 }
 
 TEST_F(StreamsTest, InputThatCannotBeReadIsTold) {
