@@ -8,6 +8,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <iostream>
 #include <optional>
@@ -66,10 +67,16 @@ void RestoreEcho() noexcept {
     if (echoIsOff) tcsetattr(STDIN_FILENO, TCSAFLUSH, &settingsToRestore);
 }
 
-// Turns the terminal's echo off while it lives.
+// Turns the terminal's echo off while it lives, and holds back the other keys that would leave the
+// terminal so: the one that quits and the one that suspends.
 class EchoOff {
   public:
     EchoOff() {
+        sigset_t keys{};
+        sigemptyset(&keys);
+        sigaddset(&keys, SIGQUIT);
+        sigaddset(&keys, SIGTSTP);
+        pthread_sigmask(SIG_BLOCK, &keys, &signalsBefore_);
         if (tcgetattr(STDIN_FILENO, &settingsToRestore) != 0) return;
         BeforeEndingAtOnce(RestoreEcho);
         echoIsOff = true;
@@ -80,9 +87,13 @@ class EchoOff {
     ~EchoOff() {
         RestoreEcho();
         echoIsOff = false;
+        pthread_sigmask(SIG_SETMASK, &signalsBefore_, nullptr);
     }
     EchoOff(const EchoOff&) = delete;
     EchoOff& operator=(const EchoOff&) = delete;
+
+  private:
+    sigset_t signalsBefore_{};
 };
 
 // A line from the terminal; none when the input ends before one. Read unit by unit and past

@@ -25,8 +25,8 @@ void EndAtOnce(int signal) {
     for (const auto& slot : lastActions) {
         if (const LastAction action = slot) action();
     }
-    std::signal(signal, SIG_DFL);
-    raise(signal);  // pending until the handler returns
+    (void)std::signal(signal, SIG_DFL);
+    (void)raise(signal);  // pending until the handler returns
 }
 
 // Only what a signal handler may call.

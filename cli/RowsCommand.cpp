@@ -95,7 +95,7 @@ RowCounts CountsOf(const Verdict& verdict, const TableDifference& result) {
 void PrintTitle(Console& console, const std::string& title, const Recordset& rows,
                 std::int64_t total, int limit) {
     const auto shown = static_cast<std::int64_t>(rows.RecordCount());
-    std::string line = title + ": " + std::to_string(shown);
+    std::string line = Printable(title) + ": " + std::to_string(shown);
     if (limit > 0 && shown == limit) {
         if (total < 0) {
             line += " or more";

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -163,6 +164,17 @@ TEST_F(InterruptedProcessTest, TheTemporaryFolderIsGoneAfterwards) {
     EXPECT_TRUE(fs::is_empty(Temporary()));
 }
 
+TEST_F(InterruptedProcessTest, TheSandboxEndsByASignalAsItShould) {
+    for (const int signal : {SIGINT, SIGTERM}) {
+        Process process(folder, {"sandbox"}, {}, Environment());
+        EXPECT_TRUE(process.Prints("Press Ctrl-C to end it.\n"));
+        process.Signal(signal);
+        EXPECT_EQ(process.Wait(), 0);
+        EXPECT_EQ(process.Err(), "");
+        EXPECT_TRUE(fs::is_empty(Temporary()));
+    }
+}
+
 TEST_F(InterruptedProcessTest, WithoutAFolderForItAnotherServes) {
     auto environment = Environment();
     environment["TMPDIR"] = (folder / "no such folder").string();
@@ -203,6 +215,18 @@ TEST_F(InterruptedPromptTest, TheTerminalEchoesAgainAfterTheSecondSignalToo) {
     EXPECT_EQ(process.Wait(), -SIGTERM);
     EXPECT_TRUE(terminal.Echoes());
     EXPECT_TRUE(fs::is_empty(Temporary()));
+}
+
+// Ctrl-\\ waits for the end of the prompt, and then does what it does.
+TEST_F(InterruptedPromptTest, TheTerminalEchoesAgainBeforeTheProcessQuits) {
+    const rlimit noCore{0, 0};
+    ASSERT_EQ(prlimit(process.Id(), RLIMIT_CORE, &noCore, nullptr), 0);
+    terminal.Type("\x1c");
+    usleep(100'000);
+    EXPECT_FALSE(terminal.Echoes());
+    terminal.Type("secret\n");
+    EXPECT_EQ(process.Wait(), -SIGQUIT);
+    EXPECT_TRUE(terminal.Echoes());
 }
 
 TEST_F(InterruptedPromptTest, TheEndOfTheInputIsNoPassword) {

@@ -29,6 +29,15 @@ std::string ContentOf(const fs::path& file) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+bool Comes(const fs::path& file, const std::string& text) {
+    const auto end = std::chrono::steady_clock::now() + Patience;
+    while (std::chrono::steady_clock::now() < end) {
+        if (ContentOf(file).find(text) != std::string::npos) return true;
+        std::this_thread::sleep_for(10ms);
+    }
+    return false;
+}
+
 // What execve takes; lives as long as the strings.
 std::vector<char*> Pointers(std::vector<std::string>& strings) {
     std::vector<char*> pointers;
@@ -54,6 +63,8 @@ std::vector<std::string> Environment(const std::map<std::string, std::string>& c
 void Connect(posix_spawn_file_actions_t& actions, int number, const std::string& path, int flags) {
     if (path == "closed") {
         posix_spawn_file_actions_addclose(&actions, number);
+    } else if (path.starts_with("fd:")) {
+        posix_spawn_file_actions_adddup2(&actions, std::stoi(path.substr(3)), number);
     } else {
         posix_spawn_file_actions_addopen(&actions, number, path.c_str(), flags, 0600);
     }
@@ -96,12 +107,11 @@ void Process::Signal(int signal) const {
 }
 
 bool Process::Says(const std::string& text) const {
-    const auto end = std::chrono::steady_clock::now() + Patience;
-    while (std::chrono::steady_clock::now() < end) {
-        if (Err().find(text) != std::string::npos) return true;
-        std::this_thread::sleep_for(10ms);
-    }
-    return false;
+    return Comes(err_, text);
+}
+
+bool Process::Prints(const std::string& text) const {
+    return Comes(out_, text);
 }
 
 int Process::Wait() {

@@ -12,7 +12,8 @@
 namespace quillon {
 
 // Where the streams of a process go. An empty path means a file in the folder of the test (for the
-// input: /dev/null); "closed" that the process has no such stream.
+// input: /dev/null); "closed" that the process has no such stream; "fd:" and a number a file that
+// the test has open.
 struct Streams {
     std::string in;
     std::string out;
@@ -32,9 +33,11 @@ class Process {
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
 
+    pid_t Id() const { return pid_; }
     void Signal(int signal) const;
-    // Waits until standard error holds a text; false when it does not come.
+    // Wait until standard error, standard output holds a text; false when it does not come.
     bool Says(const std::string& text) const;
+    bool Prints(const std::string& text) const;
     // Waits for the end: the exit code, or minus the signal that ended it.
     int Wait();
     // The files; complete after Wait.

@@ -85,6 +85,16 @@ TEST_F(RowsDisplayTest, NamesOfColumnsAreEscapedToo) {
               std::string::npos);
 }
 
+TEST_F(RowsDisplayTest, ATitleIsOneLine) {
+    server.Run(
+        u"CREATE DATABASE [x\ny]\nGO\nUSE [x\ny]\nGO\nCREATE TABLE p (id int NOT NULL "
+        u"CONSTRAINT PK_p PRIMARY KEY, n nvarchar(20) NULL)");
+    const std::string odd = QuillonLib::ToUtf8(server.Address()) + "/x\ny";
+    const Outcome outcome = Call({"rows", "p", one, odd, "--user", "sa", "--there"});
+    EXPECT_EQ(outcome.out, "Only in " + QuillonLib::ToUtf8(server.Address()) + "/x\\ny: 0\n")
+        << outcome.err;
+}
+
 TEST_F(RowsDisplayTest, TheHelpTellsHowToReadIt) {
     const std::string help = Call({"rows", "--help"}).out;
     EXPECT_NE(help.find("('NULL', '*x', '0x00',"), std::string::npos) << help;

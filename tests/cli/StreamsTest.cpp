@@ -2,7 +2,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -53,19 +52,14 @@ TEST_F(StreamsTest, AFullDiskIsToldAndIsExitCode2) {
 TEST_F(StreamsTest, AReaderThatIsGoneEndsItQuietly) {
     for (const auto& arguments : Commands()) {
         SCOPED_TRACE(Joined(arguments));
-        // A pipe whose only reader has closed it by the time that anything is written.
-        const std::string pipe = File("pipe");
-        ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-        const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-        const int writer = open(pipe.c_str(), O_WRONLY | O_CLOEXEC);
-        const std::string kept =
-            "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(writer);
-        Process process(folder, arguments, {.in = "", .out = kept, .err = ""});
-        close(reader);
-        close(writer);
+        int ends[2];
+        ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+        close(ends[0]);
+        Process process(folder, arguments,
+                        {.in = "", .out = "fd:" + std::to_string(ends[1]), .err = ""});
         EXPECT_EQ(process.Wait(), 2);
         EXPECT_EQ(process.Err(), "");
-        std::filesystem::remove(pipe);
+        close(ends[1]);
     }
 }
 
