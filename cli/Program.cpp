@@ -24,7 +24,8 @@ void RequireUtf8(int argc, const char* const* argv) {
 void AddCommands(CLI::App& app, Program& program) {
     app.require_subcommand(1);
     app.footer(
-        "Exit codes: 0 identical or done, 1 differences found, 2 failed, 130 or 143 interrupted.");
+        "Exit codes: 0 identical or done, 1 differences, 2 failed, 3 no difference found but not "
+        "everything was compared, 130 or 143 interrupted.");
     AddDemoCommand(app, program);
     AddCompareCommand(app, program);
     AddRowsCommand(app, program);

@@ -1,6 +1,5 @@
 #include "cli/ResultTable.h"
 
-#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -84,31 +83,20 @@ void PrintTable(Console& console, const std::vector<JudgedTable>& tables) {
     console.Print();
 }
 
-// Several lines, none of which holds anything but characters.
-void PrintText(Console& console, std::string text, Colour colour = Colour::None) {
-    std::erase(text, '\r');
-    std::size_t begin = 0;
-    while (begin <= text.size()) {
-        const std::size_t end = std::min(text.find('\n', begin), text.size());
-        console.Print(console.Coloured(colour, text.substr(begin, end - begin)));
-        begin = end + 1;
-    }
-}
-
 void PrintDetails(Console& console, const JudgedTable& table) {
     const Verdict& verdict = table.verdict;
     if (verdict.drift.empty() && verdict.notCompared.empty()) return;
-    PrintText(console, ToUtf8(table.result->Name()));
+    console.Print(ToUtf8(table.result->Name()));
     for (const std::string& line : verdict.drift)
-        PrintText(console, "  " + line);
+        console.Print("  " + line);
     for (const std::string& line : verdict.notCompared)
-        PrintText(console, "  not compared: " + line);
+        console.Print("  not compared: " + line);
     console.Print();
 }
 
 void PrintError(Console& console, const TableDifference& result) {
     if (result.Error().empty()) return;
-    PrintText(console, ToUtf8(result.Error()), Colour::Red);
+    console.Print(console.Coloured(Colour::Red, ToUtf8(result.Error())));
     console.Print();
 }
 

@@ -87,7 +87,7 @@ std::u16string ScriptMaker::Suspending(Target target) const {
     }
     return script.append(
         u"GO\r\n"
-        u"IF @@TRANCOUNT > 0 COMMIT TRANSACTION\r\n");
+        u"COMMIT TRANSACTION\r\n");
 }
 
 }  // namespace quillon

@@ -5,6 +5,7 @@
 #include <memory>
 #include <utility>
 
+#include "cli/Interrupt.h"
 #include "data/BatchText.h"
 
 namespace quillon {
@@ -227,6 +228,10 @@ void RunBatches(QuillonLib::Connection& connection, const std::vector<std::u16st
         return open;
     };
     for (std::size_t i = 0; i < batches.size(); ++i) {
+        if (Interrupted()) {
+            RollBack(connection, /*mayHaveEnded=*/false);
+            throw Interruption("everything was rolled back");
+        }
         bool ends = false;
         try {
             ends = look() == 1 && HoldsCommit(batches[i]);

@@ -38,7 +38,8 @@ struct OutcomeUnknown : std::runtime_error {
 // Runs the batches of one transaction in order on one connection, asking for @@TRANCOUNT before
 // each: a COMMIT at the beginning of a line ends the transaction when that is 1. After a failure
 // the transaction is rolled back, here or by the server, and BatchFailure is thrown; only where
-// that is not certain, OutcomeUnknown. The connection may be closed then.
+// that is not certain, OutcomeUnknown. The connection may be closed then. A signal that asks the
+// program to end is heard between batches: everything is rolled back, and Interruption thrown.
 void RunBatches(QuillonLib::Connection& connection, const std::vector<std::u16string>& batches);
 
 }  // namespace quillon

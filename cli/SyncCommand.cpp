@@ -141,9 +141,14 @@ int LookAgain(const OutcomeUnknown& unknown, const Comparison& comparison,
     try {
         const int found = PrintResults(console, comparison, *Run(comparison, console));
         if (found == ExitCode::Identical) {
-            console.Note("quillon: the databases are identical now: the transaction was committed");
+            console.Note("quillon: the databases are identical now");
             return ExitCode::Identical;
         }
+        console.Note(
+            "quillon: the databases differ as shown; whether the transaction was committed is "
+            "still "
+            "not known");
+        return ExitCode::Failed;
     } catch (const Error& error) {
         console.Note(std::string("quillon: comparing again failed: ") + error.what());
     }
