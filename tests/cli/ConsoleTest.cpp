@@ -67,6 +67,7 @@ TEST(TextTable, EscapesCellsAndAlignsThemByWhatIsShown) {
 }
 
 TEST(TextTable, StopsWhenASignalComes) {
+    std::signal(SIGINT, SIG_DFL);  // ignored where a shell started the tests in the background
     const InterruptWatch watch;
     TextTable table({TextTable::Align::Left});
     table.AddRow({{"a"}});
@@ -112,6 +113,7 @@ TEST(Guarded, TellsOfWhateverIsThrown) {
 TEST(Guarded, KeepsTheExitCodeUnlessASignalHasCome) {
     EXPECT_EQ(Guard([] { return 1; }).exitCode, 1);
     for (const auto& [signal, exitCode] : {std::pair{SIGINT, 130}, std::pair{SIGTERM, 143}}) {
+        std::signal(signal, SIG_DFL);
         const InterruptWatch watch;
         EXPECT_EQ(Guard([number = signal] {
                       raise(number);

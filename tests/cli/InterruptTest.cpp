@@ -24,7 +24,14 @@ namespace fs = std::filesystem;
 constexpr const char* Told =
     "quillon: interrupted; ending as soon as everything is in order (once more: at once)\n";
 
+// A shell that starts the tests in the background has them ignore SIGINT.
+void TakeSignals() {
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
+}
+
 TEST(Interrupt, TheFirstSignalIsNotedAndTold) {
+    TakeSignals();
     EXPECT_FALSE(Interrupted());
     EXPECT_EQ(InterruptExitCode(), 0);
     {
@@ -49,6 +56,7 @@ TEST(Interrupt, HandlersAreWhatTheyWereAfterwards) {
         sigaction(signal, nullptr, &action);
         return action.sa_handler;
     };
+    TakeSignals();
     const auto before = handler(SIGINT);
     {
         const InterruptWatch watch;
@@ -73,6 +81,7 @@ TEST(Interrupt, WaitingForInputEndsWhenThereIsSome) {
 class InterruptedProcessTest : public ::testing::Test {
   protected:
     InterruptedProcessTest() {
+        TakeSignals();
         std::string name = (fs::temp_directory_path() / "quillon-XXXXXX").string();
         folder = mkdtemp(name.data());
         fs::create_directory(Temporary());
