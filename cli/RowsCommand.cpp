@@ -1,6 +1,3 @@
-#include <unicode/uchar.h>
-
-#include <algorithm>
 #include <memory>
 #include <stdexcept>
 
@@ -8,6 +5,7 @@
 #include "cli/ComparisonOptions.h"
 #include "cli/Printable.h"
 #include "cli/ResultTable.h"
+#include "cli/ShownValue.h"
 
 namespace quillon {
 
@@ -25,58 +23,6 @@ struct RowsOptions {
     bool there = false;
     int limit = 0;
 };
-
-bool IsBlank(char16_t unit) {
-    return u_isUWhiteSpace(unit) != 0;
-}
-
-bool LooksBinary(std::u16string_view text) {
-    return text.starts_with(u"0x") && std::all_of(text.begin() + 2, text.end(), [](char16_t unit) {
-               return (unit >= u'0' && unit <= u'9') || (unit >= u'A' && unit <= u'F');
-           });
-}
-
-// Whether a text without quotes would be taken for something else: for NULL, a mark, a quoted or
-// binary value, another cell, or the same text without its blanks. One that has an escape in it
-// must be known by its quotes.
-bool NeedsQuotes(const std::u16string& text, const std::string& printable) {
-    if (text.empty() || text == u"NULL" || text.front() == u'*' || text.front() == u'\'')
-        return true;
-    if (IsBlank(text.front()) || IsBlank(text.back()) || LooksBinary(text)) return true;
-    return text.find(u"  ") != std::u16string::npos || printable != ToUtf8(text);
-}
-
-std::string Quoted(const std::u16string& text) {
-    std::u16string doubled;
-    for (const char16_t unit : text) {
-        if (unit == u'\'' || unit == u'\\') doubled += unit;
-        doubled += unit;
-    }
-    return "'" + Printable(doubled) + "'";
-}
-
-std::string ShownText(const std::u16string& text) {
-    std::string printable = Printable(text);
-    return NeedsQuotes(text, printable) ? Quoted(text) : printable;
-}
-
-std::string ShownBytes(const ByteArray& bytes) {
-    std::string text = "0x";
-    for (const std::uint8_t byte : bytes) {
-        text += "0123456789ABCDEF"[byte >> 4];
-        text += "0123456789ABCDEF"[byte & 15];
-    }
-    return text;
-}
-
-// A value on one line, so that none passes for one of another kind, for a mark or for more than one
-// cell. The command's footer says how it is to be read.
-std::string Shown(const Value& value) {
-    if (value.IsNull()) return "NULL";
-    if (value.Kind() == ValueKind::Bytes) return ShownBytes(value.Get<ByteArray>());
-    if (value.Kind() == ValueKind::String) return ShownText(value.Get<std::u16string>());
-    return ToUtf8(DefaultText(value));
-}
 
 // How many rows of a kind there are: all of them were fetched where there is no limit.
 struct RowCounts {
