@@ -77,6 +77,9 @@ Process::Process(const fs::path& folder, const std::vector<std::string>& argumen
     : out_(streams.out.empty() ? (folder / "out").string() : streams.out),
       err_(streams.err.empty() ? (folder / "err").string() : streams.err) {
     std::vector<std::string> argv{QUILLON_PROGRAM};
+    if (streams.smallFiles) {
+        argv.insert(argv.begin(), {"/bin/sh", "-c", "ulimit -f 1; exec \"$0\" \"$@\""});
+    }
     argv.insert(argv.end(), arguments.begin(), arguments.end());
     std::vector<std::string> variables = Environment(environment);
     posix_spawn_file_actions_t actions;
@@ -87,7 +90,7 @@ Process::Process(const fs::path& folder, const std::vector<std::string>& argumen
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
-    const int failure = posix_spawn(&pid_, QUILLON_PROGRAM, &actions, &attributes,
+    const int failure = posix_spawn(&pid_, argv.front().c_str(), &actions, &attributes,
                                     Pointers(argv).data(), Pointers(variables).data());
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);

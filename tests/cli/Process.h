@@ -18,6 +18,7 @@ struct Streams {
     std::string in;
     std::string out;
     std::string err;
+    bool smallFiles = false;  // files that the process writes may grow to 512 bytes only
 };
 
 class Process {

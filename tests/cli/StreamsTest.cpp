@@ -1,11 +1,9 @@
 // What the program does when its output cannot be written, and with what a terminal would obey.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <fstream>
-#include <memory>
 
 #include "tests/cli/Process.h"
 #include "tests/cli/ProgramFixture.h"
@@ -72,33 +70,13 @@ TEST_F(StreamsTest, AStandardOutputThatIsClosedIsTold) {
     }
 }
 
-// Files that what is started meanwhile writes may grow to so many bytes only.
-class FileSizeLimit {
-  public:
-    explicit FileSizeLimit(rlim_t bytes) {
-        getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit limit{bytes, before_.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &before_); }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-  private:
-    rlimit before_{};
-};
-
 TEST_F(StreamsTest, AFileThatCannotBeWrittenIsToldAndLeftOut) {
     Write("s.sql", "A\r\nGO\r\n" + std::string(1000, 'B'));
     Write("u.sql", "old");
     const auto end = [&](const std::vector<std::string>& arguments) {
-        std::unique_ptr<Process> process;
-        {
-            const FileSizeLimit limit(250);  // the error still finds room
-            process = std::make_unique<Process>(folder, arguments);
-        }
-        EXPECT_EQ(process->Wait(), 2);
-        return process->Err();
+        Process process(folder, arguments, {.in = "", .out = "", .err = "", .smallFiles = true});
+        EXPECT_EQ(process.Wait(), 2);
+        return process.Err();
     };
     EXPECT_EQ(end({"script", one, two, "--user", "sa", "-o", File("u.sql")}),
               "quillon: Cannot write the file '" + File("u.sql") + "': File too large\n");
