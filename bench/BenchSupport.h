@@ -3,18 +3,19 @@
 #pragma once
 
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <csignal>
 #include <cstdint>
+#include <cstdio>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "bench/ChildProcess.h"
 #include "data/ConnectionString.h"
 #include "sandbox/Backend.h"
 #include "sandbox/wire/WireServer.h"
@@ -109,24 +110,13 @@ class ServerProcess {
     using MakeBackend = std::function<std::unique_ptr<sandbox::Backend>()>;
 
     ServerProcess() : ServerProcess([] { return std::make_unique<RowSource>(); }) {}
-    // `make` is called in the new process.
-    explicit ServerProcess(const MakeBackend& make) {
-        int ends[2];
-        if (pipe(ends) != 0) throw std::runtime_error("pipe");
-        child_ = fork();
-        if (child_ < 0) throw std::runtime_error("fork");
-        if (child_ == 0) Serve(ends[1], make);
-        close(ends[1]);
-        if (read(ends[0], &port_, sizeof port_) != sizeof port_)
-            throw std::runtime_error("no server");
-        close(ends[0]);
+    // `make` is called in the new process. Throws std::runtime_error when no server comes of it.
+    explicit ServerProcess(const MakeBackend& make) : child_([&] { Serve(pipe_.in, make); }) {
+        close(pipe_.in);
+        const bool told = read(pipe_.out, &port_, sizeof port_) == sizeof port_;
+        close(pipe_.out);
+        if (!told) throw std::runtime_error("no server");
     }
-    ~ServerProcess() {
-        kill(child_, SIGTERM);
-        waitpid(child_, nullptr, 0);
-    }
-    ServerProcess(const ServerProcess&) = delete;
-    ServerProcess& operator=(const ServerProcess&) = delete;
 
     std::u16string Address() const {
         const std::string port = std::to_string(port_);
@@ -137,19 +127,42 @@ class ServerProcess {
     }
 
   private:
-    [[noreturn]] static void Serve(int out, const MakeBackend& make) {
+    struct Pipe {
+        Pipe() {
+            int ends[2];
+            if (pipe(ends) != 0) throw std::runtime_error("pipe");
+            out = ends[0];
+            in = ends[1];
+        }
+        int out = -1;
+        int in = -1;
+    };
+
+    static void Serve(int in, const MakeBackend& make) {
         const std::unique_ptr<sandbox::Backend> source = make();
         sandbox::wire::WireServer server;
         server.Serve(*source);
         const std::uint16_t port = server.Port();
-        if (write(out, &port, sizeof port) != sizeof port) _exit(1);
+        if (write(in, &port, sizeof port) != sizeof port) throw std::runtime_error("write");
         for (;;)
             pause();
     }
 
-    pid_t child_ = -1;
+    Pipe pipe_;
+    ChildProcess child_;
     std::uint16_t port_ = 0;
 };
+
+// The exit status of a benchmark: 1 after an exception, which is printed.
+template <class Run>
+int ExitStatusOf(const Run& run) {
+    try {
+        return run();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return 1;
+    }
+}
 
 // Processor time of this process, in seconds.
 inline double CpuSeconds() {

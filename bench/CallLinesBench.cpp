@@ -8,12 +8,14 @@
 #include <vector>
 
 #include "BenchSupport.h"
+#include "cli/Driver.h"
 #include "core/Text.h"
 #include "data/Recordset.h"
 #include "scripts/CallLines.h"
 
-int main(int argc, char** argv) {
-    const std::size_t count = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 500000;
+namespace {
+
+int Run(std::size_t count) {
     const std::string digits = std::to_string(count);
 
     const bench::ServerProcess server;
@@ -46,4 +48,12 @@ int main(int argc, char** argv) {
     print("into new memory", first);
     print("into memory in use", best);
     return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    quillon::MakeDriverReachable();
+    const std::size_t count = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 500000;
+    return bench::ExitStatusOf([&] { return Run(count); });
 }

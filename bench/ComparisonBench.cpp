@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "QuillonLib.h"
+#include "cli/Driver.h"
 #include "data/ConnectionString.h"
 #include "sandbox/Sandbox.h"
 
@@ -169,6 +170,7 @@ void Run(int tables, int rows) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    quillon::MakeDriverReachable();
     try {
         Run(argc > 1 ? std::atoi(argv[1]) : 500, argc > 2 ? std::atoi(argv[2]) : 1000);
     } catch (const std::exception& error) {

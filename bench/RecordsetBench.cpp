@@ -10,10 +10,12 @@
 #include <cstdlib>
 #include <fstream>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "BenchSupport.h"
+#include "cli/Driver.h"
 #include "data/Recordset.h"
 
 namespace {
@@ -32,9 +34,7 @@ constexpr BareColumn BareColumns[] = {
 constexpr std::size_t BareRows = 1024;
 
 void Expect(SQLRETURN result, const char* what) {
-    if (SQL_SUCCEEDED(result)) return;
-    std::fprintf(stderr, "%s failed\n", what);
-    std::exit(1);
+    if (!SQL_SUCCEEDED(result)) throw std::runtime_error(std::string(what) + " failed");
 }
 
 SQLWCHAR* Wide(const std::u16string& text) {
@@ -145,10 +145,7 @@ void PrintMemory(const std::u16string& batch,
     std::printf("%-22s %8.1f MB\n", "resident set grew by", static_cast<double>(resident) / 1e6);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    const std::size_t count = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 1000000;
+int Run(std::size_t count) {
     const std::string digits = std::to_string(count);
     const std::u16string batch = u"SELECT " + std::u16string(digits.begin(), digits.end());
 
@@ -178,4 +175,12 @@ int main(int argc, char** argv) {
     print("Recordset::Open", recordsetBest);
     std::printf("%-22s %8.2f\n", "CPU ratio", recordsetBest.cpu / bareBest.cpu);
     return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    quillon::MakeDriverReachable();
+    const std::size_t count = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 1000000;
+    return bench::ExitStatusOf([&] { return Run(count); });
 }

@@ -13,11 +13,13 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "DifferingTables.h"
 #include "QuillonLib.h"
+#include "cli/Driver.h"
 #include "core/Text.h"
 #include "data/Recordset.h"
 #include "scripts/CallLines.h"
@@ -57,21 +59,10 @@ Findings InChild(const std::function<void(Findings&)>& work) {
     auto* shared = static_cast<Findings*>(
         mmap(nullptr, sizeof(Findings), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     *shared = {};
-    const pid_t child = fork();
-    if (child == 0) {
-        try {
-            work(*shared);
-        } catch (const std::exception& error) {
-            std::fprintf(stderr, "%s\n", error.what());
-            std::_Exit(1);
-        }
-        std::_Exit(0);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
+    const int status = bench::ChildProcess([&] { work(*shared); }).Wait();
     const Findings findings = *shared;
     munmap(shared, sizeof(Findings));
-    if (status != 0) std::exit(1);
+    if (status != 0) throw std::runtime_error("a measured process failed");
     return findings;
 }
 
@@ -85,9 +76,7 @@ void MeasureInto(Findings& findings, const Action& action) {
 }
 
 void Expect(SQLRETURN result, const char* what) {
-    if (SQL_SUCCEEDED(result)) return;
-    std::fprintf(stderr, "%s failed\n", what);
-    std::_Exit(1);
+    if (!SQL_SUCCEEDED(result)) throw std::runtime_error(std::string(what) + " failed");
 }
 
 SQLWCHAR* Wide(const std::u16string& text) {
@@ -323,10 +312,7 @@ void CompareWithSqlDiff(const ScratchFolder& folder, std::size_t rows) {
                 rows);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    const std::size_t rows = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 1000000;
+int Run(std::size_t rows) {
     const bench::ServerProcess server(
         [&] { return std::make_unique<bench::DifferingTables>(rows); });
     const std::u16string connectionString = server.ConnectionString();
@@ -358,4 +344,12 @@ int main(int argc, char** argv) {
     held &= Bar("GetUpdateScripts peak, MiB", scripts.peakGrowth / Mebibyte,
                 1.3 * static_cast<double>(scripts.scriptBytes) / Mebibyte + 64, true);
     return held ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    quillon::MakeDriverReachable();
+    const std::size_t rows = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 1000000;
+    return bench::ExitStatusOf([&] { return Run(rows); });
 }
