@@ -147,14 +147,21 @@ TEST_F(ProceduresTest, ComputedAndTimestampColumnsGetNoParameter) {
               u"CREATE PROCEDURE prcTmp_QVX_Insert(@P1 AS int, @P2 AS text) AS");
 }
 
-TEST_F(ProceduresTest, ReplicationColumnsAreLeftOutOnRequestInAnyCase) {
+class ReplicationColumnTest : public ProceduresTest,
+                              public ::testing::WithParamInterface<const char16_t*> {};
+
+TEST_P(ReplicationColumnTest, IsLeftOutOnRequestInAnyCase) {
     Add(Facts(u"k", u"int", 4), true);
-    Add(Facts(u"MSREPL_TRAN_VERSION", u"uniqueidentifier", 16));
+    Add(Facts(GetParam(), u"uniqueidentifier", 16));
     EXPECT_EQ(HeaderOf(DefineProcedures(result, NoOptions).Insert),
               u"CREATE PROCEDURE prcTmp_QVX_Insert(@P1 AS int, @P2 AS uniqueidentifier) AS");
     EXPECT_EQ(HeaderOf(DefineProcedures(result, cpoIgnoreReplCols).Insert),
               u"CREATE PROCEDURE prcTmp_QVX_Insert(@P1 AS int) AS");
 }
+
+INSTANTIATE_TEST_SUITE_P(Cases, ReplicationColumnTest,
+                         ::testing::Values(u"MSREPL_TRAN_VERSION", u"msrepl_tran_version",
+                                           u"MSrepl_Tran_Version"));
 
 TEST_F(ProceduresTest, AKeyColumnOutsideScriptsIsNamed) {
     Add(Facts(u"k", u"int", 4), true);

@@ -278,6 +278,45 @@ TEST_F(UpdateScriptsTest, TablesOfACycleAreLeftOutOfBothScripts) {
     EXPECT_EQ(scripts.sLeft, u"BEGIN TRANSACTION\r\n\r\nCOMMIT\r\n");
 }
 
+// The views are counted in each pass: the count is reached before the end of the chain is placed.
+TEST_F(UpdateScriptsTest, TwoViewsLeaveTheEndOfAChainOutOfBothScripts) {
+    RunInBoth(
+        u"CREATE TABLE a (id int NOT NULL CONSTRAINT PK_a PRIMARY KEY)\nGO\n"
+        u"CREATE TABLE b (id int NOT NULL CONSTRAINT PK_b PRIMARY KEY REFERENCES a)\nGO\n"
+        u"CREATE TABLE c (id int NOT NULL CONSTRAINT PK_c PRIMARY KEY REFERENCES b)\nGO\n"
+        u"CREATE VIEW v WITH SCHEMABINDING AS SELECT id FROM dbo.a\nGO\n"
+        u"CREATE VIEW w WITH SCHEMABINDING AS SELECT id FROM dbo.a\nGO\n"
+        u"CREATE UNIQUE CLUSTERED INDEX ix ON v (id)\nGO\n"
+        u"CREATE UNIQUE CLUSTERED INDEX ix ON w (id)");
+    RunIn(u"one", u"INSERT a VALUES (1)\nINSERT b VALUES (1)\nINSERT c VALUES (1)");
+    const Scripts scripts =
+        UpdateScriptsOf({u"[dbo].[v]", u"[dbo].[w]", u"[dbo].[c]", u"[dbo].[b]", u"[dbo].[a]"});
+    EXPECT_EQ(CallsIn(scripts.sRight),
+              (Texts{u"EXEC prcTmp_QVX_Insert 1", u"EXEC prcTmp_QVX_Insert 1"}));
+    EXPECT_EQ(CallsIn(scripts.sLeft),
+              (Texts{u"EXEC prcTmp_QVX_Delete 1", u"EXEC prcTmp_QVX_Delete 1"}));
+    for (const auto& script : {scripts.sRight, scripts.sLeft}) {
+        EXPECT_NE(script.find(u"[dbo].[b]'"), std::u16string::npos);
+        EXPECT_EQ(script.find(u"[dbo].[c]"), std::u16string::npos);
+    }
+}
+
+// Its update procedure would set nothing, and be refused; but no column can differ.
+TEST_F(UpdateScriptsTest, ATableOfKeysAloneGetsNoUpdates) {
+    RunInBoth(
+        u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, twice AS (id*2), stamp "
+        u"timestamp NOT NULL)");
+    RunIn(u"one", u"INSERT t (id) VALUES (1),(2)");
+    RunIn(u"two", u"INSERT t (id) VALUES (3),(2)");
+    const Scripts scripts = UpdateScriptsOf({u"[dbo].[t]"});
+    EXPECT_EQ(CallsIn(scripts.sRight),
+              (Texts{u"EXEC prcTmp_QVX_Delete 3", u"EXEC prcTmp_QVX_Insert 1"}));
+    EXPECT_EQ(CallsIn(scripts.sLeft),
+              (Texts{u"EXEC prcTmp_QVX_Delete 1", u"EXEC prcTmp_QVX_Insert 3"}));
+    for (const auto& script : {scripts.sRight, scripts.sLeft})
+        EXPECT_EQ(script.find(u"prcTmp_QVX_Update"), std::u16string::npos);
+}
+
 // Deletes go from the last placed to the first, tables of one pass in the order of placing;
 // inserts and updates go the other way.
 TEST_F(UpdateScriptsTest, TablesOfOneSequenceKeepTheirOrderInBothPasses) {
