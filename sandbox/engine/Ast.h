@@ -71,7 +71,8 @@ struct Expr {
     std::vector<std::pair<ExprPtr, bool>> overOrder;
     std::vector<ExprPtr> overPartition;
     QueryPtr query;
-    std::u16string text;  // Convert: the type's name when it is user-defined
+    std::u16string text;  // Convert: the type's name when it is user-defined; Collate: the
+                          // collation
 };
 
 struct TableRef;
@@ -149,7 +150,8 @@ struct ColumnDef {
     TypeSpec type;
     int line = 1;
     std::optional<bool> nullable;
-    std::u16string collation;  // empty: the database's
+    std::u16string collation;                  // empty: the database's
+    std::optional<std::uint16_t> collationId;  // SELECT INTO: that of the query's column
     bool identity = false;
     std::int64_t seed = 1, increment = 1;
     bool rowGuid = false;
@@ -325,6 +327,7 @@ struct SimpleStmt : Stmt {
 struct CreateDatabaseStmt : Stmt {
     explicit CreateDatabaseStmt(int l) : Stmt(StmtKind::CreateDatabase, l) {}
     std::u16string name;
+    std::u16string collation;  // empty: the server's
 };
 
 struct AlterDatabaseStmt : Stmt {

@@ -84,12 +84,12 @@ std::string For(const char* sql, const std::string& alias) {
 }
 
 // The types that a server of the version has.
-void AddTypes(Statement insert, int version) {
+void AddTypes(Statement insert, int version, CollationId database) {
     const auto add = [&](std::u16string_view name, int system, int user, int legacy,
                          const SqlType& type, bool nullable, int legacyUser) {
         const int length = type.length == 1 ? 8000 : MaxLength(type);
         const Value collation =
-            IsCharacter(type.id) ? Value::Text(FactsOf(kServerCollation).name) : Value::Null();
+            IsCharacter(type.id) ? Value::Text(FactsOf(database).name) : Value::Null();
         insert
             .BindAll(user, name, system, legacy, length, PrecisionOf(type), ScaleOf(type), nullable,
                      collation, legacyUser)
@@ -161,7 +161,7 @@ void Catalog::Create() {
             .Run();
     }
     AddTypes(store_.Prepare(For("INSERT INTO @.m_type VALUES(?,?,?,?,?,?,?,?,?,?)", alias)),
-             file_->server->major);
+             file_->server->major, file_->collation);
     if (file_->server->major < 9) {
         // A table that tools leave behind: of type U, yet shipped.
         object
@@ -177,14 +177,15 @@ void Catalog::Create() {
                 "collation,scale,nullable,identity,seed,increment,computed,persisted,rowguid)"
                 " VALUES(1993058136,?,?,?,?,?,?,?,?,0,0,0,1,1,0,0,0)",
                 alias));
-        const SqlType types[] = {Plain(TypeId::Int), VarCharType(64)};
+        const SqlType types[] = {Plain(TypeId::Int),
+                                 WithCollation(VarCharType(64), file_->collation)};
         const char16_t* names[] = {u"id", u"property"};
         for (int i = 0; i < 2; ++i) {
             const TypeFacts& facts = Facts(types[i].id);
             column
                 .BindAll(i + 1, std::u16string_view(names[i]), Pack(types[i]), facts.systemType,
                          facts.userType, MaxLength(types[i]), PrecisionOf(types[i]),
-                         i == 0 ? Value::Null() : Value::Text(FactsOf(kServerCollation).name))
+                         i == 0 ? Value::Null() : Value::Text(FactsOf(file_->collation).name))
                 .Run();
         }
     }

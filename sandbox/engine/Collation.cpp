@@ -1,9 +1,11 @@
 #include "sandbox/engine/Collation.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <type_traits>
 
 namespace sandbox::engine {
 namespace {
@@ -37,11 +39,6 @@ const std::array<char16_t, 0x10000>& LowerTable() {
     static const auto table = Expand(kToLower);
     return *table;
 }
-
-constexpr char16_t kHighHalf[32] = {0x20AC, 0x81,   0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
-                                    0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x8D,   0x017D, 0x8F,
-                                    0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
-                                    0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D,   0x017E, 0x0178};
 
 }  // namespace
 
@@ -98,6 +95,65 @@ int CompareTextBytes(const void* a, std::size_t sizeA, const void* b, std::size_
                    LooseUnits{static_cast<const unsigned char*>(b), sizeB / 2});
 }
 
+int CompareTextCase(std::u16string_view a, std::u16string_view b) {
+    if (const int order = CompareText(a, b); order != 0) return order;
+    const std::size_t common = std::min(a.size(), b.size());
+    for (std::size_t i = 0; i < common; ++i) {
+        if (a[i] == b[i]) continue;
+        return UpperUnit(a[i]) == a[i] ? 1 : -1;  // the small letter comes first
+    }
+    return 0;
+}
+
+namespace {
+
+// The texts without their blanks at the end, which no collation minds.
+std::u16string_view WithoutBlanks(std::u16string_view text) {
+    const std::size_t last = text.find_last_not_of(u' ');
+    return last == std::u16string_view::npos ? std::u16string_view() : text.substr(0, last + 1);
+}
+
+// The shorter text goes on in blanks.
+template <typename Text>
+int ComparePadded(Text a, Text b) {
+    using Unit = std::make_unsigned_t<
+        std::conditional_t<sizeof(typename Text::value_type) == 1, char, std::uint16_t>>;
+    for (std::size_t i = 0; i < std::max(a.size(), b.size()); ++i) {
+        const auto x = static_cast<Unit>(i < a.size() ? a[i] : ' ');
+        const auto y = static_cast<Unit>(i < b.size() ? b[i] : ' ');
+        if (x != y) return x < y ? -1 : 1;
+    }
+    return 0;
+}
+
+}  // namespace
+
+int CompareTextUnits(std::u16string_view a, std::u16string_view b) {
+    return ComparePadded(WithoutBlanks(a), WithoutBlanks(b));
+}
+
+int CompareTextFirstUnit(std::u16string_view a, std::u16string_view b) {
+    a = WithoutBlanks(a);
+    b = WithoutBlanks(b);
+    if (const int order = ComparePadded(a.substr(0, 1), b.substr(0, 1)); order != 0) return order;
+    // The rest byte by byte, the low one of each unit first.
+    const std::size_t units = std::max(a.size(), b.size());
+    for (std::size_t i = 1; i < units; ++i) {
+        const char16_t x = i < a.size() ? a[i] : u' ';
+        const char16_t y = i < b.size() ? b[i] : u' ';
+        if (x == y) continue;
+        if ((x & 0xFF) != (y & 0xFF)) return (x & 0xFF) < (y & 0xFF) ? -1 : 1;
+        return x < y ? -1 : 1;
+    }
+    return 0;
+}
+
+int ComparePageBytes(const CodePage& page, std::u16string_view a, std::u16string_view b) {
+    const std::string x = page.Bytes(WithoutBlanks(a));
+    const std::string y = page.Bytes(WithoutBlanks(b));
+    return ComparePadded(std::string_view(x), std::string_view(y));
+}
+
 std::u16string FoldName(std::u16string_view name) {
     const auto& upper = UpperTable();
     std::u16string out(name);
@@ -106,18 +162,6 @@ std::u16string FoldName(std::u16string_view name) {
     for (char16_t& c : out)
         c = upper[c];
     return out;
-}
-
-char16_t FromCodePage(unsigned char byte) {
-    return byte >= 0x80 && byte < 0xA0 ? kHighHalf[byte - 0x80] : static_cast<char16_t>(byte);
-}
-
-unsigned char ToCodePage(char16_t unit) {
-    if (unit < 0x80 || (unit >= 0xA0 && unit < 0x100)) return static_cast<unsigned char>(unit);
-    for (unsigned i = 0; i < 32; ++i) {
-        if (kHighHalf[i] == unit) return static_cast<unsigned char>(0x80 + i);
-    }
-    return '?';
 }
 
 }  // namespace sandbox::engine

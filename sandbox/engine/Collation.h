@@ -1,10 +1,13 @@
-// The one collation of the sandbox: case-insensitive, accent-sensitive, trailing blanks ignored,
-// otherwise by code unit.
+// How texts compare. Under most collations: case-insensitive, accent-sensitive, otherwise by code
+// unit. Under those that tell case apart: the same, small letters before capitals. Binary ones: by
+// the bytes of the code page, or by code unit for national types. Blanks at the end never count.
 #pragma once
 
 #include <cstddef>
 #include <string>
 #include <string_view>
+
+#include "sandbox/text/CodePages.h"
 
 namespace sandbox::engine {
 
@@ -23,9 +26,11 @@ inline bool SameName(std::u16string_view a, std::u16string_view b) {
 // Folded to upper case, trailing blanks cut: equal texts have equal keys.
 std::u16string FoldName(std::u16string_view name);
 
-// Windows-1252, the code page of char, varchar and text.
-char16_t FromCodePage(unsigned char byte);
-// The byte for a character, '?' when the code page has none.
-unsigned char ToCodePage(char16_t unit);
+// The grades of the rule: ..._CS_AS; ..._BIN2 of national types; ..._BIN of national types, which
+// compares all but the first unit byte by byte; binary ones of a code page.
+int CompareTextCase(std::u16string_view a, std::u16string_view b);
+int CompareTextUnits(std::u16string_view a, std::u16string_view b);
+int CompareTextFirstUnit(std::u16string_view a, std::u16string_view b);
+int ComparePageBytes(const CodePage& page, std::u16string_view a, std::u16string_view b);
 
 }  // namespace sandbox::engine

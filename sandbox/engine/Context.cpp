@@ -197,7 +197,7 @@ Resolved Context::Resolve(const ObjectName& name) {
 }
 
 CollationId NamedCollation(const Context& context, std::u16string_view name) {
-    CollationId id = kServerCollation;
+    CollationId id = context.current->collation;
     const bool known =
         SameName(name, u"DATABASE_DEFAULT") || FindCollation(name, context.server.major, id);
     if (!known) throw SqlError(448, Format(u"Invalid collation '%1'.", {name}));

@@ -313,14 +313,6 @@ Value TextToMoment(std::u16string_view text, const SqlType& from, const SqlType&
     return MomentToValue(m, from, to);
 }
 
-std::string CodePageBytes(std::u16string_view text) {
-    std::string out;
-    out.reserve(text.size());
-    for (const char16_t c : text)
-        out += static_cast<char>(ToCodePage(c));
-    return out;
-}
-
 std::string Utf16Bytes(std::u16string_view text) {
     return {reinterpret_cast<const char*>(text.data()), text.size() * 2};
 }
@@ -402,8 +394,7 @@ std::u16string TextOf(const Value& v, const SqlType& from, const SqlType& to, in
             out.resize(padded.size() / 2);
             std::memcpy(out.data(), padded.data(), padded.size());
         } else {
-            for (const char c : v.bytes)
-                out += FromCodePage(static_cast<unsigned char>(c));
+            out = PageOf(to).Keep(v.bytes);
         }
         return out;
     }
@@ -414,17 +405,37 @@ std::u16string TextOf(const Value& v, const SqlType& from, const SqlType& to, in
     throw SqlError(8152, u"String or binary data would be truncated.", 16, 14);
 }
 
-Value FitText(std::u16string text, const SqlType& from, const SqlType& to, Purpose purpose) {
-    if (!IsUnicode(to.id) && (IsUnicode(from.id) || !IsCharacter(from.id))) {
-        for (char16_t& c : text) {
-            if (c >= 0x80) c = FromCodePage(ToCodePage(c));
-        }
+// From the code page of one type to that of the other, or to and from national text.
+std::u16string Recoded(std::u16string text, const SqlType& from, const SqlType& to) {
+    const bool fromPage = IsCodePage(from.id);
+    const bool toPage = IsCodePage(to.id);
+    if (!toPage) return fromPage ? PageOf(from).ToNational(text) : text;
+    if (fromPage) {
+        return SamePage(from, to) ? text : PageOf(to).FromNational(PageOf(from).ToNational(text));
     }
+    // What is made of bytes has been read in the right code page.
+    return IsBinary(from.id) ? text : PageOf(to).FromNational(text);
+}
+
+// The units of the longest beginning that takes at most `room` bytes: no character is cut in two.
+std::size_t FittingUnits(std::u16string_view text, const SqlType& type, std::size_t room) {
+    if (!IsCodePage(type.id) || PageOf(type).IsSingleByte()) return std::min(text.size(), room);
+    std::size_t units = std::min(text.size(), room);
+    while (PageOf(type).ByteCount(text.substr(0, units)) > room)
+        --units;
+    const bool half =
+        units > 0 && units < text.size() && text[units - 1] >= 0xD800 && text[units - 1] < 0xDC00;
+    return half ? units - 1 : units;
+}
+
+Value FitText(std::u16string text, const SqlType& from, const SqlType& to, Purpose purpose) {
+    text = Recoded(std::move(text), from, to);
     if (IsLob(to.id) || to.length < 0) return Value::Text(std::move(text));
     const auto room = static_cast<std::size_t>(to.length);
-    if (text.size() > room) {
+    const std::size_t units = FittingUnits(text, to, room);
+    if (text.size() > units) {
         if (IsCharacter(from.id) || IsBinary(from.id) || from.id == TypeId::Xml) {
-            const bool blanks = text.find_first_not_of(u' ', room) == std::u16string::npos;
+            const bool blanks = text.find_first_not_of(u' ', units) == std::u16string::npos;
             if (purpose == Purpose::Column && !blanks) FailTruncation();
         } else if (IsInteger(from.id) && !IsUnicode(to.id)) {
             text.assign(1, u'*');
@@ -437,9 +448,12 @@ Value FitText(std::u16string text, const SqlType& from, const SqlType& to, Purpo
         } else if (purpose == Purpose::Column) {
             FailTruncation();
         }
-        text.resize(std::min(text.size(), room));
+        text.resize(std::min(text.size(), units));
     }
-    if (IsFixed(to.id)) text.resize(room, u' ');
+    if (IsFixed(to.id)) {
+        const std::size_t bytes = IsCodePage(to.id) ? PageOf(to).ByteCount(text) : text.size();
+        text.append(room - bytes, u' ');
+    }
     return Value::Text(std::move(text));
 }
 
@@ -507,7 +521,7 @@ Value ToBinary(const Value& v, const SqlType& from, const SqlType& to, Purpose p
         if (style == 1 || style == 2) {
             bytes = HexBytes(v.text, style == 1, from, to);
         } else {
-            bytes = IsUnicode(from.id) ? Utf16Bytes(v.text) : CodePageBytes(v.text);
+            bytes = IsUnicode(from.id) ? Utf16Bytes(v.text) : PageOf(from).Bytes(v.text);
         }
     } else {
         Fail8114(from, to);

@@ -53,7 +53,14 @@ void RefuseTemporary(const ObjectName& name) {
 
 void Executor::CreateDatabase(const CreateDatabaseStmt& stmt) {
     RefuseInTransaction(context_, u"CREATE DATABASE");
-    context_.Open(context_.server.Create(stmt.name));
+    const CollationId collation =
+        stmt.collation.empty() ? kServerCollation : NamedCollation(context_, stmt.collation);
+    if (FactsOf(collation).codePage == 0) {
+        throw SqlError(453, Format(u"Collation '%1' is supported on Unicode data types only and "
+                                   u"cannot be set at the database or server level.",
+                                   {FactsOf(collation).name}));
+    }
+    context_.Open(context_.server.Create(stmt.name, collation));
     Done();
 }
 

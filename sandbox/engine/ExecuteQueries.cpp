@@ -152,7 +152,7 @@ void Executor::BindParams(Statement& statement, const std::vector<ParamSource>& 
 }
 
 TypedValue Executor::Evaluate(const Expr& e) {
-    if (e.kind == ExprKind::Literal) return {e.value, e.type, e.typed};
+    if (e.kind == ExprKind::Literal) return DatabaseLiteral({e.value, e.type, e.typed});
     if (e.kind == ExprKind::Variable && !e.name.front().starts_with(u"@@")) {
         if (const Variable* v = context_.frame->Find(FoldName(e.name.front()))) {
             return {v->value, v->type, true};
@@ -167,6 +167,18 @@ TypedValue Executor::Evaluate(const Expr& e) {
     BindParams(s, translator.params);
     s.Step();
     return {s.Column(0), b.type, true};
+}
+
+// A literal without "N" is text of the database's code page.
+TypedValue Executor::DatabaseLiteral(TypedValue literal) const {
+    if (!literal.typed || !IsCodePage(literal.type.id)) return literal;
+    literal.type.collation = context_.current->collation;
+    literal.value.text = PageOf(literal.type).FromNational(literal.value.text);
+    return literal;
+}
+
+SqlType Executor::DatabaseType(const SqlType& type) const {
+    return WithCollation(type, context_.current->collation);
 }
 
 std::u16string Executor::EvaluateText(const Expr& e) {
@@ -282,6 +294,7 @@ void Executor::SelectInto(const QueryStmt& stmt) {
         c.type.type = info.type;
         if (c.type.type.id == TypeId::Timestamp) c.type.type = SqlType{TypeId::Binary, 8, 0, 0};
         c.nullable = info.nullable;
+        c.collationId = info.type.collation;
         create.columns.push_back(std::move(c));
     }
     std::int64_t count = 0;

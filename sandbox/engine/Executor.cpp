@@ -307,7 +307,7 @@ void Executor::Declare(const DeclareStmt& stmt) {
         }
         const std::u16string name = FoldName(d.name);
         if (context_.frame->Find(name) == nullptr) {  // a loop comes by again
-            context_.frame->variables.push_back({name, d.type.type, Value::Null()});
+            context_.frame->variables.push_back({name, DatabaseType(d.type.type), Value::Null()});
         }
         if (d.value) Assign(name, Evaluate(*d.value));
     }

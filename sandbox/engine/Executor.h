@@ -92,6 +92,9 @@ class Executor {
     void NoticeLostTransaction();
 
     // Queries (ExecuteQueries.cpp)
+    TypedValue DatabaseLiteral(TypedValue literal) const;
+    // With the collation of the database, which variables and parameters have.
+    SqlType DatabaseType(const SqlType& type) const;
     TypedValue Evaluate(const Expr& expr);
     bool Test(const Expr& expr);
     std::u16string EvaluateText(const Expr& expr);

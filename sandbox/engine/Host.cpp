@@ -133,7 +133,7 @@ std::vector<DatabasePtr> ServerState::Databases() {
     return databases_;
 }
 
-DatabasePtr ServerState::Create(const std::u16string& name) {
+DatabasePtr ServerState::Create(const std::u16string& name, CollationId collation) {
     const std::lock_guard lock(mutex_);
     for (const DatabasePtr& d : databases_) {
         if (SameName(d->name, name)) {
@@ -149,6 +149,7 @@ DatabasePtr ServerState::Create(const std::u16string& name) {
     d->number = host->NextNumber();
     d->id = nextDatabase_++;
     d->name = name;
+    d->collation = collation;
     d->path = host->NewFile();
     d->server = this;
     d->compatibility = std::min(major, 16) * 10;

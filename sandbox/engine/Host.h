@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "sandbox/Engine.h"
+#include "sandbox/text/Collations.h"
 
 namespace sandbox::engine {
 
@@ -26,7 +27,8 @@ struct DatabaseFile {
     std::filesystem::path path;
     ServerState* server = nullptr;
     std::atomic<int> compatibility{100};
-    std::int64_t created = 0;  // datetime
+    std::int64_t created = 0;                  // datetime
+    CollationId collation = kServerCollation;  // of what is given none
     std::atomic<bool> dropped{false};
     std::atomic<int> sessions{0};  // sessions whose current database this is
 
@@ -69,7 +71,7 @@ struct ServerState {
     DatabasePtr FindById(int id);
     std::vector<DatabasePtr> Databases();
     // Throws SqlError 1801.
-    DatabasePtr Create(const std::u16string& name);
+    DatabasePtr Create(const std::u16string& name, CollationId collation = kServerCollation);
     // Throws SqlError 3701, 3702, 3708.
     void Drop(std::u16string_view name);
 

@@ -210,7 +210,7 @@ void ServerProperty(Context& context, sqlite3_context* c, sqlite3_value** a) {
         if (slash == std::u16string::npos) return sqlite3_result_null(c);
         return ReturnText(c, Text(settings.name).substr(slash + 1));
     }
-    if (SameName(p, u"Collation")) return ReturnText(c, u"SQL_Latin1_General_CP1_CI_AS");
+    if (SameName(p, u"Collation")) return ReturnText(c, FactsOf(kServerCollation).name);
     if (SameName(p, u"ProductMajorVersion")) return ReturnText(c, ToText(context.server.major));
     if (SameName(p, u"IsClustered") || SameName(p, u"IsIntegratedSecurityOnly") ||
         SameName(p, u"IsFullTextInstalled") || SameName(p, u"IsSingleUser")) {
@@ -224,7 +224,7 @@ void DatabaseProperty(Context& context, sqlite3_context* c, sqlite3_value** a) {
     const DatabasePtr file = context.server.Find(ReadText(a[0]));
     if (!file) return sqlite3_result_null(c);
     const Text p = ReadText(a[1]);
-    if (SameName(p, u"Collation")) return ReturnText(c, u"SQL_Latin1_General_CP1_CI_AS");
+    if (SameName(p, u"Collation")) return ReturnText(c, FactsOf(file->collation).name);
     if (SameName(p, u"Status")) return ReturnText(c, u"ONLINE");
     if (SameName(p, u"Recovery")) return ReturnText(c, u"SIMPLE");
     if (SameName(p, u"Updateability")) return ReturnText(c, u"READ_WRITE");

@@ -145,7 +145,7 @@ StmtPtr Parser::CreateStatement() {
 StmtPtr Parser::CreateDatabase(int line) {
     auto s = std::make_unique<CreateDatabaseStmt>(line);
     s->name = TakeName();
-    if (TakeWord(u"COLLATE")) TakeName();
+    if (TakeWord(u"COLLATE")) s->collation = TakeName();
     return s;
 }
 

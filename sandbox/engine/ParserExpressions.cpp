@@ -247,7 +247,7 @@ ExprPtr Parser::UnaryExpression() {
     while (IsWord(u"COLLATE")) {
         ExprPtr c = NewExpr(ExprKind::Collate);
         Take();
-        TakeName();
+        c->text = TakeName();
         c->args.push_back(std::move(e));
         e = std::move(c);
     }

@@ -107,11 +107,6 @@ void ReadLiteral(const Token& token, Value& value, SqlType& type) {
         case TokenKind::NString: {
             std::u16string text = Unquote(token);
             const bool national = token.kind == TokenKind::NString;
-            if (!national) {
-                for (char16_t& c : text) {
-                    if (c >= 0x80) c = FromCodePage(ToCodePage(c));
-                }
-            }
             const auto length = static_cast<int>(std::max<std::size_t>(text.size(), 1));
             const int most = national ? 4000 : 8000;
             type = national ? NVarCharType(length > most ? -1 : length)

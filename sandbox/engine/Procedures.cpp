@@ -6,7 +6,7 @@
 namespace sandbox::engine {
 
 TypedValue Executor::ArgumentValue(const ExecArgument& a) {
-    if (a.kind == ExecArgument::Kind::Literal) return {a.value, a.type, a.typed};
+    if (a.kind == ExecArgument::Kind::Literal) return DatabaseLiteral({a.value, a.type, a.typed});
     const std::u16string folded = FoldName(a.variable);
     if (folded.starts_with(u"@@")) {
         Expr e;
@@ -111,7 +111,7 @@ void Executor::BindArguments(const ProcedureMeta& procedure, const ExecStmt& stm
                            {procedure.name, p.name}),
                     16, 4);
             }
-            value = {p.value, p.valueType, p.valueTyped};
+            value = DatabaseLiteral({p.value, p.valueType, p.valueTyped});
         } else {
             if (given[i]->output && !p.output) {
                 throw SqlError(
@@ -123,7 +123,7 @@ void Executor::BindArguments(const ProcedureMeta& procedure, const ExecStmt& stm
         }
         Variable v;
         v.name = FoldName(p.name);
-        v.type = p.type.type;
+        v.type = DatabaseType(p.type.type);
         if (value.typed && !value.value.IsNull()) {
             if (SameType(value.type, v.type)) {
                 v.value = std::move(value.value);

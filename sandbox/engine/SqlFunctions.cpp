@@ -39,6 +39,15 @@ int TextCollation(void*, int n, const void* a, int m, const void* b) {
     return CompareTextBytes(a, static_cast<std::size_t>(n), b, static_cast<std::size_t>(m));
 }
 
+template <int (*Compare)(std::u16string_view, std::u16string_view)>
+int UnitCollation(void*, int n, const void* a, int m, const void* b) {
+    return Compare(Copy(a, n), Copy(b, m));
+}
+
+int PageCollationOrder(void* page, int n, const void* a, int m, const void* b) {
+    return ComparePageBytes(*static_cast<const CodePage*>(page), Copy(a, n), Copy(b, m));
+}
+
 // The UTC ticks decide, not the offset.
 int OffsetCollation(void*, int, const void* a, int, const void* b) {
     char16_t x[4];
@@ -67,6 +76,18 @@ void RegisterTable(Context& context, const FunctionEntry* entries, std::size_t c
 void RegisterFunctions(Context& context) {
     sqlite3* db = context.store.Raw();
     sqlite3_create_collation_v2(db, "ms", SQLITE_UTF16LE, nullptr, TextCollation, nullptr);
+    const auto add = [db](const char* name,
+                          int (*order)(void*, int, const void*, int, const void*)) {
+        sqlite3_create_collation_v2(db, name, SQLITE_UTF16LE, nullptr, order, nullptr);
+    };
+    add("ms_cs", UnitCollation<CompareTextCase>);
+    add("ms_bin", UnitCollation<CompareTextFirstUnit>);
+    add("ms_bin2", UnitCollation<CompareTextUnits>);
+    for (const PageCollation& c : kPageCollations) {
+        sqlite3_create_collation_v2(db, c.name, SQLITE_UTF16LE,
+                                    const_cast<CodePage*>(&CodePage::Of(c.page)),
+                                    PageCollationOrder, nullptr);
+    }
     sqlite3_create_collation_v2(db, "dto", SQLITE_UTF16LE, nullptr, OffsetCollation, nullptr);
     sqlite3_create_collation_v2(db, "var", SQLITE_UTF16LE, nullptr, VariantCollation, nullptr);
     RegisterNumberFunctions(context);

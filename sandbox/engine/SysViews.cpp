@@ -11,7 +11,7 @@ std::vector<std::vector<Value>> Databases(Context& context) {
     for (const DatabasePtr& d : context.server.Databases()) {
         rows.push_back({Value::Text(d->name), Value::Int(d->id), Value::Null(),
                         Value::Int(d->created), Value::Int(d->compatibility),
-                        Value::Text(u"SQL_Latin1_General_CP1_CI_AS"), Value::Int(0),
+                        Value::Text(FactsOf(d->collation).name), Value::Int(0),
                         Value::Text(u"MULTI_USER"), Value::Int(0), Value::Int(0),
                         Value::Text(u"ONLINE"), Value::Int(3), Value::Text(u"SIMPLE")});
     }

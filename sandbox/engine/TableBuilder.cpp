@@ -16,11 +16,22 @@ TablePtr TableBuilder::Reload(int table) {
 }
 
 CollationId TableBuilder::CollationOfColumn(const ColumnDef& def, const SqlType& type) const {
-    if (def.collation.empty()) return kServerCollation;
+    if (def.collation.empty()) {
+        if (!IsCharacter(type.id)) return kServerCollation;
+        return def.collationId.value_or(catalog_.File()->collation);
+    }
     const CollationId id = NamedCollation(context_, def.collation);
     if (!IsCharacter(type.id)) {
         throw SqlError(
             447, Format(u"Expression type %1 is invalid for COLLATE clause.", {TypeName(type.id)}));
+    }
+    if (IsLob(type.id) && (FactsOf(id).utf8 || FactsOf(id).supplementary)) {
+        throw SqlError(
+            4189, Format(u"Cannot convert to text/ntext or collate to '%1' because these legacy "
+                         u"LOB types do not support UTF-8 or UTF-16 encodings. Use types "
+                         u"varchar(max), nvarchar(max) or a collation which does not have the "
+                         u"_SC or _UTF8 flags.",
+                         {FactsOf(id).name}));
     }
     if (FactsOf(id).codePage == 0 && !IsUnicode(type.id)) {
         throw SqlError(459, Format(u"Collation '%1' is supported on Unicode data types only and "
@@ -355,6 +366,12 @@ void TableBuilder::AddForeignKey(const TableMeta& table, const ConstraintDef& de
         }
         const ColumnMeta* p = parent->FindById(parentColumns[i]);
         const bool text = IsCharacter(c->type.id) && IsCharacter(p->type.id);
+        if (text && c->type.collation != p->type.collation) {
+            throw SqlError(1757,
+                           Format(u"Column '%1.%2' is not of same collation as referencing column "
+                                  u"'%3.%4' in foreign key '%5'.",
+                                  {parent->name, p->name, table.name, c->name, constraint}));
+        }
         if (c->type.id != p->type.id && !text) {
             throw SqlError(
                 1778,

@@ -13,17 +13,23 @@ namespace {
 
 using Text = std::u16string_view;
 
-bool SameUnit(char16_t a, char16_t b) {
-    return a == b || UpperUnit(a) == UpperUnit(b);
+// How units compare: collations that tell case apart take them as they are.
+char16_t AsIs(char16_t unit) {
+    return unit;
+}
+using Fold = char16_t (*)(char16_t);
+
+Fold FoldOf(sqlite3_value* exact) {
+    return Int(exact) != 0 ? AsIs : UpperUnit;
 }
 
 // One element of a LIKE pattern against one unit. Moves `p` behind the element.
-bool MatchOne(Text pattern, std::size_t& p, char16_t c) {
+bool MatchOne(Text pattern, std::size_t& p, char16_t c, Fold fold) {
     if (pattern[p] == u'_') {
         ++p;
         return true;
     }
-    if (pattern[p] != u'[') return SameUnit(pattern[p++], c);
+    if (pattern[p] != u'[') return fold(pattern[p++]) == fold(c);
     std::size_t i = p + 1;
     const bool negated = i < pattern.size() && pattern[i] == u'^';
     if (negated) ++i;
@@ -31,11 +37,11 @@ bool MatchOne(Text pattern, std::size_t& p, char16_t c) {
     const std::size_t first = i;
     while (i < pattern.size() && (pattern[i] != u']' || i == first)) {
         if (i + 2 < pattern.size() && pattern[i + 1] == u'-' && pattern[i + 2] != u']') {
-            const char16_t u = UpperUnit(c);
-            if (u >= UpperUnit(pattern[i]) && u <= UpperUnit(pattern[i + 2])) hit = true;
+            const char16_t u = fold(c);
+            if (u >= fold(pattern[i]) && u <= fold(pattern[i + 2])) hit = true;
             i += 3;
         } else {
-            if (SameUnit(pattern[i], c)) hit = true;
+            if (fold(pattern[i]) == fold(c)) hit = true;
             ++i;
         }
     }
@@ -44,7 +50,7 @@ bool MatchOne(Text pattern, std::size_t& p, char16_t c) {
 }
 
 // `quoted[i]`: the pattern's unit i was escaped and stands for itself.
-bool Like(Text text, Text pattern, const std::vector<bool>& quoted) {
+bool Like(Text text, Text pattern, const std::vector<bool>& quoted, Fold fold) {
     std::size_t t = 0;
     std::size_t p = 0;
     std::size_t starP = Text::npos;
@@ -58,8 +64,8 @@ bool Like(Text text, Text pattern, const std::vector<bool>& quoted) {
         }
         if (t < text.size() && p < pattern.size()) {
             std::size_t next = p;
-            const bool ok =
-                plain ? SameUnit(pattern[next++], text[t]) : MatchOne(pattern, next, text[t]);
+            const bool ok = plain ? fold(pattern[next++]) == fold(text[t])
+                                  : MatchOne(pattern, next, text[t], fold);
             if (ok) {
                 p = next;
                 ++t;
@@ -81,7 +87,8 @@ bool Like(Text text, Text pattern, const std::vector<bool>& quoted) {
 void LikeFunction(Context&, sqlite3_context* c, sqlite3_value** a) {
     if (IsNull(a[0]) || IsNull(a[1])) return sqlite3_result_null(c);
     const Text pattern = ReadText(a[1]);
-    if (IsNull(a[2])) return sqlite3_result_int(c, Like(ReadText(a[0]), pattern, {}) ? 1 : 0);
+    const Fold fold = FoldOf(a[3]);
+    if (IsNull(a[2])) return sqlite3_result_int(c, Like(ReadText(a[0]), pattern, {}, fold) ? 1 : 0);
     const Text escape = ReadText(a[2]);
     if (escape.size() != 1) {
         throw SqlError(
@@ -96,7 +103,7 @@ void LikeFunction(Context&, sqlite3_context* c, sqlite3_value** a) {
         bare += pattern[i];
         quoted.push_back(escaped);
     }
-    sqlite3_result_int(c, Like(ReadText(a[0]), bare, quoted) ? 1 : 0);
+    sqlite3_result_int(c, Like(ReadText(a[0]), bare, quoted, fold) ? 1 : 0);
 }
 
 void PatIndex(Context&, sqlite3_context* c, sqlite3_value** a) {
@@ -106,7 +113,7 @@ void PatIndex(Context&, sqlite3_context* c, sqlite3_value** a) {
     const bool anywhere = !pattern.empty() && pattern.front() == u'%';
     if (anywhere) pattern.remove_prefix(1);
     for (std::size_t i = 0; i <= text.size(); ++i) {
-        if (Like(text.substr(i), pattern, {}))
+        if (Like(text.substr(i), pattern, {}, FoldOf(a[2])))
             return sqlite3_result_int64(c, static_cast<std::int64_t>(i) + 1);
         if (!anywhere) break;
     }
@@ -132,7 +139,8 @@ void DataLength(Context&, sqlite3_context* c, sqlite3_value** a) {
     if (type.id == TypeId::UniqueIdentifier) {
         size = 16;
     } else if (IsCharacter(type.id) || type.id == TypeId::Xml) {
-        size = static_cast<std::int64_t>(value.text.size()) * (IsUnicode(type.id) ? 2 : 1);
+        size = static_cast<std::int64_t>(IsCodePage(type.id) ? PageOf(type).ByteCount(value.text)
+                                                             : value.text.size() * 2);
     } else if (IsBinary(type.id)) {
         size = static_cast<std::int64_t>(value.bytes.size());
     }
@@ -193,11 +201,11 @@ void Trim(Context&, sqlite3_context* c, sqlite3_value** a) {
     ReturnText(c, s);
 }
 
-std::size_t FindText(Text haystack, Text needle, std::size_t from) {
+std::size_t FindText(Text haystack, Text needle, std::size_t from, Fold fold) {
     if (needle.empty()) return Text::npos;
     for (std::size_t i = from; i + needle.size() <= haystack.size(); ++i) {
         std::size_t k = 0;
-        while (k < needle.size() && SameUnit(haystack[i + k], needle[k]))
+        while (k < needle.size() && fold(haystack[i + k]) == fold(needle[k]))
             ++k;
         if (k == needle.size()) return i;
     }
@@ -212,7 +220,7 @@ void Replace(Context&, sqlite3_context* c, sqlite3_value** a) {
     std::u16string out;
     std::size_t at = 0;
     for (;;) {
-        const std::size_t found = FindText(s, what, at);
+        const std::size_t found = FindText(s, what, at, FoldOf(a[3]));
         out += s.substr(at, found == Text::npos ? Text::npos : found - at);
         if (found == Text::npos) break;
         out += with;
@@ -224,7 +232,7 @@ void Replace(Context&, sqlite3_context* c, sqlite3_value** a) {
 void CharIndex(Context&, sqlite3_context* c, sqlite3_value** a) {
     if (IsNull(a[0]) || IsNull(a[1]) || IsNull(a[2])) return sqlite3_result_null(c);
     const auto from = static_cast<std::size_t>(std::max<std::int64_t>(Int(a[2]), 1) - 1);
-    const std::size_t found = FindText(ReadText(a[1]), ReadText(a[0]), from);
+    const std::size_t found = FindText(ReadText(a[1]), ReadText(a[0]), from, FoldOf(a[3]));
     sqlite3_result_int64(c, found == Text::npos ? 0 : static_cast<std::int64_t>(found) + 1);
 }
 
@@ -245,10 +253,10 @@ void Replicate(Context&, sqlite3_context* c, sqlite3_value** a) {
     ReturnText(c, out);
 }
 
-void CharOf(Context&, sqlite3_context* c, sqlite3_value** a) {
+void CharOf(Context& context, sqlite3_context* c, sqlite3_value** a) {
     if (IsNull(a[0]) || Int(a[0]) < 0 || Int(a[0]) > 255) return sqlite3_result_null(c);
-    const char16_t unit = FromCodePage(static_cast<unsigned char>(Int(a[0])));
-    ReturnText(c, Text(&unit, 1));
+    const char byte = static_cast<char>(Int(a[0]));
+    ReturnText(c, CodePage::Of(FactsOf(context.current->collation).codePage).Keep({&byte, 1}));
 }
 
 void NCharOf(Context&, sqlite3_context* c, sqlite3_value** a) {
@@ -257,9 +265,11 @@ void NCharOf(Context&, sqlite3_context* c, sqlite3_value** a) {
     ReturnText(c, Text(&unit, 1));
 }
 
-void Ascii(Context&, sqlite3_context* c, sqlite3_value** a) {
+void Ascii(Context& context, sqlite3_context* c, sqlite3_value** a) {
     if (IsNull(a[0]) || ReadText(a[0]).empty()) return sqlite3_result_null(c);
-    sqlite3_result_int(c, ToCodePage(ReadText(a[0]).front()));
+    const CodePage& page = CodePage::Of(FactsOf(context.current->collation).codePage);
+    const std::string bytes = page.Bytes(ReadText(a[0]).substr(0, 1));
+    sqlite3_result_int(c, static_cast<unsigned char>(bytes.front()));
 }
 
 void Unicode(Context&, sqlite3_context* c, sqlite3_value** a) {
@@ -353,8 +363,8 @@ void IsDate(Context& context, sqlite3_context* c, sqlite3_value** a) {
 }
 
 constexpr FunctionEntry kFunctions[] = {
-    {"ms_like", 3, Purity::Pure, LikeFunction},
-    {"ms_patindex", 2, Purity::Pure, PatIndex},
+    {"ms_like", 4, Purity::Pure, LikeFunction},
+    {"ms_patindex", 3, Purity::Pure, PatIndex},
     {"ms_len", 1, Purity::Pure, Length},
     {"ms_datalength", 2, Purity::Pure, DataLength},
     {"ms_substring", 3, Purity::Pure, Substring},
@@ -362,8 +372,8 @@ constexpr FunctionEntry kFunctions[] = {
     {"ms_upper", 1, Purity::Pure, MapCase<UpperUnit>},
     {"ms_lower", 1, Purity::Pure, MapCase<LowerUnit>},
     {"ms_trim", 2, Purity::Pure, Trim},
-    {"ms_replace", 3, Purity::Pure, Replace},
-    {"ms_charindex", 3, Purity::Pure, CharIndex},
+    {"ms_replace", 4, Purity::Pure, Replace},
+    {"ms_charindex", 4, Purity::Pure, CharIndex},
     {"ms_replicate", 3, Purity::Pure, Replicate},
     {"ms_char", 1, Purity::Pure, CharOf},
     {"ms_nchar", 1, Purity::Pure, NCharOf},

@@ -159,10 +159,22 @@ Bound Translator::Arithmetic(const std::u16string& op, const Bound& a, const Bou
         int length = x.type.length < 0 || y.type.length < 0 ? -1 : x.type.length + y.type.length;
         if (length > most) length = most;
         if (text) {
-            r.type = IsUnicode(x.type.id) || IsUnicode(y.type.id) ? NVarCharType(length)
-                                                                  : VarCharType(length);
-            const std::string l = x.typed ? x.sql : "NULL";
-            const std::string m = y.typed ? y.sql : "NULL";
+            const bool national = IsUnicode(x.type.id) || IsUnicode(y.type.id);
+            r.type = national ? NVarCharType(length) : VarCharType(length);
+            TakeCollation(r, {x, y}, u"add operation");
+            // What stays bytes in a code page is shown as characters in national text.
+            const auto side = [&](const Bound& one) {
+                if (!one.typed) return std::string("NULL");
+                const bool same = national
+                                      ? IsUnicode(one.type.id) || PageOf(one.type).IsSingleByte()
+                                      : SamePage(one.type, r.type);
+                return same ? one.sql
+                            : Converted(one,
+                                        WithCollation(national ? NVarCharType(-1) : VarCharType(-1),
+                                                      r.type.collation));
+            };
+            const std::string l = side(x);
+            const std::string m = side(y);
             r.sql = "(" + l + "||" + m + ")";
         } else {
             r.type = SqlType{TypeId::VarBinary, length, 0, 0};
@@ -306,6 +318,7 @@ Bound Translator::Aggregate(const Expr& e, std::u16string_view name, Scope& scop
     if (name == u"MIN" || name == u"MAX") {
         if (IsLob(x.type.id) || x.type.id == TypeId::Bit) invalid();
         r.type = x.type;
+        r.rank = x.rank;
         r.sql = (name == u"MIN" ? "min(" : "max(") + Collated(x) + ")";
         return r;
     }

@@ -57,10 +57,25 @@ std::string Translator::CompareSides(Bound& a, Bound& b, const std::u16string& o
         adapt(a);
         adapt(b);
     }
+    return "(" + CollatedSide(a, b, OperatorName(op) + u" operation") + Narrow(op) + b.sql + ")";
+}
+
+// The left side of a comparison, with its collation where SQLite would not find the right one: it
+// takes that of a column, of two columns the left one's.
+std::string Translator::CollatedSide(const Bound& a, const Bound& b,
+                                     const std::u16string& operation) {
     const char* collation = CollationOf(a.type);
-    std::string l = a.sql;
-    if (collation != nullptr && !a.column && !b.column) l = "(" + l + " COLLATE " + collation + ")";
-    return "(" + l + Narrow(op) + b.sql + ")";
+    if (IsCharacter(a.type.id) && IsCharacter(b.type.id)) {
+        Bound common;
+        common.type = CommonType(a.type, b.type);
+        TakeCollation(common, {a, b}, operation);
+        collation = CollationOf(common.type);
+    }
+    if (collation == nullptr) return a.sql;
+    const Bound* column = a.column ? &a : b.column ? &b : nullptr;
+    const char* own = column != nullptr ? CollationOf(column->type) : nullptr;
+    if (own != nullptr && std::string_view(own) == collation) return a.sql;
+    return "(" + a.sql + " COLLATE " + collation + ")";
 }
 
 // AND and OR chains as balanced trees: SQLite limits the depth of an expression.
@@ -122,8 +137,10 @@ std::string Translator::Condition(const Expr& e, Scope& scope) {
                                       u"function.",
                                       {TypeName(text.type.id)}));
             }
+            const std::string exact = ExactSearch({text, pattern});
             std::string sql = "ms_like(" + AsText(text) + "," + AsText(pattern);
-            sql += e.args.size() > 2 ? "," + AsText(Expression(*e.args[2], scope)) + ")" : ",NULL)";
+            sql += e.args.size() > 2 ? "," + AsText(Expression(*e.args[2], scope)) : ",NULL";
+            sql += "," + exact + ")";
             // char pads with blanks that a pattern of the same type brings, too.
             return e.negated ? "(NOT " + sql + ")" : sql;
         }
@@ -140,7 +157,7 @@ std::string Translator::InList(const Expr& e, Scope& scope) {
     std::vector<Bound> all;
     for (const ExprPtr& a : e.args)
         all.push_back(Expression(*a, scope));
-    Bound unified = Unify(all);
+    Bound unified = Unify(all, u"equal to operation");
     bool asStored = true;
     for (const Bound& b : all) {
         CheckComparable(all.front(), b, u"=");
@@ -156,7 +173,11 @@ std::string Translator::InList(const Expr& e, Scope& scope) {
             b.column = b.column && one == b.sql;
             b.sql = one;
             if (!asStored) b.type = common;
-            sql += Collated(b) + (e.negated ? " NOT IN (" : " IN (");
+            Bound other;
+            other.type = unified.type;
+            other.rank = unified.rank;
+            sql +=
+                CollatedSide(b, other, u"equal to operation") + (e.negated ? " NOT IN (" : " IN (");
         } else {
             sql += (i > 1 ? "," : "") + one;
         }
@@ -191,7 +212,10 @@ std::string Translator::InQuery(const Expr& e, Scope& scope) {
         x.sql = converted;
         x.type = common;
     }
-    return "(" + Collated(x) + (e.negated ? " NOT IN (" : " IN (") + inner + "))";
+    Bound rows = outputs.front();
+    rows.column = false;
+    return "(" + CollatedSide(x, rows, u"equal to operation") +
+           (e.negated ? " NOT IN (" : " IN (") + inner + "))";
 }
 
 std::string Translator::Quantified(const Expr& e, Scope& scope) {

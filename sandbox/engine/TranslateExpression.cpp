@@ -75,8 +75,10 @@ std::string Translator::Converted(const Bound& b, const SqlType& type, bool isEx
     if (sameKind) {
         // Widening that leaves the stored form alone.
         if (IsInteger(b.type.id) && IsInteger(type.id) && b.type.id <= type.id) return b.sql;
+        const bool sameUnits =
+            type.id == TypeId::VarChar ? SamePage(b.type, type) : PageOf(b.type).IsSingleByte();
         if (b.type.id == TypeId::VarChar &&
-            (type.id == TypeId::VarChar || type.id == TypeId::NVarChar)) {
+            (type.id == TypeId::VarChar || type.id == TypeId::NVarChar) && sameUnits) {
             if (type.length < 0 || (b.type.length > 0 && b.type.length <= type.length))
                 return b.sql;
         }
@@ -111,13 +113,77 @@ std::string Translator::Stored(const Bound& b, const SqlType& type) {
     if (IsInteger(b.type.id) && IsInteger(type.id) && b.type.id <= type.id) return b.sql;
     if (b.type.id == type.id && b.type.length > 0 && !IsFixed(type.id) &&
         (type.length < 0 || b.type.length <= type.length) &&
-        (IsCharacter(type.id) || IsBinary(type.id))) {
+        (IsCharacter(type.id) || IsBinary(type.id)) &&
+        (!IsCodePage(type.id) || SamePage(b.type, type))) {
         return b.sql;
     }
     return Converted(b, type, false, 0, "2");
 }
 
+// What no column and no COLLATE gives a collation has that of the database.
 Bound Translator::Expression(const Expr& e, Scope& scope) {
+    Bound b = Plainly(e, scope);
+    if (b.rank == CollationRank::Coercible) {
+        b.type = WithCollation(b.type, context_.current->collation);
+    }
+    return b;
+}
+
+Bound Translator::Collate(const Expr& e, Scope& scope) {
+    const CollationId id = NamedCollation(context_, e.text);
+    Bound b = Expression(*e.args[0], scope);
+    if (!b.typed) return b;
+    if (!IsCharacter(b.type.id)) {
+        throw SqlError(447, Format(u"Expression type %1 is invalid for COLLATE clause.",
+                                   {TypeName(b.type.id)}));
+    }
+    const SqlType type = WithCollation(b.type, id);
+    const std::string sql = Converted(b, type);
+    b.column = b.column && sql == b.sql &&
+               std::string_view(CollationOf(type)) == std::string_view(CollationOf(b.type));
+    b.sql = sql;
+    b.type = type;
+    b.rank = CollationRank::Explicit;
+    b.literal.reset();
+    b.name.clear();
+    return b;
+}
+
+void Translator::TakeCollation(Bound& result, const std::vector<Bound>& values,
+                               std::u16string_view operation) {
+    const Bound* strongest = nullptr;
+    for (const Bound& v : values) {
+        if (!v.typed || !IsCharacter(v.type.id)) continue;
+        if (strongest == nullptr || v.rank > strongest->rank) {
+            strongest = &v;
+            continue;
+        }
+        const bool clash =
+            v.rank == strongest->rank && v.type.collation != strongest->type.collation;
+        if (!clash || v.rank == CollationRank::Coercible) continue;
+        const std::u16string& one = FactsOf(strongest->type.collation).name;
+        const std::u16string& other = FactsOf(v.type.collation).name;
+        if (context_.server.major < 9) {
+            throw SqlError(446, Format(u"Cannot resolve collation conflict for %1.", {operation}));
+        }
+        throw SqlError(468, Format(u"Cannot resolve the collation conflict between \"%1\" and "
+                                   u"\"%2\" in the %3.",
+                                   {other, one, operation}));
+    }
+    if (strongest == nullptr || !IsCharacter(result.type.id)) return;
+    result.rank = strongest->rank;
+    result.type.collation = strongest->type.collation;
+}
+
+std::string Translator::ExactSearch(const std::vector<Bound>& texts,
+                                    std::u16string_view operation) {
+    Bound common;
+    common.type = NVarCharType(-1);
+    TakeCollation(common, texts, operation);
+    return FactsOf(common.type.collation).sensitivity == Sensitivity::IgnoreCase ? "0" : "1";
+}
+
+Bound Translator::Plainly(const Expr& e, Scope& scope) {
     if (scope.grouped && !scope.inAggregate && !scope.groupKeys.empty() &&
         e.kind != ExprKind::Literal && e.kind != ExprKind::Variable) {
         // A whole expression may be one of the GROUP BY keys.
@@ -143,6 +209,10 @@ Bound Translator::Expression(const Expr& e, Scope& scope) {
                 b.typed = false;
                 return b;
             }
+            if (IsCodePage(e.type.id)) {
+                const SqlType type = WithCollation(e.type, context_.current->collation);
+                return Literal(Value::Text(PageOf(type).FromNational(e.value.text)), type);
+            }
             return Literal(e.value, e.type);
         case ExprKind::Variable:
             return Variable(e);
@@ -161,11 +231,8 @@ Bound Translator::Expression(const Expr& e, Scope& scope) {
             return Convert(e, scope);
         case ExprKind::Function:
             return Function(e, scope);
-        case ExprKind::Collate: {
-            Bound b = Expression(*e.args[0], scope);
-            b.name.clear();
-            return b;
-        }
+        case ExprKind::Collate:
+            return Collate(e, scope);
         case ExprKind::Subquery: {
             std::vector<Bound> outputs;
             const bool aggregate = scope.inAggregate;
@@ -221,6 +288,7 @@ Bound Translator::FromSource(const Source& source, const SourceColumn& c, Scope&
     b.identity = c.identity;
     b.computed = c.computed;
     b.column = true;
+    if (IsCharacter(c.type.id)) b.rank = CollationRank::Implicit;
     b.name = c.name;
     if (scope.grouped && !scope.inAggregate && !outer &&
         std::find(scope.groupKeys.begin(), scope.groupKeys.end(), b.sql) == scope.groupKeys.end()) {
@@ -393,7 +461,7 @@ std::string Translator::AsText(const Bound& b) {
 }
 
 // The common type; with no typed value at all, int.
-Bound Translator::Unify(std::vector<Bound>& values) {
+Bound Translator::Unify(std::vector<Bound>& values, std::u16string_view operation) {
     Bound r;
     r.typed = false;
     r.type = kInt;
@@ -406,6 +474,7 @@ Bound Translator::Unify(std::vector<Bound>& values) {
     }
     if (!r.typed) r.sql = "NULL";
     r.typed = true;
+    TakeCollation(r, values, operation);
     return r;
 }
 
@@ -445,7 +514,10 @@ Bound Translator::Convert(const Expr& e, Scope& scope) {
     }
     const Bound value = Expression(*e.args[0], scope);
     Bound r;
-    r.type = e.type;
+    // Text that becomes other text keeps its collation.
+    const bool keeps = IsCharacter(value.type.id) && IsCharacter(e.type.id) && value.typed;
+    r.type = WithCollation(e.type, keeps ? value.type.collation : context_.current->collation);
+    r.rank = keeps ? value.rank : CollationRank::Coercible;
     r.nullable = value.nullable;
     int style = 0;
     if (e.args.size() > 1) {
@@ -487,6 +559,7 @@ Bound Translator::Function(const Expr& e, Scope& scope) {
             195, Format(u"'%1' is not a recognized built-in function name.", {e.name.front()}), 15);
     }
     r->name.clear();
+    if (IsCharacter(r->type.id)) TakeCollation(*r, args, name + u" operation");
     return *r;
 }
 

@@ -21,6 +21,13 @@ struct Call {
 
     std::string Text(std::size_t i) const { return t.AsText(args[i]); }
     std::string As(std::size_t i, const SqlType& type) const { return t.Converted(args[i], type); }
+    // Whether the texts are searched under a collation that tell case apart: "0" or "1".
+    std::string Exact(std::initializer_list<std::size_t> texts) const {
+        std::vector<Bound> values;
+        for (const std::size_t i : texts)
+            values.push_back(args[i]);
+        return t.ExactSearch(values);
+    }
     std::string Pack(std::size_t i) const { return std::to_string(engine::Pack(args[i].type)); }
 };
 
@@ -44,13 +51,15 @@ SqlType StringLike(const Bound& b) {
     if (IsBinary(b.type.id)) return SqlType{TypeId::VarBinary, b.type.length, 0, 0};
     if (!IsCharacter(b.type.id)) return NVarCharType(4000);
     const int length = IsLob(b.type.id) ? -1 : b.type.length;
-    return IsUnicode(b.type.id) ? NVarCharType(length) : VarCharType(length);
+    return WithCollation(IsUnicode(b.type.id) ? NVarCharType(length) : VarCharType(length),
+                         b.type.collation);
 }
 
 SqlType Longest(const Bound& b) {
     const SqlType t = StringLike(b);
     if (t.length < 0) return t;
-    return t.id == TypeId::NVarChar ? NVarCharType(4000) : VarCharType(8000);
+    return WithCollation(t.id == TypeId::NVarChar ? NVarCharType(4000) : VarCharType(8000),
+                         t.collation);
 }
 
 int DatePartNumber(const Expr& e) {
@@ -122,7 +131,7 @@ Bound Coalesce(Call& c) {
 
 Bound NullIf(Call& c) {
     std::vector<Bound> both = c.args;
-    const SqlType common = c.t.Unify(both).type;
+    const SqlType common = c.t.Unify(both, u"equal to operation").type;
     const char* collation = CollationOf(common);
     std::string x = c.As(0, common);
     if (collation != nullptr) x = "(" + x + " COLLATE " + collation + ")";
@@ -179,8 +188,9 @@ Bound Reverse(Call& c) {
 }
 
 Bound Replace(Call& c) {
-    return Make("ms_replace(" + c.Text(0) + "," + c.Text(1) + "," + c.Text(2) + ")",
-                Longest(c.args[0]));
+    return Make(
+        "ms_replace(" + c.Text(0) + "," + c.Text(1) + "," + c.Text(2) + "," + c.Exact({0, 1}) + ")",
+        Longest(c.args[0]));
 }
 
 Bound Replicate(Call& c) {
@@ -197,7 +207,13 @@ Bound Space(Call& c) {
 
 Bound CharIndex(Call& c) {
     const std::string from = c.args.size() > 2 ? c.As(2, kInt) : "1";
-    return Make("ms_charindex(" + c.Text(0) + "," + c.Text(1) + "," + from + ")", kInt);
+    return Make(
+        "ms_charindex(" + c.Text(0) + "," + c.Text(1) + "," + from + "," + c.Exact({0, 1}) + ")",
+        kInt);
+}
+
+Bound PatIndex(Call& c) {
+    return Make("ms_patindex(" + c.Text(0) + "," + c.Text(1) + "," + c.Exact({0, 1}) + ")", kInt);
 }
 
 Bound Str(Call& c) {
@@ -357,7 +373,6 @@ constexpr char kChar[] = "ms_char";
 constexpr char kNChar[] = "ms_nchar";
 constexpr char kAscii[] = "ms_ascii";
 constexpr char kUnicode[] = "ms_unicode";
-constexpr char kPatIndex[] = "ms_patindex";
 constexpr char kIsNumeric[] = "ms_isnumeric";
 constexpr char kIsDate[] = "ms_isdate";
 
@@ -486,7 +501,7 @@ const std::unordered_map<std::u16string, Entry>& Table() {
         {u"REPLICATE", {2, 2, Replicate}},
         {u"SPACE", {1, 1, Space}},
         {u"CHARINDEX", {2, 3, CharIndex}},
-        {u"PATINDEX", {2, 2, Plainly<kPatIndex, I, N, N>}},
+        {u"PATINDEX", {2, 2, PatIndex}},
         {u"STR", {1, 3, Str}},
         {u"STUFF", {4, 4, Stuff}},
         {u"QUOTENAME", {1, 2, QuoteName}},

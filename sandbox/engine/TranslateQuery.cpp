@@ -32,6 +32,19 @@ namespace {
                           {type}));
 }
 
+std::u16string_view OperationName(const Query& query) {
+    switch (query.set) {
+        case SetOperator::UnionAll:
+            return u"UNION ALL operation";
+        case SetOperator::Except:
+            return u"EXCEPT operation";
+        case SetOperator::Intersect:
+            return u"INTERSECT operation";
+        default:
+            return u"UNION operation";
+    }
+}
+
 const char* OperatorText(SetOperator op) {
     switch (op) {
         case SetOperator::Union:
@@ -282,7 +295,7 @@ std::vector<Bound> Translator::UnifiedTypes(Tree& tree) {
         column.reserve(rows.size());
         for (const auto& row : rows)
             column.push_back(row[i]);
-        Bound unified = Unify(column);
+        Bound unified = Unify(column, OperationName(*tree.query));
         unified.identity = false;
         unified.computed = false;
         unified.nullable = false;

@@ -20,6 +20,13 @@ struct ParamSource {
     std::u16string variable;  // Variable: folded name
 };
 
+// How strongly an expression holds on to its collation.
+enum class CollationRank {
+    Coercible,  // literals, variables, parameters
+    Implicit,   // columns
+    Explicit,   // COLLATE
+};
+
 // A bound expression.
 struct Bound {
     std::string sql;
@@ -28,6 +35,7 @@ struct Bound {
     bool nullable = true;
     bool column = false;  // a plain column: brings its own collation
     bool identity = false, computed = false;
+    CollationRank rank = CollationRank::Coercible;
     std::u16string name;  // of a plain column
     std::optional<Value> literal;
 };
@@ -113,7 +121,14 @@ class Translator {
     // Used by the function table.
     Bound Arithmetic(const std::u16string& op, const Bound& a, const Bound& b);
     std::string AsText(const Bound& bound);
-    Bound Unify(std::vector<Bound>& values);
+    Bound Unify(std::vector<Bound>& values, std::u16string_view operation = u"CASE operation");
+    // Gives `result`, if it is text, the collation of the values that are. Throws 468 where they
+    // do not agree; `operation` is what its text calls it.
+    void TakeCollation(Bound& result, const std::vector<Bound>& values,
+                       std::u16string_view operation);
+    // "1" where the collation of the texts tells case apart, else "0".
+    std::string ExactSearch(const std::vector<Bound>& texts,
+                            std::u16string_view operation = u"like operation");
     Bound Aggregate(const Expr& expr, std::u16string_view name, Scope& scope);
 
   private:
@@ -138,6 +153,8 @@ class Translator {
     static bool HasAggregate(const Expr& expr);
 
     // Expressions (TranslateExpression.cpp)
+    Bound Plainly(const Expr& expr, Scope& scope);
+    Bound Collate(const Expr& expr, Scope& scope);
     Bound Column(const Expr& expr, Scope& scope);
     Bound FromSource(const Source& source, const SourceColumn& column, Scope& scope, bool outer);
     Bound Variable(const Expr& expr);
@@ -147,6 +164,7 @@ class Translator {
     Bound Convert(const Expr& expr, Scope& scope);
     Bound Function(const Expr& expr, Scope& scope);
     Bound Window(const Expr& expr, Scope& scope);
+    std::string CollatedSide(const Bound& a, const Bound& b, const std::u16string& op);
     std::string Compare(const std::u16string& op, const Bound& a, const Bound& b);
     std::string CompareSides(Bound& a, Bound& b, const std::u16string& op);
     std::string Chain(const Expr& expr, Scope& scope, const char* op);

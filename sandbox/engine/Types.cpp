@@ -130,7 +130,40 @@ Rep RepOf(const SqlType& type) {
 const char* CollationOf(const SqlType& type) {
     if (type.id == TypeId::DateTimeOffset) return "dto";
     if (type.id == TypeId::SqlVariant) return "var";
-    return RepOf(type) == Rep::Text ? "ms" : nullptr;
+    if (RepOf(type) != Rep::Text) return nullptr;
+    if (!IsCharacter(type.id) || type.collation == kServerCollation) return "ms";
+    const CollationFacts& facts = FactsOf(type.collation);
+    switch (facts.sensitivity) {
+        case Sensitivity::IgnoreCase:
+            return "ms";
+        case Sensitivity::Case:
+            return "ms_cs";
+        case Sensitivity::Binary:
+            break;
+    }
+    if (IsUnicode(type.id)) return facts.bin2 ? "ms_bin2" : "ms_bin";
+    for (const auto& [page, name] : kPageCollations) {
+        if (page == facts.codePage) return name;
+    }
+    return "ms_bin2";
+}
+
+bool IsCodePage(TypeId id) {
+    return IsCharacter(id) && !IsUnicode(id);
+}
+
+const CodePage& PageOf(const SqlType& type) {
+    return CodePage::Of(FactsOf(type.collation).codePage);
+}
+
+bool SamePage(const SqlType& a, const SqlType& b) {
+    return a.collation == b.collation ||
+           FactsOf(a.collation).codePage == FactsOf(b.collation).codePage;
+}
+
+SqlType WithCollation(SqlType type, CollationId collation) {
+    type.collation = IsCharacter(type.id) ? collation : kServerCollation;
+    return type;
 }
 
 bool IsCharacter(TypeId id) {
@@ -370,7 +403,8 @@ SqlType AsDecimal(const SqlType& t) {
 }
 
 bool SameType(const SqlType& a, const SqlType& b) {
-    return a.id == b.id && a.length == b.length && a.precision == b.precision && a.scale == b.scale;
+    return a.id == b.id && a.length == b.length && a.precision == b.precision &&
+           a.scale == b.scale && (!IsCodePage(a.id) || SamePage(a, b));
 }
 
 SqlType CommonType(const SqlType& a, const SqlType& b) {

@@ -16,7 +16,7 @@
 //   sql_variant                TEXT: the packed type (four units), then the value's encoding
 //
 // Each of them compares, sorts and hashes in SQLite as the server would, given the collations
-// "ms" (text), "dto" (datetimeoffset) and "var" (sql_variant).
+// "ms" and its kin (text), "dto" (datetimeoffset) and "var" (sql_variant).
 #pragma once
 
 #include <optional>
@@ -24,14 +24,29 @@
 #include <string_view>
 
 #include "sandbox/Backend.h"
+#include "sandbox/text/CodePages.h"
+#include "sandbox/text/Collations.h"
 
 namespace sandbox::engine {
 
 enum class Rep { Int, Real, Text, Blob };
 
 Rep RepOf(const SqlType& type);
-// The collation that values of the type need in SQLite; nullptr for none.
+// The collation that values of the type need in SQLite; nullptr for none: "ms", "ms_cs", "ms_bin",
+// "ms_bin2" or, of binary collations of a code page, "ms_b1252" and so on.
 const char* CollationOf(const SqlType& type);
+
+// The binary collation of each code page.
+struct PageCollation {
+    int page;
+    const char* name;
+};
+inline constexpr PageCollation kPageCollations[] = {
+    {437, "ms_b437"},    {850, "ms_b850"},   {874, "ms_b874"},   {932, "ms_b932"},
+    {936, "ms_b936"},    {949, "ms_b949"},   {950, "ms_b950"},   {1250, "ms_b1250"},
+    {1251, "ms_b1251"},  {1252, "ms_b1252"}, {1253, "ms_b1253"}, {1254, "ms_b1254"},
+    {1255, "ms_b1255"},  {1256, "ms_b1256"}, {1257, "ms_b1257"}, {1258, "ms_b1258"},
+    {65001, "ms_b65001"}};
 
 bool IsCharacter(TypeId id);  // char ... ntext
 bool IsUnicode(TypeId id);    // nchar, nvarchar, ntext, xml
@@ -82,6 +97,12 @@ inline SqlType Plain(TypeId id) {
 // The type in which both can be compared or united.
 SqlType CommonType(const SqlType& a, const SqlType& b);
 
+// The same type, held in the same way: two collations of one code page are alike here.
 bool SameType(const SqlType& a, const SqlType& b);
+
+bool IsCodePage(TypeId id);  // char, varchar, text
+const CodePage& PageOf(const SqlType& type);
+bool SamePage(const SqlType& a, const SqlType& b);
+SqlType WithCollation(SqlType type, CollationId collation);
 
 }  // namespace sandbox::engine

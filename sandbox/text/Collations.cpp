@@ -220,6 +220,7 @@ bool ReadSuffixes(std::u16string_view rest, unsigned versions, int server, Colla
         facts.codePage = 65001;
         since = std::max(since, 15);
     }
+    facts.supplementary = supplementary;
     return rest.empty() && server >= since;
 }
 

@@ -30,6 +30,7 @@ struct CollationFacts {
     int sortId = 0;          // of SQL collations
     Sensitivity sensitivity = Sensitivity::IgnoreCase;
     bool kanaSensitive = false, widthSensitive = false, bin2 = false, utf8 = false;
+    bool supplementary = false;  // _SC, and all of version 140
 
     // COLLATIONPROPERTY(name, 'ComparisonStyle')
     int ComparisonStyle() const;

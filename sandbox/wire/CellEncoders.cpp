@@ -115,34 +115,21 @@ std::uint8_t* PutLongBytes(std::uint8_t* p, const Cell& cell, RowContext& row) {
     return p;
 }
 
-std::uint8_t* PutLongCharacters(std::uint8_t* p, const Cell& cell, RowContext& row) {
-    const std::size_t units = cell.size / 2;
-    for (std::size_t at = 0; at < units; at += kPiece) {
-        const std::size_t count = std::min(kPiece, units - at);
-        p = PutCodePage(MakeRoom(p, count, row), cell.data + 2 * at, count);
-    }
-    return p;
-}
-
-using PutLong = std::uint8_t* (*)(std::uint8_t*, const Cell&, RowContext&);
-
-std::uint8_t* PutChunked(const Cell& cell, std::size_t size, std::uint8_t* p, RowContext& row,
-                         PutLong put) {
+std::uint8_t* PutChunked(const Cell& cell, std::uint8_t* p, RowContext& row) {
     constexpr std::uint64_t kNull = ~std::uint64_t{0};
     constexpr std::size_t kOverhead = 8 + 4 + 4;
     p = MakeRoom(p, kOverhead, row);
     if (cell.null) return Put(p, kNull);
-    p = Put(p, static_cast<std::uint64_t>(size));
-    if (size != 0) {
-        p = Put(p, static_cast<std::uint32_t>(size));
-        p = put(p, cell, row);
+    p = Put(p, static_cast<std::uint64_t>(cell.size));
+    if (cell.size != 0) {
+        p = Put(p, static_cast<std::uint32_t>(cell.size));
+        p = PutLongBytes(p, cell, row);
         p = MakeRoom(p, 4, row);
     }
     return Put(p, std::uint32_t{0});
 }
 
-std::uint8_t* PutPointed(const Cell& cell, std::size_t size, std::uint8_t* p, RowContext& row,
-                         PutLong put) {
+std::uint8_t* PutPointed(const Cell& cell, std::uint8_t* p, RowContext& row) {
     // Nobody here reads or writes through a text pointer: any will do that is not NULL.
     constexpr std::array<std::uint8_t, 16> kPointer = {'s', 'a', 'n', 'd', 'b', 'o', 'x'};
     constexpr std::size_t kOverhead = 1 + kPointer.size() + 8 + 4;
@@ -151,8 +138,25 @@ std::uint8_t* PutPointed(const Cell& cell, std::size_t size, std::uint8_t* p, Ro
     p = Put(p, static_cast<std::uint8_t>(kPointer.size()));
     p = PutBytes(p, kPointer.data(), kPointer.size());
     p = Put(p, std::uint64_t{0});  // timestamp
-    p = Put(p, static_cast<std::uint32_t>(size));
-    return put(p, cell, row);
+    p = Put(p, static_cast<std::uint32_t>(cell.size));
+    return PutLongBytes(p, cell, row);
+}
+
+// A cell of the same value in other bytes; NULL stays NULL.
+template <typename Text>
+Cell WithBytes(const Cell& cell, const Text& text) {
+    Cell other = cell;
+    other.data = reinterpret_cast<const std::uint8_t*>(text.data());
+    other.size = text.size() * sizeof(text[0]);
+    return other;
+}
+
+std::string CodePageBytes(const WireColumn& column, const Cell& cell) {
+    return cell.null ? std::string() : BytesOf(*column.page, cell);
+}
+
+std::u16string NationalText(const WireColumn& column, const Cell& cell) {
+    return cell.null ? std::u16string() : column.page->ToNational(UnitsOf(cell));
 }
 
 std::size_t Cut(std::size_t size, const WireColumn& column, RowContext& row) {
@@ -271,26 +275,50 @@ std::uint8_t* ShortBytes(const WireColumn& column, const Cell& cell, std::uint8_
 std::uint8_t* ShortCharacters(const WireColumn& column, const Cell& cell, std::uint8_t* p,
                               RowContext& row) {
     if (cell.null) return PutNullShort(p);
+    if (!column.page->IsSingleByte()) {
+        const std::string bytes = CodePageBytes(column, cell);
+        return ShortBytes(column, WithBytes(cell, bytes), p, row);
+    }
     const std::size_t units = Cut(cell.size / 2, column, row);
-    return PutCodePage(Put(p, static_cast<std::uint16_t>(units)), cell.data, units);
+    return PutCodePage(Put(p, static_cast<std::uint16_t>(units)), *column.page, cell.data, units);
+}
+
+std::uint8_t* ShortUtf8(const WireColumn& column, const Cell& cell, std::uint8_t* p,
+                        RowContext& row) {
+    const std::u16string text = NationalText(column, cell);
+    return ShortBytes(column, WithBytes(cell, text), p, row);
 }
 
 std::uint8_t* ChunkedBytes(const WireColumn&, const Cell& cell, std::uint8_t* p, RowContext& row) {
-    return PutChunked(cell, cell.size, p, row, PutLongBytes);
+    return PutChunked(cell, p, row);
 }
 
-std::uint8_t* ChunkedCharacters(const WireColumn&, const Cell& cell, std::uint8_t* p,
+std::uint8_t* ChunkedCharacters(const WireColumn& column, const Cell& cell, std::uint8_t* p,
                                 RowContext& row) {
-    return PutChunked(cell, cell.size / 2, p, row, PutLongCharacters);
+    const std::string bytes = CodePageBytes(column, cell);
+    return PutChunked(WithBytes(cell, bytes), p, row);
+}
+
+std::uint8_t* ChunkedUtf8(const WireColumn& column, const Cell& cell, std::uint8_t* p,
+                          RowContext& row) {
+    const std::u16string text = NationalText(column, cell);
+    return PutChunked(WithBytes(cell, text), p, row);
 }
 
 std::uint8_t* PointedBytes(const WireColumn&, const Cell& cell, std::uint8_t* p, RowContext& row) {
-    return PutPointed(cell, cell.size, p, row, PutLongBytes);
+    return PutPointed(cell, p, row);
 }
 
-std::uint8_t* PointedCharacters(const WireColumn&, const Cell& cell, std::uint8_t* p,
+std::uint8_t* PointedCharacters(const WireColumn& column, const Cell& cell, std::uint8_t* p,
                                 RowContext& row) {
-    return PutPointed(cell, cell.size / 2, p, row, PutLongCharacters);
+    const std::string bytes = CodePageBytes(column, cell);
+    return PutPointed(WithBytes(cell, bytes), p, row);
+}
+
+std::uint8_t* PointedUtf8(const WireColumn& column, const Cell& cell, std::uint8_t* p,
+                          RowContext& row) {
+    const std::u16string text = NationalText(column, cell);
+    return PutPointed(WithBytes(cell, text), p, row);
 }
 
 }  // namespace encode

@@ -90,12 +90,15 @@ std::uint8_t* TextOfDateTimeOffset(const WireColumn&, const Cell&, std::uint8_t*
 // Up to 8,000 bytes: binary and national characters; characters of the code page.
 std::uint8_t* ShortBytes(const WireColumn&, const Cell&, std::uint8_t*, RowContext&);
 std::uint8_t* ShortCharacters(const WireColumn&, const Cell&, std::uint8_t*, RowContext&);
+std::uint8_t* ShortUtf8(const WireColumn&, const Cell&, std::uint8_t*, RowContext&);
 // The max types and xml: in chunks.
 std::uint8_t* ChunkedBytes(const WireColumn&, const Cell&, std::uint8_t*, RowContext&);
 std::uint8_t* ChunkedCharacters(const WireColumn&, const Cell&, std::uint8_t*, RowContext&);
+std::uint8_t* ChunkedUtf8(const WireColumn&, const Cell&, std::uint8_t*, RowContext&);
 // text, ntext, image: behind a text pointer.
 std::uint8_t* PointedBytes(const WireColumn&, const Cell&, std::uint8_t*, RowContext&);
 std::uint8_t* PointedCharacters(const WireColumn&, const Cell&, std::uint8_t*, RowContext&);
+std::uint8_t* PointedUtf8(const WireColumn&, const Cell&, std::uint8_t*, RowContext&);
 std::uint8_t* Variant(const WireColumn&, const Cell&, std::uint8_t*, RowContext&);
 }  // namespace encode
 

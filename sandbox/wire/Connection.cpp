@@ -123,7 +123,7 @@ void Connection::WriteLoginResponse(std::size_t packetSize) {
     const std::u16string database = session_->Database();
     const std::string size = std::to_string(packetSize);
     tokens_.EnvironmentText(Environment::Database, database, u"master");
-    tokens_.EnvironmentBytes(Environment::Collation, kCollation, {});
+    tokens_.EnvironmentBytes(Environment::Collation, FactsOf(kServerCollation).WireBytes(), {});
     tokens_.EnvironmentText(Environment::Language, kLanguage, u"");
     tokens_.SetVersion(std::min(tokens_.Version(), NewestOf(share_.backend->Version())));
     tokens_.LoginAcknowledged(share_.backend->Version());

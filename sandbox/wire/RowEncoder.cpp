@@ -14,8 +14,9 @@ void PutType(ResponseStream& out, WireType type) {
     out.Put(static_cast<std::uint8_t>(type));
 }
 
-void PutCollation(ResponseStream& out) {
-    out.PutBytes(kCollation.data(), kCollation.size());
+void PutCollation(ResponseStream& out, const SqlType& type) {
+    const auto bytes = FactsOf(type.collation).WireBytes();
+    out.PutBytes(bytes.data(), bytes.size());
 }
 
 // Describes one column: chooses its encoder and writes its type. One call for each row set and
@@ -23,7 +24,9 @@ void PutCollation(ResponseStream& out) {
 class ColumnWriter {
   public:
     ColumnWriter(ResponseStream& out, TdsVersion version, WireColumn& column)
-        : out_(out), version_(version), column_(column), type_(column.info.type) {}
+        : out_(out), version_(version), column_(column), type_(column.info.type) {
+        column_.page = &PageOf(type_);
+    }
 
     void Write() {
         PutUserTypeAndFlags();
@@ -162,7 +165,7 @@ class ColumnWriter {
     void TextOfDates() {
         const auto national = [this](int length, EncodeCell encode) {
             Short(WireType::NVarChar, static_cast<std::size_t>(length) * 2, encode);
-            PutCollation(out_);
+            PutCollation(out_, SqlType{TypeId::NVarChar});
         };
         const int scale = type_.scale;
         switch (type_.id) {
@@ -194,14 +197,29 @@ class ColumnWriter {
         out_.Put(kMaxTypeLength);
     }
 
+    // To a client that has not asked for UTF-8 (none that is known here can), the server sends what
+    // is kept in UTF-8 as nvarchar, with the collation of the column.
+    void Utf8() {
+        constexpr int kLongestNational = 4000;
+        if (IsMax() && !HasMaxTypes(version_)) return Pointed(WireType::NText);
+        if (IsMax() || (type_.length > kLongestNational && HasMaxTypes(version_))) {
+            Chunked(WireType::NVarChar, encode::ChunkedUtf8);
+        } else {
+            Short(WireType::NVarChar, static_cast<std::size_t>(type_.length) * 2,
+                  encode::ShortUtf8);
+        }
+        PutCollation(out_, type_);
+    }
+
     void Characters(WireType wire) {
+        if (FactsOf(type_.collation).utf8) return Utf8();
         if (IsMax() && !HasMaxTypes(version_)) return Pointed(WireType::Text);
         if (IsMax()) {
             Chunked(WireType::VarChar, encode::ChunkedCharacters);
         } else {
             Short(wire, static_cast<std::size_t>(type_.length), encode::ShortCharacters);
         }
-        PutCollation(out_);
+        PutCollation(out_, type_);
     }
 
     void National(WireType wire) {
@@ -213,7 +231,7 @@ class ColumnWriter {
             const auto length = std::max<std::size_t>(1, static_cast<std::size_t>(type_.length));
             Short(wire, length * 2, encode::ShortBytes);
         }
-        PutCollation(out_);
+        PutCollation(out_, type_);
     }
 
     void Binary(WireType wire) {
@@ -225,10 +243,12 @@ class ColumnWriter {
     void Pointed(WireType wire) {
         constexpr std::uint32_t kLongest = 0x7FFFFFFF;
         constexpr std::uint32_t kLongestNational = 0x7FFFFFFE;
-        column_.encode = wire == WireType::Text ? encode::PointedCharacters : encode::PointedBytes;
+        column_.encode = wire == WireType::Text          ? encode::PointedCharacters
+                         : FactsOf(type_.collation).utf8 ? encode::PointedUtf8
+                                                         : encode::PointedBytes;
         PutType(out_, wire);
         out_.Put(wire == WireType::NText ? kLongestNational : kLongest);
-        if (wire != WireType::Image) PutCollation(out_);
+        if (wire != WireType::Image) PutCollation(out_, type_);
         // The name of the table, which nobody knows here: one part, empty.
         if (version_ >= TdsVersion::V72) out_.Put(std::uint8_t{1});
         out_.Put(std::uint16_t{0});

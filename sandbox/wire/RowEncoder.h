@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "../Backend.h"
+#include "CodePage.h"
 #include "Packets.h"
 #include "Version.h"
 
@@ -31,11 +32,12 @@ using EncodeCell = std::uint8_t* (*)(const WireColumn&, const Cell&, std::uint8_
 struct WireColumn {
     ColumnInfo info;
     EncodeCell encode = nullptr;
-    std::uint8_t size = 0;      // bytes of a fixed-size value
-    std::uint8_t timeSize = 0;  // bytes of the time of day in time, datetime2, datetimeoffset
-    std::int64_t timeUnit = 1;  // 100 ns in one unit of the time's scale
-    std::size_t limit = 0;      // bytes of a short value of varying size
-    std::size_t bound = 0;      // room that a short value needs at most
+    std::uint8_t size = 0;           // bytes of a fixed-size value
+    std::uint8_t timeSize = 0;       // bytes of the time of day in time, datetime2, datetimeoffset
+    std::int64_t timeUnit = 1;       // 100 ns in one unit of the time's scale
+    std::size_t limit = 0;           // bytes of a short value of varying size
+    std::size_t bound = 0;           // room that a short value needs at most
+    const CodePage* page = nullptr;  // of char, varchar, text
 };
 
 class RowEncoder {

@@ -47,9 +47,6 @@ enum class Environment : std::uint8_t {
     ResetConnection = 18,
 };
 
-// Latin1_General_CI_AS: character data is in Windows-1252.
-inline constexpr std::array<std::uint8_t, 5> kCollation = {0x09, 0x04, 0xD0, 0x00, 0x00};
-
 class TokenWriter {
   public:
     TokenWriter(ResponseStream& out, std::u16string serverName)

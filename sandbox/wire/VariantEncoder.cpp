@@ -16,10 +16,16 @@ std::uint8_t* PutType(std::uint8_t* p, WireType type, std::uint8_t propertyBytes
     return Put(p, propertyBytes);
 }
 
+std::uint8_t* PutCollation(std::uint8_t* p, CollationId collation) {
+    const auto bytes = FactsOf(collation).WireBytes();
+    return PutBytes(p, bytes.data(), bytes.size());
+}
+
 std::uint8_t* PutNational(std::uint8_t* p, WireType type, const std::uint8_t* data,
-                          std::size_t size, std::size_t maximum) {
+                          std::size_t size, std::size_t maximum,
+                          CollationId collation = kServerCollation) {
     p = PutType(p, type, 7);
-    p = PutBytes(p, kCollation.data(), kCollation.size());
+    p = PutCollation(p, collation);
     p = Put(p, static_cast<std::uint16_t>(maximum));
     return PutBytes(p, data, size);
 }
@@ -44,12 +50,22 @@ std::uint8_t* PutBinary(std::uint8_t* p, WireType wire, const SqlType& type, con
     return PutBytes(p, cell.data, size);
 }
 
-std::uint8_t* PutCharacters(std::uint8_t* p, WireType wire, const SqlType& type, const Cell& cell,
-                            std::size_t units) {
+std::uint8_t* PutCharacters(std::uint8_t* p, WireType wire, const SqlType& type, Cell cell,
+                            std::size_t size) {
+    cell.size = size;
+    const CodePage& page = PageOf(type);
+    if (FactsOf(type.collation).utf8) {
+        const std::u16string text = page.ToNational(UnitsOf(cell));
+        const std::size_t national = std::min(kLongestShortValue, text.size() * 2);
+        return PutNational(p, WireType::NVarChar,
+                           reinterpret_cast<const std::uint8_t*>(text.data()), national,
+                           Declared(type, 2, national), type.collation);
+    }
+    const std::string bytes = BytesOf(page, cell).substr(0, kLongestShortValue);
     p = PutType(p, wire, 7);
-    p = PutBytes(p, kCollation.data(), kCollation.size());
-    p = Put(p, static_cast<std::uint16_t>(Declared(type, 1, units)));
-    return PutCodePage(p, cell.data, units);
+    p = PutCollation(p, type.collation);
+    p = Put(p, static_cast<std::uint16_t>(Declared(type, 1, bytes.size())));
+    return PutBytes(p, bytes.data(), bytes.size());
 }
 
 std::uint8_t* PutDates(std::uint8_t* p, const SqlType& type, const Cell& cell) {
@@ -121,17 +137,19 @@ std::uint8_t* PutVariant(std::uint8_t* p, const Cell& cell, std::size_t size, Td
         case TypeId::DateTimeOffset:
             return HasDateTypes(version) ? PutDates(p, type, cell) : PutTextOfDates(p, type, cell);
         case TypeId::Char:
-            return PutCharacters(p, WireType::Char, type, cell, size / 2);
+            return PutCharacters(p, WireType::Char, type, cell, size);
         case TypeId::VarChar:
         case TypeId::Text:
-            return PutCharacters(p, WireType::VarChar, type, cell, size / 2);
+            return PutCharacters(p, WireType::VarChar, type, cell, size);
         case TypeId::NChar:
-            return PutNational(p, WireType::NChar, cell.data, size, Declared(type, 2, size));
+            return PutNational(p, WireType::NChar, cell.data, size, Declared(type, 2, size),
+                               type.collation);
         case TypeId::NVarChar:
         case TypeId::NText:
         case TypeId::Xml:
         case TypeId::SqlVariant:
-            return PutNational(p, WireType::NVarChar, cell.data, size, Declared(type, 2, size));
+            return PutNational(p, WireType::NVarChar, cell.data, size, Declared(type, 2, size),
+                               type.collation);
         case TypeId::Binary:
         case TypeId::Timestamp:
             return PutBinary(p, WireType::Binary, type, cell, size);

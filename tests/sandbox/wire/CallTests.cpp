@@ -38,7 +38,7 @@ std::string NText(std::u16string_view text) {
     const std::string bytes = Utf16Bytes(text);
     std::string length(4, '\0');
     length[0] = static_cast<char>(bytes.size());
-    return "\0\0"s + FromHex("63FEFFFF7F0904D00000") + length + bytes;
+    return "\0\0"s + FromHex("63FEFFFF7F0904D00034") + length + bytes;
 }
 
 class CallTest : public ::testing::TestWithParam<std::uint32_t> {
@@ -103,7 +103,7 @@ TEST_P(CallTest, ParametersOfAStatementBecomeVariables) {
                             "6A05050205"
                             "0139300000") +
                   Parameter(u"@c",
-                            "E714000904D00000"
+                            "E714000904D00034"
                             "0600"
                             "690027007300"));
     EXPECT_THAT(backend_.Batches(),
@@ -271,16 +271,16 @@ INSTANTIATE_TEST_SUITE_P(All, LiteralTest,
                                                        "1000112233445566778899AABBCCDDEEFF",
                                                        u"'33221100-5544-7766-8899-AABBCCDDEEFF'"},
                                            LiteralCase{"VarChar",
-                                                       "A70A000904D00000"
+                                                       "A70A000904D00034"
                                                        "020080"
                                                        "27",
                                                        u"N'\u20ac'''"},
                                            LiteralCase{"VarCharNull",
-                                                       "A70A000904D00000"
+                                                       "A70A000904D00034"
                                                        "FFFF",
                                                        u"NULL"},
                                            LiteralCase{"NVarCharMax",
-                                                       "E7FFFF0904D00000"
+                                                       "E7FFFF0904D00034"
                                                        "FEFFFFFFFFFFFFFF"
                                                        "02000000"
                                                        "6100"
@@ -289,7 +289,7 @@ INSTANTIATE_TEST_SUITE_P(All, LiteralTest,
                                                        "00000000",
                                                        u"N'ab'"},
                                            LiteralCase{"NVarCharMaxNull",
-                                                       "E7FFFF0904D00000"
+                                                       "E7FFFF0904D00034"
                                                        "FFFFFFFFFFFFFFFF",
                                                        u"NULL"},
                                            LiteralCase{"VarBinary",
@@ -305,11 +305,11 @@ INSTANTIATE_TEST_SUITE_P(All, LiteralTest,
                                                        "0100000061",
                                                        u"0x61"},
                                            LiteralCase{"Text",
-                                                       "23FFFFFF7F0904D00000"
+                                                       "23FFFFFF7F0904D00034"
                                                        "0100000061",
                                                        u"N'a'"},
                                            LiteralCase{"TextNull",
-                                                       "23FFFFFF7F0904D00000"
+                                                       "23FFFFFF7F0904D00034"
                                                        "FFFFFFFF",
                                                        u"NULL"},
                                            LiteralCase{"OldVarChar",

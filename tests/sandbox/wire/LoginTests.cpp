@@ -71,7 +71,7 @@ TEST_F(LoginTest, TellsDatabaseLanguageCollationAndPacketSize) {
     EXPECT_EQ(response.changes[0].type, 1);
     EXPECT_EQ(response.changes[0].now, Hex(Utf16Bytes(u"master")));
     EXPECT_EQ(response.changes[1].type, 7);
-    EXPECT_EQ(response.changes[1].now, "0904D00000");
+    EXPECT_EQ(response.changes[1].now, "0904D00034");
     EXPECT_EQ(response.changes[2].type, 2);
     EXPECT_EQ(response.changes[2].now, Hex(Utf16Bytes(u"us_english")));
     EXPECT_EQ(response.changes[3].type, 4);

@@ -3,6 +3,7 @@
 
 #include "FakeBackend.h"
 #include "TdsClient.h"
+#include "sandbox/text/Collations.h"
 #include "sandbox/wire/WireServer.h"
 
 namespace sandbox::wire {
@@ -121,18 +122,18 @@ INSTANTIATE_TEST_SUITE_P(
                  Binary("0123456789abcdef"),
                  "2410",
                  "30313233343536373839616263646566"},
-        TypeCase{"Char", {TypeId::Char, 5}, Text(u"a\u20acb  "), "AF05000904D00000", "6180622020"},
+        TypeCase{"Char", {TypeId::Char, 5}, Text(u"a\u20acb  "), "AF05000904D00034", "6180622020"},
         TypeCase{"VarChar",
                  {TypeId::VarChar, 10},
                  Text(u"\u00e9\u6f22\u0178"),
-                 "A70A000904D00000",
+                 "A70A000904D00034",
                  "E93F9F"},
-        TypeCase{"VarCharEmpty", {TypeId::VarChar, 10}, Text(u""), "A70A000904D00000", ""},
-        TypeCase{"NChar", {TypeId::NChar, 3}, Text(u"a  "), "EF06000904D00000", "610020002000"},
+        TypeCase{"VarCharEmpty", {TypeId::VarChar, 10}, Text(u""), "A70A000904D00034", ""},
+        TypeCase{"NChar", {TypeId::NChar, 3}, Text(u"a  "), "EF06000904D00034", "610020002000"},
         TypeCase{"NVarChar",
                  {TypeId::NVarChar, 4000},
                  Text(u"\u6f22\xd800"),
-                 "E7401F0904D00000",
+                 "E7401F0904D00034",
                  "226F00D8"},
         TypeCase{"Binary", {TypeId::Binary, 2}, Binary("ab"), "AD0200", "6162"},
         TypeCase{"VarBinary", {TypeId::VarBinary, 8000}, Binary("a"), "A5401F", "61"},
@@ -207,23 +208,23 @@ INSTANTIATE_TEST_SUITE_P(
                  {TypeId::SqlVariant},
                  As(Text(u"\u20ac"), {TypeId::VarChar, 3}),
                  "62491F0000",
-                 "A7070904D00000030080"},
+                 "A7070904D00034030080"},
         TypeCase{"VariantChar",
                  {TypeId::SqlVariant},
                  As(Text(u"a "), {TypeId::Char, 2}),
                  "62491F0000",
-                 "AF070904D0000002006120"},
+                 "AF070904D0003402006120"},
         TypeCase{"VariantNVarChar",
                  {TypeId::SqlVariant},
                  As(Text(u"hi"), {TypeId::NVarChar, 10}),
                  "62491F0000",
-                 "E7070904D0000014006800"
+                 "E7070904D0003414006800"
                  "6900"},
         TypeCase{"VariantNChar",
                  {TypeId::SqlVariant},
                  As(Text(u"h "), {TypeId::NChar, 2}),
                  "62491F0000",
-                 "EF070904D00000040068002000"},
+                 "EF070904D00034040068002000"},
         TypeCase{"VariantVarBinary",
                  {TypeId::SqlVariant},
                  As(Binary("a"), {TypeId::VarBinary, 4}),
@@ -239,6 +240,43 @@ INSTANTIATE_TEST_SUITE_P(
                  As(Binary("0123456789abcdef"), {TypeId::UniqueIdentifier}),
                  "62491F0000",
                  "240030313233343536373839616263646566"}),
+    PrintName);
+
+SqlType Collated(TypeId id, int length, std::u16string_view collation) {
+    SqlType type{id, length};
+    EXPECT_TRUE(FindCollation(collation, 15, type.collation));
+    return type;
+}
+
+// The collation of a column lies behind its type, and its values are in the code page of that.
+INSTANTIATE_TEST_SUITE_P(
+    Collations, PlainTypes,
+    ::testing::Values(
+        TypeCase{"Czech", Collated(TypeId::VarChar, 9, u"Czech_CI_AS"), Text(u"\u0105\u0081"),
+                 "A709000504D00000", "B981"},
+        TypeCase{"CyrillicBinary", Collated(TypeId::Char, 2, u"Cyrillic_General_BIN"),
+                 Text(u"\u0416\u0098"), "AF02001904000100", "C698"},
+        TypeCase{"Binary2", Collated(TypeId::VarChar, 2, u"Latin1_General_100_BIN2"), Text(u"a"),
+                 "A702000904002200", "61"},
+        TypeCase{"JapaneseSensitive", Collated(TypeId::VarChar, 8, u"Japanese_90_CS_AS_KS_WS"),
+                 // The last two units stand for bytes that are no character.
+                 Text(u"\u65E5a\xDC87\xDC90"), "A708001104001000", "93FA618790"},
+        TypeCase{"JapaneseCut", Collated(TypeId::VarChar, 4, u"Japanese_CI_AS"), Text(u"\u65E5"),
+                 "A704001104D00000", "93FA"},
+        TypeCase{"OfDos", Collated(TypeId::VarChar, 4, u"SQL_Latin1_General_CP437_CI_AS"),
+                 Text(u"\u00DF"), "A704000904D00020", "E1"},
+        TypeCase{"National", Collated(TypeId::NVarChar, 4, u"Thai_CI_AS"), Text(u"a"),
+                 "E708001E04D00000", "6100"},
+        // A client that has not asked for UTF-8 is sent UTF-16.
+        TypeCase{"Utf8", Collated(TypeId::VarChar, 4, u"Latin1_General_100_CI_AS_SC_UTF8"),
+                 Text(u"\u65E5\xDCFF"), "E708000904D02400", "E565FDFF"},
+        TypeCase{"Utf8Fixed", Collated(TypeId::Char, 3, u"Latin1_General_100_BIN2_UTF8"),
+                 Text(u"\u65E5"), "E706000904002600", "E565"},
+        TypeCase{"VariantCzech",
+                 {TypeId::SqlVariant},
+                 As(Text(u"\u0105"), Collated(TypeId::VarChar, 3, u"Czech_CI_AS")),
+                 "62491F0000",
+                 "A7070504D000000300B9"}),
     PrintName);
 
 // date, time, datetime2, datetimeoffset: types of their own from 7.3 on, text before.
@@ -318,59 +356,59 @@ INSTANTIATE_TEST_SUITE_P(
     All, DateTexts,
     ::testing::Values(
         TypeCase{
-            "Date", {TypeId::Date}, Integer(kJanuary), "E714000904D00000", TextHex(u"2024-01-15")},
+            "Date", {TypeId::Date}, Integer(kJanuary), "E714000904D00034", TextHex(u"2024-01-15")},
         TypeCase{
-            "DateFirst", {TypeId::Date}, Integer(0), "E714000904D00000", TextHex(u"0001-01-01")},
+            "DateFirst", {TypeId::Date}, Integer(0), "E714000904D00034", TextHex(u"0001-01-01")},
         TypeCase{"DateLast",
                  {TypeId::Date},
                  Integer(3652058),
-                 "E714000904D00000",
+                 "E714000904D00034",
                  TextHex(u"9999-12-31")},
         TypeCase{"DateLeapDay",
                  {TypeId::Date},
                  Integer(738944),
-                 "E714000904D00000",
+                 "E714000904D00034",
                  TextHex(u"2024-02-29")},
         TypeCase{"Time7",
                  {TypeId::Time, 0, 0, 7},
                  Integer(kAfternoon),
-                 "E720000904D00000",
+                 "E720000904D00034",
                  TextHex(u"13:45:30.1234567")},
         TypeCase{"Time3",
                  {TypeId::Time, 0, 0, 3},
                  Integer(50'000),
-                 "E718000904D00000",
+                 "E718000904D00034",
                  TextHex(u"00:00:00.005")},
         TypeCase{"Time0",
                  {TypeId::Time, 0, 0, 0},
                  Integer(863'990'000'000),
-                 "E710000904D00000",
+                 "E710000904D00034",
                  TextHex(u"23:59:59")},
         TypeCase{"DateTime2",
                  {TypeId::DateTime2, 0, 0, 7},
                  Integer(kJanuary* kDay + kAfternoon),
-                 "E736000904D00000",
+                 "E736000904D00034",
                  TextHex(u"2024-01-15 13:45:30.1234567")},
         TypeCase{"DateTimeOffset",
                  {TypeId::DateTimeOffset, 0, 0, 7},
                  WithOffset(Integer(kJanuary* kDay + 423'301'234'567), 120),
-                 "E744000904D00000",
+                 "E744000904D00034",
                  TextHex(u"2024-01-15 13:45:30.1234567 +02:00")},
         TypeCase{"DateTimeOffsetWest",
                  {TypeId::DateTimeOffset, 0, 0, 0},
                  WithOffset(Integer(kJanuary* kDay), -90),
-                 "E734000904D00000",
+                 "E734000904D00034",
                  TextHex(u"2024-01-14 22:30:00 -01:30")},
         TypeCase{"VariantDate",
                  {TypeId::SqlVariant},
                  As(Integer(kJanuary), {TypeId::Date}),
                  "62491F0000",
-                 "E7070904D000001400" + TextHex(u"2024-01-15")},
+                 "E7070904D000341400" + TextHex(u"2024-01-15")},
         TypeCase{"VariantTime",
                  {TypeId::SqlVariant},
                  As(Integer(kAfternoon), {TypeId::Time, 0, 0, 7}),
                  "62491F0000",
-                 "E7070904D000002000" + TextHex(u"13:45:30.1234567")}),
+                 "E7070904D000342000" + TextHex(u"13:45:30.1234567")}),
     PrintName);
 
 // text, ntext, image, xml and the max types.
@@ -390,28 +428,37 @@ TEST_P(LongTypesFrom72, In74) {
 INSTANTIATE_TEST_SUITE_P(
     All, LongTypesIn71,
     ::testing::Values(
-        TypeCase{"Text", {TypeId::Text}, Text(u"\u20aca"), "23FFFFFF7F0904D000000000", "8061"},
-        TypeCase{"NText", {TypeId::NText}, Text(u"a"), "63FEFFFF7F0904D000000000", "6100"},
+        TypeCase{"Text", {TypeId::Text}, Text(u"\u20aca"), "23FFFFFF7F0904D000340000", "8061"},
+        TypeCase{"NText", {TypeId::NText}, Text(u"a"), "63FEFFFF7F0904D000340000", "6100"},
         TypeCase{"Image", {TypeId::Image}, Binary("a"), "22FFFFFF7F0000", "61"},
         TypeCase{"ImageEmpty", {TypeId::Image}, Binary(""), "22FFFFFF7F0000", ""},
         TypeCase{
-            "VarCharMax", {TypeId::VarChar, -1}, Text(u"\u20ac"), "23FFFFFF7F0904D000000000", "80"},
+            "VarCharMax", {TypeId::VarChar, -1}, Text(u"\u20ac"), "23FFFFFF7F0904D000340000", "80"},
         TypeCase{
-            "NVarCharMax", {TypeId::NVarChar, -1}, Text(u"a"), "63FEFFFF7F0904D000000000", "6100"},
+            "NVarCharMax", {TypeId::NVarChar, -1}, Text(u"a"), "63FEFFFF7F0904D000340000", "6100"},
         TypeCase{"VarBinaryMax", {TypeId::VarBinary, -1}, Binary("a"), "22FFFFFF7F0000", "61"},
         TypeCase{
-            "Xml", {TypeId::Xml}, Text(u"<a/>"), "63FEFFFF7F0904D000000000", "3C0061002F003E00"}),
+            "Xml", {TypeId::Xml}, Text(u"<a/>"), "63FEFFFF7F0904D000340000", "3C0061002F003E00"}),
     PrintName);
 
 INSTANTIATE_TEST_SUITE_P(
     All, LongTypesFrom72,
     ::testing::Values(
-        TypeCase{"Text", {TypeId::Text}, Text(u"\u20aca"), "23FFFFFF7F0904D00000010000", "8061"},
-        TypeCase{"NText", {TypeId::NText}, Text(u"a"), "63FEFFFF7F0904D00000010000", "6100"},
+        TypeCase{"Text", {TypeId::Text}, Text(u"\u20aca"), "23FFFFFF7F0904D00034010000", "8061"},
+        TypeCase{"NText", {TypeId::NText}, Text(u"a"), "63FEFFFF7F0904D00034010000", "6100"},
         TypeCase{"Image", {TypeId::Image}, Binary("a"), "22FFFFFF7F010000", "61"},
-        TypeCase{"VarCharMax", {TypeId::VarChar, -1}, Text(u"\u20ac"), "A7FFFF0904D00000", "80"},
-        TypeCase{"NVarCharMax", {TypeId::NVarChar, -1}, Text(u"a"), "E7FFFF0904D00000", "6100"},
-        TypeCase{"NVarCharMaxEmpty", {TypeId::NVarChar, -1}, Text(u""), "E7FFFF0904D00000", ""},
+        TypeCase{"VarCharMax", {TypeId::VarChar, -1}, Text(u"\u20ac"), "A7FFFF0904D00034", "80"},
+        TypeCase{"NVarCharMax", {TypeId::NVarChar, -1}, Text(u"a"), "E7FFFF0904D00034", "6100"},
+        TypeCase{"TextOfAnotherPage", Collated(TypeId::Text, 0, u"Greek_CI_AS"), Text(u"\u03B1"),
+                 "23FFFFFF7F0804D00000010000", "E1"},
+        TypeCase{"VarCharMaxOfDoubleBytes", Collated(TypeId::VarChar, -1, u"Japanese_CI_AS"),
+                 Text(u"a\u65E5"), "A7FFFF1104D00000", "6193FA"},
+        TypeCase{"Utf8Max", Collated(TypeId::VarChar, -1, u"Latin1_General_100_CI_AS_SC_UTF8"),
+                 Text(u"\u65E5"), "E7FFFF0904D02400", "E565"},
+        TypeCase{"Utf8LongerThanNational",
+                 Collated(TypeId::VarChar, 4001, u"Latin1_General_100_CI_AS_SC_UTF8"), Text(u"a"),
+                 "E7FFFF0904D02400", "6100"},
+        TypeCase{"NVarCharMaxEmpty", {TypeId::NVarChar, -1}, Text(u""), "E7FFFF0904D00034", ""},
         TypeCase{"VarBinaryMax", {TypeId::VarBinary, -1}, Binary("a"), "A5FFFF", "61"},
         TypeCase{"Xml", {TypeId::Xml}, Text(u"<a/>"), "F100", "3C0061002F003E00"}),
     PrintName);
