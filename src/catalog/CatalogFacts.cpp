@@ -16,6 +16,14 @@ auto FirstOf(const Items& items, Condition condition) -> decltype(items.data()) 
 
 }  // namespace
 
+bool ColumnFacts::HasCodePage() const {
+    return IsCodePageType(DataType);
+}
+
+bool IsCodePageType(std::u16string_view dataType) {
+    return dataType == u"char" || dataType == u"varchar" || dataType == u"text";
+}
+
 const IndexFacts* ObjectFacts::PrimaryKey() const {
     return FirstOf(Indexes,
                    [](const IndexFacts& index) { return index.Has(IndexType::PrimaryKey); });

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace QuillonLib {
@@ -21,6 +22,9 @@ struct ObjectName {
     std::u16string Name;
 };
 
+// char, varchar or text, whose characters are bytes in a code page.
+bool IsCodePageType(std::u16string_view dataType);
+
 struct ColumnFacts {
     std::u16string Name;
     std::u16string DataType;  // base type, as the server writes it
@@ -33,6 +37,11 @@ struct ColumnFacts {
     std::u16string Collation;   // empty for columns without one, and on SQL Server 7.0
     std::int32_t CodePage = 0;  // of char, varchar and text, 65001 being UTF-8; 0: not known, or
                                 // a column of another type
+    // Of the database's own collation, in which variables and parameters of those types are kept;
+    // 0: not known, or no column of text.
+    std::int32_t DatabaseCodePage = 0;
+
+    bool HasCodePage() const;  // is of such a type
 };
 
 struct IndexFacts {

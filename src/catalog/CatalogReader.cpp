@@ -47,7 +47,8 @@ const CatalogReader::Dialect CatalogReader::SystemTables{
         u" c.iscomputed, CASE WHEN (c.status & 128) <> 0 THEN 1 ELSE 0 END, c.isnullable",
     .Collations =
         u", c.collation, CASE WHEN c.xtype IN (35, 167, 175)"
-        u" THEN CAST(COLLATIONPROPERTY(c.collation, 'CodePage') AS int) END",
+        u" THEN CAST(COLLATIONPROPERTY(c.collation, 'CodePage') AS int) END,"
+        u" CAST(COLLATIONPROPERTY(t.collation, 'CodePage') AS int)",
     .ColumnsOf =
         u" FROM sysobjects o"
         u" INNER JOIN sysusers u ON u.uid = o.uid"
@@ -71,9 +72,9 @@ const CatalogReader::Dialect CatalogReader::SystemTables{
 };
 
 // A disabled index, and one with a filter, promises nothing about the rows of the whole table:
-// neither may serve as a key. Names come from joins: the server's name functions take metadata
-// locks for every row. Types of the CLR (240) have no base type, and the login may not see all of
-// them.
+// neither may serve as a key. A system type's collation is that of the database. Names come from
+// joins: the server's name functions take metadata locks for every row. Types of the CLR (240) have
+// no base type, and the login may not see all of them.
 const CatalogReader::Dialect CatalogReader::SystemViews{
     .UserTables =
         u"SELECT s.name, o.name FROM sys.objects o"
@@ -92,7 +93,8 @@ const CatalogReader::Dialect CatalogReader::SystemViews{
         u" c.scale, c.is_computed, c.is_identity, c.is_nullable",
     .Collations =
         u", c.collation_name, CASE WHEN c.system_type_id IN (35, 167, 175)"
-        u" THEN CAST(COLLATIONPROPERTY(c.collation_name, 'CodePage') AS int) END",
+        u" THEN CAST(COLLATIONPROPERTY(c.collation_name, 'CodePage') AS int) END,"
+        u" CAST(COLLATIONPROPERTY(t.collation_name, 'CodePage') AS int)",
     .ColumnsOf =
         u" FROM sys.objects o"
         u" INNER JOIN sys.schemas s ON s.schema_id = o.schema_id"
@@ -120,7 +122,7 @@ const CatalogReader::Dialect CatalogReader::SystemViews{
 namespace {
 
 // In place of `Collations`: SQL Server 7.0 has one collation for the whole server.
-constexpr std::u16string_view NoCollations = u", NULL, NULL";
+constexpr std::u16string_view NoCollations = u", NULL, NULL, NULL";
 
 constexpr std::int32_t FirstVersionWithCollations = 8;
 constexpr std::int32_t FirstVersionWithSystemViews = 9;
@@ -203,6 +205,7 @@ void ReadColumns(const std::shared_ptr<Connection>& connection, std::u16string_v
         column.AllowNulls = FlagOf(rows, 10);
         column.Collation = TextOrNone(rows, 11);
         column.CodePage = NumberOf(rows, 12);
+        column.DatabaseCodePage = NumberOf(rows, 13);
         object.Columns.push_back(std::move(column));
     }
 }

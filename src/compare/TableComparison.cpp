@@ -6,6 +6,7 @@
 #include "catalog/Database.h"
 #include "compare/LinkedServers.h"
 #include "compare/RowPredicates.h"
+#include "compare/SideColumns.h"
 #include "core/Error.h"
 #include "core/TableEntry.h"
 #include "core/Text.h"
@@ -109,6 +110,8 @@ void TableComparison::Compare(TableDifference& result, const std::u16string& sTa
     if (table1.IsView) result.SetIsView(true);
     const ObjectFacts& table2 = side2_.catalog.Find(index);
     if (table2.IsView) result.SetIsView(true);
+
+    SideColumns::Keep(result, {table1.Columns, table2.Columns});
 
     const Key key = ChooseKey(table1, table2, result.IsView(), sTable);
     CollectColumns(result, table1, table2, key, sTable);

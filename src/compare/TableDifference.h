@@ -11,6 +11,8 @@
 
 namespace QuillonLib {
 
+struct SideColumns;
+
 // A table that failed has the fields set as far as the comparison came, and Error.
 class TableDifference {
   public:
@@ -39,6 +41,7 @@ class TableDifference {
 
   private:
     friend class TableComparison;
+    friend struct SideColumns;
 
     void SetName(std::u16string_view value) { name_ = value; }
     void SetHasPrimaryKey(bool value) { hasPrimaryKey_ = value; }
@@ -64,6 +67,7 @@ class TableDifference {
     bool hasIdentity_ = false;
     std::u16string error_;
     bool isView_ = false;
+    std::shared_ptr<const SideColumns> sides_;
 };
 
 // Results in the order of the table list; the key of each is its table entry.

@@ -74,6 +74,16 @@ Recordset::Recordset() = default;
 Recordset::~Recordset() = default;
 
 void Recordset::Open(std::u16string_view sql, const std::shared_ptr<Connection>& connection) {
+    Open(sql, connection, nullptr);
+}
+
+void Recordset::Open(std::u16string_view sql, const std::shared_ptr<Connection>& connection,
+                     const FieldCodePages& codePages) {
+    Open(sql, connection, &codePages);
+}
+
+void Recordset::Open(std::u16string_view sql, const std::shared_ptr<Connection>& connection,
+                     const FieldCodePages* codePages) {
     if (IsOpen()) {
         throw Error(ErrorNumber::ObjectOpen, u"Operation is not allowed when the object is open.");
     }
@@ -83,7 +93,7 @@ void Recordset::Open(std::u16string_view sql, const std::shared_ptr<Connection>&
     auto rows = std::make_unique<Rows>();
     odbc::Statement statement(*connection->impl_);
     if (FindRowSet(statement, sql)) {
-        RowsetReader reader(statement);
+        RowsetReader reader(statement, codePages);
         rows->blocks = reader.ReadRows();
         rows->fields = reader.Fields();
         statement.Unbind();

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "data/Connection.h"
@@ -19,6 +21,10 @@ struct FieldInfo {
     std::u16string typeName;  // as the driver declares it: "int", "nvarchar", "datetime" ...
     ValueKind kind = ValueKind::Empty;
 };
+
+// Windows' numbers of the code pages of char, varchar and text columns (65001: UTF-8), by the exact
+// names of the fields. A field that is not there, or has 0, is one whose code page is not known.
+using FieldCodePages = std::unordered_map<std::u16string, std::int32_t>;
 
 class Recordset;
 
@@ -58,7 +64,18 @@ class Recordset {
     // Runs a batch, keeps its first row set, and reads the rest of its results for their errors:
     // an error anywhere in the batch is thrown. A batch without a row set gives no fields and no
     // rows. Throws Error ObjectOpen when already open.
+    //
+    // The text of char, varchar and text columns, and of such values in a sql_variant, is what the
+    // driver makes of it: a byte to which its tables give no character, as 81 in Windows-1252, is
+    // "?" then, like a question mark. To read such text exactly, give the code pages.
     void Open(std::u16string_view sql, const std::shared_ptr<Connection>& connection);
+    // The same, with the code pages of the fields: their bytes are read as the server holds them,
+    // and become the text from which, as N'...', the server makes the same bytes. Throws Error
+    // DataAccess, with the column in its text, where that cannot be had: bytes that the code page
+    // spells two ways or not at all, a byte above 7F where the code page is not known, a "?" in
+    // text of a code page in a sql_variant, U+FFFD where the server sends UTF-8 as UTF-16.
+    void Open(std::u16string_view sql, const std::shared_ptr<Connection>& connection,
+              const FieldCodePages& codePages);
     void Close();
     bool IsOpen() const noexcept;
 
@@ -93,6 +110,8 @@ class Recordset {
   private:
     friend class Field;
     class Rows;
+    void Open(std::u16string_view sql, const std::shared_ptr<Connection>& connection,
+              const FieldCodePages* codePages);
     const Rows& Opened() const;
     Rows& Opened();
 

@@ -1,9 +1,11 @@
 #include "data/RowPacker.h"
 
 #include <algorithm>
+#include <span>
 #include <string_view>
 #include <utility>
 
+#include "core/Text.h"
 #include "data/Diagnostic.h"
 
 namespace QuillonLib {
@@ -51,6 +53,22 @@ bool IsNull(std::ptrdiff_t indicator) {
 [[noreturn]] void ThrowUnreadable(const StagedColumn& column) {
     throw Error(ErrorNumber::DataAccess, u"The driver delivered a value of column " + column.name +
                                              u" that is not a number.");
+}
+
+[[noreturn]] void ThrowNotCarried(const StagedColumn& column) {
+    if (column.page == nullptr) {
+        throw NotCarried(u"Column " + column.name +
+                         u" holds characters beyond ASCII, and its code page is not known.");
+    }
+    throw NotCarried(u"Column " + column.name + u" holds bytes to which code page " +
+                     ToText(column.page->Number()) +
+                     u" gives no character of their own; they cannot be carried over.");
+}
+
+[[noreturn]] void ThrowReplaced(const StagedColumn& column) {
+    throw NotCarried(u"Column " + column.name +
+                     u" holds U+FFFD, or bytes that are no UTF-8, for which the server sends the "
+                     u"same; they cannot be carried over.");
 }
 
 // Steps through the cells of a staged column, null cells included.
@@ -202,6 +220,10 @@ std::size_t PackedLength(const StagedColumn& column, const std::uint8_t* cell,
     switch (column.form) {
         case StagedForm::Utf16:
             return static_cast<std::size_t>(length) / sizeof(char16_t);
+        case StagedForm::CodePage: {
+            const std::span<const std::uint8_t> bytes(cell, static_cast<std::size_t>(length));
+            return column.page == nullptr ? bytes.size() : column.page->CountUnits(bytes);
+        }
         case StagedForm::Temporal: {
             const std::string_view text = AsText(cell, length);
             return text.size() + MissingYearDigits(text);
@@ -209,6 +231,23 @@ std::size_t PackedLength(const StagedColumn& column, const std::uint8_t* cell,
         default:
             return static_cast<std::size_t>(length);
     }
+}
+
+std::uint8_t* PackCodePage(const StagedColumn& column, std::span<const std::uint8_t> bytes,
+                           std::uint8_t* out) {
+    auto* text = reinterpret_cast<char16_t*>(out);
+    char16_t* end =
+        column.page == nullptr ? DecodeAscii(bytes, text) : column.page->Decode(bytes, text);
+    if (end == nullptr) ThrowNotCarried(column);
+    return reinterpret_cast<std::uint8_t*>(end);
+}
+
+// The driver's buffer may begin at any address.
+bool HoldsReplacement(const std::uint8_t* cell, std::size_t bytes) {
+    for (std::size_t i = 0; i + 1 < bytes; i += 2) {
+        if (cell[i] == 0xFD && cell[i + 1] == 0xFF) return true;
+    }
+    return false;
 }
 
 std::uint8_t* PackVariableCell(const StagedColumn& column, const std::uint8_t* cell,
@@ -219,6 +258,12 @@ std::uint8_t* PackVariableCell(const StagedColumn& column, const std::uint8_t* c
         wide.append(text.begin(), text.end());
         return std::copy_n(reinterpret_cast<const std::uint8_t*>(wide.data()),
                            wide.size() * sizeof(char16_t), out);
+    }
+    if (column.form == StagedForm::CodePage) {
+        return PackCodePage(column, {cell, static_cast<std::size_t>(length)}, out);
+    }
+    if (column.fromUtf8 && HoldsReplacement(cell, static_cast<std::size_t>(length))) {
+        ThrowReplaced(column);
     }
     const auto size = column.form == StagedForm::Utf16 ? length & ~std::ptrdiff_t{1} : length;
     std::memcpy(out, cell, static_cast<std::size_t>(size));

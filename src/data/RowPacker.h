@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "data/CodePage.h"
 #include "data/PackedRows.h"
 #include "data/RowMemory.h"
 
@@ -21,6 +22,7 @@ enum class StagedForm : std::uint8_t {
     Digits,     // ASCII digits, packed as Decimal
     Temporal,   // ASCII date or time, packed as String
     Utf16,      // packed as String
+    CodePage,   // bytes of a code page, packed as String
     Binary,     // packed as Bytes
 };
 
@@ -48,6 +50,9 @@ struct StagedColumn {
     StagedForm form = StagedForm::Native;
     std::size_t width = 0;     // of a cell's buffer; 0: a long column
     std::size_t capacity = 0;  // longest cell that fits, in bytes: the width less the terminator
+    const CodePage* page = nullptr;  // of CodePage; null: not known, only ASCII can be read
+    // Of Utf16: the server has put U+FFFD in place of what is no UTF-8.
+    bool fromUtf8 = false;
     std::unique_ptr<std::uint8_t[]> cells;
     // One for each row: the cell's length in bytes, or NullIndicator.
     std::vector<std::ptrdiff_t> indicators;
@@ -58,9 +63,11 @@ struct StagedColumn {
 
 class RowBlock {
   public:
-    // Packs the first `rows` rows into memory that it takes. Throws Error DataAccess where an
-    // indicator tells that the driver cut a cell: no status says so, and a cut value must not pass
-    // for the whole.
+    // Packs the first `rows` rows into memory that it takes. Throws Error DataAccess, which names
+    // the column,
+    //  - where an indicator tells that the driver cut a cell: no status says so, and a cut value
+    //    must not pass for the whole;
+    //  - where the bytes of a cell are not carried by their code page.
     RowBlock(const std::vector<StagedColumn>& columns, std::size_t firstRow, std::size_t rows,
              RowMemory& memory);
 

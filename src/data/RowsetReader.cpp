@@ -24,6 +24,7 @@ constexpr SQLSMALLINT SqlXml = -152;
 constexpr SQLSMALLINT SqlTime = -154;
 constexpr SQLSMALLINT SqlDateTimeOffset = -155;
 
+constexpr std::int32_t Utf8CodePage = 65001;
 constexpr SQLULEN MaxBoundedSize = 8000;  // longest column that is not a long one
 constexpr std::size_t TextWidth = 48;     // of a number or a date as text
 constexpr std::size_t BufferLimit = 4 << 20;
@@ -48,11 +49,17 @@ FetchPlan Ascii(ValueKind kind, StagedForm form) {
     return {kind, form, SQL_C_CHAR, TextWidth, 1};
 }
 
-// The server's code page becomes UTF-16 in the driver. A byte to which the code page gives no
+// The server's code page becomes UTF-16 in the driver. A byte to which the driver's tables give no
 // character (five of them in 1252) becomes "?" there, and nothing tells.
-FetchPlan CodePageText(const ColumnDescription& column) {
+FetchPlan ConvertedText(const ColumnDescription& column) {
     const std::size_t width = IsLong(column) ? 0 : (column.size + 1) * sizeof(char16_t);
     return {ValueKind::String, StagedForm::Utf16, SQL_C_WCHAR, width, sizeof(char16_t)};
+}
+
+// As bytes, the server's text arrives as it was sent.
+FetchPlan CodePageText(const ColumnDescription& column) {
+    return {ValueKind::String, StagedForm::CodePage, SQL_C_BINARY, IsLong(column) ? 0 : column.size,
+            0};
 }
 
 // The server's text is UTF-16 already. As bytes it arrives as it was sent, halves of surrogate
@@ -73,7 +80,7 @@ bool IsMoney(const ColumnDescription& column) {
 
 }  // namespace
 
-FetchPlan PlanFetch(const ColumnDescription& column) {
+FetchPlan PlanFetch(const ColumnDescription& column, bool exact) {
     switch (column.type) {
         case SQL_BIT:
             return Native(ValueKind::Boolean, SQL_C_BIT, 1);
@@ -114,7 +121,7 @@ FetchPlan PlanFetch(const ColumnDescription& column) {
         case SQL_CHAR:
         case SQL_VARCHAR:
         case SQL_LONGVARCHAR:
-            return CodePageText(column);
+            return exact ? CodePageText(column) : ConvertedText(column);
         case SQL_WCHAR:
         case SQL_WVARCHAR:
         case SQL_WLONGVARCHAR:
@@ -127,16 +134,17 @@ FetchPlan PlanFetch(const ColumnDescription& column) {
             return BinaryData(column);
         case SqlVariant:
         default:
-            return {ValueKind::String, StagedForm::Utf16, SQL_C_WCHAR, 0, sizeof(char16_t)};
+            return {ValueKind::String, StagedForm::Utf16, SQL_C_WCHAR, 0, sizeof(char16_t), exact};
     }
 }
 
-RowsetReader::RowsetReader(odbc::Statement& statement) : statement_(statement) {
+RowsetReader::RowsetReader(odbc::Statement& statement, const FieldCodePages* codePages)
+    : statement_(statement) {
     SQLSMALLINT count = 0;
     statement_.Require(SQLNumResultCols(statement_.Get(), &count));
     for (SQLUSMALLINT i = 1; i <= static_cast<SQLUSMALLINT>(count); ++i) {
         ColumnDescription column = Describe(i);
-        const FetchPlan plan = PlanFetch(column);
+        const FetchPlan plan = PlanFetch(column, codePages != nullptr);
         plans_.push_back(plan);
         StagedColumn& staged = staged_.emplace_back();
         staged.name = column.name;
@@ -144,6 +152,13 @@ RowsetReader::RowsetReader(odbc::Statement& statement) : statement_(statement) {
         staged.form = plan.form;
         staged.width = plan.width;
         staged.capacity = plan.width - std::min(plan.width, plan.terminator);
+        if (codePages != nullptr) {
+            const auto page = codePages->find(column.name);
+            const std::int32_t number = page == codePages->end() ? 0 : page->second;
+            staged.page = CodePage::Find(number);
+            // A driver that did not ask for UTF-8 is sent UTF-16.
+            staged.fromUtf8 = plan.form == StagedForm::Utf16 && number == Utf8CodePage;
+        }
         fields_.push_back({std::move(column.name), std::move(column.typeName), plan.kind});
     }
 }
@@ -269,6 +284,7 @@ void RowsetReader::ReadLongCell(std::size_t index, std::size_t row) {
     StagedColumn& column = staged_[index];
     const FetchPlan& plan = plans_[index];
     const std::size_t begin = column.pool.size();
+    const bool guarded = plan.guarded && IsCodePageVariant(index);
     column.indicators[row] = StagedColumn::NullIndicator;
     for (std::size_t piece = FirstPiece;;) {
         const std::size_t at = column.pool.size();
@@ -296,6 +312,31 @@ void RowsetReader::ReadLongCell(std::size_t index, std::size_t row) {
                     : static_cast<std::size_t>(indicator) - room + plan.terminator;
     }
     column.indicators[row] = static_cast<std::ptrdiff_t>(column.pool.size() - begin);
+    if (guarded) RequireNoSubstitute(index, begin);
+}
+
+// Whether the driver has to convert the value of a sql_variant from a code page: of such a value
+// alone it cannot tell the length of the text beforehand. Takes nothing of the value.
+bool RowsetReader::IsCodePageVariant(std::size_t index) {
+    std::uint8_t none = 0;
+    SQLLEN indicator = 0;
+    return statement_.GetData(static_cast<SQLUSMALLINT>(index + 1), SQL_C_WCHAR, &none, 0,
+                              indicator) &&
+           indicator == SQL_NO_TOTAL;
+}
+
+// The value is read once, as text or as bytes: whether a "?" in its text is the server's cannot be
+// looked up.
+void RowsetReader::RequireNoSubstitute(std::size_t index, std::size_t begin) const {
+    const StagedColumn& column = staged_[index];
+    for (std::size_t at = begin; at + 1 < column.pool.size(); at += sizeof(char16_t)) {
+        if (column.pool[at] != u'?' || column.pool[at + 1] != 0) continue;
+        throw NotCarried(
+            u"Column " + column.name +
+            u" holds, in a sql_variant, text of a code page with a question mark, or a "
+            u"byte without a character, which the driver delivers as one; it cannot be "
+            u"carried over.");
+    }
 }
 
 }  // namespace QuillonLib

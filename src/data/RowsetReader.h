@@ -16,6 +16,8 @@ struct FetchPlan {
     SQLSMALLINT cType = SQL_C_CHAR;
     std::size_t width = 0;       // bytes of a cell's buffer; 0: a long column
     std::size_t terminator = 0;  // bytes of the buffer that the driver keeps for its NUL
+    // A sql_variant whose text must be told from what the driver put in its place.
+    bool guarded = false;
 };
 
 // What the driver says of a column.
@@ -26,12 +28,14 @@ struct ColumnDescription {
     SQLULEN size = 0;
 };
 
-FetchPlan PlanFetch(const ColumnDescription& column);
+// `exact`: the bytes of a code page as the server holds them; else the driver's conversion.
+FetchPlan PlanFetch(const ColumnDescription& column, bool exact);
 
 class RowsetReader {
   public:
-    // On the statement's current result, which has columns.
-    explicit RowsetReader(odbc::Statement& statement);
+    // On the statement's current result, which has columns. `codePages`, if not null, are those of
+    // its fields.
+    RowsetReader(odbc::Statement& statement, const FieldCodePages* codePages);
 
     const std::vector<FieldInfo>& Fields() const noexcept { return fields_; }
 
@@ -47,6 +51,8 @@ class RowsetReader {
     void Bind(std::size_t slot);
     void KeepRow(std::size_t slot, std::size_t row);
     void ReadLongCell(std::size_t column, std::size_t row);
+    bool IsCodePageVariant(std::size_t column);
+    void RequireNoSubstitute(std::size_t column, std::size_t begin) const;
 
     odbc::Statement& statement_;
     std::vector<FieldInfo> fields_;

@@ -3,10 +3,13 @@
 #include <vector>
 
 #include "catalog/ColumnObject.h"
+#include "compare/SideColumns.h"
 #include "compare/TableDifference.h"
 #include "core/Error.h"
 #include "core/Text.h"
+#include "data/CodePage.h"
 #include "data/Recordset.h"
+#include "scripts/CarriedText.h"
 #include "scripts/DifferenceQueries.h"
 #include "scripts/ScriptColumns.h"
 
@@ -16,12 +19,11 @@ namespace {
 
 using Columns = std::vector<std::shared_ptr<ColumnObject>>;
 
-std::shared_ptr<Recordset> OpenIf(bool wanted, const std::u16string& query,
-                                  const std::shared_ptr<Connection>& connection) {
-    if (!wanted || query.empty()) return nullptr;
-    auto rows = std::make_shared<Recordset>();
-    rows->Open(query, connection);
-    return rows;
+// The code pages of the row set of differing rows, whose fields are the columns of both sides.
+FieldCodePages CodePagesOfBoth(const SideColumns& columns) {
+    FieldCodePages pages = CodePagesOf(columns.Side1, u"_1");
+    pages.merge(CodePagesOf(columns.Side2, u"_2"));
+    return pages;
 }
 
 bool HasRows(const std::shared_ptr<Recordset>& rows) {
@@ -61,13 +63,24 @@ void OpenDifferenceRowsets(const Database& obDB1, const Database& obDB2, const D
                            DifferenceRowsets& rowsets) {
     const DifferenceQueries queries =
         BuildDifferenceQueries(obDB1, obDB2, obDB3, obTableDifference, enOptions, lRecords);
-    const auto open = [&](enShowOptions flag, const std::u16string& query) {
-        return OpenIf(HasOption(enOptions, flag), query, connection3);
+    const SideColumns& columns = SideColumns::Of(obTableDifference);
+    const auto open = [&](enShowOptions flag, const std::u16string& query,
+                          const FieldCodePages& codePages) -> std::shared_ptr<Recordset> {
+        if (!HasOption(enOptions, flag) || query.empty()) return nullptr;
+        auto rows = std::make_shared<Recordset>();
+        try {
+            rows->Open(query, connection3, codePages);
+        } catch (const NotCarried& error) {
+            throw Error(error.Number(), u"The rows of " + obTableDifference.Name() +
+                                            u" cannot be read whole. " + error.Description());
+        }
+        return rows;
     };
-    rowsets.Different = open(cpoShowDifferent, queries.Different);
-    rowsets.Equal = open(cpoShowIdentical, queries.Equal);
-    rowsets.Right = open(cpoShowMissing, queries.Right);
-    rowsets.Left = open(cpoShowAdditional, queries.Left);
+    const FieldCodePages side1 = CodePagesOf(columns.Side1);
+    rowsets.Different = open(cpoShowDifferent, queries.Different, CodePagesOfBoth(columns));
+    rowsets.Equal = open(cpoShowIdentical, queries.Equal, side1);
+    rowsets.Right = open(cpoShowMissing, queries.Right, side1);
+    rowsets.Left = open(cpoShowAdditional, queries.Left, CodePagesOf(columns.Side2));
 }
 
 ScriptPieces BuildScriptPieces(const TableDifference& obTableDifference,
@@ -90,6 +103,20 @@ ScriptPieces BuildScriptPieces(const TableDifference& obTableDifference,
                     lines(rowsets.Right, columns)};
     pieces.Left = {lines(rowsets.Right, keys), lines(rowsets.Different, columns, u"_2"),
                    lines(rowsets.Left, columns)};
+
+    const SideColumns& sides = SideColumns::Of(obTableDifference);
+    const auto require = [&](const CallLines& calls, const Columns& of,
+                             const std::vector<ColumnFacts>& source,
+                             const std::vector<ColumnFacts>& target) {
+        RequireCarried(obTableDifference.Name(), calls, of, {source, target});
+    };
+    // A delete takes its key to the database that it comes from.
+    require(pieces.Right.Deletes, keys, sides.Side2, sides.Side2);
+    require(pieces.Right.Updates, columns, sides.Side1, sides.Side2);
+    require(pieces.Right.Inserts, columns, sides.Side1, sides.Side2);
+    require(pieces.Left.Deletes, keys, sides.Side1, sides.Side1);
+    require(pieces.Left.Updates, columns, sides.Side2, sides.Side1);
+    require(pieces.Left.Inserts, columns, sides.Side2, sides.Side1);
     return pieces;
 }
 
