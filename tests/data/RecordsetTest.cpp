@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "sandbox/text/Collations.h"
 #include "tests/data/ScriptedServer.h"
 
 namespace QuillonLib {
@@ -496,6 +497,151 @@ TEST_F(RecordsetTypes, VariantsAsText) {
     sandbox::Cell text = TextCell(u"h\x20AC");
     text.variantType = Type(TypeId::NVarChar, 10);
     EXPECT_EQ(Arrives(Type(TypeId::SqlVariant), text), Value(u"h\x20AC"));
+}
+
+// Columns of char, varchar and text, with the code pages of their collations.
+class RecordsetCodePages : public RecordsetTypes {
+  protected:
+    static sandbox::SqlType Collated(TypeId id, int length, std::u16string_view collation) {
+        sandbox::SqlType type = Type(id, length);
+        EXPECT_TRUE(sandbox::FindCollation(collation, 15, type.collation));
+        return type;
+    }
+    // Text of the first cell of column "c"; of an Error its description.
+    std::u16string Read(const sandbox::SqlType& type, std::u16string_view kept,
+                        const FieldCodePages& pages) {
+        server.On(u"page", [&](ResultSink& sink) {
+            SendRows(sink, {Column(u"n", Type(TypeId::Int)), Column(u"c", type)},
+                     {{IntegerCell(1), TextCell(kept)}, {IntegerCell(2), NullCell()}});
+        });
+        Recordset read;
+        try {
+            read.Open(u"page", connection, pages);
+        } catch (const Error& error) {
+            EXPECT_EQ(error.Number(), ErrorNumber::DataAccess);
+            return error.Description();
+        }
+        EXPECT_EQ(read.ValueAt(0, 0), Value(1));
+        EXPECT_EQ(read.ValueAt(1, 0), Value(2));
+        EXPECT_TRUE(read.ValueAt(1, 1).IsNull());
+        return read.ValueAt(0, 1).Get<std::u16string>();
+    }
+    static constexpr const char16_t* Czech = u"Czech_CI_AS";
+    static constexpr const char16_t* Japanese = u"Japanese_CI_AS";
+    static constexpr const char16_t* Utf8 = u"Latin1_General_100_CI_AS_SC_UTF8";
+    const FieldCodePages none;
+};
+
+TEST_F(RecordsetCodePages, BytesWithoutACharacterArriveExactly) {
+    const std::u16string_view all(u"a?\x81\0\x8D\x8F\x90\x9D\x20ACz", 10);
+    for (const sandbox::SqlType& type :
+         {Type(TypeId::VarChar, 10), Type(TypeId::Char, 10), Type(TypeId::VarChar, -1),
+          Type(TypeId::Text), Type(TypeId::VarChar, 8000)}) {
+        EXPECT_EQ(Read(type, all, {{u"c", 1252}}), all);
+    }
+    EXPECT_EQ(Read(Type(TypeId::VarChar, 10), u"", {{u"c", 1252}}), u"");
+    EXPECT_EQ(Read(Type(TypeId::Text), u"", {{u"c", 1252}}), u"");
+}
+
+TEST_F(RecordsetCodePages, WithoutThemTheDriverConverts) {
+    EXPECT_EQ(Arrives(Type(TypeId::VarChar, 10), TextCell(u"a\x81\x20AC")), Value(u"a?\x20AC"));
+}
+
+TEST_F(RecordsetCodePages, EachColumnHasItsOwn) {
+    EXPECT_EQ(Read(Collated(TypeId::VarChar, 9, Czech), u"\x0105\x81", {{u"c", 1250}}),
+              u"\x0105\x81");
+    EXPECT_EQ(
+        Read(Collated(TypeId::Text, 0, u"Cyrillic_General_BIN"), u"\x0416\x98", {{u"c", 1251}}),
+        u"\x0416\x98");
+    EXPECT_EQ(Read(Collated(TypeId::VarChar, -1, Japanese), u"\x65E5z\xFF71\xF8F1", {{u"c", 932}}),
+              u"\x65E5z\xFF71\xF8F1");
+    EXPECT_EQ(Read(Collated(TypeId::Char, 4, u"Chinese_PRC_CI_AS"), u"\x4E2D  ", {{u"c", 936}}),
+              u"\x4E2D  ");
+}
+
+TEST_F(RecordsetCodePages, LongTextOfDoubleBytesArrivesWhole) {
+    std::u16string text;
+    for (int i = 0; i < 50000; ++i)
+        text += i % 3 == 0 ? u"\x65E5" : u"ab";
+    EXPECT_EQ(Read(Collated(TypeId::VarChar, -1, Japanese), text, {{u"c", 932}}), text);
+}
+
+// The unpaired units stand for the bytes 87 90, which spell U+2252 a second time.
+TEST_F(RecordsetCodePages, BytesThatDoNotComeBackAreRefusedByName) {
+    const std::u16string refused =
+        u"Column c holds bytes to which code page 932 gives no character of their own; they "
+        u"cannot be carried over.";
+    EXPECT_EQ(Read(Collated(TypeId::VarChar, 9, Japanese), u"a\xDC87\xDC90", {{u"c", 932}}),
+              refused);
+    EXPECT_EQ(Read(Collated(TypeId::Text, 0, Japanese), u"a\xDC81", {{u"c", 932}}), refused);
+    EXPECT_EQ(Read(Collated(TypeId::VarChar, -1, Japanese), u"\xDC87\xDC90", {{u"c", 932}}),
+              refused);
+    // The connection serves the next statement.
+    EXPECT_EQ(Read(Collated(TypeId::VarChar, 9, Japanese), u"\x65E5", {{u"c", 932}}), u"\x65E5");
+}
+
+TEST_F(RecordsetCodePages, OfAnUnknownOneOnlyAsciiIsRead) {
+    const std::u16string refused =
+        u"Column c holds characters beyond ASCII, and its code page is not known.";
+    for (const FieldCodePages& pages : {none, {{u"c", 0}}, {{u"C", 1252}}, {{u"c", 12345}}}) {
+        EXPECT_EQ(Read(Type(TypeId::VarChar, 10), u"What?", pages), u"What?");
+        EXPECT_EQ(Read(Type(TypeId::VarChar, 10), u"\xE9", pages), refused);
+        EXPECT_EQ(Read(Type(TypeId::Text), u"\xE9", pages), refused);
+    }
+    // What is UTF-16 on the server has no code page.
+    EXPECT_EQ(Read(Type(TypeId::NVarChar, 10), u"\xE9\x65E5\xFFFD", none), u"\xE9\x65E5\xFFFD");
+}
+
+TEST_F(RecordsetCodePages, Utf8ComesAsUtf16) {
+    EXPECT_EQ(Read(Collated(TypeId::VarChar, 9, Utf8), u"\xE9\x65E5", {{u"c", 65001}}),
+              u"\xE9\x65E5");
+    EXPECT_EQ(Read(Collated(TypeId::VarChar, -1, Utf8), u"\xD83D\xDE00", {{u"c", 65001}}),
+              u"\xD83D\xDE00");
+    EXPECT_EQ(Read(Collated(TypeId::Char, 3, Utf8), u"\x65E5", {{u"c", 65001}}), u"\x65E5");
+}
+
+TEST_F(RecordsetCodePages, InPlaceOfWhatIsNoUtf8TheServerSendsACharacterThatIsRefused) {
+    const std::u16string refused =
+        u"Column c holds U+FFFD, or bytes that are no UTF-8, for which the server sends the same; "
+        u"they cannot be carried over.";
+    // The unpaired unit stands for a byte FF.
+    EXPECT_EQ(Read(Collated(TypeId::VarChar, 9, Utf8), u"a\xDCFF", {{u"c", 65001}}), refused);
+    EXPECT_EQ(Read(Collated(TypeId::VarChar, -1, Utf8), u"a\xDCFF", {{u"c", 65001}}), refused);
+    EXPECT_EQ(Read(Collated(TypeId::VarChar, 9, Utf8), u"\xFFFD", {{u"c", 65001}}), refused);
+}
+
+TEST_F(RecordsetCodePages, InAVariantAQuestionMarkOfACodePageIsRefused) {
+    const auto variant = [&](std::u16string_view text, const sandbox::SqlType& base) {
+        server.On(u"variant", [&](ResultSink& sink) {
+            sandbox::Cell cell = TextCell(text);
+            cell.variantType = base;
+            sandbox::Cell number = IntegerCell(5);
+            number.variantType = Type(TypeId::Int);
+            SendRows(sink, {Column(u"v", Type(TypeId::SqlVariant))},
+                     {{number}, {cell}, {NullCell()}});
+        });
+        Recordset read;
+        try {
+            read.Open(u"variant", connection, none);
+        } catch (const Error& error) {
+            return error.Description();
+        }
+        EXPECT_EQ(read.ValueAt(0, 0), Value(u"5"));
+        EXPECT_TRUE(read.ValueAt(2, 0).IsNull());
+        return read.ValueAt(1, 0).Get<std::u16string>();
+    };
+    const std::u16string refused =
+        u"Column v holds, in a sql_variant, text of a code page with a question mark, or a byte "
+        u"without a character, which the driver delivers as one; it cannot be carried over.";
+    EXPECT_EQ(variant(u"a\x81", Type(TypeId::VarChar, 9)), refused);
+    EXPECT_EQ(variant(u"a\x81", Type(TypeId::Char, 2)), refused);
+    EXPECT_EQ(variant(u"\xDC87\xDC90\xDC85\xDC40", Collated(TypeId::VarChar, 9, Japanese)),
+              refused);
+    EXPECT_EQ(variant(u"What?", Type(TypeId::VarChar, 9)), refused);
+    EXPECT_EQ(variant(u"What", Type(TypeId::VarChar, 9)), u"What");
+    EXPECT_EQ(variant(u"\xE9\x20AC", Type(TypeId::VarChar, 9)), u"\xE9\x20AC");
+    EXPECT_EQ(variant(u"", Type(TypeId::VarChar, 9)), u"");
+    EXPECT_EQ(variant(u"What?\x81", Type(TypeId::NVarChar, 9)), u"What?\x81");
 }
 
 // A long column in the middle must not disturb its neighbours.

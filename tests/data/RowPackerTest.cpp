@@ -45,6 +45,38 @@ TEST(RowPacker, KeepsTextsOfAnyLengthAndUnit) {
     EXPECT_EQ(block.Column(0).Text(3), odd);
 }
 
+TEST(RowPacker, DecodesTheBytesOfACodePage) {
+    StagedColumn column = StagedText<char>(ValueKind::String, StagedForm::CodePage,
+                                           {"one"sv, ""sv, std::nullopt, "\x93\xFA?\x81\x60"sv});
+    column.page = CodePage::Find(932);
+    const RowBlock block = Pack(std::move(column));
+    EXPECT_EQ(block.Column(0).Text(0), u"one");
+    EXPECT_EQ(block.Column(0).Text(1), u"");
+    EXPECT_EQ(block.Column(0).Value(2), Value::Null());
+    EXPECT_EQ(block.Column(0).Text(3), u"\x65E5?\xFF5E");
+}
+
+TEST(RowPacker, RefusesBytesThatAreNotCarried) {
+    const auto description = [](std::string_view bytes, const CodePage* page) {
+        StagedColumn column =
+            StagedText<char>(ValueKind::String, StagedForm::CodePage, {"good"sv, bytes});
+        column.page = page;
+        try {
+            Pack(std::move(column));
+        } catch (const NotCarried& error) {
+            return error.Description();
+        }
+        return std::u16string(u"carried");
+    };
+    EXPECT_EQ(description("\x81"sv, CodePage::Find(1252)), u"carried");
+    EXPECT_EQ(description("\x81"sv, CodePage::Find(932)),
+              u"Column c holds bytes to which code page 932 gives no character of their own; they "
+              u"cannot be carried over.");
+    EXPECT_EQ(description("\x81"sv, nullptr),
+              u"Column c holds characters beyond ASCII, and its code page is not known.");
+    EXPECT_EQ(description("?"sv, nullptr), u"carried");
+}
+
 TEST(RowPacker, KeepsBytes) {
     const RowBlock block =
         Pack(StagedText<char>(ValueKind::Bytes, StagedForm::Binary, {"\x00\xFF\x10"sv, ""sv}));
