@@ -117,6 +117,25 @@ std::vector<std::u16string> CommonColumns(const TableFacts& facts) {
     return names;
 }
 
+// A choice that was named on the command line goes before that of a template.
+void TakePicks(const Comparison& comparison, ComparisonRequest& request) {
+    const auto isNamed = [](const auto& choices, const std::u16string& table) {
+        return std::any_of(choices.begin(), choices.end(), [&](const auto& choice) {
+            return EqualIgnoringCase(choice.table, table);
+        });
+    };
+    const TemplateContents& picks = *request.picks;
+    for (const std::u16string& table : comparison.tables) {
+        if (picks.indexes->ItemExists(table) && !isNamed(request.indexes, table)) {
+            request.indexes.push_back({table, picks.indexes->Item(table)});
+        }
+        if (picks.columns->ItemExists(table) && !isNamed(request.columns, table)) {
+            const auto list = picks.columns->Item(table);
+            request.columns.push_back({table, {list->begin(), list->end()}});
+        }
+    }
+}
+
 // The server refuses a query that compares values of these types, and with it the whole table. The
 // library compares every column that it is not told to leave out.
 bool IsRefusedByServer(const ColumnFacts& column) {
@@ -239,7 +258,7 @@ std::vector<std::u16string> Comparison::KeyColumns(const TableDifference& result
     return names;
 }
 
-std::unique_ptr<Comparison> Prepare(const ComparisonRequest& request, Console& console) {
+std::unique_ptr<Comparison> Prepare(ComparisonRequest request, Console& console) {
     auto comparison = std::make_unique<Comparison>();
     comparison->databases = request.databases;
     comparison->dropLinkedServers = request.dropLinkedServers;
@@ -260,6 +279,7 @@ std::unique_ptr<Comparison> Prepare(const ComparisonRequest& request, Console& c
                                  ToUtf8(obDB2->Description()) + " has a table");
     }
     comparison->facts = ReadFacts(*obDB1, *obDB2, TextArray(comparison->tables));
+    if (request.picks) TakePicks(*comparison, request);
     ChooseIndexes(*comparison, request.indexes);
     ChooseColumns(*comparison, request.columns);
     LeaveOutRefusedColumns(*comparison);

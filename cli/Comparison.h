@@ -11,6 +11,7 @@
 #include "cli/Console.h"
 #include "cli/DatabaseOptions.h"
 #include "cli/Names.h"
+#include "cli/TemplateFile.h"
 
 namespace quillon {
 
@@ -20,6 +21,7 @@ struct ComparisonRequest {
     std::vector<std::u16string> tables;  // entries; none: all that the databases have
     std::vector<TableChoice> indexes;
     std::vector<ColumnsChoice> columns;
+    std::optional<TemplateContents> picks;  // choices for the tables that are compared
     bool dropLinkedServers = false;
 };
 
@@ -43,7 +45,7 @@ struct Comparison {
 // library would not find by itself; tells what the user should know of it. Throws
 // CLI::ValidationError for a name that is not there, with those that are; std::runtime_error when a
 // catalog cannot be read or there is nothing to compare.
-std::unique_ptr<Comparison> Prepare(const ComparisonRequest& request, Console& console);
+std::unique_ptr<Comparison> Prepare(ComparisonRequest request, Console& console);
 
 // Runs it with a progress line. Tables that fail are in the results with their error. The results
 // stand in an order in which tables come before those that they depend on.

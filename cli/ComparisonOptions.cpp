@@ -10,22 +10,6 @@ namespace quillon {
 using QuillonLib::FromUtf8;
 using QuillonLib::ToUtf8;
 
-namespace {
-
-void TakePicks(const TemplateContents& contents, ComparisonRequest& request) {
-    request.tables = contents.tables.Items;
-    for (const std::u16string& table : request.tables) {
-        if (contents.indexes->ItemExists(table)) {
-            request.indexes.push_back({table, contents.indexes->Item(table)});
-        }
-        if (!contents.columns->ItemExists(table)) continue;
-        const auto list = contents.columns->Item(table);
-        request.columns.push_back({table, {list->begin(), list->end()}});
-    }
-}
-
-}  // namespace
-
 void ComparisonOptions::AddDatabasesTo(CLI::App& command) {
     databases_.AddTo(command);
     command.add_flag("--drop-linked-servers", dropLinkedServers_,
@@ -66,14 +50,14 @@ ComparisonRequest ComparisonOptions::Request(Console& console) const {
     ComparisonRequest request;
     DatabaseOptions databases = databases_;
     if (!template_.empty()) {
-        const TemplateContents contents =
-            TemplateFile::Existing(templates_).Read(FromUtf8(template_));
+        TemplateContents contents = TemplateFile::Existing(templates_).Read(FromUtf8(template_));
         if (contents.database1.empty()) {
             throw CLI::ValidationError("The template '" + template_ + "' names no databases");
         }
         databases.Take(ToUtf8(contents.database1), ToUtf8(contents.database2),
                        ToUtf8(contents.database3));
-        TakePicks(contents, request);
+        request.tables = contents.tables.Items;
+        request.picks = std::move(contents);
     }
     if (!tables_.empty()) request.tables.clear();
     for (const std::string& table : tables_)

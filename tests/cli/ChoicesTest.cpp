@@ -122,6 +122,31 @@ TEST_F(ChoicesTest, ScriptsOfFewColumnsAreRefusedUnlessWholeRowsAreMeant) {
     EXPECT_EQ(server.Scalar(u"USE b SELECT b FROM t"), u"3");
 }
 
+TEST_F(ChoicesTest, PicksOfATemplateWithoutTablesHoldForAllTables) {
+    const std::vector<std::string> file{"template", "--templates", File("t.xml")};
+    const auto call = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), file.begin(), file.end());
+        return Call(std::move(arguments)).exitCode;
+    };
+    EXPECT_EQ(call({"new", "x", one, two}), 0);
+    EXPECT_EQ(call({"pick", "column", "t", "a"}), 0);
+    EXPECT_EQ(call({"pick", "index", "t", "UQ_t"}), 0);
+    server.Run(u"USE a\nGO\nINSERT t VALUES (1, 2, 3)");
+    server.Run(u"USE b\nGO\nINSERT t VALUES (2, 2, 3)");
+    const std::vector<std::string> compare{"compare",     "--template", "x", "--templates",
+                                           File("t.xml"), "--user",     "sa"};
+    const Outcome picked = Call(compare);
+    EXPECT_NE(picked.out.find("[dbo].[t]          1          1          1          0          0  "),
+              std::string::npos)
+        << picked.out << picked.err;
+    std::vector<std::string> named = compare;
+    named.insert(named.end(), {"--columns", "t=id"});
+    const Outcome other = Call(named);
+    EXPECT_NE(other.out.find("[dbo].[t]          1          1          0          1          0  "),
+              std::string::npos)
+        << other.out << other.err;
+}
+
 // Server-made names of constraints differ from database to database.
 TEST_F(ChoicesTest, UnnamedPrimaryKeysOfTheSameColumnsAreOneKey) {
     const std::u16string table =
