@@ -89,7 +89,12 @@ Process::Process(const fs::path& folder, const std::vector<std::string>& argumen
     Connect(actions, 2, err_, O_WRONLY | O_CREAT | O_TRUNC);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
+    // A shell that starts the tests in the background lets them ignore SIGQUIT.
+    sigset_t quit;
+    sigemptyset(&quit);
+    sigaddset(&quit, SIGQUIT);
+    posix_spawnattr_setsigdefault(&attributes, &quit);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGDEF);
     const int failure = posix_spawn(&pid_, argv.front().c_str(), &actions, &attributes,
                                     Pointers(argv).data(), Pointers(variables).data());
     posix_spawnattr_destroy(&attributes);
