@@ -107,9 +107,10 @@ void DatabaseFile::ReseedIdentity(int table, std::optional<std::int64_t> last) {
 int DatabaseFile::NextObjectId() {
     const std::lock_guard lock(mutex_);
     ++objects_;
-    // Far apart and far above the system objects, as on the server.
-    return static_cast<int>(100'000'000 +
-                            (static_cast<std::int64_t>(objects_) * 16'000'057) % 2'000'000'011);
+    // Far apart and far above the system objects, as on the server; and other ones in each
+    // database, so that constraints which nobody named have other names there.
+    const std::int64_t place = objects_ + std::int64_t{number} * 1'009;
+    return static_cast<int>(100'000'000 + place * 16'000'057 % 2'000'000'011);
 }
 
 DatabasePtr ServerState::Find(std::u16string_view name) {
