@@ -23,6 +23,14 @@ std::uint32_t FromEnvironment(const char* name, std::uint32_t otherwise) {
                            : static_cast<std::uint32_t>(std::strtoul(text, nullptr, 10));
 }
 
+// A server that knows UTF-8.
+sandbox::ServerSettings Modern() {
+    sandbox::ServerSettings settings;
+    settings.name = u"MODERN";
+    settings.version = "15.0.2000";
+    return settings;
+}
+
 class Convergence : public SandboxTest {
   protected:
     struct Pair {
@@ -30,27 +38,30 @@ class Convergence : public SandboxTest {
         std::shared_ptr<Database> two;
     };
 
-    Pair Build(const RandomDatabases& random, const std::u16string& suffix) {
+    // `written`: the side that a script is for. What it held before is kept in a third database.
+    Pair Build(const RandomDatabases& random, const std::u16string& suffix, int written) {
         const Pair pair{Described(u"one" + suffix), Described(u"two" + suffix)};
         Fill(random, 1, *pair.one);
         Fill(random, 2, *pair.two);
+        Fill(random, written, *Described(u"before"));
         return pair;
     }
     std::shared_ptr<Database> Described(const std::u16string& name) {
-        auto database = MakeDatabase(name);
+        auto database = MakeDatabase(modern, name);
         database->CheckDependencies(true);
         return database;
     }
     void Fill(const RandomDatabases& random, int side, const Database& database) {
-        server.Run(random.Script(database.DatabaseName()));
+        modern.Run(random.Script(database.DatabaseName()));
         for (const auto& insert : random.Inserts(side)) {
-            server.Scalar(u"USE " + database.DatabaseName() + u" " + insert + u" SELECT 1");
+            modern.Scalar(u"USE " + database.DatabaseName() + u" " + insert + u" SELECT 1");
         }
     }
     void Drop(const Pair& pair) {
-        ASSERT_EQ(ConnectionsLeft(server), 0);
-        server.Run(u"USE master\nGO\nDROP DATABASE " + pair.one->DatabaseName() +
-                   u"\nGO\nDROP DATABASE " + pair.two->DatabaseName());
+        ASSERT_EQ(ConnectionsLeft(modern), 0);
+        modern.Run(u"USE master\nGO\nDROP DATABASE " + pair.one->DatabaseName() +
+                   u"\nGO\nDROP DATABASE " + pair.two->DatabaseName() +
+                   u"\nGO\nDROP DATABASE before");
     }
 
     static std::shared_ptr<TableDifferences> Compare(const Pair& pair,
@@ -163,18 +174,54 @@ class Convergence : public SandboxTest {
              {std::pair(pair.one, u"1<side>1</side>"), std::pair(pair.two, u"2<side>2</side>")}) {
             const std::u16string table =
                 database->DatabaseName() + u"." + std::u16string(RandomDatabases::Documents);
-            EXPECT_EQ(server.Scalar(u"SELECT COUNT(*) FROM " + table), u"1");
-            EXPECT_EQ(server.Scalar(u"SELECT CAST(id AS nvarchar(9)) + CAST(doc AS nvarchar(99)) "
+            EXPECT_EQ(modern.Scalar(u"SELECT COUNT(*) FROM " + table), u"1");
+            EXPECT_EQ(modern.Scalar(u"SELECT CAST(id AS nvarchar(9)) + CAST(doc AS nvarchar(99)) "
                                     u"FROM " +
                                     table),
                       row);
         }
     }
 
+    // Every cell of a code page holds the bytes of its counterpart, or those that it held before
+    // (texts may be equal for a comparison whose bytes are not, and some types are not compared).
+    // Read by the sandbox itself.
+    void CheckBytes(const RandomDatabases& random, const Database& source, const Database& target) {
+        for (const auto& table : random.PageTables()) {
+            const auto join = [&](const char16_t* a, const char16_t* b) {
+                std::u16string on;
+                for (const auto& key : table.keys)
+                    on +=
+                        (on.empty() ? u"" : u" AND ") + std::u16string(a) + key + u" = " + b + key;
+                return on;
+            };
+            for (const auto& [column, isText] : table.columns) {
+                const auto bytes = [&, &name = column, text = isText](const std::u16string& of) {
+                    const std::u16string cell = of + name;
+                    return u"CAST(" + (text ? u"CAST(" + cell + u" AS varchar(max))" : cell) +
+                           u" AS varbinary(max))";
+                };
+                const auto same = [&](const char16_t* a, const char16_t* b) {
+                    return u"(" + bytes(a) + u" = " + bytes(b) + u" OR (" + a + column +
+                           u" IS NULL AND " + b + column + u" IS NULL))";
+                };
+                const std::u16string from = u".dbo." + table.name;
+                EXPECT_EQ(
+                    modern.Scalar(u"SELECT COUNT(*) FROM " + source.DatabaseName() + from +
+                                  u" s INNER JOIN " + target.DatabaseName() + from + u" t ON " +
+                                  join(u"s.", u"t.") + u" WHERE NOT " + same(u"s.", u"t.") +
+                                  u" AND NOT EXISTS (SELECT 1 FROM before" + from + u" b WHERE " +
+                                  join(u"b.", u"t.") + u" AND " + same(u"b.", u"t.") + u")"),
+                    u"0")
+                    << ToUtf8(table.name + u"." + column);
+                ++cellsChecked;
+            }
+        }
+    }
+
     void TryOne(std::uint32_t seed) {
         SCOPED_TRACE("QUILLON_SEED=" + std::to_string(seed) + " QUILLON_DATABASES=1");
         const RandomDatabases random(seed);
-        const Pair first = Build(random, u"_a");
+        const Pair first = Build(random, u"_a", 2);
         const auto results = Compare(first, random);
         CheckMirror(*results, *Compare({first.two, first.one}, random));
         for (const auto& result : *results) {
@@ -190,15 +237,17 @@ class Convergence : public SandboxTest {
         Apply(right, *first.two, random);
         ExpectIdentical(first, random, *results, 2);
         CheckDocuments(first, random);
+        CheckBytes(random, *first.one, *first.two);
         Drop(first);
         if (HasFatalFailure()) return;
 
-        const Pair fresh = Build(random, u"_b");
+        const Pair fresh = Build(random, u"_b", 1);
         const auto again = Compare(fresh, random);
         utils.GetUpdateScripts(fresh.one, fresh.two, fresh.one, again, left, right, AllRows, 0);
         Apply(left, *fresh.one, random);
         ExpectIdentical(fresh, random, *again, 1);
         CheckDocuments(fresh, random);
+        CheckBytes(random, *fresh.two, *fresh.one);
         Drop(fresh);
     }
 
@@ -212,6 +261,9 @@ class Convergence : public SandboxTest {
         }
         EXPECT_EQ(CountsWithoutScript(*after, written), CountsWithoutScript(before, written));
     }
+
+    sandbox::Server& modern = box.AddServer(Modern());
+    int cellsChecked = 0;  // columns whose bytes were looked at
 };
 
 TEST_F(Convergence, AScriptMakesTheDatabasesEqual) {
@@ -221,6 +273,10 @@ TEST_F(Convergence, AScriptMakesTheDatabasesEqual) {
     for (std::uint32_t i = 0; i < pairs; ++i) {
         TryOne(begin + i);
         if (HasFailure()) break;
+    }
+    std::cout << "columns of code pages: " << cellsChecked << '\n';
+    if (pairs >= 20) {
+        EXPECT_GT(cellsChecked, 20);
     }
 }
 

@@ -9,46 +9,30 @@ namespace {
 
 // Every type of the servers, but sql_variant (its base type does not travel) and xml (no server
 // compares it: it stands in a table of its own).
-const std::vector<std::u16string> Types{u"bit",
-                                        u"tinyint",
-                                        u"smallint",
-                                        u"int",
-                                        u"bigint",
-                                        u"decimal(38,0)",
-                                        u"decimal(38,38)",
-                                        u"decimal(18,4)",
-                                        u"numeric(9,2)",
-                                        u"money",
-                                        u"smallmoney",
-                                        u"float",
-                                        u"real",
-                                        u"datetime",
-                                        u"smalldatetime",
-                                        u"date",
-                                        u"time(0)",
-                                        u"time(3)",
-                                        u"time(7)",
-                                        u"datetime2(0)",
-                                        u"datetime2(7)",
-                                        u"datetimeoffset(0)",
-                                        u"datetimeoffset(7)",
-                                        u"char(10)",
-                                        u"varchar(30)",
-                                        u"varchar(max)",
-                                        u"text",
-                                        u"nchar(10)",
-                                        u"nvarchar(30)",
-                                        u"nvarchar(max)",
-                                        u"ntext",
-                                        u"binary(8)",
-                                        u"varbinary(20)",
-                                        u"varbinary(max)",
-                                        u"image",
-                                        u"uniqueidentifier"};
+const std::vector<std::u16string> Types{
+    u"bit", u"tinyint", u"smallint", u"int", u"bigint", u"decimal(38,0)", u"decimal(38,38)",
+    u"decimal(18,4)", u"numeric(9,2)", u"money", u"smallmoney", u"float", u"real", u"datetime",
+    u"smalldatetime", u"date", u"time(0)", u"time(3)", u"time(7)", u"datetime2(0)", u"datetime2(7)",
+    u"datetimeoffset(0)", u"datetimeoffset(7)", u"char(10)", u"varchar(30)", u"varchar(max)",
+    u"text",
+    // of the code page of the database, and of another one
+    u"varchar(24)", u"varchar(20)", u"varchar(20) COLLATE Polish_CI_AS",
+    u"char(6) COLLATE Cyrillic_General_BIN", u"nchar(10)", u"nvarchar(30)", u"nvarchar(max)",
+    u"ntext", u"binary(8)", u"varbinary(20)", u"varbinary(max)", u"image", u"uniqueidentifier"};
 
 }  // namespace
 
 RandomDatabases::RandomDatabases(std::uint32_t seed) : random_(seed) {
+    static constexpr std::pair<const char16_t*, int> Pages[] = {
+        {u"", 1252},
+        {u"Latin1_General_CS_AS", 1252},
+        {u"Czech_CI_AS", 1250},
+        {u"Cyrillic_General_CI_AS", 1251},
+        {u"Japanese_CI_AS", 932},
+        {u"Latin1_General_100_CI_AS_SC_UTF8", 65001}};
+    const auto& [collation, page] = Pages[Below(6)];
+    collation_ = collation;
+    page_ = page;
     const int count = 2 + Below(4);
     for (int i = 0; i < count; ++i)
         MakeTable(i);
@@ -59,15 +43,17 @@ RandomDatabases::RandomDatabases(std::uint32_t seed) : random_(seed) {
 }
 
 void RandomDatabases::MakeTable(int number) {
-    static constexpr Key Keys[] = {Key::Int,  Key::Int,         Key::Identity, Key::Composite,
-                                   Key::Guid, Key::UniqueIndex, Key::None};
+    static constexpr Key Keys[] = {Key::Int,       Key::Int,     Key::Identity,
+                                   Key::Composite, Key::Guid,    Key::UniqueIndex,
+                                   Key::PageText,  Key::Unnamed, Key::None};
     Table table;
     table.name = number == 0 ? std::u16string(u"first") : u"t " + ToText(number);
-    table.key = number == 0 ? Key::Int : Keys[Below(7)];
+    table.key = number == 0 ? Key::Int : Keys[Below(9)];
     AddKeyColumns(table);
     // Chains and diamonds: a table may refer to any of those before it. One without a key gets no
     // script, so what it refers to could not go away.
-    for (int parent = 0; parent < number && table.key != Key::None; ++parent) {
+    const bool scripted = table.key != Key::None && table.key != Key::Unnamed;
+    for (int parent = 0; parent < number && scripted; ++parent) {
         if (!Chance(40) || tables_[static_cast<std::size_t>(parent)].key != Key::Int) continue;
         Column reference{u"ref" + ToText(parent), u"int"};
         reference.parent = parent;
@@ -102,7 +88,10 @@ void RandomDatabases::AddKeyColumns(Table& table) {
         case Key::Int:
         case Key::Identity:
         case Key::UniqueIndex:
+        case Key::Unnamed:
             return add(u"id", u"int");
+        case Key::PageText:
+            return add(u"id", u"varchar(20)");
         case Key::Composite:
             add(u"part one", u"nvarchar(20)");
             add(u"part two", u"smallint");
@@ -131,6 +120,12 @@ std::vector<std::u16string> RandomDatabases::KeyLiterals(const Table& table, int
                     u"'20240229 23:59:59.99" + std::u16string(row % 2 == 0 ? u"7'" : u"3'")};
         case Key::Guid:
             return {u"'{00000000-0000-4000-8000-" + Padded(row, 12) + u"}'"};
+        case Key::PageText: {
+            // A digit, then bytes that are no letter of any code page.
+            static constexpr const char16_t* Tails[] = {u"", u"00", u"7F", u"C281"};
+            const char16_t* tail = page_ == 932 ? u"80" : page_ == 65001 ? Tails[row % 4] : u"98";
+            return {u"0x3" + ToText(row / 10) + u"3" + ToText(row % 10) + tail};
+        }
         case Key::None:
             return {};
         default:
@@ -192,6 +187,68 @@ std::u16string RandomDatabases::Hex(int bytes) {
     std::u16string hex = u"0x";
     for (int i = 0; i < 2 * bytes; ++i)
         hex += u"0123456789ABCDEF"[Below(16)];
+    return hex;
+}
+
+// Bytes of the database's code page: NUL and those without a character among them, no others than
+// such as come back.
+std::u16string RandomDatabases::PageBytes(int longest) {
+    std::u16string hex = u"0x";
+    const auto add = [&](int byte) {
+        hex += u"0123456789ABCDEF"[byte / 16];
+        hex += u"0123456789ABCDEF"[byte % 16];
+    };
+    const auto tail = [&] { add(0x80 + Below(0x40)); };
+    for (int room = Below(longest + 1); room > 0;) {
+        const int kind = Below(8);
+        if (kind == 0 || (kind < 3 && room < 4)) {
+            static constexpr int Often[] = {0x00, 0x27, 0x3F, 0x20, 0x0D, 0x0A};
+            add(Often[Below(6)]);
+            --room;
+        } else if (page_ == 932) {
+            static constexpr int Singles[] = {0x80, 0xA0, 0xFD, 0xFE, 0xFF, 0xA1, 0xDF, 0xB1};
+            if (kind < 4 && room > 1) {
+                add(0x89 + Below(14));
+                add(0x80 + Below(0x7D));
+                room -= 2;
+                continue;
+            }
+            add(kind < 6 ? Singles[Below(8)] : Below(0x80));
+            --room;
+        } else if (page_ == 65001) {
+            // Two, three and four bytes to a character.
+            if (kind == 1) {
+                add(0xC2 + Below(30));
+                tail();
+                room -= 2;
+            } else if (kind == 2) {
+                add(0xE1 + Below(12));
+                tail();
+                tail();
+                room -= 3;
+            } else if (kind == 3 && room >= 4) {
+                add(0xF1 + Below(3));
+                tail();
+                tail();
+                tail();
+                room -= 4;
+            } else {
+                add(Below(0x80));
+                --room;
+            }
+        } else {
+            add(Below(256));
+            --room;
+        }
+    }
+    return hex;
+}
+
+// Bytes of another code page, to which the code page of every database gives the same characters.
+std::u16string RandomDatabases::ForeignBytes(int longest) {
+    std::u16string hex = u"0x";
+    for (int room = Below(longest + 1); room > 0; --room)
+        hex += u"2" + std::u16string(1, u"0123456789ABCDEF"[Below(16)]);
     return hex;
 }
 
@@ -297,6 +354,17 @@ std::u16string RandomDatabases::Literal(const std::u16string& type) {
         return u"'" + Day(2, 9998, true) + u" " + TimeOfDay(scale) + (Chance(50) ? u" +" : u" -") +
                Padded(Below(14), 2) + u":" + Padded(Below(4) * 15, 2) + u"'";
     }
+    if (type.find(u"COLLATE") != std::u16string::npos)
+        return ForeignBytes(name == u"char" ? 6 : 20);
+    const bool doubleBytes = page_ == 932 || page_ == 65001;
+    const bool bytes = doubleBytes || Chance(60);
+    if (name == u"char" && bytes) return PageBytes(10);
+    if (type == u"varchar(30)" && bytes) return PageBytes(30);
+    if (type == u"varchar(24)" || type == u"varchar(20)") return PageBytes(20);
+    if (name == u"varchar" && bytes) return PageBytes(Chance(10) ? 9000 : 40);
+    if (name == u"text" && bytes) {
+        return u"CAST(CAST(" + PageBytes(Chance(10) ? 9000 : 40) + u" AS varchar(max)) AS text)";
+    }
     if (name == u"char") return TextLiteral(false, 10, true);
     if (type == u"varchar(30)") return TextLiteral(false, 24, true);
     if (name == u"varchar" || name == u"text")
@@ -330,7 +398,9 @@ std::u16string RandomDatabases::CreateTable(const Table& table) {
         sql += column.nullable && column.written ? u" NULL" : u" NOT NULL";
         if (column.isKey) key += (key.empty() ? u"[" : u", [") + column.name + u"]";
     }
-    if (table.key != Key::None && table.key != Key::UniqueIndex) {
+    if (table.key == Key::Unnamed) {
+        sql += u", PRIMARY KEY (" + key + u")";
+    } else if (table.key != Key::None && table.key != Key::UniqueIndex) {
         sql += u", CONSTRAINT [PK " + table.name + u"] PRIMARY KEY (" + key + u")";
     }
     sql += u")\nGO\n";
@@ -342,7 +412,9 @@ std::u16string RandomDatabases::CreateTable(const Table& table) {
 }
 
 std::u16string RandomDatabases::Script(const std::u16string& database) const {
-    std::u16string sql = u"CREATE DATABASE " + database + u"\nGO\nUSE " + database + u"\nGO\n";
+    std::u16string sql = u"CREATE DATABASE " + database +
+                         (collation_.empty() ? u"" : u" COLLATE " + collation_) + u"\nGO\nUSE " +
+                         database + u"\nGO\n";
     for (const Table& table : tables_) {
         sql += CreateTable(table);
         for (const Column& column : table.columns) {
@@ -355,7 +427,7 @@ std::u16string RandomDatabases::Script(const std::u16string& database) const {
     }
     if (hasDocuments_) {
         sql += u"CREATE TABLE " + std::u16string(Documents) +
-               u" (id int NOT NULL PRIMARY KEY, doc xml NULL)\nGO\n";
+               u" (id int NOT NULL CONSTRAINT [PK documents] PRIMARY KEY, doc xml NULL)\nGO\n";
     }
     if (withView_) {
         sql +=
@@ -400,6 +472,23 @@ std::vector<std::u16string> RandomDatabases::Entries() const {
     if (withView_) entries.push_back(u"[dbo].[v]");
     if (hasDocuments_) entries.emplace_back(Documents);
     return entries;
+}
+
+std::vector<RandomDatabases::PageTable> RandomDatabases::PageTables() const {
+    std::vector<PageTable> tables;
+    for (const Table& table : tables_) {
+        if (table.key == Key::None || table.key == Key::Unnamed) continue;
+        PageTable page{u"[" + table.name + u"]", {}, {}};
+        for (const Column& column : table.columns) {
+            const std::u16string name = column.type.substr(0, column.type.find(u'('));
+            const std::u16string quoted = u"[" + column.name + u"]";
+            if (column.isKey) page.keys.push_back(quoted);
+            if (name == u"char" || name == u"varchar" || name == u"text")
+                page.columns.emplace_back(quoted, name == u"text");
+        }
+        if (!page.columns.empty()) tables.push_back(std::move(page));
+    }
+    return tables;
 }
 
 std::vector<std::u16string> RandomDatabases::TableNames() const {

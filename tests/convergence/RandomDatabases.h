@@ -5,6 +5,7 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace QuillonLib {
@@ -13,6 +14,9 @@ namespace QuillonLib {
 class RandomDatabases {
   public:
     explicit RandomDatabases(std::uint32_t seed);
+
+    // The collation of both databases, empty for the server's own.
+    const std::u16string& Collation() const { return collation_; }
 
     // A script that creates a database of the given name and its empty tables.
     std::u16string Script(const std::u16string& database) const;
@@ -23,13 +27,22 @@ class RandomDatabases {
     // Table entries of all tables and views, in order.
     std::vector<std::u16string> Entries() const;
 
+    // The columns of a table that is keyed on both sides: those of the key, and those of the code
+    // page, whose bytes can be looked at. None for a table without such columns.
+    struct PageTable {
+        std::u16string name;  // in brackets, as all names here
+        std::vector<std::u16string> keys;
+        std::vector<std::pair<std::u16string, bool>> columns;  // name; of type text
+    };
+    std::vector<PageTable> PageTables() const;
+
     // A table with an xml column, which no server compares: one row on each side, (1,
     // <side>1</side>) and (2, <side>2</side>).
     static constexpr std::u16string_view Documents = u"[dbo].[documents]";
     bool HasDocuments() const { return hasDocuments_; }
 
   private:
-    enum class Key { Int, Identity, Composite, Guid, UniqueIndex, None };
+    enum class Key { Int, Identity, Composite, Guid, UniqueIndex, PageText, Unnamed, None };
     struct Column {
         std::u16string name;
         std::u16string type;
@@ -59,6 +72,8 @@ class RandomDatabases {
     std::u16string ValueOf(const Column& column, int side);
     std::u16string Literal(const std::u16string& type);
     std::u16string TextLiteral(bool unicode, int longest, bool oneLine);
+    std::u16string PageBytes(int longest);
+    std::u16string ForeignBytes(int longest);
     std::u16string Digits(int count);
     std::u16string Hex(int bytes);
     std::u16string Padded(int number, int width);
@@ -68,6 +83,8 @@ class RandomDatabases {
     static std::u16string CreateTable(const Table& table);
 
     std::mt19937 random_;
+    std::u16string collation_;
+    int page_ = 1252;
     std::vector<Table> tables_;
     bool withView_ = false;
     bool hasDocuments_ = false;
