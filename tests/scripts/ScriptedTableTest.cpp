@@ -74,7 +74,7 @@ TEST_F(ScriptedTableTest, AColumnThatHasGoneIsMissedOnlyByRows) {
 }
 
 TEST_F(ScriptedTableTest, AnIdentityIsSwitchedEvenAroundNothing) {
-    RunInBoth(u"CREATE TABLE t (id int IDENTITY NOT NULL PRIMARY KEY, n int NULL)");
+    RunInBoth(u"CREATE TABLE t (id int IDENTITY NOT NULL CONSTRAINT PK_t PRIMARY KEY, n int NULL)");
     const TableOutputs outputs = RecordsetsOf(u"[dbo].[t]", EverythingShown | cpoNoScriptComments);
     for (const auto& script : {outputs.sRight, outputs.sLeft}) {
         EXPECT_EQ(CountOf(script, u"SET IDENTITY_INSERT [dbo].[t] ON\r\n"), 1U);
