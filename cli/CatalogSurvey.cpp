@@ -1,6 +1,7 @@
 #include "cli/CatalogSurvey.h"
 
 #include <algorithm>
+#include <array>
 #include <span>
 #include <stdexcept>
 #include <utility>
@@ -56,7 +57,7 @@ bool HasFractionDigits(const std::u16string& type) {
 // What tells the column from one of another database, in the words of a definition.
 std::string DefinitionText(const ColumnFacts& column, bool withCollation) {
     std::string text = TypeText(column);
-    if (withCollation) text += " COLLATE " + ToUtf8(column.Collation);
+    if (withCollation && !column.Collation.empty()) text += " COLLATE " + ToUtf8(column.Collation);
     if (column.Computed) return text + ", computed";
     if (column.Identity) text += " IDENTITY";
     return text + (column.AllowNulls ? " NULL" : " NOT NULL");
@@ -106,6 +107,29 @@ std::string TypeText(const ColumnFacts& column) {
         return text + "(" + std::to_string(column.NumericScale) + ")";
     }
     return text;
+}
+
+bool Fits(const ColumnFacts& value, const ColumnFacts& parameter) {
+    const auto integerRank = [](const std::u16string& type) {
+        constexpr std::array<std::u16string_view, 4> Ascending{u"tinyint", u"smallint", u"int",
+                                                               u"bigint"};
+        return std::find(Ascending.begin(), Ascending.end(), type) - Ascending.begin();
+    };
+    if (value.DataType != parameter.DataType) {
+        const auto ofValue = integerRank(value.DataType);
+        const auto ofParameter = integerRank(parameter.DataType);
+        return ofValue < ofParameter && ofParameter < 4;
+    }
+    if (IsSized(value.DataType)) {
+        return parameter.Length == -1 || (value.Length != -1 && value.Length <= parameter.Length);
+    }
+    if (value.DataType == u"decimal" || value.DataType == u"numeric") {
+        return value.NumericScale <= parameter.NumericScale &&
+               value.NumericPrecision - value.NumericScale <=
+                   parameter.NumericPrecision - parameter.NumericScale;
+    }
+    // A parameter of these types is declared without digits, which means as many as there are.
+    return true;
 }
 
 ColumnDrift CompareColumns(const TableFacts& facts) {

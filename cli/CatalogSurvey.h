@@ -49,6 +49,10 @@ struct ColumnDrift {
 };
 ColumnDrift CompareColumns(const TableFacts& facts);
 
+// Whether every value of one column can pass through a parameter declared as another without being
+// cut, rounded or replaced.
+bool Fits(const QuillonLib::ColumnFacts& value, const QuillonLib::ColumnFacts& parameter);
+
 // Why scripts and comparisons can trust, or not, that a list of columns tells rows apart: an index
 // of the table promises that no two rows agree in all of them.
 bool HasUniqueIndexWithin(const QuillonLib::ObjectFacts& table,

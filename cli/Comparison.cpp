@@ -7,6 +7,7 @@
 
 #include "catalog/Login.h"
 #include "cli/Interrupt.h"
+#include "cli/Printable.h"
 #include "cli/TableDependencies.h"
 #include "compare/LinkedServers.h"
 #include "data/Connection.h"
@@ -89,6 +90,7 @@ std::vector<std::u16string> UniqueIndexNames(const ObjectFacts& table) {
 
 void ChooseIndexes(Comparison& comparison, const std::vector<TableChoice>& choices) {
     for (const auto& [table, name] : choices) {
+        if (comparison.IsOneSided(table)) continue;
         const ObjectFacts& facts = FactsFor(comparison, table, "--index").in1;
         const IndexFacts* index = facts.FindIndex(name);
         if (index == nullptr || index->Type == 0) {
@@ -143,8 +145,15 @@ bool IsRefusedByServer(const ColumnFacts& column) {
            column.DataType == u"geometry";
 }
 
+// Of these types the library leaves columns out itself, but looks at database 1 alone.
+bool IsRefusedIn2(const ColumnFacts& column) {
+    return IsRefusedByServer(column) || column.DataType == u"text" || column.DataType == u"ntext" ||
+           column.DataType == u"image";
+}
+
 void ChooseColumns(Comparison& comparison, const std::vector<ColumnsChoice>& choices) {
     for (const auto& [table, columns] : choices) {
+        if (comparison.IsOneSided(table)) continue;
         const TableFacts& facts = FactsFor(comparison, table, "--columns");
         const std::vector<std::u16string> common = CommonColumns(facts);
         auto chosen = std::make_shared<ColumnChoice>();
@@ -158,7 +167,7 @@ void ChooseColumns(Comparison& comparison, const std::vector<ColumnsChoice>& cho
                                            "] in both databases; it has: " + ListOf(common));
             }
             if (IsRefusedByServer(*facts.in1.FindColumn(*found)) ||
-                IsRefusedByServer(*facts.in2.FindColumn(*found))) {
+                IsRefusedIn2(*facts.in2.FindColumn(*found))) {
                 throw CLI::ValidationError("--columns: the server cannot compare the values of [" +
                                            ToUtf8(*found) + "] in " + ToUtf8(table));
             }
@@ -178,7 +187,7 @@ void LeaveOutRefusedColumns(Comparison& comparison) {
         bool anyRefused = false;
         for (const ColumnFacts& column : facts.in1.Columns) {
             const ColumnFacts* other = facts.in2.FindColumn(column.Name);
-            if (IsRefusedByServer(column) || (other != nullptr && IsRefusedByServer(*other))) {
+            if (IsRefusedByServer(column) || (other != nullptr && IsRefusedIn2(*other))) {
                 anyRefused = true;
             } else if (!rest->ItemExists(column.Name)) {
                 rest->Add(column.Name, column.Name);
@@ -202,7 +211,7 @@ void ChooseUnnamedKeys(Comparison& comparison, Console& console) {
                              key1->Name != key2->Name && key1->Columns == key2->Columns;
         if (!sameKey) continue;
         comparison.indexes.Add(key1->Name, table);
-        chosen += " " + ToUtf8(table);
+        chosen += " " + Printable(table);
     }
     if (chosen.empty()) return;
     console.Note(
@@ -239,11 +248,20 @@ void NoteOneSided(const std::vector<std::u16string>& tables, const Database& dat
     if (tables.empty()) return;
     std::string line = "quillon: only in " + ToUtf8(database.Description()) + ", and left out:";
     for (const std::u16string& table : tables)
-        line += " " + ToUtf8(table);
+        line += " " + Printable(table);
     console.Note(line);
 }
 
 }  // namespace
+
+bool Comparison::IsOneSided(const std::u16string& table) const {
+    const auto holds = [&](const std::vector<std::u16string>& list) {
+        return std::any_of(list.begin(), list.end(), [&](const std::u16string& entry) {
+            return EqualIgnoringCase(entry, table);
+        });
+    };
+    return holds(onlyIn1) || holds(onlyIn2);
+}
 
 bool Comparison::NeedsLinkedServers() const {
     const auto& [obDB1, obDB2, obDB3] = databases;
@@ -327,7 +345,7 @@ LinkedServerCleanup::~LinkedServerCleanup() {
             connection->Execute(u"IF EXISTS (SELECT * FROM master..sysservers WHERE srvname=" +
                                 name + u") EXEC sp_dropserver " + name + u", 'droplogins'");
         }
-    } catch (const std::exception& failure) {
+    } catch (const Error& failure) {
         console_.Note("quillon: the linked servers on " + ToUtf8(obDB3->Server()) +
                       " could not be removed: " + failure.what());
     }

@@ -36,6 +36,7 @@ struct Comparison {
     QuillonLib::ColumnChoices columns;
     bool dropLinkedServers = false;
 
+    bool IsOneSided(const std::u16string& table) const;
     bool NeedsLinkedServers() const;
     // The columns of the key by which the rows of a table are matched; none without a key.
     std::vector<std::u16string> KeyColumns(const QuillonLib::TableDifference& result) const;

@@ -16,7 +16,12 @@ void LoginOptions::AddTo(CLI::App& command, const std::string& suffix, const std
 
 std::u16string LoginOptions::Password(Console& console) const {
     if (integrated) return {};
-    if (const char* password = std::getenv(passwordVariable)) return FromUtf8(password);
+    if (const char* password = std::getenv(passwordVariable)) {
+        if (!QuillonLib::IsUtf8(password)) {
+            throw std::runtime_error(std::string(passwordVariable) + " is not UTF-8");
+        }
+        return FromUtf8(password);
+    }
     try {
         return FromUtf8(console.AskSecret("Password of " + user + ": "));
     } catch (const std::runtime_error&) {

@@ -14,6 +14,7 @@ struct ForeignKey {
     std::u16string table;       // the table entry of the referring table
     std::u16string referenced;  // and of the one referred to
     bool enabled = true;
+    bool cascades = false;  // deletes or changes of rows referred to reach the referring ones
     // Bracketed, brackets within doubled, as they stand in ALTER TABLE.
     std::u16string quotedName;
     std::u16string quotedTable;

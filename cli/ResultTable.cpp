@@ -3,6 +3,8 @@
 #include <utility>
 #include <vector>
 
+#include "cli/Printable.h"
+
 namespace quillon {
 
 using QuillonLib::TableDifference;
@@ -96,7 +98,7 @@ void PrintDetails(Console& console, const JudgedTable& table) {
 
 void PrintError(Console& console, const TableDifference& result) {
     if (result.Error().empty()) return;
-    console.Print(console.Coloured(Colour::Red, ToUtf8(result.Error())));
+    console.Print(console.Coloured(Colour::Red, ErrorText(result)));
     console.Print();
 }
 
@@ -125,6 +127,18 @@ int ExitCodeOf(const Totals& totals) {
 }
 
 }  // namespace
+
+std::string ErrorText(const TableDifference& result) {
+    std::string text = ToUtf8(result.Error());
+    const std::string name = ToUtf8(result.Name());
+    const std::string shown = Printable(name);
+    if (shown == name) return text;
+    for (std::size_t at = text.find(name); at != std::string::npos;
+         at = text.find(name, at + shown.size())) {
+        text.replace(at, name.size(), shown);
+    }
+    return text;
+}
 
 int PrintResults(Console& console, const Comparison& comparison, const TableDifferences& results) {
     std::vector<JudgedTable> tables;

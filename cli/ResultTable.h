@@ -13,4 +13,8 @@ namespace quillon {
 int PrintResults(Console& console, const Comparison& comparison,
                  const QuillonLib::TableDifferences& results);
 
+// The error of a table that failed: several lines, in which a line end of the table's own name is
+// none.
+std::string ErrorText(const QuillonLib::TableDifference& result);
+
 }  // namespace quillon

@@ -105,9 +105,9 @@ void PrintDifferent(Console& console, const TableDifference& result, Recordset* 
 // What the rows that are shown do not tell.
 void NoteVerdict(Console& console, const Verdict& verdict) {
     for (const std::string& line : verdict.drift)
-        console.Note("quillon: " + line);
+        console.Note("quillon: " + Printable(line));
     for (const std::string& line : verdict.notCompared)
-        console.Note("quillon: not compared: " + line);
+        console.Note("quillon: not compared: " + Printable(line));
 }
 
 int ShowRows(const RowsOptions& options, Console& console) {
@@ -119,7 +119,7 @@ int ShowRows(const RowsOptions& options, Console& console) {
     if (comparison->tables.empty()) return ExitCode::Different;  // only one database has it
     const LinkedServerCleanup cleanup(*comparison, console);
     const auto result = Run(*comparison, console)->Item(1);
-    if (!result->Error().empty()) throw std::runtime_error(ToUtf8(result->Error()));
+    if (!result->Error().empty()) throw std::runtime_error(ErrorText(*result));
     if (!result->HasPrimaryKey()) {
         throw std::runtime_error(
             options.table + " has no key that both databases share: its rows cannot be matched");

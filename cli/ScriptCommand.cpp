@@ -37,9 +37,8 @@ std::string Encode(const std::u16string& script, const std::string& encoding) {
     return bytes;
 }
 
-void Write(const std::string& file, const std::u16string& script, const std::string& encoding,
+void Write(const std::string& file, const std::string& bytes, const std::string& encoding,
            Console& console) {
-    const std::string bytes = Encode(script, encoding);
     if (file == "-")
         return console.PrintData(std::string_view(bytes).substr(encoding == "utf8" ? 3 : 2));
     QuillonLib::WriteWholeFile(file, bytes);
@@ -60,17 +59,22 @@ int WriteScripts(const ScriptFileOptions& options, Console& console) {
     const auto comparison = Prepare(options.comparison.Request(console), console);
     const LinkedServerCleanup cleanup(*comparison, console);
     const ScriptPlan plan =
-        PlanScripts(*comparison, Run(*comparison, console), options.script.Plan());
+        PlanScripts(*comparison, Run(*comparison, console), options.script.Plan(options.to != "2"));
     const ScriptMaker maker(*comparison, plan, options.script, console);
-    const auto write = [&](const std::string& file, Target target) {
-        Write(file, maker.ScriptFor(target), options.encoding, console);
+    const auto encoded = [&](Target target) {
+        return Encode(maker.ScriptFor(target), options.encoding);
     };
     if (both) {
-        write(WithSide(options.file, "1"), Target::Database1);
-        write(WithSide(options.file, "2"), Target::Database2);
+        const std::string bytes1 = encoded(Target::Database1);
+        const std::string bytes2 = encoded(Target::Database2);
+        Write(WithSide(options.file, "1"), bytes1, options.encoding, console);
+        Write(WithSide(options.file, "2"), bytes2, options.encoding, console);
     } else {
-        write(options.file, options.to == "1" ? Target::Database1 : Target::Database2);
+        Write(options.file, encoded(options.to == "1" ? Target::Database1 : Target::Database2),
+              options.encoding, console);
     }
+    if (options.to != "2") NoteCascades(plan, *comparison->databases.obDB1, console);
+    if (options.to != "1") NoteCascades(plan, *comparison->databases.obDB2, console);
     NoteLeftOut(plan, console);
     return options.comparison.Accepted(plan.GravestCode());
 }

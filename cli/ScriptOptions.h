@@ -20,7 +20,8 @@ struct ScriptOptions {
 
     void AddTo(CLI::App& command);
     QuillonLib::enShowOptions Flags() const;
-    PlanOptions Plan() const { return {suspendConstraints, ignoreReplication}; }
+    // `to1`: whether a script for database 1 is wanted.
+    PlanOptions Plan(bool to1) const { return {to1, suspendConstraints, ignoreReplication}; }
     // A script writes whole rows. Throws CLI::ValidationError where only some columns are compared
     // and nobody has said that this is meant.
     void RequireWholeRows(const ComparisonOptions& comparison) const;

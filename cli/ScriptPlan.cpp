@@ -6,6 +6,9 @@
 
 #include "catalog/Identifiers.h"
 #include "catalog/Login.h"
+#include "cli/ForeignKeys.h"
+#include "cli/Printable.h"
+#include "cli/ResultTable.h"
 #include "cli/TableDependencies.h"
 #include "cli/Verdict.h"
 #include "scripts/ScriptColumns.h"
@@ -27,12 +30,12 @@ class Planner {
         for (const auto& group :
              GroupByDependency(*comparison_.databases.obDB1, comparison_.tables))
             PlanGroup(group);
-        JudgeViews();
         for (const auto* side : {&comparison_.onlyIn1, &comparison_.onlyIn2}) {
             for (const std::u16string& table : *side)
                 LeaveOut(table, "only one database has it", ExitCode::Different);
         }
         KeepOrdered();
+        JudgeViews();
         return std::move(plan_);
     }
 
@@ -61,10 +64,11 @@ class Planner {
     bool CanHaveScript(const TableDifference& result, const Verdict& verdict) {
         const std::u16string& table = result.Name();
         if (verdict.kind == Verdict::Kind::Failed) {
-            LeaveOut(table, ToUtf8(result.Error()), ExitCode::Failed);
+            LeaveOut(table, ErrorText(result), ExitCode::Failed);
             return false;
         }
         if (result.IsView()) {
+            NoteColumns(table, verdict);
             if (!result.Identical()) views_.push_back(table);
             return false;
         }
@@ -75,11 +79,36 @@ class Planner {
         }
         NoteColumns(table, verdict);
         if (result.Identical()) return false;
-        if (const std::string reason = UnsafeKey(result); !reason.empty()) {
+        for (const std::string& reason : {UnsafeKey(result), UnsafeColumn(result)}) {
+            if (reason.empty()) continue;
             LeaveOut(table, reason, ExitCode::Different);
             return false;
         }
         return true;
+    }
+
+    // The parameters of a script are declared as database 1 has its columns, and a server cuts a
+    // value that is longer than its parameter without a word. Rows of database 2 give keys to
+    // deletes in any script, and all their values to a script for database 1.
+    std::string UnsafeColumn(const TableDifference& result) {
+        const TableFacts* facts = FactsOf(result.Name());
+        if (facts == nullptr) return {};
+        for (const auto& column : *result.Columns()) {
+            const ColumnFacts* in1 = facts->in1.FindColumn(column->Name());
+            const ColumnFacts* in2 = facts->in2.FindColumn(column->Name());
+            if (in1 == nullptr || in2 == nullptr) continue;
+            const std::string name = "its column [" + ToUtf8(column->Name()) + "] is ";
+            if (in1->Identity != in2->Identity) {
+                return name + "an identity column in one database only";
+            }
+            if (in1->Computed != in2->Computed) return name + "computed in one database only";
+            if (!IsScriptColumn(*column, Flags())) continue;
+            if ((column->PrimaryKey() || options_.to1) && !Fits(*in2, *in1)) {
+                return name + TypeText(*in1) + " in 1 and " + TypeText(*in2) +
+                       " in 2: a script would change values that do not fit";
+            }
+        }
+        return {};
     }
 
     // Of a table that has a section, too: what the section does not bring over.
@@ -87,11 +116,11 @@ class Planner {
         std::string list;
         for (const auto* lines : {&verdict.drift, &verdict.notCompared}) {
             for (const std::string& line : *lines)
-                list += (list.empty() ? "" : "; ") + line;
+                list += (list.empty() ? "" : "; ") + Printable(line);
         }
         if (list.empty()) return;
-        const TableFacts& facts = comparison_.facts.at(table);
-        const ColumnDrift drift = CompareColumns(facts);
+        const TableFacts* facts = FactsOf(table);
+        const ColumnDrift drift = facts == nullptr ? ColumnDrift() : CompareColumns(*facts);
         const bool oneSided = drift.onlyIn1 + drift.onlyIn2 > 0;
         if (!oneSided && verdict.notCompared.empty()) return;
         plan_.leftOut.push_back(
@@ -100,16 +129,15 @@ class Planner {
 
     // Why call lines could mean other rows than those that differ; empty where they cannot.
     std::string UnsafeKey(const TableDifference& result) {
-        const enShowOptions flags =
-            options_.ignoreReplicationColumns ? cpoIgnoreReplCols : static_cast<enShowOptions>(0);
-        const std::u16string outside = KeyColumnOutsideScripts(*result.Columns(), flags);
+        const std::u16string outside = KeyColumnOutsideScripts(*result.Columns(), Flags());
         if (!outside.empty()) {
             return "its key column [" + ToUtf8(outside) + "] cannot be written into a script";
         }
-        const TableFacts& facts = comparison_.facts.at(result.Name());
+        const TableFacts* facts = FactsOf(result.Name());
+        if (facts == nullptr) return "it was not there when the catalogs were read";
         const std::vector<std::u16string> key = comparison_.KeyColumns(result);
         for (std::size_t side = 0; side < 2; ++side) {
-            const ObjectFacts& table = side == 0 ? facts.in1 : facts.in2;
+            const ObjectFacts& table = side == 0 ? facts->in1 : facts->in2;
             const std::string where = " in database " + std::to_string(side + 1);
             if (HasNullKeys(side, result.Name(), table, key)) {
                 return "its key holds NULL" + where + ", which no script can match";
@@ -163,15 +191,18 @@ class Planner {
         for (const std::u16string& view : views_) {
             const auto parents = catalog->Item(view)->ParentDependencies();
             const bool follows =
-                std::any_of(parents->begin(), parents->end(), [&](const auto& parent) {
-                    return std::any_of(withSection_.begin(), withSection_.end(),
-                                       [&](const std::u16string& table) {
-                                           return EqualIgnoringCase(table, parent->Name());
-                                       });
-                });
+                std::any_of(parents->begin(), parents->end(),
+                            [&](const auto& parent) { return IsBroughtOver(parent->Name()); });
             LeaveOut(view, "it is a view: its rows follow from its tables",
                      follows ? ExitCode::Identical : ExitCode::Different);
         }
+    }
+
+    bool IsBroughtOver(const std::u16string& name) const {
+        const std::vector<std::u16string> tables = plan_.Tables();
+        return std::any_of(tables.begin(), tables.end(), [&](const std::u16string& table) {
+            return EqualIgnoringCase(table, name);
+        });
     }
 
     // What the results hold from here on is what the library writes sections for; it says itself
@@ -202,6 +233,16 @@ class Planner {
         plan_.ordered = results_;
     }
 
+    const TableFacts* FactsOf(const std::u16string& table) const {
+        const auto found = comparison_.facts.find(table);
+        return found == comparison_.facts.end() ? nullptr : &found->second;
+    }
+
+    enShowOptions Flags() const {
+        return options_.ignoreReplicationColumns ? cpoIgnoreReplCols
+                                                 : static_cast<enShowOptions>(0);
+    }
+
     void LeaveOut(const std::u16string& table, std::string reason, int exitCode) {
         plan_.leftOut.push_back({table, std::move(reason), exitCode});
     }
@@ -222,11 +263,24 @@ ScriptPlan PlanScripts(const Comparison& comparison, std::shared_ptr<TableDiffer
     return Planner(comparison, std::move(results), options).Run();
 }
 
+void NoteCascades(const ScriptPlan& plan, const Database& target, Console& console) {
+    const std::vector<std::u16string> tables = plan.Tables();
+    const auto isWritten = [&](const std::u16string& entry) {
+        return std::any_of(tables.begin(), tables.end(), [&](const std::u16string& table) {
+            return EqualIgnoringCase(table, entry);
+        });
+    };
+    for (const ForeignKey& key : ReadForeignKeys(OpenConnection(target))) {
+        if (!key.cascades || !key.enabled || !isWritten(key.referenced)) continue;
+        console.Note("quillon: foreign key " + Printable(key.name) + " in " +
+                     Printable(target.Description()) + " cascades: what is deleted or changed in " +
+                     Printable(key.referenced) + " reaches rows of " + Printable(key.table));
+    }
+}
+
 void NoteLeftOut(const ScriptPlan& plan, Console& console) {
     for (const LeftOut& table : plan.leftOut) {
-        std::string reason = table.reason;
-        std::erase(reason, '\r');
-        console.Note("quillon: left out: " + ToUtf8(table.table) + ": " + reason);
+        console.Note("quillon: left out: " + Printable(table.table) + ": " + table.reason);
     }
 }
 

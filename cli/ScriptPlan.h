@@ -32,6 +32,7 @@ struct ScriptPlan {
 };
 
 struct PlanOptions {
+    bool to1 = false;  // a script for database 1 is wanted, too
     bool suspendConstraints = false;
     bool ignoreReplicationColumns = false;
 };
@@ -41,6 +42,10 @@ struct PlanOptions {
 ScriptPlan PlanScripts(const Comparison& comparison,
                        std::shared_ptr<QuillonLib::TableDifferences> results,
                        const PlanOptions& options);
+
+// Names the foreign keys by which a script reaches rows of other tables in its target: what it
+// deletes or changes cascades. Throws the library's Error.
+void NoteCascades(const ScriptPlan& plan, const QuillonLib::Database& target, Console& console);
 
 // Names what was left out.
 void NoteLeftOut(const ScriptPlan& plan, Console& console);

@@ -217,6 +217,16 @@ std::vector<std::u16string> CutIntoBatches(std::u16string_view script, std::size
     return Cutter(script, linesInBatch).Cut();
 }
 
+std::size_t CountCalls(const std::vector<std::u16string>& batches) {
+    std::size_t calls = 0;
+    for (const std::u16string& batch : batches) {
+        LineReader reader(batch);
+        for (Line line; reader.Read(line);)
+            calls += IsCall(line.text) ? 1 : 0;
+    }
+    return calls;
+}
+
 void RunBatches(QuillonLib::Connection& connection, const std::vector<std::u16string>& batches) {
     bool begun = false;
     const auto look = [&] {

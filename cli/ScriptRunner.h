@@ -20,6 +20,9 @@ namespace quillon {
 // come to after an error in the same batch. Takes time in proportion to the script's length.
 std::vector<std::u16string> CutIntoBatches(std::u16string_view script, std::size_t linesInBatch);
 
+// How many call lines the batches hold, whatever stands in their data.
+std::size_t CountCalls(const std::vector<std::u16string>& batches);
+
 // A batch that failed, and why. What the script had done by then has been rolled back.
 struct BatchFailure : std::runtime_error {
     BatchFailure(const std::string& what, std::size_t number, std::size_t count)

@@ -7,6 +7,7 @@
 #include "cli/Commands.h"
 #include "cli/ComparisonOptions.h"
 #include "cli/ForeignKeys.h"
+#include "cli/Interrupt.h"
 #include "cli/ResultTable.h"
 #include "cli/ScriptOptions.h"
 #include "cli/ScriptRunner.h"
@@ -39,6 +40,7 @@ std::string ConstraintIn(const std::string& message) {
 std::string TableOf(const std::vector<std::u16string>& batches, std::size_t batch,
                     const std::vector<std::u16string>& tables) {
     constexpr std::u16string_view Create = u"CREATE PROCEDURE prcTmp_QVX_";
+    if (batches[batch - 1].find(u"prcTmp_QVX_") == std::u16string::npos) return {};
     for (std::size_t i = batch; i-- > 0;) {
         if (!batches[i].starts_with(Create)) continue;
         const std::u16string_view definition = batches[i];
@@ -81,14 +83,15 @@ class FailureText {
                    " does not hold at every step, or not for the rows that are brought over; "
                    "--suspend-constraints suspends foreign keys only.";
         }
-        if (const auto parent = MissingParent(constraint)) return *parent;
+        if (const auto other = MissingTable(constraint)) return *other;
         return "\nThe order in which a script deletes, inserts and updates cannot satisfy the "
                "foreign key " +
                constraint + " at every step; run it again with --suspend-constraints.";
     }
 
-    // Where rows refer to a table that is not brought over, no order of statements helps.
-    std::optional<std::string> MissingParent(const std::string& constraint) const {
+    // Where rows refer to a table that is not brought over, no order of statements helps; and rows
+    // of such a table may refer to those that go.
+    std::optional<std::string> MissingTable(const std::string& constraint) const {
         std::vector<ForeignKey> keys;
         try {
             keys = ReadForeignKeys(OpenConnection(target_));
@@ -110,7 +113,11 @@ class FailureText {
                 return begin + "is not brought over: " + table.reason;
             }
         }
-        return std::nullopt;
+        if (comparison_.facts.contains(key->table)) return std::nullopt;
+        return "\nRows of " + ToUtf8(key->table) +
+               ", which was not among the tables compared, refer by the foreign key " + constraint +
+               " to rows that go: bring it over, too; or, if what they refer to comes back in the "
+               "same transaction, use --suspend-constraints.";
     }
 
     const Comparison& comparison_;
@@ -118,17 +125,6 @@ class FailureText {
     const Database& target_;
     const bool suspended_;
 };
-
-std::size_t CountLines(const std::vector<std::u16string>& batches) {
-    std::size_t lines = 0;
-    for (const auto& batch : batches) {
-        for (std::size_t at = batch.find(u"EXEC "); at != std::u16string::npos;
-             at = batch.find(u"\r\nEXEC ", at + 1)) {
-            ++lines;
-        }
-    }
-    return lines;
-}
 
 // The answer to the commit was lost: only the database itself can tell what has become of it.
 int LookAgain(const OutcomeUnknown& unknown, const Comparison& comparison,
@@ -144,11 +140,10 @@ int LookAgain(const OutcomeUnknown& unknown, const Comparison& comparison,
             console.Note("quillon: the databases are identical now");
             return ExitCode::Identical;
         }
-        console.Note(
-            "quillon: the databases differ as shown; whether the transaction was committed is "
-            "still "
-            "not known");
-        return ExitCode::Failed;
+        console.Note(found == ExitCode::Different ? "quillon: the databases differ as shown"
+                     : found == ExitCode::NotWhole
+                         ? "quillon: no difference was found now, but not everything was compared"
+                         : "quillon: not every table could be compared");
     } catch (const Error& error) {
         console.Note(std::string("quillon: comparing again failed: ") + error.what());
     }
@@ -163,17 +158,20 @@ int Sync(const SyncOptions& options, Console& console) {
     const auto results = Run(*comparison, console);
     const int before = PrintResults(console, *comparison, *results);
     if (before == ExitCode::Identical || before == ExitCode::NotWhole) {
-        console.Print("Nothing to do.");
+        console.Print(before == ExitCode::Identical ? "Nothing to do."
+                                                    : "No difference was found: nothing to do.");
         return options.comparison.Accepted(before);
     }
-    const ScriptPlan plan = PlanScripts(*comparison, results, options.script.Plan());
+    const ScriptPlan plan =
+        PlanScripts(*comparison, results, options.script.Plan(options.to == "1"));
     NoteLeftOut(plan, console);
     const Target to = options.to == "1" ? Target::Database1 : Target::Database2;
     const auto& target =
         *(to == Target::Database1 ? comparison->databases.obDB1 : comparison->databases.obDB2);
+    NoteCascades(plan, target, console);
     const auto batches = CutIntoBatches(
         ScriptMaker(*comparison, plan, options.script, console).ScriptFor(to), LinesInBatch);
-    const std::size_t lines = CountLines(batches);
+    const std::size_t lines = CountCalls(batches);
     if (lines == 0) {
         console.Print("Nothing that a script can do.");
         return before;
@@ -196,10 +194,17 @@ int Sync(const SyncOptions& options, Console& console) {
     }
     connection->Close();
     console.Print();
-    console.Print("Changed " + std::to_string(lines) + " rows in " + name + ". Compared again:");
+    console.Print("Committed " + std::to_string(lines) + " changes in " + name +
+                  ". Compared again:");
     console.Print();
-    return options.comparison.Accepted(
-        PrintResults(console, *comparison, *Run(*comparison, console)));
+    console.Flush();
+    try {
+        return options.comparison.Accepted(
+            PrintResults(console, *comparison, *Run(*comparison, console)));
+    } catch (const Interruption&) {
+        throw Interruption(
+            "the transaction was committed; the comparison after it was interrupted");
+    }
 }
 
 }  // namespace

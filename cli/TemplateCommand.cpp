@@ -130,8 +130,14 @@ void Pick(const TemplateOptions& options) {
 }
 
 void Drop(const TemplateOptions& options) {
+    if (options.kind == "column" && options.element.empty()) {
+        throw CLI::RequiredError("The name of the column");
+    }
     const auto store = OpenInUse(TemplateFile::Existing(options.file));
     const std::u16string table = ToTableEntry(options.table);
+    const bool namesAnother = options.kind == "index" && !options.element.empty() &&
+                              !store->ItemExists(tmpIndex, table, FromUtf8(options.element));
+    if (namesAnother) throw std::runtime_error("the template in use has no such index");
     try {
         store->Remove(KindOf(options.kind), table, FromUtf8(options.element));
     } catch (const Error& error) {

@@ -7,25 +7,28 @@ namespace {
 using namespace QuillonLib;
 
 // Why the values of a common column were not compared.
-std::string ReasonOf(const ColumnObject& column) {
+std::string ReasonOf(const ColumnObject& column, const ColumnFacts* in2) {
     if (column.Computed()) return "it is computed";
     if (column.DataType() == u"timestamp") return "a row version differs by nature";
     for (const char16_t* type : {u"text", u"ntext", u"image", u"xml", u"geography", u"geometry"}) {
-        if (column.DataType() == type) {
-            return "the server does not compare values of type " + ToUtf8(column.DataType());
+        if (column.DataType() == type || (in2 != nullptr && in2->DataType == type)) {
+            return "the server does not compare values of type " + ToUtf8(type);
         }
     }
     return "it is not among the columns chosen";
 }
 
 void JudgeColumns(const Comparison& comparison, const TableDifference& result, Verdict& verdict) {
+    const auto facts = comparison.facts.find(result.Name());
     for (const auto& column : *result.Columns()) {
         if (!column->CannotCompare() || column->PrimaryKey()) continue;
+        const ColumnFacts* in2 = facts == comparison.facts.end()
+                                     ? nullptr
+                                     : facts->second.in2.FindColumn(column->Name());
         verdict.notCompared.push_back("column [" + ToUtf8(column->Name()) +
-                                      "]: " + ReasonOf(*column));
+                                      "]: " + ReasonOf(*column, in2));
         ++verdict.columnsNotCompared;
     }
-    const auto facts = comparison.facts.find(result.Name());
     if (facts == comparison.facts.end()) return;
     const ColumnDrift drift = CompareColumns(facts->second);
     verdict.drift = drift.lines;
@@ -49,9 +52,14 @@ void JudgeRows(const Comparison& comparison, const TableDifference& result, Verd
     const std::int64_t matched = verdict.identical + result.RecordsDiffering();
     verdict.onlyIn1 = result.RecordsIn1() - matched;
     verdict.onlyIn2 = result.RecordsIn2() - matched;
-    if (result.Identical()) return;
-    verdict.kind = Verdict::Kind::Different;
-    verdict.text = "different";
+    if (!result.Identical()) {
+        verdict.kind = Verdict::Kind::Different;
+        verdict.text = "different";
+    } else if (!verdict.rowsMatched) {
+        // The counts agree, but a row may stand twice in one table and another once in the other.
+        verdict.notCompared.emplace_back(
+            "how often its rows occur: no index promises both databases that its key is unique");
+    }
 }
 
 void JudgeCounts(const TableDifference& result, Verdict& verdict) {
@@ -68,6 +76,8 @@ Verdict Judge(const Comparison& comparison, const TableDifference& result) {
     Verdict verdict;
     if (!result.Error().empty()) {
         verdict.text = "not compared";
+        const auto facts = comparison.facts.find(result.Name());
+        if (facts != comparison.facts.end()) verdict.drift = CompareColumns(facts->second).lines;
         return verdict;
     }
     verdict.kind = Verdict::Kind::Identical;

@@ -236,7 +236,8 @@ TEST_F(ScriptPlanTest, AKeyThatIsNotUniqueOnTheOtherSideLeavesItsTableOut) {
         std::string::npos)
         << outcome.err;
     server.Run(u"USE b\nGO\nDELETE k WHERE n = 3");
-    EXPECT_EQ(Sync({"-t", "k"}).exitCode, 0);
+    EXPECT_EQ(Sync({"-t", "k"}).exitCode, 3);
+    EXPECT_EQ(server.Scalar(u"USE b SELECT n FROM k"), u"1");
 }
 
 TEST_F(ScriptPlanTest, TablesAndColumnsThatAreNotBroughtOverAreNamed) {
@@ -293,6 +294,93 @@ TEST_F(ScriptPlanTest, AFailingBatchNamesItsTable) {
     const Outcome outcome = Sync({"-t", "k", "-t", "p", "-t", "c", "--suspend-constraints"});
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_NE(outcome.err.find(", about [dbo].[k], failed in "), std::string::npos) << outcome.err;
+}
+
+TEST_F(ScriptPlanTest, KeysThatAParameterWouldCutLeaveTheirTableOut) {
+    server.Run(
+        u"USE a\nGO\nCREATE TABLE k (id varchar(5) NOT NULL CONSTRAINT PK_k PRIMARY KEY)\n"
+        u"GO\nINSERT k VALUES ('ABCDE')");
+    server.Run(
+        u"USE b\nGO\nCREATE TABLE k (id varchar(10) NOT NULL CONSTRAINT PK_k PRIMARY KEY)\n"
+        u"GO\nINSERT k VALUES ('ABCDE'), ('ABCDEF')");
+    const Outcome outcome = Sync({"-t", "k"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_NE(
+        outcome.err.find("quillon: left out: [dbo].[k]: its column [id] is varchar(5) in 1 and "
+                         "varchar(10) in 2: a script would change values that do not fit\n"),
+        std::string::npos)
+        << outcome.err;
+    EXPECT_EQ(server.Scalar(u"USE b SELECT COUNT(*) FROM k"), u"2");
+}
+
+TEST_F(ScriptPlanTest, ValuesThatAParameterWouldCutLeaveTheirTableOutOfScriptsForDatabase1) {
+    const std::u16string begin = u"CREATE TABLE k (id int NOT NULL CONSTRAINT PK_k PRIMARY KEY, n ";
+    server.Run(u"USE a\nGO\n" + begin + u"nvarchar(4))\nGO\nINSERT k VALUES (1, N'abcd')");
+    server.Run(u"USE b\nGO\n" + begin + u"nvarchar(8))\nGO\nINSERT k VALUES (1, N'abcdefgh')");
+    EXPECT_EQ(Script({"-t", "k", "--to", "1"}).exitCode, 1);
+    EXPECT_FALSE(HasSection("k"));
+    EXPECT_EQ(Sync({"-t", "k"}).exitCode, 0);  // to 2
+}
+
+TEST_F(ScriptPlanTest, AColumnThatOnlyOneSideCanWriteLeavesItsTableOut) {
+    for (const auto& [in2, reason] :
+         {std::pair(u"int IDENTITY(1,1) NOT NULL", "an identity column in one database only"),
+          std::pair(u"AS id + 1", "computed in one database only")}) {
+        const std::u16string begin =
+            u"CREATE TABLE k (id int NOT NULL CONSTRAINT PK_k PRIMARY KEY, n ";
+        server.Run(u"USE a\nGO\n" + begin + u"int NOT NULL)\nGO\nINSERT k VALUES (1, 5)");
+        server.Run(u"USE b\nGO\n" + begin + in2 + u")");
+        const Outcome outcome = Script({"-t", "k"});
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_NE(outcome.err.find("quillon: left out: [dbo].[k]: its column [n] is " +
+                                   std::string(reason) + "\n"),
+                  std::string::npos)
+            << outcome.err;
+        RunOnBoth(u"DROP TABLE k");
+    }
+}
+
+TEST_F(ScriptPlanTest, CascadesIntoOtherTablesAreNamed) {
+    server.Run(
+        u"USE b\nGO\nCREATE TABLE kid (p int CONSTRAINT FK_kid REFERENCES p (id) ON DELETE "
+        u"CASCADE)");
+    const Outcome outcome = Script({"-t", "p"});
+    EXPECT_NE(outcome.err.find("quillon: foreign key FK_kid in " + two +
+                               " cascades: what is deleted or changed in [dbo].[p] reaches rows of "
+                               "[dbo].[kid]\n"),
+              std::string::npos)
+        << outcome.err;
+    EXPECT_EQ(Script({"-t", "c"}).err.find("cascades"), std::string::npos);
+}
+
+TEST_F(ScriptPlanTest, KeysOfTablesInOtherSchemasAreSuspended) {
+    for (const auto* use : {u"USE a\nGO\n", u"USE b\nGO\n"}) {
+        server.Run(
+            use +
+            std::u16string(
+                u"CREATE SCHEMA s\nGO\n"
+                u"CREATE TABLE s.m (id int NOT NULL CONSTRAINT PK_m PRIMARY KEY)\nGO\n"
+                u"CREATE TABLE s.n (id int NOT NULL CONSTRAINT PK_n PRIMARY KEY, m int CONSTRAINT "
+                u"FK_n REFERENCES s.m (id))"));
+    }
+    EXPECT_EQ(Script({"-t", "s.m", "-t", "s.n", "--suspend-constraints"}).exitCode, 0);
+    server.Run(u"USE a\nGO\nINSERT s.m VALUES (1)");
+    EXPECT_EQ(Script({"-t", "s.m", "-t", "s.n", "--suspend-constraints"}).exitCode, 0);
+    EXPECT_NE(Text().find("ALTER TABLE [s].[n] NOCHECK CONSTRAINT [FK_n]\r\n"), std::string::npos)
+        << Text();
+}
+
+TEST_F(ScriptPlanTest, RowsOfOtherTablesThatReferToWhatGoesAreNamed) {
+    server.Run(
+        u"USE b\nGO\nCREATE TABLE d (p int CONSTRAINT FK_d REFERENCES p (id))\nGO\n"
+        u"INSERT d VALUES (3)\nGO\nDELETE c");
+    const Outcome outcome = Sync({"-t", "p"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_NE(
+        outcome.err.find("Rows of [dbo].[d], which was not among the tables compared, refer by "
+                         "the foreign key FK_d to rows that go: bring it over, too;"),
+        std::string::npos)
+        << outcome.err;
 }
 
 }  // namespace

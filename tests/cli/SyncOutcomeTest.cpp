@@ -51,8 +51,8 @@ TEST_F(SyncOutcomeTest, ALostAnswerWithDifferencesLeftIsExitCode2) {
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_TRUE(Holds(outcome.err, unknown)) << outcome.err;
     EXPECT_TRUE(Holds(outcome.err,
-                      "quillon: the databases differ as shown; whether the transaction was "
-                      "committed is still not known\n"))
+                      "quillon: the databases differ as shown\n"
+                      "quillon: whether the transaction was committed is still not known\n"))
         << outcome.err;
     EXPECT_FALSE(Holds(outcome.err, "rolled back"));
     EXPECT_EQ(RowsOfB(), u"2 three");

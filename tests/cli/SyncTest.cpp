@@ -104,7 +104,7 @@ TEST_F(ProgramTest, SyncNamesWhatItIsAboutToDo) {
     const Outcome outcome = OnBoth({"sync", "--to", "2", "--yes", "-t", "p"});
     EXPECT_EQ(outcome.exitCode, 2);  // row 3 of p is referred to
     const Outcome done = OnBoth({"sync", "--to", "2", "--yes", "--suspend-constraints"});
-    EXPECT_NE(done.out.find("\nChanged 4 rows in " + two + ". Compared again:\n"),
+    EXPECT_NE(done.out.find("\nCommitted 4 changes in " + two + ". Compared again:\n"),
               std::string::npos)
         << done.out;
 }

@@ -215,5 +215,59 @@ TEST_F(VerdictTest, NumbersThatAreNotKnownAreNotShown) {
         << outcome.out;
 }
 
+// Two rows in each, and two different ones in both together: the counts alone would call it
+// identical.
+TEST_F(VerdictTest, ARowThatStandsTwiceOnOneSideIsNeverIdentical) {
+    server.Run(
+        u"USE a\nGO\nCREATE TABLE t (id int NOT NULL CONSTRAINT UQ_t UNIQUE, n int)\nGO\n"
+        u"INSERT t VALUES (1, 1), (2, 2)");
+    server.Run(
+        u"USE b\nGO\nCREATE TABLE t (id int NOT NULL, n int)\nGO\n"
+        u"INSERT t VALUES (1, 1), (1, 1)");
+    const Outcome outcome = Compare({"-t", "t"});
+    EXPECT_EQ(outcome.exitCode, 3);
+    EXPECT_TRUE(Holds(outcome, "  no difference found\n")) << outcome.out;
+    EXPECT_TRUE(Holds(outcome,
+                      "[dbo].[t]\n  not compared: how often its rows occur: no index promises both "
+                      "databases that its key is unique\n"))
+        << outcome.out;
+    EXPECT_EQ(OnBoth({"sync", "--to", "2", "--yes", "-t", "t"}).exitCode, 3);
+}
+
+TEST_F(VerdictTest, ATypeThatTheServerRefusesInEitherDatabaseLeavesTheColumnOut) {
+    for (const char16_t* type : {u"xml", u"ntext"}) {
+        server.Run(u"USE a\nGO\nCREATE TABLE t (" + std::u16string(Key) + u", c nvarchar(20))");
+        server.Run(u"USE b\nGO\nCREATE TABLE t (" + std::u16string(Key) + u", c " + type + u")");
+        const Outcome outcome = Compare({"-t", "t"});
+        EXPECT_EQ(outcome.exitCode, 3);
+        EXPECT_TRUE(Holds(outcome,
+                          "  not compared: column [c]: the server does not compare values "
+                          "of type " +
+                              QuillonLib::ToUtf8(type) + "\n"))
+            << outcome.out;
+        RunOnBoth(u"DROP TABLE t");
+    }
+}
+
+TEST_F(VerdictTest, NothingIsCalledNothingToDoWhereNotEverythingWasCompared) {
+    Make(std::u16string(Key) + u", c ntext", u"1, N'x'");
+    EXPECT_TRUE(Holds(OnBoth({"sync", "--to", "2", "--yes", "-t", "t"}),
+                      "\nNo difference was found: nothing to do.\n"));
+}
+
+TEST_F(VerdictTest, ALineEndInANameForgesNoLine) {
+    RunOnBoth(u"CREATE TABLE [x\nquillon: 1 table: 1 identical] (id int)");
+    server.Run(u"USE b\nGO\nDROP TABLE [x\nquillon: 1 table: 1 identical]");
+    const Outcome outcome = Compare({});
+    EXPECT_EQ(outcome.err, "quillon: only in " + one +
+                               ", and left out: [dbo].[x\\nquillon: 1 table: 1 identical]\n");
+}
+
+TEST_F(VerdictTest, AChoiceForATableOfOneSideIsNoError) {
+    server.Run(u"USE a\nGO\nCREATE TABLE only1 (id int)");
+    const Outcome outcome = Compare({"-t", "only1", "-t", "p", "--columns", "only1=id"});
+    EXPECT_EQ(outcome.exitCode, 1) << outcome.err;
+}
+
 }  // namespace
 }  // namespace quillon
