@@ -149,7 +149,8 @@ void DatabaseOptions::AddTo(CLI::App& command) {
     command.add_option("database2", location2_, "Second database")->type_name("SERVER/DATABASE");
     command
         .add_option("--via", location3_,
-                    "Database on whose server the queries across both run (default: the first)")
+                    "Database on whose server the queries across both run, with the login of the "
+                    "first (default: the first)")
         ->type_name("SERVER/DATABASE");
     login1_.AddTo(command, "", "(for both databases unless --user2 or --integrated2 is given)");
     login2_.AddTo(command, "2", "for the second database");

@@ -77,6 +77,9 @@ void TakeDatabases(ComparisonTemplates& store, const TemplateOptions& options) {
 void New(const TemplateOptions& options, Console& console) {
     const std::u16string name = FromUtf8(options.name);
     TemplateFile::RequireUsableName(name);
+    if (options.database1.empty() != options.database2.empty()) {
+        throw CLI::RequiredError("Two databases, or none,");
+    }
     const auto store = OpenInUse(TemplateFile::ExistingOrNew(options.file));
     TakeDatabases(*store, options);
     if (!store->NewTemplate(name)) {

@@ -80,7 +80,10 @@ class Utils {
     // Nothing is touched when the result has an Error or no key. An Error of the servers reaches
     // the caller; outputs set before it keep their values. Error 0x80040002 when a key column is
     // one that scripts cannot carry: computed, timestamp or, with cpoIgnoreReplCols, the
-    // replication column.
+    // replication column; and when text of char, varchar or text, in either direction, would be
+    // other text in the code page of the database that it is written to. Error 0x80004005 when
+    // bytes of such a column, or a char value in a sql_variant, cannot be carried as text at all.
+    // Both name table and column.
     void GetRecordsets(const std::shared_ptr<Database>& obDB1,
                        const std::shared_ptr<Database>& obDB2,
                        const std::shared_ptr<Database>& obDB3,
@@ -96,7 +99,8 @@ class Utils {
     // views, and tables of a dependency cycle get no part in it.
     //
     // Raises Status; after a cancel the scripts keep what they held (nothing, before the first is
-    // written). An Error of the servers reaches the caller; 5 when database 1 no longer has a
+    // written). An Error of the servers reaches the caller, and so does that of text that cannot be
+    // carried (see GetRecordsets): then no table gets a script; 5 when database 1 no longer has a
     // table, 6 for more than 32,767 tables.
     void GetUpdateScripts(const std::shared_ptr<Database>& obDB1,
                           const std::shared_ptr<Database>& obDB2,

@@ -181,6 +181,27 @@ TEST_F(TemplateCommandTest, APickThatIsThereAndOneThatIsNotAreTold) {
     ExpectRefused({"drop", "table", "x"}, "the template in use has no such table");
     ExpectRefused({"drop", "column", "N", "x"}, "the template in use has no such column");
     ExpectRefused({"drop", "index", "x"}, "the template in use has no such index");
+    ExpectRefused({"drop", "index", "N", "IX"}, "the template in use has no such index");
+}
+
+// The store would take all columns of the table for "no column".
+TEST_F(TemplateCommandTest, ColumnsAreDroppedByName) {
+    const std::string before = File("nightly", Default + Nightly);
+    Write(before);
+    const Outcome outcome = Call({"drop", "column", "N"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.err.find("quillon: The name of the column is required\n"), 0U) << outcome.err;
+    EXPECT_EQ(Read(), before);
+}
+
+TEST_F(TemplateCommandTest, NewTakesTwoDatabasesOrNone) {
+    const std::string before = File("nightly", Default + Nightly);
+    Write(before);
+    const Outcome outcome = Call({"new", "x", "s/a"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.err.find("quillon: Two databases, or none, is required\n"), 0U)
+        << outcome.err;
+    EXPECT_EQ(Read(), before);
 }
 
 TEST_F(TemplateCommandTest, AMissingFileIsNotAMissingTemplate) {
