@@ -53,6 +53,7 @@ constexpr Private kPrivate[] = {
     {949, 0xFF, 0xFF, 0xF8F7},  {950, 0xFF, 0xFF, 0xF8F8},
 };
 
+constexpr int kWestern = 1252;
 constexpr char16_t kKeptByte = 0xDC00;
 
 bool IsKeptByte(char16_t unit) {
@@ -112,14 +113,20 @@ char16_t OnlyUnit(const std::string& utf16) {
 }  // namespace
 
 const CodePage& CodePage::Of(int number) {
+    static const CodePage& western = Find(kWestern);
+    return number == kWestern ? western : Find(number);
+}
+
+const CodePage& CodePage::Find(int number) {
     static std::mutex mutex;
     static std::map<int, std::unique_ptr<const CodePage>> pages;
     bool known = number == 65001;
     for (const PageName& p : kPages)
         known = known || p.number == number;
     const std::lock_guard<std::mutex> lock(mutex);
-    auto& page = pages[known ? number : 1252];
-    if (page == nullptr) page.reset(new CodePage(known ? number : 1252));
+    if (!known) number = kWestern;
+    auto& page = pages[number];
+    if (page == nullptr) page.reset(new CodePage(number));
     return *page;
 }
 

@@ -42,6 +42,7 @@ class CodePage {
 
   private:
     explicit CodePage(int number);
+    static const CodePage& Find(int number);
     void ReadTables(int number);
     void Define(std::uint32_t code, char16_t unit);
     std::size_t KeepOne(std::string_view bytes, std::u16string& kept) const;

@@ -306,7 +306,8 @@ bool FindCollation(std::u16string_view name, int serverVersion, CollationId& id)
 }
 
 const CollationFacts& FactsOf(CollationId id) {
-    return Known().At(id);
+    static const CollationFacts& ofTheServer = Known().At(kServerCollation);
+    return id == kServerCollation ? ofTheServer : Known().At(id);
 }
 
 }  // namespace sandbox
