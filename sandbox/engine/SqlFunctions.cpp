@@ -44,8 +44,9 @@ int UnitCollation(void*, int n, const void* a, int m, const void* b) {
     return Compare(Copy(a, n), Copy(b, m));
 }
 
-int PageCollationOrder(void* page, int n, const void* a, int m, const void* b) {
-    return ComparePageBytes(*static_cast<const CodePage*>(page), Copy(a, n), Copy(b, m));
+int PageCollationOrder(void* collation, int n, const void* a, int m, const void* b) {
+    const CodePage& page = CodePage::Of(static_cast<const PageCollation*>(collation)->page);
+    return ComparePageBytes(page, Copy(a, n), Copy(b, m));
 }
 
 // The UTC ticks decide, not the offset.
@@ -84,8 +85,7 @@ void RegisterFunctions(Context& context) {
     add("ms_bin", UnitCollation<CompareTextFirstUnit>);
     add("ms_bin2", UnitCollation<CompareTextUnits>);
     for (const PageCollation& c : kPageCollations) {
-        sqlite3_create_collation_v2(db, c.name, SQLITE_UTF16LE,
-                                    const_cast<CodePage*>(&CodePage::Of(c.page)),
+        sqlite3_create_collation_v2(db, c.name, SQLITE_UTF16LE, const_cast<PageCollation*>(&c),
                                     PageCollationOrder, nullptr);
     }
     sqlite3_create_collation_v2(db, "dto", SQLITE_UTF16LE, nullptr, OffsetCollation, nullptr);
