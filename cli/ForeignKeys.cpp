@@ -73,22 +73,24 @@ std::vector<ForeignKey> KeysToSuspend(std::vector<ForeignKey> keys,
     return keys;
 }
 
-std::vector<std::u16string> SwitchedOff(const std::vector<ForeignKey>& keys) {
-    std::vector<std::u16string> statements;
-    for (const ForeignKey& key : keys) {
-        statements.push_back(u"ALTER TABLE " + key.quotedTable + u" NOCHECK CONSTRAINT " +
-                             key.quotedName);
-    }
+namespace {
+
+std::vector<std::u16string> Switched(const std::vector<ForeignKey>& keys, std::u16string_view how) {
+    std::vector<std::u16string> statements(keys.size());
+    std::transform(keys.begin(), keys.end(), statements.begin(), [&](const ForeignKey& key) {
+        return (u"ALTER TABLE " + key.quotedTable).append(how).append(key.quotedName);
+    });
     return statements;
 }
 
+}  // namespace
+
+std::vector<std::u16string> SwitchedOff(const std::vector<ForeignKey>& keys) {
+    return Switched(keys, u" NOCHECK CONSTRAINT ");
+}
+
 std::vector<std::u16string> SwitchedOn(const std::vector<ForeignKey>& keys) {
-    std::vector<std::u16string> statements;
-    for (const ForeignKey& key : keys) {
-        statements.push_back(u"ALTER TABLE " + key.quotedTable + u" WITH CHECK CHECK CONSTRAINT " +
-                             key.quotedName);
-    }
-    return statements;
+    return Switched(keys, u" WITH CHECK CHECK CONSTRAINT ");
 }
 
 }  // namespace quillon
