@@ -12,29 +12,29 @@ namespace sandbox {
 namespace {
 
 struct PageName {
-    int number;
     const char* name;  // as the C library calls it
+    int number;
     char16_t unknown = u'?';
     std::uint8_t firstLead = 0;  // of double bytes; 0: all bytes are single
 };
 
 constexpr PageName kPages[] = {
-    {437, "CP437"},
-    {850, "CP850"},
-    {874, "CP874"},
-    {1250, "CP1250"},
-    {1251, "CP1251"},
-    {1252, "CP1252"},
-    {1253, "CP1253"},
-    {1254, "CP1254"},
-    {1255, "CP1255"},
-    {1256, "CP1256"},
-    {1257, "CP1257"},
-    {1258, "CP1258"},
-    {932, "CP932", 0x30FB, 0x81},
-    {936, "GBK", u'?', 0x81},
-    {949, "UHC", u'?', 0x81},
-    {950, "CP950", u'?', 0x81},
+    {"CP437", 437},
+    {"CP850", 850},
+    {"CP874", 874},
+    {"CP1250", 1250},
+    {"CP1251", 1251},
+    {"CP1252", 1252},
+    {"CP1253", 1253},
+    {"CP1254", 1254},
+    {"CP1255", 1255},
+    {"CP1256", 1256},
+    {"CP1257", 1257},
+    {"CP1258", 1258},
+    {"CP932", 932, 0x30FB, 0x81},
+    {"GBK", 936, u'?', 0x81},
+    {"UHC", 949, u'?', 0x81},
+    {"CP950", 950, u'?', 0x81},
 };
 
 // Windows gives every byte a character. Those to which the standards give none have the control
@@ -78,7 +78,7 @@ char16_t PrivateUnit(int page, std::uint8_t byte) {
 class Converter {
   public:
     Converter(const char* to, const char* from) : handle_(iconv_open(to, from)) {
-        if (handle_ == reinterpret_cast<iconv_t>(-1)) {
+        if (reinterpret_cast<std::intptr_t>(handle_) == -1) {
             throw std::runtime_error(std::string("the C library has no converter for ") + from);
         }
     }

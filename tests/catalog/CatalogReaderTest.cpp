@@ -120,6 +120,9 @@ TEST_P(CatalogReaderTest, EachColumnHasItsCollationAndCodePage) {
                               {u"SQL_Latin1_General_CP850_CI_AS", 850},
                               {u"", 0},
                               {u"Latin1_General_BIN", 1252}}));
+    EXPECT_EQ(facts.FindColumn(u"b")->DatabaseCodePage, 1252);
+    EXPECT_EQ(facts.FindColumn(u"e")->DatabaseCodePage, 1252);
+    EXPECT_EQ(facts.FindColumn(u"f")->DatabaseCodePage, 0);
 }
 
 TEST_P(CatalogReaderTest, AnIndexCarriesOneFlagAtMost) {
@@ -187,12 +190,13 @@ INSTANTIATE_TEST_SUITE_P(Versions, CatalogReaderTest, ::testing::Values("8.00.20
 
 class ServerOfVersionTest : public SandboxTest {
   protected:
-    std::vector<ColumnFacts> Columns(const char* version, const std::u16string& table) {
+    std::vector<ColumnFacts> Columns(const char* version, const std::u16string& table,
+                                     const std::u16string& collation = {}) {
         sandbox::ServerSettings settings;
         settings.name = u"VERSIONED";
         settings.version = version;
         sandbox::Server& versioned = box.AddServer(settings);
-        versioned.Run(u"CREATE DATABASE d\nGO\nUSE d\nGO\n" + table);
+        versioned.Run(u"CREATE DATABASE d" + collation + u"\nGO\nUSE d\nGO\n" + table);
         LoginData login{versioned.Address(), u"sa", u"sandbox", false};
         CatalogReader reader(LogIn(login));
         reader.UseDatabase(u"d");
@@ -216,6 +220,16 @@ TEST_F(ServerOfVersionTest, SqlServer7KnowsNoCollationOfAColumn) {
     EXPECT_EQ(columns.at(0).DataType, u"varchar");
     EXPECT_EQ(columns.at(0).Collation, u"");
     EXPECT_EQ(columns.at(0).CodePage, 0);
+    EXPECT_EQ(columns.at(0).DatabaseCodePage, 0);
+}
+
+TEST_F(ServerOfVersionTest, TheDatabaseHasACodePageOfItsOwn) {
+    const auto columns =
+        Columns("10.50.6000", u"CREATE TABLE t (a varchar(5) COLLATE Czech_CI_AS, b varchar(5))",
+                u" COLLATE Japanese_CI_AS");
+    EXPECT_EQ(columns.at(0).CodePage, 1250);
+    EXPECT_EQ(columns.at(0).DatabaseCodePage, 932);
+    EXPECT_EQ(columns.at(1).CodePage, 932);
 }
 
 class MaxTypesTest : public SandboxTest {};
