@@ -192,6 +192,28 @@ TEST_F(CycleTest, GroupsStandBeforeWhatTheyDependOn) {
     EXPECT_LT(at({u"[dbo].[p]"}), 4);
 }
 
+// f refers to g, g to h, h to f and to i, which refers back to h; e refers to f.
+TEST_F(CycleTest, ALongCycleWithABranchIsOneGroup) {
+    RunOnBoth(
+        u"CREATE TABLE f (id int NOT NULL CONSTRAINT PK_f PRIMARY KEY, g int NULL)\nGO\n"
+        u"CREATE TABLE h (id int NOT NULL CONSTRAINT PK_h PRIMARY KEY, i int NULL, f int NULL "
+        u"CONSTRAINT FK_h REFERENCES f (id))\nGO\n"
+        u"CREATE TABLE g (id int NOT NULL CONSTRAINT PK_g PRIMARY KEY, h int NULL CONSTRAINT "
+        u"FK_g REFERENCES h (id))\nGO\n"
+        u"ALTER TABLE f ADD CONSTRAINT FK_f FOREIGN KEY (g) REFERENCES g (id)\nGO\n"
+        u"CREATE TABLE i (id int NOT NULL CONSTRAINT PK_i PRIMARY KEY, h int NULL CONSTRAINT "
+        u"FK_i REFERENCES h (id))\nGO\n"
+        u"ALTER TABLE h ADD CONSTRAINT FK_hi FOREIGN KEY (i) REFERENCES i (id)\nGO\n"
+        u"CREATE TABLE e (id int NOT NULL CONSTRAINT PK_e PRIMARY KEY, f int NULL CONSTRAINT "
+        u"FK_e REFERENCES f (id))");
+    const auto database = MakeDatabase(u"a");
+    database->CheckDependencies(true);
+    const Groups groups = GroupByDependency(
+        *database, {u"[dbo].[f]", u"[dbo].[g]", u"[dbo].[h]", u"[dbo].[e]", u"[dbo].[i]"});
+    EXPECT_EQ(groups,
+              (Groups{{u"[dbo].[e]"}, {u"[dbo].[f]", u"[dbo].[g]", u"[dbo].[h]", u"[dbo].[i]"}}));
+}
+
 TEST_F(ScriptPlanTest, AKeyThatScriptsCannotCarryLeavesThatTableOutAlone) {
     RunOnBoth(
         u"CREATE TABLE k (a int NOT NULL, b AS a + 1 PERSISTED NOT NULL, n int NULL, CONSTRAINT "

@@ -66,10 +66,13 @@ class Convergence : public SandboxTest {
 
     static std::shared_ptr<TableDifferences> Compare(const Pair& pair,
                                                      const RandomDatabases& random) {
+        return Compare(pair, random.Entries());
+    }
+    static std::shared_ptr<TableDifferences> Compare(const Pair& pair,
+                                                     const std::vector<std::u16string>& entries) {
         Utils utils;
         utils.SuppressCompareProcessErrors(true);
-        return utils.CompareContents(pair.one, pair.two, pair.one, TextArray(random.Entries()), {},
-                                     {});
+        return utils.CompareContents(pair.one, pair.two, pair.one, TextArray(entries), {}, {});
     }
 
     static std::shared_ptr<Connection> Open(const Database& database) {
@@ -108,6 +111,34 @@ class Convergence : public SandboxTest {
                    << ":\n"
                    << ToUtf8(suspended[failure.batch - 1]).substr(0, 3000);
         }
+    }
+
+    // No order of whole tables serves a ring: its one-table scripts run inside one transaction in
+    // which its foreign keys rest, and are checked at its end.
+    static void BringRingOver(const Pair& pair, const RandomDatabases& random, int written) {
+        if (!random.HasRing()) return;
+        const auto& entries = RandomDatabases::RingTables();
+        std::u16string script = u"BEGIN TRANSACTION\r\n";
+        for (const auto& entry : entries)
+            script += u"ALTER TABLE " + entry + u" NOCHECK CONSTRAINT ALL\r\n";
+        const auto before = Compare(pair, entries);
+        for (const auto& result : *before) {
+            CheckCounts(pair, result);
+            Utils utils;
+            std::shared_ptr<Recordset> equal, different, right, left;
+            std::u16string toTwo, toOne;
+            utils.GetRecordsets(pair.one, pair.two, pair.one, result, equal, different, right, left,
+                                toTwo, toOne, AllRows, 0);
+            script += written == 2 ? toTwo : toOne;
+        }
+        for (const auto& entry : entries)
+            script += u"GO\r\nALTER TABLE " + entry + u" WITH CHECK CHECK CONSTRAINT ALL\r\n";
+        script += u"GO\r\nCOMMIT TRANSACTION\r\n";
+        const Database& target = written == 2 ? *pair.two : *pair.one;
+        ASSERT_NO_THROW(quillon::RunBatches(*Open(target), quillon::CutIntoBatches(script, 1000)));
+        const auto after = Compare(pair, entries);
+        for (const auto& result : *after)
+            EXPECT_TRUE(result->Identical()) << ToUtf8(result->Name());
     }
 
     static std::int64_t CountOf(const std::shared_ptr<Recordset>& rows) {
@@ -238,6 +269,8 @@ class Convergence : public SandboxTest {
         ExpectIdentical(first, random, *results, 2);
         CheckDocuments(first, random);
         CheckBytes(random, *first.one, *first.two);
+        BringRingOver(first, random, 2);
+        rings += random.HasRing() ? 1 : 0;
         Drop(first);
         if (HasFatalFailure()) return;
 
@@ -248,6 +281,7 @@ class Convergence : public SandboxTest {
         ExpectIdentical(fresh, random, *again, 1);
         CheckDocuments(fresh, random);
         CheckBytes(random, *fresh.two, *fresh.one);
+        BringRingOver(fresh, random, 1);
         Drop(fresh);
     }
 
@@ -264,6 +298,7 @@ class Convergence : public SandboxTest {
 
     sandbox::Server& modern = box.AddServer(Modern());
     int cellsChecked = 0;  // columns whose bytes were looked at
+    int rings = 0;         // pairs with tables that refer to each other
 };
 
 TEST_F(Convergence, AScriptMakesTheDatabasesEqual) {
@@ -274,9 +309,10 @@ TEST_F(Convergence, AScriptMakesTheDatabasesEqual) {
         TryOne(begin + i);
         if (HasFailure()) break;
     }
-    std::cout << "columns of code pages: " << cellsChecked << '\n';
+    std::cout << "columns of code pages: " << cellsChecked << ", rings: " << rings << '\n';
     if (pairs >= 20) {
         EXPECT_GT(cellsChecked, 20);
+        EXPECT_GT(rings, 0);
     }
 }
 

@@ -40,6 +40,38 @@ RandomDatabases::RandomDatabases(std::uint32_t seed) : random_(seed) {
     for (Table& table : tables_)
         FillTable(table);
     hasDocuments_ = Chance(25);
+    if (Chance(35)) FillRing();
+}
+
+const std::vector<std::u16string>& RandomDatabases::RingTables() {
+    static const std::vector<std::u16string> tables{u"[dbo].[ring one]", u"[dbo].[ring two]"};
+    return tables;
+}
+
+// Rows first, then what they refer to: a row of the other table that is on this side.
+void RandomDatabases::FillRing() {
+    for (auto& statements : ring_) {
+        std::vector<int> rows[2];
+        for (int table = 0; table < 2; ++table) {
+            for (int id = 0; id < 8; ++id) {
+                if (!Chance(70)) continue;
+                rows[table].push_back(id);
+                statements.push_back(u"INSERT INTO " + RingTables()[table] + u" VALUES (" +
+                                     ToText(id) + u", NULL, " + TextLiteral(true, 3, false) + u")");
+            }
+        }
+        for (int table = 0; table < 2; ++table) {
+            const std::vector<int>& others = rows[1 - table];
+            for (const int id : rows[table]) {
+                if (others.empty() || Chance(25)) continue;
+                const int other =
+                    others[static_cast<std::size_t>(Below(static_cast<int>(others.size())))];
+                statements.push_back(u"UPDATE " + RingTables()[table] + u" SET other = " +
+                                     ToText(other) + u" WHERE id = " + ToText(id));
+            }
+        }
+        if (statements.empty()) statements.emplace_back(u"DELETE FROM [ring one]");
+    }
 }
 
 void RandomDatabases::MakeTable(int number) {
@@ -429,6 +461,16 @@ std::u16string RandomDatabases::Script(const std::u16string& database) const {
         sql += u"CREATE TABLE " + std::u16string(Documents) +
                u" (id int NOT NULL CONSTRAINT [PK documents] PRIMARY KEY, doc xml NULL)\nGO\n";
     }
+    if (HasRing()) {
+        sql +=
+            u"CREATE TABLE [ring one] (id int NOT NULL CONSTRAINT [PK ring one] PRIMARY KEY, other "
+            u"int NULL, note nvarchar(30) NULL)\nGO\n"
+            u"CREATE TABLE [ring two] (id int NOT NULL CONSTRAINT [PK ring two] PRIMARY KEY, other "
+            u"int NULL CONSTRAINT [FK ring two] REFERENCES [ring one] (id), note nvarchar(30) "
+            u"NULL)\nGO\n"
+            u"ALTER TABLE [ring one] ADD CONSTRAINT [FK ring one] FOREIGN KEY (other) REFERENCES "
+            u"[ring two] (id)\nGO\n";
+    }
     if (withView_) {
         sql +=
             u"CREATE VIEW v WITH SCHEMABINDING AS SELECT id FROM dbo.[first]\nGO\n"
@@ -462,6 +504,7 @@ std::vector<std::u16string> RandomDatabases::Inserts(int side) const {
         batches.push_back(u"INSERT INTO " + std::u16string(Documents) + u" VALUES (" + number +
                           u", N'<side>" + number + u"</side>')");
     }
+    batches.insert(batches.end(), ring_[side - 1].begin(), ring_[side - 1].end());
     return batches;
 }
 

@@ -41,6 +41,10 @@ class RandomDatabases {
     static constexpr std::u16string_view Documents = u"[dbo].[documents]";
     bool HasDocuments() const { return hasDocuments_; }
 
+    // Two tables that refer to each other (not among the others above), in about every third pair.
+    static const std::vector<std::u16string>& RingTables();  // table entries
+    bool HasRing() const { return !ring_[0].empty(); }
+
   private:
     enum class Key { Int, Identity, Composite, Guid, UniqueIndex, PageText, Unnamed, None };
     struct Column {
@@ -65,6 +69,7 @@ class RandomDatabases {
     bool Chance(int percent) { return Below(100) < percent; }
 
     void MakeTable(int number);
+    void FillRing();
     void AddKeyColumns(Table& table);
     void AddColumn(Table& table);
     void FillTable(Table& table);
@@ -88,6 +93,7 @@ class RandomDatabases {
     std::vector<Table> tables_;
     bool withView_ = false;
     bool hasDocuments_ = false;
+    std::vector<std::u16string> ring_[2];  // the statements that fill the ring, by side
 };
 
 }  // namespace QuillonLib
