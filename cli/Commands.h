@@ -1,9 +1,11 @@
 // The commands of quillon. Each adds itself to the program; its action sets the exit code.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include "cli/Console.h"
+
+namespace CLI {
+class App;
+}
 
 namespace quillon {
 

@@ -1,5 +1,6 @@
 #include "cli/ComparisonOptions.h"
 
+#include <CLI/CLI.hpp>
 #include <utility>
 
 #include "cli/TemplateFile.h"

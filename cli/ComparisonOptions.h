@@ -1,7 +1,6 @@
 // The options that every command takes which begins with a comparison.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 #include <vector>
@@ -9,6 +8,10 @@
 #include "cli/Comparison.h"
 #include "cli/Console.h"
 #include "cli/DatabaseOptions.h"
+
+namespace CLI {
+class App;
+}
 
 namespace quillon {
 

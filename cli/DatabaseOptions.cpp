@@ -1,5 +1,6 @@
 #include "cli/DatabaseOptions.h"
 
+#include <CLI/CLI.hpp>
 #include <cstdlib>
 #include <stdexcept>
 

@@ -1,13 +1,16 @@
 // The options by which a command is told of a server, or of the databases of a comparison.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 #include <utility>
 
 #include "QuillonLib.h"
 #include "cli/Console.h"
+
+namespace CLI {
+class App;
+}
 
 namespace quillon {
 

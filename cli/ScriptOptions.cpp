@@ -1,5 +1,6 @@
 #include "cli/ScriptOptions.h"
 
+#include <CLI/CLI.hpp>
 #include <utility>
 
 #include "catalog/Login.h"

@@ -1,7 +1,6 @@
 // What the commands that make scripts share.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
@@ -9,6 +8,10 @@
 #include "cli/ComparisonOptions.h"
 #include "cli/Console.h"
 #include "cli/ScriptPlan.h"
+
+namespace CLI {
+class App;
+}
 
 namespace quillon {
 

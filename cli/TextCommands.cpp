@@ -1,3 +1,4 @@
+#include <CLI/CLI.hpp>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>

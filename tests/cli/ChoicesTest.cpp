@@ -1,5 +1,6 @@
 // Names of tables, columns and indexes on the command line.
 #include <gtest/gtest.h>
+#include <CLI/CLI.hpp>
 
 #include "cli/Names.h"
 #include "tests/cli/ProgramFixture.h"

@@ -1,6 +1,7 @@
 // How servers, databases and logins are named on the command line, and what linked servers are
 // told.
 #include <gtest/gtest.h>
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 
