@@ -1,6 +1,7 @@
 // What sync says when it cannot know how its transaction ended, and when it is interrupted.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <thread>
 
@@ -112,16 +113,17 @@ TEST_F(SyncOutcomeTest, ASignalDuringAComparisonEndsIt) {
     RunOnBoth(u"CREATE TABLE q (id int NOT NULL CONSTRAINT PK_q PRIMARY KEY)");
     Process process(folder, {"compare", one, two, "--user", "sa"}, {},
                     {{"QUILLON_PASSWORD", "sandbox"}});
-    const auto isRunning = [&] {
-        for (const std::u16string& batch : Batches(server)) {
-            if (batch.find(slow.contains) != std::u16string::npos) return true;
-        }
-        return false;
+    const auto tablesCompared = [&] {
+        const auto batches = Batches(server);
+        return std::count_if(batches.begin(), batches.end(), [&](const std::u16string& batch) {
+            return batch.find(slow.contains) != std::u16string::npos;
+        });
     };
-    for (int i = 0; i < 1000 && !isRunning(); ++i)
+    for (int i = 0; i < 1000 && tablesCompared() == 0; ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     process.Signal(SIGTERM);
     EXPECT_EQ(process.Wait(), 143);
+    EXPECT_EQ(tablesCompared(), 1) << "of two";
     EXPECT_EQ(process.Out(), "");
     EXPECT_EQ(ConnectionsLeft(server), 0);
 }
