@@ -12,12 +12,30 @@ if(QUILLON_SANITIZE)
     target_link_options(quillon_build_flags INTERFACE -fsanitize=${QUILLON_SANITIZE})
 endif()
 
+# Tests are compiled without optimisation, which takes half the time: what they test has its own.
+add_library(quillon_test_flags INTERFACE)
+target_link_libraries(quillon_test_flags INTERFACE quillon_build_flags)
+if(NOT MSVC)
+    target_compile_options(quillon_test_flags INTERFACE -O0)
+endif()
+
+# The headers that nearly every test includes, compiled once. They belong to a program, not to a
+# library: the compiler takes them only where it is called with the same flags.
+function(quillon_precompile_test_headers)
+    file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/precompiled.cpp "int main() {}\n")
+    add_executable(quillon_test_headers EXCLUDE_FROM_ALL ${CMAKE_CURRENT_BINARY_DIR}/precompiled.cpp)
+    target_link_libraries(quillon_test_headers PRIVATE quillon_test_flags GTest::gmock GTest::gtest_main)
+    target_precompile_headers(quillon_test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>
+        <algorithm> <functional> <map> <memory> <optional> <string> <thread> <vector>)
+endfunction()
+
 # quillon_test(NAME name SOURCES file... LIBS target...): one test program, run by ctest as `name`.
 function(quillon_test)
     cmake_parse_arguments(ARG "" "NAME" "SOURCES;LIBS" ${ARGN})
     add_executable(${ARG_NAME} ${ARG_SOURCES})
-    target_link_libraries(${ARG_NAME} PRIVATE quillon_build_flags ${ARG_LIBS} GTest::gmock GTest::gtest_main)
+    target_link_libraries(${ARG_NAME} PRIVATE quillon_test_flags ${ARG_LIBS} GTest::gmock GTest::gtest_main)
     target_include_directories(${ARG_NAME} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src)
+    target_precompile_headers(${ARG_NAME} REUSE_FROM quillon_test_headers)
     add_test(NAME ${ARG_NAME} COMMAND ${ARG_NAME})
     set_tests_properties(${ARG_NAME} PROPERTIES
         ENVIRONMENT "ODBCSYSINI=${PROJECT_BINARY_DIR}/odbc" TIMEOUT 900)
