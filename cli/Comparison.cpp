@@ -95,13 +95,14 @@ void ChooseIndexes(Comparison& comparison, const std::vector<TableChoice>& choic
         const IndexFacts* index = facts.FindIndex(name);
         if (index == nullptr || index->Type == 0) {
             const std::vector<std::u16string> names = UniqueIndexNames(facts);
-            throw CLI::ValidationError(
-                "--index: " + ToUtf8(table) + " in " +
-                ToUtf8(comparison.databases.obDB1->Description()) +
-                (index == nullptr ? " has no index [" : " has no unique index [") + ToUtf8(name) +
-                "]" +
-                (names.empty() ? "; it has no unique index"
-                               : "; its unique indexes: " + ListOf(names)));
+            throw CLI::ValidationError("--index: " + ToUtf8(table) + " in " +
+                                       ToUtf8(comparison.databases.obDB1->Description()) +
+                                       (index == nullptr
+                                            ? " has no index [" + ToUtf8(name) +
+                                                  "] (disabled and filtered ones not counted)"
+                                            : " has no unique index [" + ToUtf8(name) + "]") +
+                                       (names.empty() ? "; it has no unique index"
+                                                      : "; its unique indexes: " + ListOf(names)));
         }
         if (comparison.indexes.ItemExists(table)) {
             throw CLI::ValidationError("--index: " + ToUtf8(table) + " has two choices");

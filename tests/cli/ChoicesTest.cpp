@@ -60,7 +60,8 @@ TEST_F(ChoicesTest, ColumnsOfATableThatIsNotComparedAreRefused) {
 TEST_F(ChoicesTest, AnIndexThatIsNotThereIsNamedWithThoseThatAre) {
     EXPECT_EQ(ErrorOf({"--index", "t=UQ_x"}),
               "quillon: --index: [dbo].[t] in " + one +
-                  " has no index [UQ_x]; its unique indexes: [PK_t] and [UQ_t]");
+                  " has no index [UQ_x] (disabled and filtered ones not counted); its unique "
+                  "indexes: [PK_t] and [UQ_t]");
     EXPECT_EQ(ErrorOf({"--index", "t=plain"}),
               "quillon: --index: [dbo].[t] in " + one +
                   " has no unique index [plain]; its unique indexes: [PK_t] and [UQ_t]");
