@@ -1,12 +1,17 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "cli/Commands.h"
 #include "cli/Driver.h"
 #include "cli/Guarded.h"
 #include "cli/Interrupt.h"
+#include "cli/Suggestion.h"
 #include "core/Text.h"
 
 namespace quillon {
@@ -22,8 +27,77 @@ void RequireUtf8(int argc, const char* const* argv) {
     }
 }
 
+std::vector<std::string> CommandNames(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands(nullptr))
+        names.push_back(command->get_name());
+    return names;
+}
+
+std::vector<std::string> OptionNames(const CLI::App& command) {
+    std::vector<std::string> names;
+    for (const CLI::Option* option : command.get_options()) {
+        for (const std::string& name : option->get_lnames())
+            names.push_back("--" + name);
+    }
+    return names;
+}
+
+std::string DidYouMean(const std::string& typed, const std::vector<std::string>& known) {
+    const std::string nearest = NearestName(typed, known);
+    return nearest.empty() ? "" : "; did you mean " + nearest + "?";
+}
+
+// The command that stands first, nullptr where there is none of that name.
+const CLI::App* FindCommand(const CLI::App& app, const std::string& name) {
+    for (const CLI::App* command : app.get_subcommands(nullptr)) {
+        if (command->get_name() == name) return command;
+    }
+    return nullptr;
+}
+
+void RequireCommand(const CLI::App& app, const std::string& name) {
+    if (FindCommand(app, name) != nullptr) return;
+    throw CLI::ValidationError("there is no command " + name + DidYouMean(name, CommandNames(app)));
+}
+
+// Throws for a first argument that is no command, and for options that the command lacks: the
+// parser's own words for them name neither what is wrong nor what is near.
+void RequireKnownNames(const CLI::App& app, const std::vector<std::string>& arguments) {
+    if (arguments.empty() || arguments.front().rfind('-', 0) == 0) return;
+    RequireCommand(app, arguments.front());
+}
+
+[[noreturn]] void ThrowUnexpected(const CLI::App& app, const CLI::ExtrasError& error,
+                                  const std::vector<std::string>& arguments) {
+    const CLI::App* command = arguments.empty() ? nullptr : FindCommand(app, arguments.front());
+    for (const std::string& argument : arguments) {
+        const std::string name = argument.substr(0, argument.find('='));
+        if (command == nullptr || name.rfind("--", 0) != 0) continue;
+        const std::vector<std::string> known = OptionNames(*command);
+        if (std::find(known.begin(), known.end(), name) != known.end()) continue;
+        throw CLI::ValidationError("quillon " + command->get_name() + " has no option " + name +
+                                   DidYouMean(name, known));
+    }
+    throw error;
+}
+
+void AddHelpCommand(CLI::App& app, Program& program) {
+    CLI::App* const help = app.add_subcommand("help", "Tell what a command does and takes");
+    auto name = std::make_shared<std::string>();
+    help->add_option("COMMAND", *name, "The command; without it, all of them are listed");
+    help->callback([&app, &program, name] {
+        if (!name->empty()) RequireCommand(app, *name);
+        // App::help() would tell of the command that was called, which is this one.
+        const CLI::App& subject = name->empty() ? app : *FindCommand(app, *name);
+        program.console.PrintData(subject.get_formatter()->make_help(
+            &subject, name->empty() ? "quillon" : "quillon " + *name, CLI::AppFormatMode::Normal));
+    });
+}
+
 void AddCommands(CLI::App& app, Program& program) {
     app.require_subcommand(1);
+    app.set_version_flag("--version", "quillon " QUILLON_VERSION);
     app.footer(
         "Exit codes: 0 identical or done, 1 differences, 2 failed, 3 no difference found but not "
         "everything was compared, 130 or 143 interrupted.");
@@ -36,6 +110,7 @@ void AddCommands(CLI::App& app, Program& program) {
     AddDiscoveryCommands(app, program);
     AddTextCommands(app, program);
     AddSandboxCommand(app, program);
+    AddHelpCommand(app, program);
 }
 
 int RunCommand(int argc, const char* const* argv, Program& program) {
@@ -43,7 +118,13 @@ int RunCommand(int argc, const char* const* argv, Program& program) {
     AddCommands(app, program);
     try {
         RequireUtf8(argc, argv);
-        app.parse(argc, argv);
+        const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+        RequireKnownNames(app, arguments);
+        try {
+            app.parse(argc, argv);
+        } catch (const CLI::ExtrasError& error) {
+            ThrowUnexpected(app, error, arguments);
+        }
     } catch (const CLI::Success& help) {
         std::ostringstream text;
         const int exitCode = app.exit(help, text, text);
