@@ -13,11 +13,6 @@ using QuillonLib::ToUtf8;
 
 namespace {
 
-struct JudgedTable {
-    const TableDifference* result;
-    Verdict verdict;
-};
-
 struct Totals {
     std::size_t tables = 0;
     std::size_t ofKind[4] = {};
@@ -57,7 +52,7 @@ std::string Plural(std::size_t count, const std::string& what) {
     return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
-void PrintTable(Console& console, const std::vector<JudgedTable>& tables) {
+void PrintTable(Console& console, const std::vector<ResultLine>& lines) {
     using Align = TextTable::Align;
     TextTable table({Align::Left, Align::Right, Align::Right, Align::Right, Align::Right,
                      Align::Right, Align::Right, Align::Left});
@@ -69,14 +64,15 @@ void PrintTable(Console& console, const std::vector<JudgedTable>& tables) {
                   {"Only in 1"},
                   {"Only in 2"},
                   {"Verdict"}});
-    for (const auto& [result, verdict] : tables) {
+    for (const ResultLine& line : lines) {
+        const Verdict& verdict = line.verdict;
         const bool counted = verdict.kind != Verdict::Kind::Failed;
         const bool matched = verdict.rowsMatched;
-        table.AddRow({{ToUtf8(result->Name()) + (result->IsView() ? " (view)" : "")},
-                      Number(result->RecordsIn1(), counted),
-                      Number(result->RecordsIn2(), counted),
+        table.AddRow({{line.name},
+                      Number(line.rows1, counted),
+                      Number(line.rows2, counted),
                       Number(verdict.identical, matched),
-                      Number(result->RecordsDiffering(), verdict.hasKey),
+                      Number(line.differing, verdict.hasKey),
                       Number(verdict.onlyIn1, matched),
                       Number(verdict.onlyIn2, matched),
                       {verdict.text, ColourOf(verdict.kind)}});
@@ -85,20 +81,20 @@ void PrintTable(Console& console, const std::vector<JudgedTable>& tables) {
     console.Print();
 }
 
-void PrintDetails(Console& console, const JudgedTable& table) {
-    const Verdict& verdict = table.verdict;
+void PrintDetails(Console& console, const ResultLine& line) {
+    const Verdict& verdict = line.verdict;
     if (verdict.drift.empty() && verdict.notCompared.empty()) return;
-    console.Print(ToUtf8(table.result->Name()));
-    for (const std::string& line : verdict.drift)
-        console.Print("  " + line);
-    for (const std::string& line : verdict.notCompared)
-        console.Print("  not compared: " + line);
+    console.Print(line.table);
+    for (const std::string& drift : verdict.drift)
+        console.Print("  " + drift);
+    for (const std::string& what : verdict.notCompared)
+        console.Print("  not compared: " + what);
     console.Print();
 }
 
-void PrintError(Console& console, const TableDifference& result) {
-    if (result.Error().empty()) return;
-    console.Print(console.Coloured(Colour::Red, ErrorText(result)));
+void PrintError(Console& console, const ResultLine& line) {
+    if (line.error.empty()) return;
+    console.Print(console.Coloured(Colour::Red, line.error));
     console.Print();
 }
 
@@ -140,22 +136,35 @@ std::string ErrorText(const TableDifference& result) {
     return text;
 }
 
-int PrintResults(Console& console, const Comparison& comparison, const TableDifferences& results) {
-    std::vector<JudgedTable> tables;
+int PrintResults(Console& console, const std::vector<ResultLine>& lines, std::size_t oneSided) {
     Totals totals;
-    totals.oneSided = comparison.onlyIn1.size() + comparison.onlyIn2.size();
+    totals.oneSided = oneSided;
+    for (const ResultLine& line : lines)
+        totals.Add(line.verdict);
+    PrintTable(console, lines);
+    for (const ResultLine& line : lines)
+        PrintDetails(console, line);
+    for (const ResultLine& line : lines)
+        PrintError(console, line);
+    console.Print(console.Coloured(Colour::Bold, LastLine(totals)));
+    return ExitCodeOf(totals);
+}
+
+int PrintResults(Console& console, const Comparison& comparison, const TableDifferences& results) {
+    std::vector<ResultLine> lines;
+    bool anyFailed = false;
     for (const std::u16string& entry : comparison.tables) {
         const auto result = results.Item(entry);
-        tables.push_back({result.get(), Judge(comparison, *result)});
-        totals.Add(tables.back().verdict);
+        const std::string table = ToUtf8(result->Name());
+        lines.push_back({table, table + (result->IsView() ? " (view)" : ""), result->RecordsIn1(),
+                         result->RecordsIn2(), result->RecordsDiffering(),
+                         Judge(comparison, *result),
+                         result->Error().empty() ? "" : ErrorText(*result)});
+        anyFailed = anyFailed || lines.back().verdict.kind == Verdict::Kind::Failed;
     }
-    PrintTable(console, tables);
-    for (const JudgedTable& table : tables)
-        PrintDetails(console, table);
-    for (const JudgedTable& table : tables)
-        PrintError(console, *table.result);
-    console.Print(console.Coloured(Colour::Bold, LastLine(totals)));
-    if (totals.Of(Verdict::Kind::Failed) > 0 && comparison.NeedsLinkedServers()) {
+    const int exitCode =
+        PrintResults(console, lines, comparison.onlyIn1.size() + comparison.onlyIn2.size());
+    if (anyFailed && comparison.NeedsLinkedServers()) {
         console.Note(
             "quillon: these databases are on different servers, so the linked servers KARNOBE_1 "
             "and KARNOBE_2 are defined on " +
@@ -163,7 +172,7 @@ int PrintResults(Console& console, const Comparison& comparison, const TableDiff
             " for the queries across both. That needs the rights ALTER ANY LINKED SERVER and ALTER "
             "ANY LOGIN there, and a server that reaches the other by its name.");
     }
-    return ExitCodeOf(totals);
+    return exitCode;
 }
 
 }  // namespace quillon
