@@ -18,56 +18,6 @@ namespace {
 
 using namespace QuillonLib;
 
-// The tables of both databases, sorted into those of both and of one.
-class TableChooser {
-  public:
-    TableChooser(Comparison& comparison, const TableObjects& tables1, const TableObjects& tables2)
-        : comparison_(comparison), tables1_(tables1), tables2_(tables2) {}
-
-    void TakeAll() {
-        for (const auto& table : tables1_)
-            Take(table->Description());
-        for (const auto& table : tables2_) {
-            if (!tables1_.ItemExists(table->Description())) Take(table->Description());
-        }
-    }
-
-    void TakeNamed(const std::vector<std::u16string>& entries) {
-        for (const std::u16string& entry : entries) {
-            if (!tables1_.ItemExists(entry) && !tables2_.ItemExists(entry)) {
-                const auto& [obDB1, obDB2, obDB3] = comparison_.databases;
-                throw CLI::ValidationError("neither " + ToUtf8(obDB1->Description()) + " nor " +
-                                           ToUtf8(obDB2->Description()) + " has a table " +
-                                           ToUtf8(entry) + TheyHave());
-            }
-            Take(entry);
-        }
-    }
-
-  private:
-    void Take(const std::u16string& entry) {
-        const bool in1 = tables1_.ItemExists(entry);
-        const bool in2 = tables2_.ItemExists(entry);
-        auto& list = in1 && in2 ? comparison_.tables
-                     : in1      ? comparison_.onlyIn1
-                                : comparison_.onlyIn2;
-        // As the catalog spells it, and once.
-        const std::u16string& spelt = (in1 ? tables1_ : tables2_).Item(entry)->Description();
-        if (std::find(list.begin(), list.end(), spelt) == list.end()) list.push_back(spelt);
-    }
-
-    std::string TheyHave() const {
-        std::string text = "; tables of the first:";
-        for (const auto& table : tables1_)
-            text += " " + ToUtf8(table->Description());
-        return text;
-    }
-
-    Comparison& comparison_;
-    const TableObjects& tables1_;
-    const TableObjects& tables2_;
-};
-
 // The facts of a table that a choice names.
 const TableFacts& FactsFor(const Comparison& comparison, const std::u16string& table,
                            const char* option) {
@@ -244,25 +194,7 @@ void NoteTwoNamesOfOneServer(const Comparison& comparison, Console& console) {
                  "server is needed.");
 }
 
-void NoteOneSided(const std::vector<std::u16string>& tables, const Database& database,
-                  Console& console) {
-    if (tables.empty()) return;
-    std::string line = "quillon: only in " + ToUtf8(database.Description()) + ", and left out:";
-    for (const std::u16string& table : tables)
-        line += " " + Printable(table);
-    console.Note(line);
-}
-
 }  // namespace
-
-bool Comparison::IsOneSided(const std::u16string& table) const {
-    const auto holds = [&](const std::vector<std::u16string>& list) {
-        return std::any_of(list.begin(), list.end(), [&](const std::u16string& entry) {
-            return EqualIgnoringCase(entry, table);
-        });
-    };
-    return holds(onlyIn1) || holds(onlyIn2);
-}
 
 bool Comparison::NeedsLinkedServers() const {
     const auto& [obDB1, obDB2, obDB3] = databases;
@@ -282,21 +214,8 @@ std::unique_ptr<Comparison> Prepare(ComparisonRequest request, Console& console)
     comparison->databases = request.databases;
     comparison->dropLinkedServers = request.dropLinkedServers;
     const auto& [obDB1, obDB2, obDB3] = comparison->databases;
-    const auto tables1 = ReadTables(*obDB1);
-    const auto tables2 = ReadTables(*obDB2);
-    TableChooser chooser(*comparison, *tables1, *tables2);
-    if (request.tables.empty()) {
-        chooser.TakeAll();
-    } else {
-        chooser.TakeNamed(request.tables);
-    }
-    NoteOneSided(comparison->onlyIn1, *obDB1, console);
-    NoteOneSided(comparison->onlyIn2, *obDB2, console);
-    // Nothing compared must not pass for nothing different.
-    if (comparison->tables.empty() && comparison->onlyIn1.empty() && comparison->onlyIn2.empty()) {
-        throw std::runtime_error("neither " + ToUtf8(obDB1->Description()) + " nor " +
-                                 ToUtf8(obDB2->Description()) + " has a table");
-    }
+    static_cast<TableLists&>(*comparison) =
+        SelectTables(request.databases, request.tables, request.excluded, console);
     comparison->facts = ReadFacts(*obDB1, *obDB2, TextArray(comparison->tables));
     if (request.picks) TakePicks(*comparison, request);
     ChooseIndexes(*comparison, request.indexes);

@@ -11,6 +11,7 @@
 #include "cli/Console.h"
 #include "cli/DatabaseOptions.h"
 #include "cli/Names.h"
+#include "cli/TableSelection.h"
 #include "cli/TemplateFile.h"
 
 namespace quillon {
@@ -18,7 +19,8 @@ namespace quillon {
 // What the user asks for.
 struct ComparisonRequest {
     DatabaseOptions::Databases databases;
-    std::vector<std::u16string> tables;  // entries; none: all that the databases have
+    std::vector<TablePattern> tables;  // none: all that the databases have
+    std::vector<TablePattern> excluded;
     std::vector<TableChoice> indexes;
     std::vector<ColumnsChoice> columns;
     std::optional<TemplateContents> picks;  // choices for the tables that are compared
@@ -26,17 +28,13 @@ struct ComparisonRequest {
 };
 
 // A comparison that is ready to run. Every name in it stands in the catalogs.
-struct Comparison {
+struct Comparison : TableLists {
     DatabaseOptions::Databases databases;
-    std::vector<std::u16string> tables;   // entries of the tables of both, in the order to show
-    std::vector<std::u16string> onlyIn1;  // of those asked for, the ones that one database lacks
-    std::vector<std::u16string> onlyIn2;
     FactsByTable facts;
     QuillonLib::IndexChoices indexes;
     QuillonLib::ColumnChoices columns;
     bool dropLinkedServers = false;
 
-    bool IsOneSided(const std::u16string& table) const;
     bool NeedsLinkedServers() const;
     // The columns of the key by which the rows of a table are matched; none without a key.
     std::vector<std::u16string> KeyColumns(const QuillonLib::TableDifference& result) const;

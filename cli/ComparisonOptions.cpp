@@ -22,8 +22,13 @@ void ComparisonOptions::AddDatabasesTo(CLI::App& command) {
 void ComparisonOptions::AddChoicesTo(CLI::App& command) {
     command
         .add_option("--table,-t", tables_,
-                    "Table or indexed view to compare, as name or owner.name; may be given again "
-                    "(default: all that the databases have)")
+                    "Table or indexed view to compare, as name or owner.name, * and ? for any "
+                    "characters and any one; may be given again (default: all that the databases "
+                    "have)")
+        ->allow_extra_args(false)
+        ->type_name("TABLE");
+    command
+        .add_option("--exclude", excluded_, "Tables that are not compared; written as for --table")
         ->allow_extra_args(false)
         ->type_name("TABLE");
     command.add_option("--index", indexes_, "Unique index whose columns are a table's key")
@@ -57,12 +62,15 @@ ComparisonRequest ComparisonOptions::Request(Console& console) const {
         }
         databases.Take(ToUtf8(contents.database1), ToUtf8(contents.database2),
                        ToUtf8(contents.database3));
-        request.tables = contents.tables.Items;
+        for (const std::u16string& entry : contents.tables.Items)
+            request.tables.push_back(TablePattern::Exactly(entry));
         request.picks = std::move(contents);
     }
     if (!tables_.empty()) request.tables.clear();
     for (const std::string& table : tables_)
-        request.tables.push_back(ToTableEntry(table));
+        request.tables.emplace_back(table);
+    for (const std::string& table : excluded_)
+        request.excluded.emplace_back(table);
     for (const std::string& text : indexes_)
         request.indexes.push_back(ParseTableChoice(text));
     for (const std::string& text : columns_)

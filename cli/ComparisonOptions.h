@@ -19,7 +19,7 @@ class ComparisonOptions {
   public:
     // The databases and what is done with linked servers; every command has these.
     void AddDatabasesTo(CLI::App& command);
-    // --table, --index and --columns.
+    // --table, --exclude, --index and --columns.
     void AddChoicesTo(CLI::App& command);
     // --template and --templates: databases and picks from a template.
     void AddTemplateTo(CLI::App& command);
@@ -37,6 +37,7 @@ class ComparisonOptions {
   private:
     DatabaseOptions databases_;
     std::vector<std::string> tables_;
+    std::vector<std::string> excluded_;
     std::vector<std::string> indexes_;
     std::vector<std::string> columns_;
     std::string template_;

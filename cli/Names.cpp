@@ -59,14 +59,22 @@ std::pair<std::string_view, std::string_view> SplitChoice(std::string_view text,
 
 }  // namespace
 
-std::u16string ToTableEntry(std::string_view text) {
+WrittenTable ParseTable(std::string_view text) {
     const char* const form = "a table: name, owner.name or [owner].[name]";
     const std::vector<std::string_view> parts = Cut(text, '.');
     if (parts.size() > 2) ThrowBadName(text, form);
-    const std::u16string name = Unbracketed(parts.back());
-    const std::u16string owner = parts.size() == 2 ? Unbracketed(parts.front()) : u"dbo";
-    if (name.empty() || owner.empty()) ThrowBadName(text, form);
-    return QuillonLib::MakeTableEntry(owner, name);
+    const auto read = [](std::string_view part) {
+        return WrittenName{Unbracketed(part), part.starts_with('[')};
+    };
+    WrittenTable table{{u"dbo"}, read(parts.back())};
+    if (parts.size() == 2) table.owner = read(parts.front());
+    if (table.name.text.empty() || table.owner.text.empty()) ThrowBadName(text, form);
+    return table;
+}
+
+std::u16string ToTableEntry(std::string_view text) {
+    const WrittenTable table = ParseTable(text);
+    return QuillonLib::MakeTableEntry(table.owner.text, table.name.text);
 }
 
 TableChoice ParseTableChoice(std::string_view text) {

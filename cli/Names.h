@@ -7,8 +7,18 @@
 
 namespace quillon {
 
-// A table, "name", "owner.name" or with brackets, as a table entry. Without an owner it is dbo's.
-// A bracket within brackets is doubled. Throws CLI::ValidationError that names what is wrong.
+struct WrittenName {
+    std::u16string text;
+    bool bracketed = false;
+};
+// A table, "name", "owner.name" or with brackets. Without an owner it is dbo's. A bracket within
+// brackets is doubled. Throws CLI::ValidationError that names what is wrong.
+struct WrittenTable {
+    WrittenName owner;
+    WrittenName name;
+};
+WrittenTable ParseTable(std::string_view text);
+// The same as a table entry.
 std::u16string ToTableEntry(std::string_view text);
 
 // "TABLE=NAME": what is chosen for one table.

@@ -114,7 +114,7 @@ void NoteVerdict(Console& console, const Verdict& verdict) {
 int ShowRows(const RowsOptions& options, Console& console) {
     ComparisonRequest request = options.comparison.Request(console);
     const std::u16string entry = ToTableEntry(options.table);
-    request.tables = {entry};
+    request.tables = {TablePattern::Exactly(entry)};
     if (!options.index.empty()) request.indexes = {{entry, FromUtf8(options.index)}};
     const auto comparison = Prepare(request, console);
     if (comparison->tables.empty()) return ExitCode::Different;  // only one database has it
