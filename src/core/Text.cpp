@@ -1,8 +1,6 @@
 #include "core/Text.h"
 
-#include <unicode/uchar.h>
-
-#include <algorithm>
+#include "core/CaseMapping.h"
 
 namespace QuillonLib {
 
@@ -110,7 +108,7 @@ std::u16string MapCodePoints(std::u16string_view text, Mapping mapping) {
 
 char32_t FoldCodePoint(char32_t point) {
     if (point < 0x80) return point >= U'A' && point <= U'Z' ? point + 0x20 : point;
-    return static_cast<char32_t>(u_foldCase(static_cast<UChar32>(point), U_FOLD_CASE_DEFAULT));
+    return FoldedCase(point);
 }
 
 }  // namespace
@@ -155,15 +153,11 @@ std::u16string FoldCase(std::u16string_view text) {
 }
 
 std::u16string ToUpper(std::u16string_view text) {
-    return MapCodePoints(text, [](char32_t point) {
-        return static_cast<char32_t>(u_toupper(static_cast<UChar32>(point)));
-    });
+    return MapCodePoints(text, UpperCase);
 }
 
 std::u16string ToLower(std::u16string_view text) {
-    return MapCodePoints(text, [](char32_t point) {
-        return static_cast<char32_t>(u_tolower(static_cast<UChar32>(point)));
-    });
+    return MapCodePoints(text, LowerCase);
 }
 
 bool EqualIgnoringCase(std::u16string_view a, std::u16string_view b) {

@@ -1,7 +1,6 @@
 #include "templates/XmlText.h"
 
 #include <expat.h>
-#include <unicode/ucnv.h>
 
 #include <array>
 #include <memory>
@@ -10,6 +9,7 @@
 #include <utility>
 
 #include "core/Text.h"
+#include "templates/EncodedText.h"
 
 namespace QuillonLib {
 
@@ -17,23 +17,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr std::string_view Utf8 = "UTF-8";
-
-struct CloseConverter {
-    void operator()(UConverter* converter) const { ucnv_close(converter); }
-};
-using Converter = std::unique_ptr<UConverter, CloseConverter>;
-
-// Null for an encoding that ICU does not know. The converter stops at what has no meaning.
-Converter OpenConverter(const std::string& encoding) {
-    UErrorCode status = U_ZERO_ERROR;
-    Converter converter(ucnv_open(encoding.c_str(), &status));
-    if (status == U_MEMORY_ALLOCATION_ERROR) throw std::bad_alloc();
-    if (U_FAILURE(status)) return nullptr;
-    ucnv_setToUCallBack(converter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
-                        &status);
-    return U_SUCCESS(status) ? std::move(converter) : nullptr;
-}
+constexpr std::string_view Utf8Mark = "\xEF\xBB\xBF";
 
 struct FreeParser {
     void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
@@ -64,67 +48,75 @@ std::string DeclaredEncoding(std::string_view bytes) {
 
 struct Start {
     std::string_view bytes;
-    std::string_view encoding;
+    bool highFirst;
 };
-constexpr std::array Starts{Start{"\xFF\xFE"sv, "UTF-16LE"}, Start{"\xFE\xFF"sv, "UTF-16BE"},
-                            Start{"<\0"sv, "UTF-16LE"}, Start{"\0<"sv, "UTF-16BE"}};
+constexpr std::array Starts{Start{"\xFF\xFE"sv, false}, Start{"\xFE\xFF"sv, true},
+                            Start{"<\0"sv, false}, Start{"\0<"sv, true}};
 
-XmlText Convert(std::string_view bytes, const std::string& encoding) {
-    const Converter converter = OpenConverter(encoding);
-    if (converter == nullptr) return {{}, "its encoding " + encoding + " is not known"};
-    std::u16string text;
-    std::array<char16_t, 4096> piece{};
-    const char* from = bytes.data();
-    UErrorCode status = U_BUFFER_OVERFLOW_ERROR;
-    while (status == U_BUFFER_OVERFLOW_ERROR) {
-        status = U_ZERO_ERROR;
-        char16_t* to = piece.data();
-        ucnv_toUnicode(converter.get(), &to, to + piece.size(), &from, bytes.data() + bytes.size(),
-                       nullptr, 1, &status);
-        text.append(piece.data(), to);
+std::u16string UnitsOf(std::string_view bytes, bool highFirst) {
+    std::u16string units(bytes.size() / 2, u'\0');
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        const auto first = static_cast<unsigned char>(bytes[2 * i]);
+        const auto second = static_cast<unsigned char>(bytes[2 * i + 1]);
+        units[i] = static_cast<char16_t>(highFirst ? first << 8 | second : second << 8 | first);
     }
-    if (U_FAILURE(status)) return {{}, "it holds what is not " + encoding};
-    return {ToUtf8(text), {}};
+    return units;
 }
 
-// How the text is read that has neither a mark nor the form of UTF-16. A declared Unicode encoding
-// can only be UTF-8 then: programs that save a text in another encoding forget the declaration.
-std::string EncodingOf(const std::string& declared) {
-    if (declared.empty()) return std::string(Utf8);
-    const Converter converter = OpenConverter(declared);
-    if (converter == nullptr) return declared;
-    switch (ucnv_getType(converter.get())) {
-        case UCNV_UTF8:
-        case UCNV_UTF16:
-        case UCNV_UTF16_BigEndian:
-        case UCNV_UTF16_LittleEndian:
-        case UCNV_UTF32:
-        case UCNV_UTF32_BigEndian:
-        case UCNV_UTF32_LittleEndian:
-            return std::string(Utf8);
-        default:
-            return declared;
+bool HasLoneSurrogate(std::u16string_view text) {
+    const auto isHigh = [](char16_t unit) { return unit >= 0xD800 && unit < 0xDC00; };
+    const auto isLow = [](char16_t unit) { return unit >= 0xDC00 && unit < 0xE000; };
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (isLow(text[i])) return true;
+        if (!isHigh(text[i])) continue;
+        if (i + 1 == text.size() || !isLow(text[i + 1])) return true;
+        ++i;
     }
+    return false;
+}
+
+XmlText ReadUtf16(std::string_view bytes, bool highFirst) {
+    const std::u16string units = UnitsOf(bytes, highFirst);
+    if (bytes.size() % 2 != 0 || HasLoneSurrogate(units)) {
+        return {{}, highFirst ? "it holds what is not UTF-16BE" : "it holds what is not UTF-16LE"};
+    }
+    std::string text = ToUtf8(units);
+    if (text.starts_with(Utf8Mark)) text.erase(0, Utf8Mark.size());
+    return {std::move(text), {}};
+}
+
+XmlText ReadUtf8(std::string bytes) {
+    if (!IsUtf8(bytes)) return {{}, "it is not UTF-8, and declares nothing else"};
+    if (bytes.starts_with(Utf8Mark)) bytes.erase(0, Utf8Mark.size());
+    return {std::move(bytes), {}};
+}
+
+XmlText ReadEncoded(std::string_view bytes, const std::string& encoding) {
+    const auto text = DecodeText(bytes, encoding);
+    if (!text) return {{}, "it holds what is not " + encoding};
+    return {ToUtf8(*text), {}};
 }
 
 }  // namespace
 
 XmlText DecodeXml(std::string bytes) {
-    constexpr std::string_view Utf8Mark = "\xEF\xBB\xBF";
-    const bool marked = bytes.starts_with(Utf8Mark);
-    if (!marked) {
-        for (const Start& start : Starts) {
-            if (!bytes.starts_with(start.bytes)) continue;
-            XmlText text = Convert(bytes, std::string(start.encoding));
-            if (text.text && text.text->starts_with(Utf8Mark)) text.text->erase(0, Utf8Mark.size());
-            return text;
-        }
-        const std::string encoding = EncodingOf(DeclaredEncoding(bytes));
-        if (encoding != Utf8) return Convert(bytes, encoding);
+    if (bytes.starts_with(Utf8Mark)) return ReadUtf8(std::move(bytes));
+    for (const Start& start : Starts) {
+        if (bytes.starts_with(start.bytes)) return ReadUtf16(bytes, start.highFirst);
     }
-    if (!IsUtf8(bytes)) return {{}, "it is not UTF-8, and declares nothing else"};
-    if (marked) bytes.erase(0, Utf8Mark.size());
-    return {std::move(bytes), {}};
+    const std::string encoding = DeclaredEncoding(bytes);
+    if (encoding.empty()) return ReadUtf8(std::move(bytes));
+    switch (KindOfEncoding(encoding)) {
+        case EncodingKind::Unknown:
+            return {{}, "its encoding " + encoding + " is not known"};
+        case EncodingKind::Bytes:
+            return ReadEncoded(bytes, encoding);
+        case EncodingKind::Unicode:
+            break;
+    }
+    // It has neither a mark nor the form of UTF-16, so it can only be UTF-8: programs that save a
+    // text in another encoding forget the declaration.
+    return ReadUtf8(std::move(bytes));
 }
 
 }  // namespace QuillonLib

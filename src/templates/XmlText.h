@@ -14,8 +14,9 @@ struct XmlText {
 };
 
 // The encoding is told by the byte-order mark, which is left out of the text; else by the
-// declaration, for every encoding of one byte or of several that ICU knows; else it is UTF-8. What
-// the encoding has no meaning for is a failure: nothing is replaced. Throws std::bad_alloc.
+// declaration, for every encoding of one byte or of several that is known here (EncodedText.h);
+// else it is UTF-8. What the encoding has no meaning for is a failure: nothing is replaced. Throws
+// std::bad_alloc.
 XmlText DecodeXml(std::string bytes);
 
 }  // namespace QuillonLib
