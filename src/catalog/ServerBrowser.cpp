@@ -1,25 +1,13 @@
 #include "catalog/ServerBrowser.h"
 
-#ifdef _WIN32
-#include <winsock2.h>
-#include <ws2tcpip.h>
-#else
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <cerrno>
-#endif
-
 #include <algorithm>
-#include <array>
 #include <map>
 #include <optional>
 #include <system_error>
 
+#include "catalog/UdpSocket.h"
 #include "core/Error.h"
+#include "core/SystemError.h"
 #include "core/Text.h"
 
 namespace QuillonLib {
@@ -66,67 +54,18 @@ std::optional<std::u16string> InstanceName(std::string_view instance) {
     return host + u"\\" + name;
 }
 
-#ifdef _WIN32
-
-// Not yet asked on Windows: the system's own browser service is the caller's way there.
-std::vector<std::string> AskBrowsers(const BrowserSettings&) {
-    throw Error(NetworkError, u"Listing servers is not available on this platform");
-}
-
-#else
-
 [[noreturn]] void ThrowCannotAsk(std::error_code cause) {
-    throw Error(NetworkError, u"Cannot ask the network for servers: " + FromUtf8(cause.message()));
+    throw Error(NetworkError, u"Cannot ask the network for servers: " + TextOf(cause));
 }
-
-std::error_code LastSystemError() {
-    return {errno, std::generic_category()};
-}
-
-class UdpSocket {
-  public:
-    UdpSocket() : descriptor_(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-        if (descriptor_ < 0) ThrowCannotAsk(LastSystemError());
-        const int on = 1;
-        setsockopt(descriptor_, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
-    }
-    ~UdpSocket() { close(descriptor_); }
-    UdpSocket(const UdpSocket&) = delete;
-    UdpSocket& operator=(const UdpSocket&) = delete;
-
-    // An error when the network does not take it (no route, for one).
-    std::error_code Send(const BrowserAddress& to) const {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(to.port);
-        if (inet_pton(AF_INET, to.host.c_str(), &address.sin_addr) != 1)
-            return std::make_error_code(std::errc::invalid_argument);
-        const std::uint8_t request = to.broadcast ? BroadcastRequest : UnicastRequest;
-        const ssize_t sent = sendto(descriptor_, &request, 1, 0,
-                                    reinterpret_cast<const sockaddr*>(&address), sizeof address);
-        return sent == 1 ? std::error_code() : LastSystemError();
-    }
-
-    // The next datagram, or nothing when the time is up.
-    std::optional<std::string> Receive(std::chrono::milliseconds patience) const {
-        pollfd wait{descriptor_, POLLIN, 0};
-        if (poll(&wait, 1, static_cast<int>(patience.count())) != 1) return std::nullopt;
-        std::array<char, 65536> datagram{};
-        const ssize_t size = recv(descriptor_, datagram.data(), datagram.size(), 0);
-        // A machine that refuses the port answers with an error: others may still answer.
-        return std::string(datagram.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
-    }
-
-  private:
-    int descriptor_;
-};
 
 std::vector<std::string> AskBrowsers(const BrowserSettings& settings) {
-    const UdpSocket socket;
     std::error_code failure;
+    const UdpSocket socket(failure);
+    if (failure) ThrowCannotAsk(failure);
     bool sent = false;
     for (const BrowserAddress& address : settings.addresses) {
-        const std::error_code result = socket.Send(address);
+        const std::uint8_t request = address.broadcast ? BroadcastRequest : UnicastRequest;
+        const std::error_code result = socket.Send(address.host, address.port, request);
         if (!result) {
             sent = true;
         } else if (!failure) {
@@ -140,15 +79,14 @@ std::vector<std::string> AskBrowsers(const BrowserSettings& settings) {
     const auto end = Clock::now() + settings.patience;
     for (auto now = Clock::now(); now < end; now = Clock::now()) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - now);
-        if (auto answer = socket.Receive(left)) answers.push_back(std::move(*answer));
+        auto answer = socket.Receive(left);
+        if (answer && !answer->empty()) answers.push_back(std::move(*answer));
     }
     // Answers are of use even where a part of the network could not be asked; without any, silence
     // must not pass for a network without servers.
     if (failure && answers.empty()) ThrowCannotAsk(failure);
     return answers;
 }
-
-#endif
 
 // The text of a datagram: one byte 0x05, the length of the text in two, the text.
 std::string_view TextOfDatagram(std::string_view datagram) {

@@ -56,8 +56,12 @@ char32_t LowerCase(char32_t point) {
     return point < UnitCount ? table[point] : MapPair(LCMAP_LOWERCASE, point);
 }
 
-// Up first: some letters have two small forms and one capital.
+// Up first: some letters have two small forms and one capital. The two letters of Turkish that meet
+// "i" and "I" under another capital or small form are only themselves.
 char32_t FoldedCase(char32_t point) {
+    constexpr char32_t CapitalWithDot = 0x0130;
+    constexpr char32_t SmallWithoutDot = 0x0131;
+    if (point == CapitalWithDot || point == SmallWithoutDot) return point;
     return LowerCase(UpperCase(point));
 }
 

@@ -1,18 +1,11 @@
 #include "core/WholeFile.h"
 
-#include <cerrno>
-#include <cstdio>
 #include <string>
 
 #include "core/Error.h"
+#include "core/SystemError.h"
+#include "core/SystemFiles.h"
 #include "core/Text.h"
-
-#ifdef _WIN32
-#include <io.h>
-#include <process.h>
-#else
-#include <unistd.h>
-#endif
 
 namespace QuillonLib {
 
@@ -21,86 +14,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t ChunkSize = 1 << 20;
-
-std::error_code LastSystemError() {
-    return {errno, std::generic_category()};
-}
-
-#ifdef _WIN32
-std::FILE* OpenNew(const fs::path& path) {
-    return _wfopen(path.c_str(), L"wbx");
-}
-int Flush(std::FILE* file) {
-    return _commit(_fileno(file));
-}
-int ProcessNumber() {
-    return _getpid();
-}
-#else
-std::FILE* OpenNew(const fs::path& path) {
-    return std::fopen(path.c_str(), "wbx");
-}
-int Flush(std::FILE* file) {
-    return fsync(fileno(file));
-}
-int ProcessNumber() {
-    return getpid();
-}
-#endif
-
-class StdioFile final : public FileOperations::File {
-  public:
-    explicit StdioFile(std::FILE* file) : file_(file) {}
-    ~StdioFile() override {
-        if (file_ != nullptr) (void)std::fclose(file_);
-    }
-    StdioFile(const StdioFile&) = delete;
-    StdioFile& operator=(const StdioFile&) = delete;
-
-    std::error_code Write(std::string_view bytes) override {
-        const bool whole = std::fwrite(bytes.data(), 1, bytes.size(), file_) == bytes.size();
-        return whole ? std::error_code() : LastSystemError();
-    }
-    std::error_code Sync() override {
-        if (std::fflush(file_) != 0 || Flush(file_) != 0) return LastSystemError();
-        return {};
-    }
-    std::error_code Close() override {
-        std::FILE* file = file_;
-        file_ = nullptr;
-        return std::fclose(file) == 0 ? std::error_code() : LastSystemError();
-    }
-
-  private:
-    std::FILE* file_;
-};
-
-class StdioFiles final : public FileOperations {
-  public:
-    std::unique_ptr<File> Create(const fs::path& path, std::error_code& failure) override {
-        std::FILE* file = OpenNew(path);
-        if (file == nullptr) {
-            failure = LastSystemError();
-            return nullptr;
-        }
-        try {
-            return std::make_unique<StdioFile>(file);
-        } catch (...) {
-            (void)std::fclose(file);
-            Remove(path);
-            throw;
-        }
-    }
-    std::error_code Rename(const fs::path& from, const fs::path& to) override {
-        std::error_code failure;
-        fs::rename(from, to, failure);
-        return failure;
-    }
-    void Remove(const fs::path& path) noexcept override {
-        std::error_code ignored;
-        fs::remove(path, ignored);
-    }
-};
 
 // The temporary file: gone with this object unless it has taken the name of the real one.
 class NewFile {
@@ -154,8 +67,7 @@ bool IsSpecial(const fs::path& path) {
 
 std::error_code Write(const fs::path& path, std::string_view bytes, FileOperations& files) {
     std::error_code ignored;
-    const fs::path linked = fs::weakly_canonical(path, ignored);
-    const fs::path target = linked.empty() ? path : linked;
+    const fs::path target = BehindLinks(path);
     const fs::file_status old = fs::status(target, ignored);
     if (fs::is_directory(old)) return std::make_error_code(std::errc::is_a_directory);
     if (fs::exists(old) && (old.permissions() & fs::perms::owner_write) == fs::perms::none) {
@@ -174,11 +86,6 @@ std::u16string NameOf(const fs::path& path) {
 
 }  // namespace
 
-FileOperations& SystemFiles() {
-    static StdioFiles files;
-    return files;
-}
-
 void WriteWholeFile(const std::filesystem::path& path, std::string_view bytes,
                     FileOperations& files) {
     const auto fail = [&](std::u16string_view cause) {
@@ -187,7 +94,7 @@ void WriteWholeFile(const std::filesystem::path& path, std::string_view bytes,
     };
     if (IsSpecial(path)) fail(u"it is no regular file");
     const std::error_code failure = Write(path, bytes, files);
-    if (failure) fail(FromUtf8(failure.message()));
+    if (failure) fail(TextOf(failure));
 }
 
 }  // namespace QuillonLib

@@ -7,6 +7,7 @@
 
 #include "core/Text.h"
 #include "data/ConnectionString.h"
+#include "data/FreeTds.h"
 #include "data/Odbc.h"
 
 namespace QuillonLib {
@@ -21,11 +22,6 @@ constexpr std::size_t MaxConnectionString = 32000;
 // fit into a record of 16 KiB.
 constexpr SQLULEN PacketSize = 16000;
 
-#ifdef _WIN32
-std::u16string AdaptToDriver(const std::u16string& connectionString) {
-    return connectionString;
-}
-#else
 // Left to find the version of the protocol itself, FreeTDS tries one after the other, each for the
 // whole login time-out, and waits without end for a server that answers none. Every server since
 // 2000 takes the newest version and answers with its own; for an older one the driver's own
@@ -36,11 +32,10 @@ std::u16string ProtocolVersion() {
 
 // FreeTDS takes both from the text alone. In front, where no value before them is left open, and
 // where the text's own choice, which comes later, wins.
-std::u16string AdaptToDriver(const std::u16string& connectionString) {
+std::u16string AdaptToFreeTds(const std::u16string& connectionString) {
     return ProtocolVersion() + u"PacketSize=" + ToText(PacketSize) + u";" +
            AdaptConnectionString(connectionString);
 }
-#endif
 
 }  // namespace
 
@@ -66,10 +61,10 @@ void Connection::Impl::Open(std::u16string_view text) {
 void Connection::Impl::Connect() {
     SQLSetConnectAttr(link.Get(), SQL_ATTR_LOGIN_TIMEOUT,
                       odbc::AsPointer(static_cast<SQLULEN>(loginTimeout.count())), 0);
-#ifdef _WIN32
-    SQLSetConnectAttr(link.Get(), SQL_ATTR_PACKET_SIZE, odbc::AsPointer(PacketSize), 0);
-#endif
-    const std::u16string adapted = AdaptToDriver(connectionString);
+    const bool isFreeTds = odbc::IsFreeTds(environment.Get(), connectionString);
+    if (!isFreeTds)
+        SQLSetConnectAttr(link.Get(), SQL_ATTR_PACKET_SIZE, odbc::AsPointer(PacketSize), 0);
+    const std::u16string adapted = isFreeTds ? AdaptToFreeTds(connectionString) : connectionString;
     const SQLRETURN result = SQLDriverConnectW(link.Get(), nullptr, odbc::Wide(adapted),
                                                static_cast<SQLSMALLINT>(adapted.size()), nullptr, 0,
                                                nullptr, SQL_DRIVER_NOPROMPT);

@@ -50,6 +50,20 @@ std::u16string BuildConnectionString(std::u16string_view server, std::u16string_
     return text;
 }
 
+std::u16string DriverOf(std::u16string_view connectionString) {
+    for (std::size_t start = 0; start < connectionString.size();) {
+        const Item item = ReadItem(connectionString, start);
+        if (EqualIgnoringCase(item.keyword, u"driver")) {
+            std::u16string_view name = item.value;
+            if (name.starts_with(u'{')) name.remove_prefix(1);
+            if (name.ends_with(u'}')) name.remove_suffix(1);
+            return std::u16string(name);
+        }
+        start = item.end + 1;
+    }
+    return {};
+}
+
 // Two quirks of FreeTDS:
 //  - a server named without port or instance gets no port at all, unless one is configured: the
 //    connection fails before a packet is sent. It gets the server's standard port here; TDSPORT in

@@ -12,8 +12,11 @@ std::u16string BuildConnectionString(std::u16string_view server, std::u16string_
                                      bool ntSecurity, std::u16string_view user,
                                      std::u16string_view password);
 
-// What the driver is given in place of `connectionString` where one of its quirks needs it (see
-// the definition).
+// The driver that the text names, without braces; empty where it names none.
+std::u16string DriverOf(std::u16string_view connectionString);
+
+// What FreeTDS is given in place of `connectionString` where one of its quirks needs it (see the
+// definition).
 std::u16string AdaptConnectionString(std::u16string_view connectionString);
 
 }  // namespace QuillonLib

@@ -61,5 +61,13 @@ TEST(ConnectionString, LeavesAnythingElseAlone) {
     EXPECT_EQ(AdaptConnectionString(u"DSN=mine;uid=u"), u"DSN=mine;uid=u");
 }
 
+TEST(ConnectionString, TellsItsDriver) {
+    EXPECT_EQ(DriverOf(BuildConnectionString(u"S", u"D", true, u"", u"")), u"SQL Server");
+    EXPECT_EQ(DriverOf(u"server=driver={x};DRIVER=FreeTDS;uid=sa"), u"FreeTDS");
+    EXPECT_EQ(DriverOf(u"pwd={;driver=a};Driver={a;b}"), u"a;b");
+    EXPECT_EQ(DriverOf(u"dsn=driver"), u"");
+    EXPECT_EQ(DriverOf(u""), u"");
+}
+
 }  // namespace
 }  // namespace QuillonLib

@@ -1,17 +1,10 @@
-#include "core/LibraryFolder.h"
-
-#ifdef _WIN32
-#include <windows.h>
-
-#include <string>
-#else
 #include <link.h>
 
 #include <cstdint>
 #include <string>
-#endif
 
 #include "core/Error.h"
+#include "core/LibraryFolder.h"
 
 namespace QuillonLib {
 
@@ -20,28 +13,6 @@ namespace {
 [[noreturn]] void ThrowNotFound() {
     throw Error(ErrorNumber::FileNotFound, u"The file of the library itself cannot be found");
 }
-
-}  // namespace
-
-#ifdef _WIN32
-
-std::filesystem::path LibraryFolder() {
-    HMODULE module = nullptr;
-    const auto* inside = reinterpret_cast<const wchar_t*>(&LibraryFolder);
-    if (!GetModuleHandleExW(
-            GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-            inside, &module)) {
-        ThrowNotFound();
-    }
-    std::wstring path(32768, L'\0');
-    path.resize(GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size())));
-    if (path.empty()) ThrowNotFound();
-    return std::filesystem::path(path).parent_path();
-}
-
-#else
-
-namespace {
 
 struct LoadedObject {
     std::uintptr_t address;
@@ -78,7 +49,5 @@ std::filesystem::path LibraryFolder() {
     if (failure) ThrowNotFound();
     return file.parent_path();
 }
-
-#endif
 
 }  // namespace QuillonLib
