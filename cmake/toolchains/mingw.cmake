@@ -16,3 +16,6 @@ add_compile_definitions(_WIN32_WINNT=0x0601 UNICODE _UNICODE)
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static")
 set(CMAKE_MODULE_LINKER_FLAGS_INIT "-static")
+# CMake would switch back to shared libraries behind those that it knows to be static.
+set(CMAKE_LINK_SEARCH_START_STATIC ON)
+set(CMAKE_LINK_SEARCH_END_STATIC ON)

@@ -1,6 +1,8 @@
 // A whole comparison: its events, its choices, what it leaves behind, and its batches as one list.
 #include <gtest/gtest.h>
+#ifndef _WIN32
 #include <unistd.h>
+#endif
 
 #include "ComparisonFixture.h"
 #include "core/Error.h"
@@ -343,6 +345,7 @@ TEST_F(ComparisonTest, OnlyTheWholeNameStandsForThisComputer) {
     EXPECT_EQ(three->Server(), u"(local),1");
 }
 
+#ifndef _WIN32
 TEST_F(ComparisonTest, TheNameOfThisComputerIsItsHostName) {
     char name[256] = {};
     ASSERT_EQ(gethostname(name, sizeof name - 1), 0);
@@ -351,6 +354,7 @@ TEST_F(ComparisonTest, TheNameOfThisComputerIsItsHostName) {
     RaisedBy([&] { Compare({u"[dbo].[a]"}); });
     EXPECT_EQ(ToUtf8(two->Server()), name);
 }
+#endif
 
 INSTANTIATE_TEST_SUITE_P(Names, LocalServerTest,
                          ::testing::Values(std::pair(u".", true), std::pair(u"(local)", true),

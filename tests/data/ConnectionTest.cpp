@@ -69,6 +69,8 @@ TEST(Connection, AsksForTheNewestProtocolUnlessTheTextNamesAnother) {
     EXPECT_EQ(server.Logins()[1].protocolVersion, 0x71000001U);
 }
 
+// Under wine the driver has the variables of the host, which a test cannot set.
+#ifndef _WIN32
 TEST(Connection, LeavesTheProtocolToTheVariableOfTheDriver) {
     ScriptedServer server;
     setenv("TDSVER", "7.1", 1);
@@ -77,6 +79,7 @@ TEST(Connection, LeavesTheProtocolToTheVariableOfTheDriver) {
     ASSERT_EQ(server.Logins().size(), 1U);
     EXPECT_EQ(server.Logins()[0].protocolVersion, 0x71000001U);
 }
+#endif
 
 TEST(Connection, GivesUpOnAServerThatNeverAnswersTheLogin) {
     const test::SilentServer server;
@@ -157,6 +160,7 @@ TEST(Connection, SendsThePasswordAsItStands) {
     }
 }
 
+#ifndef _WIN32
 TEST(Connection, TakesThePortFromTheEnvironment) {
     ScriptedServer server;
     const std::string port = std::to_string(server.Wire().Port());
@@ -166,6 +170,7 @@ TEST(Connection, TakesThePortFromTheEnvironment) {
         connection.Open(BuildConnectionString(u"127.0.0.1", u"master", false, u"sa", u"sandbox")));
     unsetenv("TDSPORT");
 }
+#endif
 
 // ---- running a batch ---------------------------------------------------------------------------
 

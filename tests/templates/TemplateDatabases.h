@@ -12,6 +12,7 @@
 
 #include "templates/ComparisonTemplates.h"
 #include "tests/support/SandboxTest.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace QuillonLib {
 
@@ -27,8 +28,7 @@ inline constexpr const char* StoredPicks =
 class TemplateDatabases : public SandboxTest {
   protected:
     TemplateDatabases() {
-        std::string name = (std::filesystem::temp_directory_path() / "quillon-XXXXXX").string();
-        folder = mkdtemp(name.data());
+        folder = test::MakeTemporaryFolder();
         file = folder / "Templates.xml";
         server.Run(u"CREATE DATABASE one\nGO\nCREATE DATABASE two");
         RunInBoth(

@@ -1,11 +1,25 @@
 // The file and the template-level operations.
 #include <gtest/gtest.h>
 
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
 #include "TemplateFiles.h"
 #include "core/LibraryFolder.h"
 
 namespace QuillonLib {
 namespace {
+
+std::filesystem::path FolderOfThisProgram() {
+#ifdef _WIN32
+    wchar_t file[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, file, MAX_PATH);
+    return std::filesystem::path(file).parent_path();
+#else
+    return std::filesystem::canonical("/proc/self/exe").parent_path();
+#endif
+}
 
 class TemplateFileTest : public TemplateFiles {
   protected:
@@ -116,8 +130,7 @@ TEST_F(TemplateFileTest, ElementsOfTheFileBeforeStayUsable) {
 
 TEST_F(TemplateFileTest, TheDefaultPathIsBesideTheLibrary) {
     // the tests hold the library themselves
-    const std::filesystem::path beside =
-        std::filesystem::canonical("/proc/self/exe").parent_path() / "Templates.xml";
+    const std::filesystem::path beside = FolderOfThisProgram() / "Templates.xml";
     EXPECT_EQ(LibraryFolder() / "Templates.xml", beside);
     Write(TwoTemplates);
     std::filesystem::rename(file, beside);

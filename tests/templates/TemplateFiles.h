@@ -12,18 +12,23 @@
 
 #include "core/Error.h"
 #include "templates/ComparisonTemplates.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace QuillonLib {
 
 class TemplateFiles : public ::testing::Test {
   protected:
     TemplateFiles() {
-        std::string name = (std::filesystem::temp_directory_path() / "quillon-XXXXXX").string();
-        folder = mkdtemp(name.data());
+        folder = test::MakeTemporaryFolder();
         file = folder / "Templates.xml";
     }
     ~TemplateFiles() override {
-        std::filesystem::permissions(folder, std::filesystem::perms::owner_all);
+        using std::filesystem::perms;
+        std::filesystem::permissions(folder, perms::owner_all);
+        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+            std::error_code ignored;  // a file that only may be read cannot be removed on Windows
+            std::filesystem::permissions(entry, perms::owner_all, ignored);
+        }
         std::filesystem::remove_all(folder);
     }
 

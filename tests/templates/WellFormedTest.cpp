@@ -173,7 +173,6 @@ TEST_F(WellFormedTest, TheReasonIsTold) {
     };
     EXPECT_EQ(WhyNotLoaded(Path()), "there is no such file");
     EXPECT_EQ(WhyNotLoaded(folder.u16string()), "it is a folder");
-    EXPECT_EQ(WhyNotLoaded(u"/dev/null"), "it is no regular file");
     EXPECT_EQ(WhyNotLoaded(Path() + u'\xD83D'), "it has no valid name");
     EXPECT_EQ(why(Store("a")), "");
     EXPECT_EQ(why("<templates>\n</template>"), "it is not well-formed XML: line 2, mismatched tag");
@@ -187,6 +186,7 @@ TEST_F(WellFormedTest, TheReasonIsTold) {
     EXPECT_EQ(why("<?xml version=\"1.0\" encoding=\"us-ascii\"?>" + Store("\xE9")),
               "it holds what is not us-ascii");
 #ifdef __linux__
+    EXPECT_EQ(WhyNotLoaded(u"/dev/null"), "it is no regular file");
     EXPECT_EQ(WhyNotLoaded(u"/proc/self/mem"), "Input/output error");
 #endif
 }

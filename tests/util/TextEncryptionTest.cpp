@@ -205,14 +205,28 @@ struct Failure {
     Calls calls;
 };
 
+// One message, of one code and module.
+class BadKeyMessage final : public SystemMessages {
+  public:
+    Module LoadModule(std::u16string_view name) override { return name == u"advapi32.dll" ? 7 : 0; }
+    std::size_t Format(Module module, std::int32_t code, std::size_t,
+                       std::u16string& text) override {
+        if (module != 7 || code != static_cast<std::int32_t>(0x80090003)) return 0;
+        text = u"Bad Key.\r\n";
+        return text.size();
+    }
+    void ReleaseModule(Module) override {}
+    std::int32_t LastError() const override { return 317; }
+};
+
 class TextEncryptionFailure : public ::testing::TestWithParam<Failure> {
   protected:
     void Check(const std::function<void(Cryptography&, SystemMessages&)>& action) {
         RecordedCryptography cryptography(GetParam().call);
         cryptography.lastError = static_cast<std::int32_t>(0x80090003);
-        const auto messages = PlatformMessages();
+        BadKeyMessage messages;
         try {
-            action(cryptography, *messages);
+            action(cryptography, messages);
             FAIL() << "no error";
         } catch (const Error& error) {
             EXPECT_EQ(error.Number(), static_cast<std::int32_t>(0x80040001));
