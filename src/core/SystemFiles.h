@@ -8,6 +8,9 @@ namespace QuillonLib {
 
 std::uint32_t ProcessNumber();
 
+// A device, a pipe, a socket: taking its name would put a file in its place.
+bool IsSpecial(const std::filesystem::path& path);
+
 // The file that a path means, symbolic links followed; the path itself where that cannot be told.
 std::filesystem::path BehindLinks(const std::filesystem::path& path);
 

@@ -82,6 +82,12 @@ std::uint32_t ProcessNumber() {
     return static_cast<std::uint32_t>(getpid());
 }
 
+bool IsSpecial(const fs::path& path) {
+    std::error_code ignored;
+    const fs::file_status status = fs::status(path, ignored);
+    return fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status);
+}
+
 fs::path BehindLinks(const fs::path& path) {
     std::error_code ignored;
     const fs::path linked = fs::weakly_canonical(path, ignored);

@@ -97,11 +97,16 @@ class NativeFiles final : public FileOperations {
     void Remove(const fs::path& path) noexcept override { DeleteFileW(path.c_str()); }
 };
 
+// Opened for questions about it alone.
+HANDLE OpenToAsk(const fs::path& path) {
+    constexpr DWORD ShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    return CreateFileW(path.c_str(), 0, ShareAll, nullptr, OPEN_EXISTING,
+                       FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+}
+
 // The name behind the links, as the system has it. Empty where it cannot be told.
 std::wstring FinalName(const fs::path& path) {
-    constexpr DWORD ShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    const HANDLE file = CreateFileW(path.c_str(), 0, ShareAll, nullptr, OPEN_EXISTING,
-                                    FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    const HANDLE file = OpenToAsk(path);
     if (file == INVALID_HANDLE_VALUE) return {};
     std::wstring name(std::size_t{1} << 15, L'\0');
     const DWORD length =
@@ -120,6 +125,14 @@ FileOperations& SystemFiles() {
 
 std::uint32_t ProcessNumber() {
     return GetCurrentProcessId();
+}
+
+bool IsSpecial(const fs::path& path) {
+    const HANDLE file = OpenToAsk(path);
+    if (file == INVALID_HANDLE_VALUE) return false;
+    const DWORD type = GetFileType(file);
+    CloseHandle(file);
+    return type != FILE_TYPE_DISK;
 }
 
 // Any other path stays as it was given: one on a share, or longer than most, is best left alone.

@@ -58,13 +58,6 @@ class NewFile {
     bool created_ = false;
 };
 
-// A device, a pipe, a socket: taking its name would put a file in its place.
-bool IsSpecial(const fs::path& path) {
-    std::error_code ignored;
-    const fs::file_status status = fs::status(path, ignored);
-    return fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status);
-}
-
 std::error_code Write(const fs::path& path, std::string_view bytes, FileOperations& files) {
     std::error_code ignored;
     const fs::path target = BehindLinks(path);

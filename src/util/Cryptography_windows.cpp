@@ -21,7 +21,9 @@ class WindowsCryptography final : public Cryptography {
         return Noting(CryptCreateHash(context, algorithm, 0, 0, &hash)) ? hash : 0;
     }
     bool HashData(Handle hash, std::span<const std::uint8_t> data) override {
-        return Noting(CryptHashData(hash, data.data(), static_cast<DWORD>(data.size()), 0));
+        constexpr BYTE Nothing = 0;  // an empty text has a place too
+        const BYTE* const bytes = data.empty() ? &Nothing : data.data();
+        return Noting(CryptHashData(hash, bytes, static_cast<DWORD>(data.size()), 0));
     }
     Handle DeriveKey(Handle context, std::uint32_t algorithm, Handle hash,
                      std::uint32_t flags) override {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <utility>
@@ -10,6 +11,7 @@
 
 #include "Utils.h"
 #include "core/Error.h"
+#include "tests/util/EncryptionVectors.h"
 #include "util/Cryptography.h"
 #include "util/SystemErrorText.h"
 
@@ -100,6 +102,42 @@ TEST_F(TextEncryptionTest, GivesTheBytesOfRc4UnderTheMd5OfThePassPhrase) {
               (Bytes{0xDE, 0x1C, 0x9D, 0xDF, 0xD7, 0x7F, 0xC3, 0x86, 0x12, 0x15}));
     EXPECT_EQ(Encrypt(u"Hello", u"secret").LowerBound, 0);
     EXPECT_EQ(Encrypt(u"x", u"").Items, (Bytes{0x1D, 0x6C}));
+}
+
+std::string HexOf(const Bytes& bytes) {
+    constexpr char Digits[] = "0123456789abcdef";
+    std::string hex;
+    for (const std::uint8_t byte : bytes) {
+        hex += Digits[byte >> 4];
+        hex += Digits[byte & 15];
+    }
+    return hex;
+}
+
+// The n-th character is (40503 n + 4660) mod 65536.
+std::u16string TextOfLength(std::size_t length) {
+    std::u16string text;
+    for (std::uint32_t n = 0; n < length; ++n)
+        text.push_back(static_cast<char16_t>(40503 * n + 4660));
+    return text;
+}
+
+constexpr std::size_t LongestVector = 300;
+
+TEST_F(TextEncryptionTest, EveryPassPhraseGivesTheBytesOfAnotherImplementation) {
+    for (const test::EncryptionVector& vector : test::EncryptionVectors)
+        EXPECT_EQ(HexOf(Encrypt(TextOfLength(LongestVector), vector.passPhrase).Items), vector.hex);
+}
+
+// The bytes of a text are the first ones of a longer text. Pass phrases take turns.
+TEST_F(TextEncryptionTest, EveryLengthGivesTheBytesOfAnotherImplementation) {
+    for (std::size_t length = 1; length <= LongestVector; ++length) {
+        const auto& vector = test::EncryptionVectors[length % std::size(test::EncryptionVectors)];
+        const std::u16string text = TextOfLength(length);
+        const EncryptedText bytes = Encrypt(text, vector.passPhrase);
+        ASSERT_EQ(HexOf(bytes.Items), vector.hex.substr(0, length * 4)) << length;
+        ASSERT_EQ(Decrypt(bytes, vector.passPhrase), text) << length;
+    }
 }
 
 TEST_F(TextEncryptionTest, TextIsUtf16AndThePassPhraseWindows1252) {
