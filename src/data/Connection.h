@@ -58,6 +58,7 @@ class Connection {
 
   private:
     friend class Recordset;
+    friend class RowStream;
     std::unique_ptr<Impl> impl_;
 };
 

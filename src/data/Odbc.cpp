@@ -120,6 +120,15 @@ bool Statement::Execute(std::u16string_view sql) {
     return succeeded;
 }
 
+bool Statement::FindRowSet(std::u16string_view sql) {
+    for (bool result = Execute(sql);; result = NextResult()) {
+        SQLSMALLINT columns = 0;
+        if (result) Require(SQLNumResultCols(Get(), &columns));
+        if (columns > 0) return true;
+        if (!HasMore()) return false;
+    }
+}
+
 SQLRETURN Statement::ExecuteDirect(std::u16string_view sql) {
     return SQLExecDirectW(Get(), Wide(sql), static_cast<SQLINTEGER>(sql.size()));
 }

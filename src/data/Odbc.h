@@ -109,6 +109,8 @@ class Statement {
     // Each returns false when there is nothing (more) of its kind to read. `sql` stays as it is
     // until the statement goes away.
     bool Execute(std::u16string_view sql);
+    // Executes, and steps over results that have no columns: counts, messages.
+    bool FindRowSet(std::u16string_view sql);
     bool NextResult();
     bool HasMore() const noexcept { return more_; }
     bool Fetch();

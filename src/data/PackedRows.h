@@ -57,25 +57,29 @@ class PackedColumn {
 
     // Whether the cell holds the same bits of the same kind as the other column's cell in that row.
     bool IsSame(const PackedColumn& other, std::size_t row) const noexcept {
-        if (kind_ != other.kind_ || IsNull(row) != other.IsNull(row)) return false;
+        return IsSame(row, other, row);
+    }
+    // The same of a cell in another row.
+    bool IsSame(std::size_t row, const PackedColumn& other, std::size_t otherRow) const noexcept {
+        if (kind_ != other.kind_ || IsNull(row) != other.IsNull(otherRow)) return false;
         if (IsNull(row)) return true;
         // the widths one by one, so that each comparison is an instruction or two
         switch (width_) {
             case 1:
-                return cells_[row] == other.cells_[row];
+                return cells_[row] == other.cells_[otherRow];
             case 2:
-                return Load<std::uint16_t>(row) == other.Load<std::uint16_t>(row);
+                return Load<std::uint16_t>(row) == other.Load<std::uint16_t>(otherRow);
             case 4:
-                return Load<std::uint32_t>(row) == other.Load<std::uint32_t>(row);
+                return Load<std::uint32_t>(row) == other.Load<std::uint32_t>(otherRow);
             case 8:
-                return Load<std::uint64_t>(row) == other.Load<std::uint64_t>(row);
+                return Load<std::uint64_t>(row) == other.Load<std::uint64_t>(otherRow);
             case 16:
-                return std::memcmp(cells_ + row * 16, other.cells_ + row * 16, 16) == 0;
+                return std::memcmp(cells_ + row * 16, other.cells_ + otherRow * 16, 16) == 0;
             default:
                 break;
         }
-        if (kind_ == ValueKind::String) return Text(row) == other.Text(row);
-        return Digits(row) == other.Digits(row);
+        if (kind_ == ValueKind::String) return Text(row) == other.Text(otherRow);
+        return Digits(row) == other.Digits(otherRow);
     }
 
     // The cell as a Value, Null included.

@@ -36,16 +36,6 @@ namespace {
                 u"ordinal.");
 }
 
-// Steps over results that have no columns: counts, messages.
-bool FindRowSet(odbc::Statement& statement, std::u16string_view sql) {
-    for (bool result = statement.Execute(sql);; result = statement.NextResult()) {
-        SQLSMALLINT columns = 0;
-        if (result) statement.Require(SQLNumResultCols(statement.Get(), &columns));
-        if (columns > 0) return true;
-        if (!statement.HasMore()) return false;
-    }
-}
-
 }  // namespace
 
 const std::u16string& Field::Name() const noexcept {
@@ -92,7 +82,7 @@ void Recordset::Open(std::u16string_view sql, const std::shared_ptr<Connection>&
     }
     auto rows = std::make_unique<Rows>();
     odbc::Statement statement(*connection->impl_);
-    if (FindRowSet(statement, sql)) {
+    if (statement.FindRowSet(sql)) {
         RowsetReader reader(statement, codePages);
         rows->blocks = reader.ReadRows();
         rows->fields = reader.Fields();

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "core/Text.h"
 
@@ -80,7 +81,7 @@ bool IsMoney(const ColumnDescription& column) {
 
 }  // namespace
 
-FetchPlan PlanFetch(const ColumnDescription& column, bool exact) {
+FetchPlan PlanFetch(const ColumnDescription& column, PageText pageText) {
     switch (column.type) {
         case SQL_BIT:
             return Native(ValueKind::Boolean, SQL_C_BIT, 1);
@@ -121,7 +122,8 @@ FetchPlan PlanFetch(const ColumnDescription& column, bool exact) {
         case SQL_CHAR:
         case SQL_VARCHAR:
         case SQL_LONGVARCHAR:
-            return exact ? CodePageText(column) : ConvertedText(column);
+            if (pageText == PageText::Bytes) return BinaryData(column);
+            return pageText == PageText::Carried ? CodePageText(column) : ConvertedText(column);
         case SQL_WCHAR:
         case SQL_WVARCHAR:
         case SQL_WLONGVARCHAR:
@@ -134,17 +136,29 @@ FetchPlan PlanFetch(const ColumnDescription& column, bool exact) {
             return BinaryData(column);
         case SqlVariant:
         default:
-            return {ValueKind::String, StagedForm::Utf16, SQL_C_WCHAR, 0, sizeof(char16_t), exact};
+            return {ValueKind::String, StagedForm::Utf16,
+                    SQL_C_WCHAR,       0,
+                    sizeof(char16_t),  pageText != PageText::Converted};
     }
 }
 
 RowsetReader::RowsetReader(odbc::Statement& statement, const FieldCodePages* codePages)
+    : RowsetReader(statement, codePages,
+                   codePages == nullptr ? PageText::Converted : PageText::Carried) {
+}
+
+RowsetReader::RowsetReader(odbc::Statement& statement)
+    : RowsetReader(statement, nullptr, PageText::Bytes) {
+}
+
+RowsetReader::RowsetReader(odbc::Statement& statement, const FieldCodePages* codePages,
+                           PageText pageText)
     : statement_(statement) {
     SQLSMALLINT count = 0;
     statement_.Require(SQLNumResultCols(statement_.Get(), &count));
     for (SQLUSMALLINT i = 1; i <= static_cast<SQLUSMALLINT>(count); ++i) {
         ColumnDescription column = Describe(i);
-        const FetchPlan plan = PlanFetch(column, codePages != nullptr);
+        const FetchPlan plan = PlanFetch(column, pageText);
         plans_.push_back(plan);
         StagedColumn& staged = staged_.emplace_back();
         staged.name = column.name;
@@ -182,15 +196,38 @@ ColumnDescription RowsetReader::Describe(SQLUSMALLINT index) {
 }
 
 std::vector<RowBlock> RowsetReader::ReadRows() {
+    RowMemory memory;
     std::vector<RowBlock> blocks;
-    const bool anyLong = std::any_of(staged_.begin(), staged_.end(),
-                                     [](const StagedColumn& column) { return column.IsLong(); });
-    if (anyLong) {
-        ReadOneByOne(blocks);
-    } else {
-        ReadBlocks(blocks);
-    }
+    while (std::optional<RowBlock> block = ReadBlock(memory))
+        blocks.push_back(std::move(*block));
     return blocks;
+}
+
+std::optional<RowBlock> RowsetReader::ReadBlock(RowMemory& memory) {
+    if (!prepared_) Prepare();
+    if (ended_) return std::nullopt;
+    std::optional<RowBlock> block = anyLong_ ? ReadOneByOne(memory) : ReadNarrow(memory);
+    if (block) firstRow_ += block->RowCount();
+    return block;
+}
+
+void RowsetReader::Prepare() {
+    anyLong_ = std::any_of(staged_.begin(), staged_.end(),
+                           [](const StagedColumn& column) { return column.IsLong(); });
+    slots_ = RowsPerBlock();
+    if (anyLong_) {
+        slots_ = std::min(MaxLongRowsPerBlock, slots_);
+        Stage(slots_ + 1);
+        Bind(slots_);
+    } else {
+        Stage(slots_);
+        const SQLHSTMT handle = statement_.Get();
+        statement_.Require(
+            SQLSetStmtAttr(handle, SQL_ATTR_ROW_ARRAY_SIZE, odbc::AsPointer(slots_), 0));
+        statement_.Require(SQLSetStmtAttr(handle, SQL_ATTR_ROWS_FETCHED_PTR, &fetched_, 0));
+        Bind(0);
+    }
+    prepared_ = true;
 }
 
 void RowsetReader::Stage(std::size_t slots) {
@@ -223,48 +260,39 @@ std::size_t RowsetReader::RowsPerBlock() const {
                                    MaxRowsPerBlock);
 }
 
-void RowsetReader::ReadBlocks(std::vector<RowBlock>& blocks) {
-    const std::size_t rows = RowsPerBlock();
-    Stage(rows);
-    const SQLHSTMT handle = statement_.Get();
-    statement_.Require(SQLSetStmtAttr(handle, SQL_ATTR_ROW_ARRAY_SIZE, odbc::AsPointer(rows), 0));
-    statement_.Require(SQLSetStmtAttr(handle, SQL_ATTR_ROWS_FETCHED_PTR, &fetched_, 0));
-    Bind(0);
-    std::size_t firstRow = 0;
-    // An error that ends the rows comes with a part of them; the next fetch then says that there
-    // are no more.
-    while (statement_.Fetch()) {
-        if (fetched_ == 0) break;
-        blocks.emplace_back(staged_, firstRow, static_cast<std::size_t>(fetched_), memory_);
-        firstRow += static_cast<std::size_t>(fetched_);
+// An error that ends the rows comes with a part of them; the next fetch then says that there are
+// no more.
+std::optional<RowBlock> RowsetReader::ReadNarrow(RowMemory& memory) {
+    if (!statement_.Fetch() || fetched_ == 0) {
+        ended_ = true;
+        return std::nullopt;
     }
+    return RowBlock(staged_, firstRow_, static_cast<std::size_t>(fetched_), memory);
 }
 
 // Long cells can only be read from a rowset of one row. The others of its row are bound to a slot
 // past the last, from which each row is copied to its own.
-void RowsetReader::ReadOneByOne(std::vector<RowBlock>& blocks) {
-    const std::size_t slot = std::min(MaxLongRowsPerBlock, RowsPerBlock());
-    Stage(slot + 1);
-    Bind(slot);
-    std::size_t firstRow = 0, rows = 0;
-    const auto pack = [&] {
-        if (rows == 0) return;
-        blocks.emplace_back(staged_, firstRow, rows, memory_);
-        firstRow += rows;
-        rows = 0;
-        for (StagedColumn& column : staged_)
-            column.pool.clear();
-    };
-    while (statement_.Fetch()) {
-        KeepRow(slot, rows);
-        if (statement_.Failed()) return;
+std::optional<RowBlock> RowsetReader::ReadOneByOne(RowMemory& memory) {
+    for (StagedColumn& column : staged_)
+        column.pool.clear();
+    std::size_t rows = 0, pending = 0;
+    while (rows < slots_ && pending < MaxPendingBytes) {
+        if (!statement_.Fetch()) {
+            ended_ = true;
+            break;
+        }
+        KeepRow(slots_, rows);
+        if (statement_.Failed()) {
+            ended_ = true;
+            return std::nullopt;
+        }
         ++rows;
-        std::size_t pending = 0;
+        pending = 0;
         for (const StagedColumn& column : staged_)
             pending += column.pool.size();
-        if (rows == slot || pending >= MaxPendingBytes) pack();
     }
-    pack();
+    if (rows == 0) return std::nullopt;
+    return RowBlock(staged_, firstRow_, rows, memory);
 }
 
 void RowsetReader::KeepRow(std::size_t slot, std::size_t row) {

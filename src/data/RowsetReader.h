@@ -1,6 +1,8 @@
 // Reads one row set from the driver into packed rows: the part of Recordset that deals with ODBC.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "data/Odbc.h"
@@ -28,25 +30,39 @@ struct ColumnDescription {
     SQLULEN size = 0;
 };
 
-// `exact`: the bytes of a code page as the server holds them; else the driver's conversion.
-FetchPlan PlanFetch(const ColumnDescription& column, bool exact);
+// What becomes of char, varchar and text.
+enum class PageText : std::uint8_t {
+    Converted,  // text, as the driver makes it
+    Carried,    // text, from the bytes that the server holds
+    Bytes,      // those bytes
+};
+
+FetchPlan PlanFetch(const ColumnDescription& column, PageText pageText);
 
 class RowsetReader {
   public:
     // On the statement's current result, which has columns. `codePages`, if not null, are those of
     // its fields.
     RowsetReader(odbc::Statement& statement, const FieldCodePages* codePages);
+    // The same for a reader who knows the code pages: text comes as bytes.
+    explicit RowsetReader(odbc::Statement& statement);
 
     const std::vector<FieldInfo>& Fields() const noexcept { return fields_; }
 
     // Reads up to the last row, or up to an error, which the statement keeps.
     std::vector<RowBlock> ReadRows();
 
+    // The next rows into memory of `memory`; absent after the last one, or at an error, which the
+    // statement keeps.
+    std::optional<RowBlock> ReadBlock(RowMemory& memory);
+
   private:
+    RowsetReader(odbc::Statement& statement, const FieldCodePages* codePages, PageText pageText);
+    void Prepare();
+    std::optional<RowBlock> ReadNarrow(RowMemory& memory);
+    std::optional<RowBlock> ReadOneByOne(RowMemory& memory);
     ColumnDescription Describe(SQLUSMALLINT column);
     std::size_t RowsPerBlock() const;
-    void ReadBlocks(std::vector<RowBlock>& blocks);
-    void ReadOneByOne(std::vector<RowBlock>& blocks);
     void Stage(std::size_t slots);
     void Bind(std::size_t slot);
     void KeepRow(std::size_t slot, std::size_t row);
@@ -58,7 +74,11 @@ class RowsetReader {
     std::vector<FieldInfo> fields_;
     std::vector<FetchPlan> plans_;
     std::vector<StagedColumn> staged_;
-    RowMemory memory_;
+    bool anyLong_ = false;
+    bool prepared_ = false;
+    bool ended_ = false;
+    std::size_t slots_ = 0;  // rows that the buffers hold
+    std::size_t firstRow_ = 0;
     SQLULEN fetched_ = 0;
 };
 
