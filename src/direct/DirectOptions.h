@@ -1,0 +1,40 @@
+// What a caller may ask of a direct comparison.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "catalog/CatalogFacts.h"
+
+namespace QuillonLib {
+
+// One table to compare, or an indexed view. Both sides have it under the same name, letters of
+// another case allowed.
+struct DirectTable {
+    ObjectName name;
+    // A condition in the SQL of the server, the same for both sides: only the rows that meet it are
+    // compared. Sent as it stands; it can do whatever the login may. Empty: all rows.
+    std::u16string where;
+    // The columns by which rows are matched. Empty: the primary key, by its columns, whatever its
+    // name; else the first unique index of side 1 whose columns are unique on side 2, too; else
+    // there is no key.
+    std::vector<std::u16string> keyColumns;
+    // Not compared, whatever their case. A column of the key is compared all the same.
+    std::vector<std::u16string> ignoredColumns;
+};
+
+// Exact unless the caller says otherwise. Keys are always matched exactly.
+struct DirectEquality {
+    bool ignoreCase = false;            // of text: simple case mapping over all of Unicode
+    bool ignoreTrailingBlanks = false;  // of text: U+0020
+    // 1 to 17: real and float are equal where they are when rounded to so many significant decimal
+    // digits. 0: where their bits are.
+    int floatDigits = 0;
+};
+
+struct DirectOptions {
+    DirectEquality equality;
+    std::vector<std::u16string> ignoredColumns;  // of every table, as in DirectTable
+};
+
+}  // namespace QuillonLib
