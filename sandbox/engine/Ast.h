@@ -333,7 +333,8 @@ struct CreateDatabaseStmt : Stmt {
 struct AlterDatabaseStmt : Stmt {
     explicit AlterDatabaseStmt(int l) : Stmt(StmtKind::AlterDatabase, l) {}
     std::u16string name;
-    int compatibility = 0;  // 0: an option that changes nothing here
+    int compatibility = 0;              // 0: not given
+    std::optional<bool> allowSnapshot;  // neither: an option that changes nothing here
 };
 
 struct CreateTableStmt : Stmt {

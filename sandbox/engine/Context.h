@@ -55,6 +55,7 @@ struct SetOptions {
     int lockTimeout = -1;  // ms; -1: as long as the server waits
     bool formatOnly = false;
     bool noCount = false, xactAbort = false, quotedIdentifier = true, dmy = false;
+    bool snapshot = false;      // SET TRANSACTION ISOLATION LEVEL SNAPSHOT
     std::int64_t rowLimit = 0;  // SET ROWCOUNT
     // The one table whose identity may be written.
     DatabasePtr identityInsertDatabase;
@@ -108,7 +109,8 @@ class Context {
     int lastError = 0;
     std::optional<std::int64_t> lastIdentity;
     int transactionDepth = 0;
-    bool inStoreTransaction = false;  // SQLite has a transaction open
+    bool inStoreTransaction = false;   // SQLite has a transaction open
+    bool snapshotTransaction = false;  // the open transaction began in snapshot isolation
     std::vector<PendingKey> pendingKeys;
     std::u16string verb;            // INSERT, UPDATE, DELETE: what a conflict message names
     bool reshufflingKeys = false;   // deletes stand for an update of keys

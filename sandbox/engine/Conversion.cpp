@@ -483,6 +483,32 @@ Value FitBytes(std::string bytes, const SqlType& from, const SqlType& to, Purpos
     return Value::Blob(std::move(bytes));
 }
 
+// The scale, the time in its unit, the days since year 1, the offset: each where the type has one,
+// with the low byte first.
+std::string NewDateBytes(const Value& v, const SqlType& type) {
+    std::string bytes;
+    const auto append = [&](std::int64_t number, int size) {
+        for (int i = 0; i < size; ++i)
+            bytes += static_cast<char>(number >> (8 * i));
+    };
+    constexpr std::int64_t kTicksPerDay = 86400 * kTicksPerSecond;
+    std::int64_t ticks = v.i;
+    int offset = 0;
+    if (type.id == TypeId::DateTimeOffset) DecodeOffset(v.text, ticks, offset);
+    if (type.id == TypeId::Date) {
+        append(v.i, 3);
+        return bytes;
+    }
+    std::int64_t time = ticks % kTicksPerDay;
+    for (int i = type.scale; i < 7; ++i)
+        time /= 10;
+    append(type.scale, 1);
+    append(time, type.scale < 3 ? 3 : type.scale < 5 ? 4 : 5);
+    if (type.id != TypeId::Time) append(ticks / kTicksPerDay, 3);
+    if (type.id == TypeId::DateTimeOffset) append(offset, 2);
+    return bytes;
+}
+
 Value ToBinary(const Value& v, const SqlType& from, const SqlType& to, Purpose purpose, int style) {
     std::string bytes;
     if (IsBinary(from.id)) {
@@ -517,6 +543,10 @@ Value ToBinary(const Value& v, const SqlType& from, const SqlType& to, Purpose p
         const Moment m = ToMoment(v.i, from);
         const std::int64_t days = m.days - kDays1900;
         bytes = IntegerBytes(days, 4) + IntegerBytes(v.i - days * kThirdsPerDay, 4);
+    } else if (from.id == TypeId::SmallDateTime) {
+        bytes = IntegerBytes(v.i / 1440, 2) + IntegerBytes(v.i % 1440, 2);
+    } else if (IsDateTime(from.id)) {
+        bytes = NewDateBytes(v, from);
     } else if (IsCharacter(from.id)) {
         if (style == 1 || style == 2) {
             bytes = HexBytes(v.text, style == 1, from, to);

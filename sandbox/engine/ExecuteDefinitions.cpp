@@ -96,6 +96,7 @@ void Executor::AlterDatabase(const AlterDatabaseStmt& stmt) {
         }
         database->compatibility = level;
     }
+    if (stmt.allowSnapshot) database->allowsSnapshot = *stmt.allowSnapshot;
     Done();
 }
 

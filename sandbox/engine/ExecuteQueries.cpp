@@ -234,9 +234,12 @@ void Executor::Select(const QueryStmt& stmt) {
         plan->params = std::move(translator.params);
         plan->columns = std::move(query.columns);
         plan->variables = std::move(query.variables);
+        for (const auto& [catalog, id] : translator.used)
+            plan->databases.push_back(catalog->File());
         plan->generation = context_.Generation();
         stmt.plan = plan;
     }
+    RequireSnapshots(plan->databases);
     plan->statement.Reset();
     const ResetGuard guard(plan->statement);
     BindParams(plan->statement, plan->params);

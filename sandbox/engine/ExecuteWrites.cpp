@@ -117,6 +117,32 @@ std::vector<const ColumnMeta*> Executor::InsertTargets(const InsertStmt& stmt,
     return targets;
 }
 
+namespace {
+
+// The types to which the values of several rows are brought before they are stored: in each column
+// the common type of all. Absent where there is nothing to bring to it.
+std::vector<std::optional<SqlType>> CommonTypes(Context& context, const InsertStmt& stmt) {
+    const std::size_t width = stmt.rows.front().size();
+    std::vector<std::optional<SqlType>> types(width);
+    if (stmt.rows.size() == 1) return types;
+    Translator translator(context);  // whose parameters nobody binds
+    for (std::size_t i = 0; i < width; ++i) {
+        std::vector<Bound> values;
+        Scope scope;
+        bool alike = true;
+        for (const auto& row : stmt.rows) {
+            if (i >= row.size() || row[i]->kind == ExprKind::Default) continue;
+            values.push_back(translator.Expression(*row[i], scope));
+            if (!values.back().typed) values.pop_back();
+            alike = alike && (values.empty() || SameType(values.front().type, values.back().type));
+        }
+        if (!alike) types[i] = translator.Unify(values).type;
+    }
+    return types;
+}
+
+}  // namespace
+
 std::shared_ptr<Plan> Executor::PlanInsert(const InsertStmt& stmt) {
     auto plan = std::make_shared<Plan>();
     const Resolved r = context_.Resolve(stmt.table);
@@ -178,6 +204,13 @@ std::shared_ptr<Plan> Executor::PlanInsert(const InsertStmt& stmt) {
         // Without a WHERE, "FROM x ON" could be read as an upsert.
         sql += " WHERE 1";
     } else {
+        if (stmt.rows.size() > 1000) {
+            throw SqlError(10738,
+                           u"The number of row value expressions in the INSERT statement exceeds "
+                           u"the maximum allowed number of 1000 row values.",
+                           15);
+        }
+        const auto common = CommonTypes(context_, stmt);
         sql = head + "VALUES ";
         for (std::size_t k = 0; k < stmt.rows.size(); ++k) {
             const auto& row = stmt.rows[k];
@@ -210,8 +243,14 @@ std::shared_ptr<Plan> Executor::PlanInsert(const InsertStmt& stmt) {
                 if (isDefault || c.type.id == TypeId::Timestamp) {
                     values.push_back(absent(c));
                 } else {
-                    values.push_back(
-                        translator.Stored(translator.Expression(*row[i], scope), c.type));
+                    Bound value = translator.Expression(*row[i], scope);
+                    if (common[i]) {
+                        value.sql = translator.Converted(value, *common[i]);
+                        value.typed = true;
+                        value.type = *common[i];
+                        value.literal.reset();
+                    }
+                    values.push_back(translator.Stored(value, c.type));
                 }
             }
             sql += (k > 0 ? ",(" : "(") + whole(values) + ")";
@@ -239,6 +278,7 @@ void Executor::Insert(const InsertStmt& stmt) {
 
 void Executor::RunWrite(Plan& plan, const char16_t* verb) {
     context_.verb = verb;
+    RequireSnapshots({plan.catalog->File()});
     std::int64_t count = 0;
     const auto run = [&] {
         plan.statement.Reset();

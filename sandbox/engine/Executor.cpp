@@ -521,6 +521,7 @@ void Executor::SetOption(const SetOptionStmt& stmt) {
         if (option == u"LOCK_TIMEOUT" && stmt.expr) {
             context_.options.lockTimeout = static_cast<int>(Evaluate(*stmt.expr).value.i);
         }
+        if (option == u"ISOLATION") context_.options.snapshot = stmt.value == u"SNAPSHOT";
         if (option == u"NOCOUNT") context_.options.noCount = stmt.on;
         if (option == u"XACT_ABORT") context_.options.xactAbort = stmt.on;
         if (option == u"QUOTED_IDENTIFIER") context_.options.quotedIdentifier = stmt.on;

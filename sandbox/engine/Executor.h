@@ -30,6 +30,7 @@ struct Plan {
     // Writes
     TablePtr table;
     Catalog* catalog = nullptr;
+    std::vector<DatabasePtr> databases;  // whose tables a query reads
     bool guarded = false;      // has keys to check at the end, or needs undoing as a whole
     std::u16string reshuffle;  // unused by queries
 };
@@ -81,6 +82,7 @@ class Executor {
 
     // Transactions (Transactions.cpp)
     void Begin();
+    void RequireSnapshots(const std::vector<DatabasePtr>& databases);
     void Commit();
     void Rollback(const SimpleStmt& stmt);
     void Save(const SimpleStmt& stmt);

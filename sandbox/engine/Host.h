@@ -29,6 +29,7 @@ struct DatabaseFile {
     std::atomic<int> compatibility{100};
     std::int64_t created = 0;                  // datetime
     CollationId collation = kServerCollation;  // of what is given none
+    std::atomic<bool> allowsSnapshot{false};   // ALLOW_SNAPSHOT_ISOLATION
     std::atomic<bool> dropped{false};
     std::atomic<int> sessions{0};  // sessions whose current database this is
 

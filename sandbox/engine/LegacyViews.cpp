@@ -138,7 +138,7 @@ const std::vector<ViewDefinition>& LegacyViews() {
           {"dpages", I, "0"},
           {"reserved", I, "0"},
           {"used", I, "0"},
-          {"rowcnt", L, "0"},
+          {"rowcnt", L, "CASE WHEN i.id<2 THEN ms_rows(#,i.object_id) ELSE 0 END"},
           {"rowmodctr", I, "0"},
           {"xmaxlen", S, "0"},
           {"maxirow", S, "0"},
@@ -151,7 +151,7 @@ const std::vector<ViewDefinition>& LegacyViews() {
           {"name", N,
            "CASE i.id WHEN 0 THEN (SELECT o.name FROM @m_object o WHERE o.id=i.object_id) ELSE"
            " i.name END"},
-          {"rows", I, "0"}}},
+          {"rows", I, "CASE WHEN i.id<2 THEN ms_rows(#,i.object_id) ELSE 0 END"}}},
         {"sysindexkeys",
          ViewHome::Legacy,
          "FROM @m_index_column k WHERE k.included=0",

@@ -487,6 +487,27 @@ void Random(Context&, sqlite3_context* c, sqlite3_value**) {
     sqlite3_result_double(c, std::uniform_real_distribution<double>(0, 1)(random));
 }
 
+// The rows that a table or an indexed view has now.
+void RowsOf(Context& context, sqlite3_context* c, sqlite3_value** a) {
+    Catalog* catalog = context.Attached(sqlite3_value_int(a[0]));
+    const TablePtr table = catalog ? catalog->Table(sqlite3_value_int(a[1])) : nullptr;
+    if (!table || table->type != u'U') return sqlite3_result_int64(c, 0);
+    Statement count =
+        context.store.Prepare("SELECT count(*) FROM " + catalog->Prefix() + table->storage);
+    count.Step();
+    sqlite3_result_int64(c, count.Integer(0));
+}
+
+// Bytes without the zeros at their end.
+void Significant(Context&, sqlite3_context* c, sqlite3_value** a) {
+    if (IsNull(a[0])) return sqlite3_result_null(c);
+    const auto* const bytes = static_cast<const char*>(sqlite3_value_blob(a[0]));
+    int size = sqlite3_value_bytes(a[0]);
+    while (size > 0 && bytes[size - 1] == '\0')
+        --size;
+    sqlite3_result_blob(c, size == 0 ? "" : bytes, size, SQLITE_TRANSIENT);
+}
+
 void VariantProperty(Context&, sqlite3_context* c, sqlite3_value** a) {
     if (IsNull(a[0]) || IsNull(a[1])) return sqlite3_result_null(c);
     SqlType type;
@@ -495,6 +516,9 @@ void VariantProperty(Context&, sqlite3_context* c, sqlite3_value** a) {
     if (SameName(p, u"BaseType")) return ReturnText(c, TypeName(type.id));
     if (SameName(p, u"Precision")) return ReturnText(c, ToText(PrecisionOf(type)));
     if (SameName(p, u"Scale")) return ReturnText(c, ToText(ScaleOf(type)));
+    if (SameName(p, u"Collation") && IsCharacter(type.id)) {
+        return ReturnText(c, FactsOf(type.collation).name);
+    }
     if (SameName(p, u"MaxLength")) return ReturnText(c, ToText(MaxLength(type)));
     sqlite3_result_null(c);
 }
@@ -518,6 +542,8 @@ constexpr FunctionEntry kFunctions[] = {
     {"ms_db_id", 1, Purity::Pure, DbId},
     {"ms_db_name", 1, Purity::Pure, DbName},
     {"ms_file_name", 1, Purity::Pure, FileName},
+    {"ms_significant", 1, Purity::Pure, Significant},
+    {"ms_rows", 2, Purity::Impure, RowsOf},
     {"ms_col_name", 2, Purity::Pure, ColName},
     {"ms_col_length", 2, Purity::Pure, ColLength},
     {"ms_ident_info", 2, Purity::Pure, Identity},

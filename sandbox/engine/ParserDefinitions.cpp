@@ -515,17 +515,16 @@ StmtPtr Parser::AlterDatabase(int line) {
         s->compatibility = static_cast<int>(TakeInteger());
         return s;
     }
+    if (TakeWord(u"ALLOW_SNAPSHOT_ISOLATION")) {
+        s->allowSnapshot = TakeWord(u"ON");
+        if (!*s->allowSnapshot) ExpectWord(u"OFF");
+        return s;
+    }
     // Options that nothing here depends on.
-    static constexpr std::u16string_view kOptions[] = {u"RECOVERY",
-                                                       u"AUTO_SHRINK",
-                                                       u"AUTO_CLOSE",
-                                                       u"ANSI_NULLS",
-                                                       u"ANSI_PADDING",
-                                                       u"ANSI_WARNINGS",
-                                                       u"QUOTED_IDENTIFIER",
-                                                       u"ANSI_NULL_DEFAULT",
-                                                       u"ALLOW_SNAPSHOT_ISOLATION",
-                                                       u"READ_COMMITTED_SNAPSHOT"};
+    static constexpr std::u16string_view kOptions[] = {
+        u"RECOVERY",          u"AUTO_SHRINK",       u"AUTO_CLOSE",
+        u"ANSI_NULLS",        u"ANSI_PADDING",      u"ANSI_WARNINGS",
+        u"QUOTED_IDENTIFIER", u"ANSI_NULL_DEFAULT", u"READ_COMMITTED_SNAPSHOT"};
     for (const std::u16string_view option : kOptions) {
         if (TakeWord(option)) {
             if (!TakeWord(u"ON") && !TakeWord(u"OFF") && !TakeWord(u"FULL")) TakeName();

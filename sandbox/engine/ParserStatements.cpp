@@ -386,7 +386,9 @@ StmtPtr Parser::SetTransactionIsolation(int line) {
         if (!TakeWord(u"COMMITTED")) ExpectWord(u"UNCOMMITTED");
     } else if (TakeWord(u"REPEATABLE")) {
         ExpectWord(u"READ");
-    } else if (!TakeWord(u"SNAPSHOT")) {
+    } else if (TakeWord(u"SNAPSHOT")) {
+        s->value = u"SNAPSHOT";
+    } else {
         ExpectWord(u"SERIALIZABLE");
     }
     return s;

@@ -9,11 +9,12 @@ using namespace viewtype;
 std::vector<std::vector<Value>> Databases(Context& context) {
     std::vector<std::vector<Value>> rows;
     for (const DatabasePtr& d : context.server.Databases()) {
-        rows.push_back({Value::Text(d->name), Value::Int(d->id), Value::Null(),
-                        Value::Int(d->created), Value::Int(d->compatibility),
-                        Value::Text(FactsOf(d->collation).name), Value::Int(0),
-                        Value::Text(u"MULTI_USER"), Value::Int(0), Value::Int(0),
-                        Value::Text(u"ONLINE"), Value::Int(3), Value::Text(u"SIMPLE")});
+        rows.push_back(
+            {Value::Text(d->name), Value::Int(d->id), Value::Null(), Value::Int(d->created),
+             Value::Int(d->compatibility), Value::Text(FactsOf(d->collation).name), Value::Int(0),
+             Value::Text(u"MULTI_USER"), Value::Int(0), Value::Int(0), Value::Text(u"ONLINE"),
+             Value::Int(d->allowsSnapshot ? 1 : 0), Value::Text(d->allowsSnapshot ? u"ON" : u"OFF"),
+             Value::Int(0), Value::Int(3), Value::Text(u"SIMPLE")});
     }
     return rows;
 }
@@ -234,7 +235,7 @@ const std::vector<ViewDefinition>& SysViews() {
           {"object_id", I, "i.object_id"},
           {"index_id", I, "i.id"},
           {"partition_number", I, "1"},
-          {"rows", L, "0"}}},
+          {"rows", L, "ms_rows(#,i.object_id)"}}},
         {"databases",
          ViewHome::Sys,
          "",
@@ -249,6 +250,9 @@ const std::vector<ViewDefinition>& SysViews() {
           {"is_read_only", B, ""},
           {"state", T, ""},
           {"state_desc", N60, ""},
+          {"snapshot_isolation_state", T, ""},
+          {"snapshot_isolation_state_desc", N60, ""},
+          {"is_read_committed_snapshot_on", B, ""},
           {"recovery_model", T, ""},
           {"recovery_model_desc", N60, ""}},
          Databases},

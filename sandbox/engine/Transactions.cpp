@@ -18,6 +18,7 @@ std::string SavepointName(std::u16string_view name) {
 }  // namespace
 
 void Executor::Begin() {
+    if (context_.transactionDepth == 0) context_.snapshotTransaction = context_.options.snapshot;
     ++context_.transactionDepth;
     Done();
 }
@@ -26,6 +27,30 @@ void Executor::EnsureTransaction() {
     if (context_.transactionDepth == 0 || context_.inStoreTransaction) return;
     context_.store.Execute("BEGIN");
     context_.inStoreTransaction = true;
+}
+
+// A snapshot of rows of the users' tables needs a database that keeps versions of them.
+void Executor::RequireSnapshots(const std::vector<DatabasePtr>& databases) {
+    if (!context_.options.snapshot) return;
+    for (const DatabasePtr& database : databases) {
+        if (context_.transactionDepth > 0 && !context_.snapshotTransaction) {
+            throw SqlError(
+                3951,
+                Format(u"Transaction failed in database '%1' because the statement was run under "
+                       u"snapshot isolation but the transaction did not start in snapshot "
+                       u"isolation. You cannot change the isolation level of the transaction to "
+                       u"snapshot after the transaction has started unless the transaction was "
+                       u"originally started under snapshot isolation level.",
+                       {database->name}));
+        }
+        if (database->allowsSnapshot) continue;
+        throw SqlError(3952,
+                       Format(u"Snapshot isolation transaction failed accessing database '%1' "
+                              u"because snapshot isolation is not allowed in this database. Use "
+                              u"ALTER DATABASE to allow snapshot isolation.",
+                              {database->name}));
+    }
+    if (!databases.empty()) EnsureTransaction();  // the versions are those of the first access
 }
 
 void Executor::Commit() {

@@ -313,16 +313,19 @@ std::vector<Bound> Translator::UnifiedTypes(Tree& tree) {
 std::string Translator::Render(Tree& tree, const std::vector<Bound>& types, bool named) {
     if (tree.core) return RenderCore(*tree.core, types, named);
     if (!tree.rows.empty()) {
-        std::string sql;
-        for (const auto& row : tree.rows) {
-            sql += sql.empty() ? "SELECT " : " UNION ALL SELECT ";
-            for (std::size_t i = 0; i < row.size(); ++i) {
-                if (i > 0) sql += ", ";
-                sql += Converted(row[i], types[i].type);
-                if (named) sql += " AS c" + std::to_string(i + 1);
-            }
+        std::string columns, values;
+        for (std::size_t i = 0; i < types.size(); ++i) {
+            const std::string number = std::to_string(i + 1);
+            columns += (i > 0 ? ", column" : "column") + number;
+            if (named) columns += " AS c" + number;
         }
-        return sql;
+        for (const auto& row : tree.rows) {
+            values += values.empty() ? "(" : ",(";
+            for (std::size_t i = 0; i < row.size(); ++i)
+                values += (i > 0 ? "," : "") + Converted(row[i], types[i].type);
+            values += ")";
+        }
+        return "SELECT " + columns + " FROM (VALUES " + values + ")";
     }
     const auto side = [&](Tree& t, bool wrapSets) {
         const bool limited = t.core && !t.core->limit.empty();
@@ -411,6 +414,8 @@ std::string Translator::OrderClause(const Query& query, Tree& tree,
                            u"The text, ntext, and image data types cannot be compared or sorted, "
                            u"except when using IS NULL or LIKE operator.");
         }
+        // The server takes bytes for equal where only zeros follow.
+        if (IsBinary(type.id) && position == 0) key = "ms_significant(" + key + ")";
         sql += (sql.empty() ? " ORDER BY " : ", ") + key + (item.descending ? " DESC" : "");
     }
     return sql;

@@ -6,6 +6,11 @@
 namespace sandbox::testing {
 namespace {
 
+std::u16string Widened(int number) {
+    const std::string text = std::to_string(number);
+    return {text.begin(), text.end()};
+}
+
 class Queries : public ::testing::Test {
   protected:
     Queries() {
@@ -193,6 +198,38 @@ TEST_F(Queries, TopAndRowcountLimit) {
     EXPECT_EQ(box.Text(u"DECLARE @n int SET @n = 1 SELECT TOP (@n) id FROM a ORDER BY id"), "1\n");
     EXPECT_EQ(box.Text(u"SET ROWCOUNT 1 SELECT id FROM a SET ROWCOUNT 0 SELECT COUNT(*) FROM a"),
               "1\n3\n");
+}
+
+TEST_F(Queries, BytesAreOrderedByWhatIsNotTrailingZeros) {
+    box.Text(
+        u"CREATE TABLE v (b varbinary(9), n int) SET NOCOUNT ON INSERT v VALUES (0x0100, 1)"
+        u" INSERT v VALUES (0x01, 2) INSERT v VALUES (0x, 4) INSERT v VALUES (0x00, 3)");
+    EXPECT_EQ(box.Text(u"SELECT n FROM v ORDER BY b, n"), "3\n4\n1\n2\n");
+    EXPECT_EQ(box.Text(u"SELECT n FROM v ORDER BY b, DATALENGTH(b)"), "4\n3\n2\n1\n");
+    EXPECT_EQ(box.Text(u"SELECT n FROM v ORDER BY CAST(b AS varbinary(20)), n DESC"),
+              "4\n3\n2\n1\n");
+}
+
+TEST_F(Queries, ManyRowsOfValues) {
+    std::u16string rows = u"(0, N'x')";
+    for (int i = 1; i < 1000; ++i)
+        rows += u",(" + Widened(i) + u", N'x')";
+    EXPECT_EQ(box.Text(u"SELECT COUNT(*), SUM(n) FROM (VALUES " + rows + u") AS v (n, t)"),
+              "1000|499500\n");
+    box.Text(u"DELETE a");
+    EXPECT_EQ(box.Text(u"INSERT a VALUES " + rows), "#1000\n");
+    EXPECT_EQ(box.Text(u"INSERT a VALUES " + rows + u",(1000, N'x')"),
+              "!10738 The number of row value expressions in the INSERT statement exceeds the "
+              "maximum allowed number of 1000 row values.\n");
+}
+
+TEST_F(Queries, PartitionsCountTheRows) {
+    EXPECT_EQ(box.Text(u"SELECT index_id, rows FROM sys.partitions WHERE object_id = "
+                       u"OBJECT_ID('a')"),
+              "1|3\n");
+    box.Text(u"DELETE a WHERE id = 1");
+    EXPECT_EQ(box.Text(u"SELECT rows FROM sys.partitions WHERE object_id = OBJECT_ID('a')"), "2\n");
+    EXPECT_EQ(box.Text(u"SELECT rows FROM sysindexes WHERE id = OBJECT_ID('a')"), "2\n");
 }
 
 }  // namespace

@@ -155,5 +155,53 @@ TEST(Cancelling, StopsALongStatement) {
     EXPECT_EQ(box.Text(u"SELECT 1"), "1\n");
 }
 
+TEST(Snapshots, NeedADatabaseThatAllowsThem) {
+    Box box;
+    box.Text(u"CREATE TABLE t (a int) INSERT t VALUES (1)");
+    const std::string refused =
+        "!3952 Snapshot isolation transaction failed accessing database 'w' because snapshot "
+        "isolation is not allowed in this database. Use ALTER DATABASE to allow snapshot "
+        "isolation.\n";
+    box.Text(u"SET TRANSACTION ISOLATION LEVEL SNAPSHOT");
+    EXPECT_EQ(box.Text(u"SELECT a FROM t"), refused);
+    EXPECT_EQ(box.Text(u"INSERT t VALUES (2)"), refused);
+    EXPECT_EQ(box.Text(u"SELECT snapshot_isolation_state, snapshot_isolation_state_desc "
+                       u"FROM sys.databases WHERE name = 'w'"),
+              "0|OFF\n");
+    box.Text(u"ALTER DATABASE w SET ALLOW_SNAPSHOT_ISOLATION ON");
+    EXPECT_EQ(box.Text(u"SELECT a FROM t"), "1\n");
+    EXPECT_EQ(box.Text(u"SELECT snapshot_isolation_state FROM sys.databases WHERE name = 'w'"),
+              "1\n");
+    box.Text(u"ALTER DATABASE w SET ALLOW_SNAPSHOT_ISOLATION OFF");
+    EXPECT_EQ(box.Text(u"SELECT a FROM t"), refused);
+    EXPECT_EQ(box.Text(u"SET TRANSACTION ISOLATION LEVEL READ COMMITTED SELECT a FROM t"), "1\n");
+}
+
+TEST(Snapshots, BeginWithTheirTransaction) {
+    Box box;
+    box.Text(u"CREATE TABLE t (a int) ALTER DATABASE w SET ALLOW_SNAPSHOT_ISOLATION ON");
+    EXPECT_EQ(box.Run(u"BEGIN TRAN SET TRANSACTION ISOLATION LEVEL SNAPSHOT SELECT a FROM t")
+                  .errors.at(0)
+                  .number,
+              3951);
+    box.Text(u"ROLLBACK");
+    EXPECT_EQ(box.Text(u"SET TRANSACTION ISOLATION LEVEL SNAPSHOT BEGIN TRAN SELECT a FROM t "
+                       u"COMMIT"),
+              "");
+}
+
+TEST(Snapshots, KeepWhatIsChangedMeanwhile) {
+    Box box;
+    box.Text(
+        u"CREATE TABLE t (a int) INSERT t VALUES (1) "
+        u"ALTER DATABASE w SET ALLOW_SNAPSHOT_ISOLATION ON");
+    Client reader(*box.backend, u"w");
+    EXPECT_EQ(reader.Text(u"SET TRANSACTION ISOLATION LEVEL SNAPSHOT BEGIN TRAN SELECT a FROM t"),
+              "1\n");
+    box.Text(u"UPDATE t SET a = 2");
+    EXPECT_EQ(reader.Text(u"SELECT a FROM t"), "1\n");
+    EXPECT_EQ(reader.Text(u"COMMIT SELECT a FROM t"), "2\n");
+}
+
 }  // namespace
 }  // namespace sandbox::testing

@@ -116,12 +116,39 @@ TEST(Types, UniqueidentifierIsReadInBothForms) {
 
 TEST(Types, VariantKeepsItsBaseType) {
     Box box;
-    EXPECT_EQ(
-        box.Text(u"CREATE TABLE t (v sql_variant) INSERT t VALUES (1),(1.50),(N'x'),(0x01),"
-                 u"(NULL),(CAST('19000102' AS datetime)) SELECT v, "
-                 u"SQL_VARIANT_PROPERTY(v,'BaseType') FROM t"),
-        "#6\nvariant:1|int\nvariant:1.50|numeric\nvariant:x|nvarchar\nvariant:0x01|varbinary\n"
-        "NULL|NULL\nvariant:25920000|datetime\n");
+    EXPECT_EQ(box.Text(u"CREATE TABLE t (v sql_variant) SET NOCOUNT ON INSERT t VALUES (1) "
+                       u"INSERT t VALUES (1.50) INSERT t VALUES (N'x') INSERT t VALUES (0x01) "
+                       u"INSERT t VALUES (NULL) INSERT t VALUES (CAST('19000102' AS datetime)) "
+                       u"SELECT v, SQL_VARIANT_PROPERTY(v,'BaseType') FROM t"),
+              "variant:1|int\nvariant:1.50|numeric\nvariant:x|nvarchar\nvariant:0x01|varbinary\n"
+              "NULL|NULL\nvariant:25920000|datetime\n");
+}
+
+TEST(Types, RowsOfOneInsertAreOfOneType) {
+    Box box;
+    box.Text(u"CREATE TABLE t (a nvarchar(9), b varchar(9)) SET NOCOUNT ON");
+    EXPECT_EQ(box.Text(u"INSERT t VALUES (1,'x'),('y',N'\u0416')"),
+              "!245 Conversion failed when converting the varchar value 'y' to data type int.\n");
+    EXPECT_EQ(box.Text(u"INSERT t VALUES (1.5,'x'),(2,NULL),(DEFAULT,'z') SELECT a, b FROM t"),
+              "1.5|x\n2.0|NULL\nNULL|z\n");
+}
+
+TEST(Types, VariantsOfDatesBecomeTheBytesThatTheServerKeeps) {
+    Box box;
+    const auto bytes = [&](std::u16string_view value) {
+        return box.Text(u"SELECT CAST(CAST(" + std::u16string(value) +
+                        u" AS sql_variant) AS varbinary(20))");
+    };
+    EXPECT_EQ(bytes(u"CAST('20240101' AS date)"), "0x45460B\n");
+    EXPECT_EQ(bytes(u"CAST('00:00:01' AS time(7))"), "0x078096980000\n");
+    EXPECT_EQ(bytes(u"CAST('00:00:01' AS time(0))"), "0x00010000\n");
+    EXPECT_EQ(bytes(u"CAST('2024-01-01 00:00:01' AS datetime2(7))"), "0x07809698000045460B\n");
+    EXPECT_EQ(bytes(u"CAST('2024-01-01 00:00:01 +01:00' AS datetimeoffset(7))"),
+              "0x0780EE3DC9C044460B3C00\n");
+    EXPECT_EQ(bytes(u"CAST('19000102 00:01' AS smalldatetime)"), "0x00010001\n");
+    EXPECT_EQ(box.Text(u"SELECT SQL_VARIANT_PROPERTY(CAST('x' AS sql_variant), 'Collation'), "
+                       u"SQL_VARIANT_PROPERTY(CAST(1 AS sql_variant), 'Collation')"),
+              "SQL_Latin1_General_CP1_CI_AS|NULL\n");
 }
 
 TEST(Types, LongTypesHoldLongValues) {
