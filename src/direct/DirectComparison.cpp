@@ -1,45 +1,144 @@
 #include "direct/DirectComparison.h"
 
+#include <algorithm>
+#include <atomic>
+#include <deque>
 #include <exception>
+#include <memory>
+#include <thread>
 #include <utility>
 
 #include "core/Error.h"
+#include "direct/TableFeed.h"
 #include "direct/TableRun.h"
 
 namespace QuillonLib {
 
 namespace {
 
-// What a handler threw, on its way past the errors of tables.
-struct HandlerFailed {
-    std::exception_ptr failure;
+void RequireSense(const DirectOptions& options) {
+    if (options.equality.floatDigits < 0 || options.equality.floatDigits > 17) {
+        throw Error(ErrorNumber::InvalidArgument, u"Floats have 1 to 17 digits, or 0 for all.");
+    }
+    if (options.jobs < 1 || options.jobs > 64) {
+        throw Error(ErrorNumber::InvalidArgument, u"From 1 to 64 tables can be read side by side.");
+    }
+}
+
+// Workers take the tables in their order, so that the first table that is not done is always in
+// work, and nobody waits for one that is not.
+class Workers {
+  public:
+    Workers(const Database& database1, const Database& database2,
+            const std::vector<DirectTable>& tables, const DirectOptions& options)
+        : database1_(database1),
+          database2_(database2),
+          tables_(tables),
+          options_(options),
+          results_(tables.size()),
+          feeds_(tables.size()) {}
+    ~Workers() { Stop(); }
+    Workers(const Workers&) = delete;
+    Workers& operator=(const Workers&) = delete;
+
+    // Throws the Error of the first worker's logins.
+    void Start() {
+        auto first = std::make_unique<TableRunner>(database1_, database2_, options_);
+        first->Connect();
+        const std::size_t jobs = std::min(static_cast<std::size_t>(options_.jobs), tables_.size());
+        for (std::size_t i = 0; i < jobs; ++i) {
+            auto runner = i == 0 ? std::move(first)
+                                 : std::make_unique<TableRunner>(database1_, database2_, options_);
+            threads_.emplace_back([this, mine = std::move(runner)] { Work(*mine); });
+        }
+    }
+
+    TableFeed& Feed(std::size_t table) { return feeds_[table]; }
+    const DirectTableResult& Result(std::size_t table) const { return results_[table]; }
+
+    void Stop() {
+        for (TableFeed& feed : feeds_)
+            feed.Stop();
+        for (std::thread& thread : threads_)
+            thread.join();
+        threads_.clear();
+    }
+
+    std::vector<DirectTableResult> TakeResults() {
+        Stop();
+        return std::move(results_);
+    }
+
+  private:
+    void Work(TableRunner& runner) {
+        for (;;) {
+            const std::size_t table = next_++;
+            if (table >= tables_.size()) return;
+            try {
+                runner.Run(tables_[table], results_[table], feeds_[table]);
+                feeds_[table].Close(nullptr);
+            } catch (const ComparisonStopped&) {
+                feeds_[table].Close(nullptr);
+                return;
+            } catch (...) {
+                feeds_[table].Close(std::current_exception());
+                return;
+            }
+        }
+    }
+
+    const Database& database1_;
+    const Database& database2_;
+    const std::vector<DirectTable>& tables_;
+    const DirectOptions& options_;
+    std::vector<DirectTableResult> results_;
+    std::deque<TableFeed> feeds_;
+    std::atomic<std::size_t> next_ = 0;
+    std::vector<std::thread> threads_;
 };
 
-class ToSink : public Outlet {
+// Hands the items of one table to the caller's handlers. True: one of them wants no more.
+class Teller {
   public:
-    ToSink(const DirectSink& sink, const DirectTableResult& result)
-        : sink_(sink), result_(result) {}
+    Teller(const DirectSink& sink, const DirectTableResult& result, std::size_t table)
+        : sink_(sink), result_(result), table_(table) {}
 
-    void Found(FoundDifference difference) override {
-        if (!sink_.Difference) return;
-        try {
-            sink_.Difference({result_.shape, difference.change,
-                              difference.row1 ? &*difference.row1 : nullptr,
-                              difference.row2 ? &*difference.row2 : nullptr, difference.changed});
-        } catch (...) {
-            throw HandlerFailed{std::current_exception()};
+    bool operator()(const FoundDifference& found) const {
+        bool cancel = false;
+        if (sink_.Difference) {
+            sink_.Difference(
+                {table_, result_.shape, found.change, found.row1 ? &*found.row1 : nullptr,
+                 found.row2 ? &*found.row2 : nullptr, found.changed},
+                cancel);
         }
+        return cancel;
+    }
+    bool operator()(const TableFeed::RowsRead& read) const {
+        bool cancel = false;
+        if (sink_.Progress) {
+            sink_.Progress({table_, result_.shape.table, read.rows1, read.rows2, result_.expected1,
+                            result_.expected2},
+                           cancel);
+        }
+        return cancel;
+    }
+    bool operator()(const DirectTableResult& result) const {
+        bool cancel = false;
+        if (sink_.Table) sink_.Table(table_, result, cancel);
+        return cancel;
     }
 
   private:
     const DirectSink& sink_;
     const DirectTableResult& result_;
+    std::size_t table_;
 };
 
-void RequireSense(const DirectOptions& options) {
-    if (options.equality.floatDigits < 0 || options.equality.floatDigits > 17) {
-        throw Error(ErrorNumber::InvalidArgument, u"Floats have 1 to 17 digits, or 0 for all.");
+bool TellTable(TableFeed& feed, const Teller& tell, const DirectTableResult& result) {
+    while (const auto item = feed.Take()) {
+        if (std::visit(tell, *item)) return true;
     }
+    return tell(result);
 }
 
 }  // namespace
@@ -49,19 +148,13 @@ std::vector<DirectTableResult> CompareDirectly(const Database& database1, const 
                                                const DirectOptions& options,
                                                const DirectSink& sink) {
     RequireSense(options);
-    TableRunner runner(database1, database2, options);
-    std::vector<DirectTableResult> results;
-    results.reserve(tables.size());
-    for (const DirectTable& table : tables) {
-        DirectTableResult& result = results.emplace_back();
-        ToSink outlet(sink, result);
-        try {
-            runner.Run(table, result, outlet);
-        } catch (const HandlerFailed& failed) {
-            std::rethrow_exception(failed.failure);
-        }
+    Workers workers(database1, database2, tables, options);
+    workers.Start();
+    for (std::size_t i = 0; i < tables.size(); ++i) {
+        const DirectTableResult& result = workers.Result(i);
+        if (TellTable(workers.Feed(i), Teller(sink, result, i), result)) break;
     }
-    return results;
+    return workers.TakeResults();
 }
 
 }  // namespace QuillonLib

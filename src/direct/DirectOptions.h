@@ -35,6 +35,11 @@ struct DirectEquality {
 struct DirectOptions {
     DirectEquality equality;
     std::vector<std::u16string> ignoredColumns;  // of every table, as in DirectTable
+    // Read each table on each side as it was at one moment, where the database allows it: see
+    // DirectTableResult::reading1. Tables, and the sides, have moments of their own.
+    bool snapshot = false;
+    // 1 to 64: tables that are read side by side, with two connections for each.
+    int jobs = 2;
 };
 
 }  // namespace QuillonLib

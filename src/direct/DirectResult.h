@@ -1,6 +1,7 @@
 // What a direct comparison says of a table and of its rows.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -73,6 +74,7 @@ enum class DirectChange : std::uint8_t { Differs, OnlyIn1, OnlyIn2 };
 
 // Valid as long as the callback that it is handed to.
 struct DirectDifference {
+    std::size_t table;  // position in the list of tables
     const DirectShape& shape;
     DirectChange change;
     const DirectRow* row1;             // null where the row is only in 2
@@ -80,8 +82,18 @@ struct DirectDifference {
     const std::vector<bool>& changed;  // by column; of Differs only, else empty
 };
 
+enum class DirectReading : std::uint8_t {
+    Committed,  // READ COMMITTED; also where a snapshot was asked for that the database refuses
+    Snapshot,   // the whole table as it was at one moment
+};
+
 struct DirectTableResult {
     DirectShape shape;
+    // The servers' own counts of rows before they were read, conditions left aside; 0: not known.
+    std::uint64_t expected1 = 0;
+    std::uint64_t expected2 = 0;
+    DirectReading reading1 = DirectReading::Committed;
+    DirectReading reading2 = DirectReading::Committed;
     std::uint64_t rows1 = 0;
     std::uint64_t rows2 = 0;
     std::uint64_t identical = 0;
@@ -89,11 +101,23 @@ struct DirectTableResult {
     std::uint64_t onlyIn1 = 0;
     std::uint64_t onlyIn2 = 0;
     std::vector<std::uint64_t> changedCells;  // by column of the shape
-    // Why the table was not compared to its end: what was counted and told until then is true of
-    // no more than the rows that were read, and says nothing of the table.
+    // Compared to the end. If not, because of `error` or because the caller had enough, what was
+    // counted and told is true of no more than the rows that were read, and says nothing of the
+    // table.
+    bool complete = false;
     std::optional<Error> error;
 
-    bool Same() const { return !error && differing + onlyIn1 + onlyIn2 == 0; }
+    bool Same() const { return complete && differing + onlyIn1 + onlyIn2 == 0; }
+};
+
+// How far the reading of a table has come.
+struct DirectProgress {
+    std::size_t table;  // position in the list of tables
+    const ObjectName& name;
+    std::uint64_t rows1;
+    std::uint64_t rows2;
+    std::uint64_t expected1;  // as in the result
+    std::uint64_t expected2;
 };
 
 }  // namespace QuillonLib

@@ -77,8 +77,10 @@ void WalkKeyed(const TablePlan& plan, const DirectEquality& equality, RowCursor&
     KeyedSide side1(plan, 1, rows1);
     KeyedSide side2(plan, 2, rows2);
     Merge merge(plan, equality, result, outlet);
-    const auto step = [](KeyedSide& side, std::uint64_t& rows) {
-        if (side.Next()) ++rows;
+    const auto step = [&](KeyedSide& side, std::uint64_t& rows) {
+        if (!side.Next()) return;
+        ++rows;
+        outlet.Read(result);
     };
     step(side1, result.rows1);
     step(side2, result.rows2);

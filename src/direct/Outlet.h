@@ -15,10 +15,13 @@ struct FoundDifference {
     std::vector<bool> changed;
 };
 
+// Either call may throw to end the comparison of the table.
 class Outlet {
   public:
     virtual ~Outlet() = default;
     virtual void Found(FoundDifference difference) = 0;
+    // A row more has been read: `result` counts it.
+    virtual void Read(const DirectTableResult& result) = 0;
 };
 
 }  // namespace QuillonLib

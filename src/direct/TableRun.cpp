@@ -1,6 +1,7 @@
 #include "direct/TableRun.h"
 
 #include <array>
+#include <vector>
 
 #include "catalog/CatalogReader.h"
 #include "catalog/Database.h"
@@ -8,14 +9,20 @@
 #include "core/TableEntry.h"
 #include "data/Connection.h"
 #include "direct/KeyedWalk.h"
+#include "direct/KeylessWalk.h"
+#include "direct/ServerFacts.h"
 #include "direct/TableQuery.h"
 
 namespace QuillonLib {
 
-namespace {
+void TableRunner::Side::Connect(bool wantSnapshot) {
+    if (connection != nullptr && connection->IsOpen()) return;
+    connection = OpenConnection(database);
+    version = ServerVersion(connection);
+    snapshot = wantSnapshot && AllowsSnapshot(connection, version);
+}
 
-ObjectFacts ReadFacts(const std::shared_ptr<Connection>& connection, const Database& database,
-                      const ObjectName& name) {
+ObjectFacts TableRunner::Side::ReadFacts(const ObjectName& name) const {
     CatalogReader reader(connection);
     reader.UseDatabase(database.DatabaseName());
     const std::vector<ObjectFacts> objects = reader.Objects(std::array{name});
@@ -24,40 +31,73 @@ ObjectFacts ReadFacts(const std::shared_ptr<Connection>& connection, const Datab
     return *found;
 }
 
-}  // namespace
+DirectReading TableRunner::Side::Begin() const {
+    if (!snapshot) return DirectReading::Committed;
+    connection->Execute(u"SET TRANSACTION ISOLATION LEVEL SNAPSHOT BEGIN TRANSACTION");
+    return DirectReading::Snapshot;
+}
+
+void TableRunner::Side::End() const {
+    if (snapshot) connection->Execute(u"COMMIT TRANSACTION");
+}
 
 TableRunner::TableRunner(const Database& database1, const Database& database2,
                          const DirectOptions& options)
-    : database1_(database1),
-      database2_(database2),
-      options_(options),
-      connection1_(OpenConnection(database1)),
-      connection2_(OpenConnection(database2)) {
+    : options_(options), side1_{database1}, side2_{database2} {
+}
+
+void TableRunner::Connect() {
+    side1_.Connect(options_.snapshot);
+    side2_.Connect(options_.snapshot);
 }
 
 void TableRunner::Run(const DirectTable& table, DirectTableResult& result, Outlet& outlet) {
+    result.shape.table = result.shape.table2 = table.name;
+    result.error = unreachable_;
+    if (unreachable_) return;
+    try {
+        Connect();
+    } catch (const Error& error) {
+        result.error = unreachable_ = error;
+        return;
+    }
     try {
         Compare(table, result, outlet);
+        result.complete = true;
     } catch (const Error& error) {
         result.error = error;
+        // a transaction that is left open must not hold the versions of rows
+        if (side1_.snapshot) side1_.connection->Close();
+        if (side2_.snapshot) side2_.connection->Close();
     }
 }
 
 void TableRunner::Compare(const DirectTable& table, DirectTableResult& result, Outlet& outlet) {
-    result.shape.table = result.shape.table2 = table.name;
-    const TablePlan plan =
-        PlanTable(ReadFacts(connection1_, database1_, table.name),
-                  ReadFacts(connection2_, database2_, table.name), table, options_.ignoredColumns);
+    const TablePlan plan = PlanTable(side1_.ReadFacts(table.name), side2_.ReadFacts(table.name),
+                                     table, options_.ignoredColumns);
     result.shape = plan.shape;
     result.changedCells.resize(plan.pairs.size());
-    if (plan.shape.key.empty()) {
+    if (plan.pairs.empty()) {
         throw Error(ErrorNumber::Comparison, u"Table " +
                                                  MakeTableEntry(table.name.Owner, table.name.Name) +
-                                                 u" has no key by which both sides know its rows.");
+                                                 u" has no column that can be compared.");
     }
-    RowCursor rows1(TableQuery(plan, 1, table.where), connection1_);
-    RowCursor rows2(TableQuery(plan, 2, table.where), connection2_);
-    WalkKeyed(plan, options_.equality, rows1, rows2, result, outlet);
+    result.expected1 = CountedRows(side1_.connection, side1_.version, plan.shape.table);
+    result.expected2 = CountedRows(side2_.connection, side2_.version, plan.shape.table2);
+    outlet.Read(result);
+    result.reading1 = side1_.Begin();
+    result.reading2 = side2_.Begin();
+    {
+        RowCursor rows1(TableQuery(plan, 1, table.where), side1_.connection);
+        RowCursor rows2(TableQuery(plan, 2, table.where), side2_.connection);
+        if (plan.shape.key.empty()) {
+            WalkKeyless(plan, options_.equality, rows1, rows2, result, outlet);
+        } else {
+            WalkKeyed(plan, options_.equality, rows1, rows2, result, outlet);
+        }
+    }
+    side1_.End();
+    side2_.End();
 }
 
 }  // namespace QuillonLib

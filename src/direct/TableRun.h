@@ -1,8 +1,12 @@
 // The comparison of one table, from its catalog to its last row. Not installed.
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 
+#include "catalog/CatalogFacts.h"
+#include "core/Error.h"
 #include "direct/DirectOptions.h"
 #include "direct/Outlet.h"
 
@@ -11,23 +15,39 @@ namespace QuillonLib {
 class Connection;
 class Database;
 
-// Two connections, one for each side, used for one table after another.
+// Two connections, one for each side, used for one table after another by one thread at a time.
 class TableRunner {
   public:
-    // Logs in; throws the Error of a login that fails.
+    // Sends nothing yet. All three must outlive the object.
     TableRunner(const Database& database1, const Database& database2, const DirectOptions& options);
 
-    // The outcome, an error included: only what `outlet` throws that is no Error is thrown.
+    // Logs in where a connection is not open. Throws the Error of the login.
+    void Connect();
+
+    // An Error goes into the result; what `outlet` throws that is no Error is thrown. Connections
+    // that were lost are made again for the next table; where that fails, all later tables have the
+    // Error of that login.
     void Run(const DirectTable& table, DirectTableResult& result, Outlet& outlet);
 
   private:
+    struct Side {
+        const Database& database;
+        std::shared_ptr<Connection> connection = nullptr;
+        std::int32_t version = 0;
+        bool snapshot = false;  // the database allows it, and the caller wants it
+
+        void Connect(bool wantSnapshot);
+        ObjectFacts ReadFacts(const ObjectName& name) const;
+        DirectReading Begin() const;
+        void End() const;
+    };
+
     void Compare(const DirectTable& table, DirectTableResult& result, Outlet& outlet);
 
-    const Database& database1_;
-    const Database& database2_;
     const DirectOptions& options_;
-    std::shared_ptr<Connection> connection1_;
-    std::shared_ptr<Connection> connection2_;
+    Side side1_;
+    Side side2_;
+    std::optional<Error> unreachable_;
 };
 
 }  // namespace QuillonLib

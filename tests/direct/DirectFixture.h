@@ -52,7 +52,7 @@ class DirectFixture : public SandboxTest {
         server2.Run(u"CREATE DATABASE w");
         one = MakeDatabase(server, u"w");
         two = MakeDatabase(server2, u"w");
-        sink.Difference = [this](const DirectDifference& difference) {
+        sink.Difference = [this](const DirectDifference& difference, bool&) {
             differences.push_back(Shown(difference));
         };
     }

@@ -163,7 +163,7 @@ TEST_F(KeyedTables, NeverCallsRowsWholeThatAnErrorCutShort) {
 TEST_F(KeyedTables, LetsTheHandlersFailurePass) {
     RunOnBoth(u"CREATE TABLE t (id int PRIMARY KEY)");
     RunOn1(u"INSERT t VALUES (1)");
-    sink.Difference = [](const DirectDifference&) { throw Error(1234, u"mine"); };
+    sink.Difference = [](const DirectDifference&, bool&) { throw Error(1234, u"mine"); };
     EXPECT_EQ(RaisedBy([this] { CompareOne(); }).number, 1234);
 }
 

@@ -1,0 +1,23 @@
+// What the direct road asks a server besides its catalog. Not installed.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "catalog/CatalogFacts.h"
+
+namespace QuillonLib {
+
+class Connection;
+
+// 7, 8 (2000), 9 (2005), 10 (2008) ...
+std::int32_t ServerVersion(const std::shared_ptr<Connection>& connection);
+
+// Whether the current database lets readers ask for snapshot isolation.
+bool AllowsSnapshot(const std::shared_ptr<Connection>& connection, std::int32_t version);
+
+// The server's own count of the rows of a table, which may lag behind; 0 where it has none.
+std::uint64_t CountedRows(const std::shared_ptr<Connection>& connection, std::int32_t version,
+                          const ObjectName& table);
+
+}  // namespace QuillonLib

@@ -1,0 +1,57 @@
+// What a worker finds in one table, on its way to the caller's thread. Not installed.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <optional>
+#include <variant>
+
+#include "direct/Outlet.h"
+
+namespace QuillonLib {
+
+// Thrown by the calls of a worker when the comparison ends before it: no Error.
+struct ComparisonStopped {};
+
+// Differences wait here until it is their table's turn. A worker that is ahead of its turn waits as
+// soon as they fill `room`, so that memory stays bounded whatever differs.
+class TableFeed : public Outlet {
+  public:
+    struct RowsRead {
+        std::uint64_t rows1 = 0;
+        std::uint64_t rows2 = 0;
+    };
+    using Item = std::variant<FoundDifference, RowsRead>;
+
+    // Rows between two reports of progress: a fixed number, so that reports come at the same rows
+    // every time.
+    static constexpr std::uint64_t ReportEvery = 10000;
+
+    // The worker's calls.
+    void Found(FoundDifference difference) override;
+    void Read(const DirectTableResult& result) override;
+    // The last call: the table is done, or `failure`, if there is any, ends the comparison.
+    void Close(std::exception_ptr failure);
+
+    // The caller's. Take waits for the next item; absent after the last one. Throws what the worker
+    // closed with.
+    std::optional<Item> Take();
+    void Stop();
+
+  private:
+    void Push(Item item, std::size_t size);
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::deque<std::pair<Item, std::size_t>> items_;
+    std::size_t held_ = 0;
+    bool closed_ = false;
+    std::exception_ptr failure_;
+    std::atomic<bool> stopped_ = false;
+};
+
+}  // namespace QuillonLib
