@@ -3,13 +3,15 @@
 
 #include "cli/Commands.h"
 #include "cli/ComparisonOptions.h"
+#include "cli/DirectRoad.h"
 #include "cli/ResultTable.h"
 
 namespace quillon {
 
 namespace {
 
-int Compare(const ComparisonOptions& options, Console& console) {
+int Compare(const ComparisonOptions& options, const DirectRoadOptions& direct, Console& console) {
+    if (direct.Asked()) return CompareDirect(options, direct, console);
     const auto comparison = Prepare(options.Request(console), console);
     const LinkedServerCleanup cleanup(*comparison, console);
     const auto results = Run(*comparison, console);
@@ -23,7 +25,8 @@ void AddCompareCommand(CLI::App& app, Program& program) {
     command->footer(
         std::string("Values are equal if the server takes them for equal: by the collation of the "
                     "column, which may\ncount upper and lower case, accents or trailing blanks as "
-                    "the same.\n") +
+                    "the same. With --direct they are equal\nif every byte and every UTF-16 unit "
+                    "is.\n") +
         ExitCodesOfComparisons +
         "\nExample:\n"
         "  QUILLON_PASSWORD=... quillon compare db1/sales db2,1433/sales --user reader");
@@ -32,8 +35,11 @@ void AddCompareCommand(CLI::App& app, Program& program) {
     options->AddChoicesTo(*command);
     options->AddTemplateTo(*command);
     options->AddAcceptTo(*command);
-    command->callback(
-        [options, &program] { program.exitCode = Compare(*options, program.console); });
+    auto direct = std::make_shared<DirectRoadOptions>();
+    direct->AddTo(*command);
+    command->callback([options, direct, &program] {
+        program.exitCode = Compare(*options, *direct, program.console);
+    });
 }
 
 }  // namespace quillon

@@ -80,6 +80,14 @@ ComparisonRequest ComparisonOptions::Request(Console& console) const {
     return request;
 }
 
+std::string ComparisonOptions::OnlyByServer() const {
+    if (!indexes_.empty()) return "--index";
+    if (!columns_.empty()) return "--columns";
+    if (!template_.empty()) return "--template";
+    if (dropLinkedServers_) return "--drop-linked-servers";
+    return databases_.HasThird() ? "--via" : "";
+}
+
 int ComparisonOptions::Accepted(int exitCode) const {
     return exitCode == ExitCode::NotWhole && acceptUncompared_ ? ExitCode::Identical : exitCode;
 }

@@ -27,6 +27,8 @@ class ComparisonOptions {
     void AddAcceptTo(CLI::App& command);
 
     bool ChoosesColumns() const { return !columns_.empty(); }
+    // The first option given that means something only where the servers compare; empty for none.
+    std::string OnlyByServer() const;
     // What the options ask for. Throws the library's Error or CLI::ValidationError for options
     // that make no sense, std::runtime_error for a template that cannot be read.
     ComparisonRequest Request(Console& console) const;

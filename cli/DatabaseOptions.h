@@ -58,6 +58,7 @@ class DatabaseOptions {
     Databases Make(Console& console) const;
 
     bool Given() const { return !location1_.empty(); }
+    bool HasThird() const { return !location3_.empty(); }
     // Databases as a template describes them; an empty third one is the first.
     void Take(std::string database1, std::string database2, std::string database3) {
         location1_ = std::move(database1);

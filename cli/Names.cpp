@@ -84,6 +84,11 @@ TableChoice ParseTableChoice(std::string_view text) {
     return {ToTableEntry(table), chosen};
 }
 
+TableText ParseTableText(std::string_view text, const char* form) {
+    const auto [table, rest] = SplitChoice(text, form);
+    return {ToTableEntry(table), std::string(rest)};
+}
+
 ColumnsChoice ParseColumnsChoice(std::string_view text) {
     const auto [table, list] = SplitChoice(text, "TABLE=NAME,NAME,...");
     ColumnsChoice choice{ToTableEntry(table), {}};

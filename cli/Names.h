@@ -28,6 +28,13 @@ struct TableChoice {
 };
 TableChoice ParseTableChoice(std::string_view text);
 
+// "TABLE=TEXT": whatever follows, as it stands.
+struct TableText {
+    std::u16string table;  // a table entry
+    std::string text;
+};
+TableText ParseTableText(std::string_view text, const char* form);
+
 // "TABLE=A,B,...", names with a comma in them in brackets.
 struct ColumnsChoice {
     std::u16string table;  // a table entry

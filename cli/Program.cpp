@@ -79,7 +79,7 @@ void RequireKnownNames(const CLI::App& app, const std::vector<std::string>& argu
         throw CLI::ValidationError("quillon " + command->get_name() + " has no option " + name +
                                    DidYouMean(name, known));
     }
-    throw error;
+    throw CLI::ValidationError(error.what());
 }
 
 void AddHelpCommand(CLI::App& app, Program& program) {

@@ -1,0 +1,117 @@
+#include "cli/DirectResults.h"
+
+#include "cli/Printable.h"
+#include "core/Text.h"
+
+namespace quillon {
+
+namespace {
+
+using namespace QuillonLib;
+
+std::string Bracketed(const std::u16string& name) {
+    return "[" + ToUtf8(name) + "]";
+}
+
+std::string ReasonOf(const DirectOmitted& column) {
+    switch (column.why) {
+        case DirectOmission::Computed:
+            return "it is computed";
+        case DirectOmission::RowVersion:
+            return "a row version differs by nature";
+        case DirectOmission::Ignored:
+            return "it is ignored, as asked for";
+        default:
+            return ToUtf8(column.reason);
+    }
+}
+
+void TellOmitted(const DirectTableResult& result, Verdict& verdict) {
+    bool columnsDiffer = false;
+    for (const DirectOmitted& column : result.shape.omitted) {
+        ++verdict.columnsNotCompared;
+        const bool in1 = column.why == DirectOmission::OnlyIn1;
+        if (in1 || column.why == DirectOmission::OnlyIn2) {
+            verdict.drift.push_back("column " + Bracketed(column.name) +
+                                    (in1 ? " only in 1" : " only in 2"));
+            columnsDiffer = true;
+        } else {
+            verdict.notCompared.push_back("column " + Bracketed(column.name) + ": " +
+                                          ReasonOf(column));
+        }
+    }
+    if (!columnsDiffer || verdict.kind != Verdict::Kind::Identical) return;
+    verdict.kind = Verdict::Kind::Different;
+    verdict.text = "columns differ";
+}
+
+void TellDrift(const DirectTableResult& result, Verdict& verdict) {
+    for (const DirectDrift& drift : result.shape.drift) {
+        verdict.drift.push_back((drift.kind == DirectDriftKind::PrimaryKey
+                                     ? std::string("the primary key is ")
+                                     : "column " + Bracketed(drift.column) + " is ") +
+                                ToUtf8(drift.side1) + " in 1, " + ToUtf8(drift.side2) + " in 2");
+    }
+    if (result.shape.key.empty() && !result.shape.columns.empty())
+        verdict.drift.emplace_back("no key: whole rows are compared, in any order");
+}
+
+void TellChangedCells(const DirectTableResult& result, Verdict& verdict) {
+    std::string line;
+    for (std::size_t i = 0; i < result.changedCells.size(); ++i) {
+        if (result.changedCells[i] == 0) continue;
+        line += (line.empty() ? "changed cells: " : ", ") +
+                Bracketed(result.shape.columns[i].side1.Name) + " " +
+                std::to_string(result.changedCells[i]);
+    }
+    if (!line.empty()) verdict.drift.push_back(line);
+}
+
+bool IsRefusedSnapshot(DirectReading reading, bool asked) {
+    return asked && reading == DirectReading::Committed;
+}
+
+std::string FailureOf(const DirectTableResult& result, const std::string& table) {
+    return "Error comparing " + Printable(table) + "\n" +
+           (result.error ? ToUtf8(result.error->Description()) : "It was not read to its end.");
+}
+
+}  // namespace
+
+ResultLine LineOf(const std::u16string& entry, const DirectTableResult& result,
+                  const std::string& condition, bool snapshot) {
+    ResultLine line;
+    line.table = ToUtf8(entry);
+    line.name = line.table;
+    Verdict& verdict = line.verdict;
+    if (!result.complete) {
+        verdict.text = "not compared";
+        line.error = FailureOf(result, line.table);
+        TellDrift(result, verdict);
+        return line;
+    }
+    line.rows1 = static_cast<std::int64_t>(result.rows1);
+    line.rows2 = static_cast<std::int64_t>(result.rows2);
+    line.differing = static_cast<std::int64_t>(result.differing);
+    verdict.hasKey = verdict.rowsMatched = true;
+    verdict.identical = static_cast<std::int64_t>(result.identical);
+    verdict.onlyIn1 = static_cast<std::int64_t>(result.onlyIn1);
+    verdict.onlyIn2 = static_cast<std::int64_t>(result.onlyIn2);
+    verdict.kind = result.Same() ? Verdict::Kind::Identical : Verdict::Kind::Different;
+    verdict.text = result.Same() ? "identical" : "different";
+    TellOmitted(result, verdict);
+    TellDrift(result, verdict);
+    TellChangedCells(result, verdict);
+    if (!condition.empty()) verdict.notCompared.push_back("rows that do not meet " + condition);
+    if (IsRefusedSnapshot(result.reading1, snapshot))
+        verdict.drift.emplace_back("1 allows no snapshot: read under READ COMMITTED");
+    if (IsRefusedSnapshot(result.reading2, snapshot))
+        verdict.drift.emplace_back("2 allows no snapshot: read under READ COMMITTED");
+    if (verdict.kind == Verdict::Kind::Identical && !verdict.notCompared.empty()) {
+        verdict.kind = Verdict::Kind::NotWhole;
+        verdict.text = "no difference found";
+    }
+    return line;
+}
+
+}  // namespace quillon

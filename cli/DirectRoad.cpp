@@ -1,0 +1,205 @@
+#include "cli/DirectRoad.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+#include "cli/CatalogSurvey.h"
+#include "cli/DirectResults.h"
+#include "cli/Interrupt.h"
+#include "cli/Names.h"
+#include "cli/TableSelection.h"
+#include "core/TableEntry.h"
+
+namespace quillon {
+
+namespace {
+
+using namespace QuillonLib;
+
+constexpr const char* ConditionForm = "TABLE=CONDITION";
+
+// The table that a choice names.
+DirectTable& Chosen(const std::vector<std::u16string>& entries, std::vector<DirectTable>& tables,
+                    const std::u16string& table, const char* option) {
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        if (EqualIgnoringCase(entries[i], table)) return tables[i];
+    }
+    std::string text =
+        std::string(option) + ": " + ToUtf8(table) + " is not among the tables that are compared:";
+    for (const std::u16string& entry : entries)
+        text += " " + ToUtf8(entry);
+    throw CLI::ValidationError(text);
+}
+
+[[noreturn]] void ThrowTwoChoices(const char* option, const std::u16string& table) {
+    throw CLI::ValidationError(std::string(option) + ": " + ToUtf8(table) + " has two choices");
+}
+
+// How far all tables together have come.
+class Progress {
+  public:
+    Progress(Console& console, const std::vector<std::u16string>& entries)
+        : console_(console), entries_(entries) {}
+
+    void Show(const DirectProgress& progress) {
+        const std::uint64_t read = progress.rows1 + progress.rows2;
+        const std::uint64_t all = std::max(read, progress.expected1 + progress.expected2);
+        const double ofTable =
+            all == 0 ? 0.0 : static_cast<double>(read) / static_cast<double>(all);
+        const double done = static_cast<double>(progress.table) + ofTable;
+        console_.Progress(
+            static_cast<int>(100 * done / static_cast<double>(entries_.size())),
+            ToUtf8(entries_[progress.table]) + ": " + std::to_string(read) + " rows read");
+    }
+
+  private:
+    Console& console_;
+    const std::vector<std::u16string>& entries_;
+};
+
+std::vector<DirectTableResult> Compare(const DatabaseOptions::Databases& databases,
+                                       const std::vector<std::u16string>& entries,
+                                       const DirectRoadOptions& options, Console& console) {
+    Progress progress(console, entries);
+    DirectSink sink;
+    sink.Difference = [](const DirectDifference& /*difference*/, bool& cancel) {
+        cancel = Interrupted();
+    };
+    sink.Progress = [&](const DirectProgress& at, bool& cancel) {
+        progress.Show(at);
+        cancel = Interrupted();
+    };
+    auto results = CompareDirectly(*databases.obDB1, *databases.obDB2, options.Tables(entries),
+                                   options.Options(), sink);
+    console.ClearProgress();
+    StopIfInterrupted();
+    return results;
+}
+
+}  // namespace
+
+void DirectRoadOptions::AddTo(CLI::App& command) {
+    auto* direct = command.add_flag(
+        "--direct", direct_,
+        "Read the rows of both databases and compare them here, to the last bit and of every type; "
+        "the servers need not see each other, and the login needs no right but SELECT");
+    const auto mine = [&](CLI::Option* option) { option->needs(direct)->group("With --direct"); };
+    mine(command
+             .add_option("--key", keys_,
+                         "Columns by which the rows of a table are matched (default: the primary "
+                         "key, else a unique index of both; without one whole rows are compared)")
+             ->allow_extra_args(false)
+             ->type_name("TABLE=A,B,..."));
+    mine(command
+             .add_option("--where", conditions_,
+                         "Condition in SQL: only rows that meet it are compared")
+             ->allow_extra_args(false)
+             ->type_name(ConditionForm));
+    mine(command.add_option("--ignore", ignored_, "Column that is not compared, in any table")
+             ->allow_extra_args(false)
+             ->type_name("COLUMN"));
+    mine(command.add_flag("--ignore-case", ignoreCase_, "Upper and lower case count as the same"));
+    mine(command.add_flag("--ignore-trailing-blanks", ignoreTrailingBlanks_,
+                          "Blanks at the end of texts do not count"));
+    mine(command
+             .add_option("--float-digits", floatDigits_,
+                         "real and float are compared to so many digits (default: every bit)")
+             ->check(CLI::Range(1, 17)));
+    mine(command.add_flag("--snapshot", snapshot_,
+                          "Read each table as it was at one moment, where the database allows it"));
+    mine(command
+             .add_option("--jobs", jobs_,
+                         "Tables that are read side by side, with two connections "
+                         "each (default: 2)")
+             ->check(CLI::Range(1, 64)));
+}
+
+void DirectRoadOptions::Check(const ComparisonOptions& comparison) const {
+    const std::string other = comparison.OnlyByServer();
+    if (other.empty()) return;
+    throw CLI::ValidationError(other +
+                               " is for comparisons by the server; it does not go with "
+                               "--direct");
+}
+
+std::vector<DirectTable> DirectRoadOptions::Tables(
+    const std::vector<std::u16string>& entries) const {
+    std::vector<DirectTable> tables;
+    for (const std::u16string& entry : entries)
+        tables.push_back({{GetTableOwner(entry), GetTableName(entry)}, {}, {}, {}});
+    for (const std::string& text : keys_) {
+        const ColumnsChoice choice = ParseColumnsChoice(text);
+        DirectTable& table = Chosen(entries, tables, choice.table, "--key");
+        if (!table.keyColumns.empty()) ThrowTwoChoices("--key", choice.table);
+        table.keyColumns = choice.columns;
+    }
+    for (const std::string& text : conditions_) {
+        const TableText condition = ParseTableText(text, ConditionForm);
+        DirectTable& table = Chosen(entries, tables, condition.table, "--where");
+        if (!table.where.empty()) ThrowTwoChoices("--where", condition.table);
+        table.where = FromUtf8(condition.text);
+    }
+    return tables;
+}
+
+DirectOptions DirectRoadOptions::Options() const {
+    DirectOptions options;
+    options.equality = {ignoreCase_, ignoreTrailingBlanks_, floatDigits_};
+    for (const std::string& column : ignored_)
+        options.ignoredColumns.push_back(FromUtf8(column));
+    options.snapshot = snapshot_;
+    options.jobs = jobs_;
+    return options;
+}
+
+std::string DirectRoadOptions::Loosened() const {
+    std::string text;
+    const auto add = [&](const std::string& what) { text += (text.empty() ? "" : ", ") + what; };
+    if (ignoreCase_) add("without regard to case");
+    if (ignoreTrailingBlanks_) add("without blanks at the end");
+    if (floatDigits_ > 0) add("real and float to " + std::to_string(floatDigits_) + " digits");
+    return text;
+}
+
+// A mistyped name would leave a column in that somebody wants left out, or be believed to have
+// left it out.
+void DirectRoadOptions::RequireIgnored(const DatabaseOptions::Databases& databases,
+                                       const std::vector<std::u16string>& entries) const {
+    if (ignored_.empty()) return;
+    const FactsByTable facts = ReadFacts(*databases.obDB1, *databases.obDB2, TextArray(entries));
+    for (const std::string& name : ignored_) {
+        const auto isThere = [&](const ObjectFacts& table) {
+            return std::any_of(table.Columns.begin(), table.Columns.end(), [&](const auto& column) {
+                return EqualIgnoringCase(column.Name, FromUtf8(name));
+            });
+        };
+        const bool any = std::any_of(facts.begin(), facts.end(), [&](const auto& table) {
+            return isThere(table.second.in1) || isThere(table.second.in2);
+        });
+        if (any) continue;
+        throw CLI::ValidationError("--ignore: no table that is compared has a column [" + name +
+                                   "]");
+    }
+}
+
+int CompareDirect(const ComparisonOptions& comparison, const DirectRoadOptions& options,
+                  Console& console) {
+    options.Check(comparison);
+    const ComparisonRequest request = comparison.Request(console);
+    const TableLists lists =
+        SelectTables(request.databases, request.tables, request.excluded, console);
+    const std::vector<DirectTable> tables = options.Tables(lists.tables);
+    options.RequireIgnored(request.databases, lists.tables);
+    if (!options.Loosened().empty())
+        console.Note("quillon: values are compared " + options.Loosened());
+    const auto results = Compare(request.databases, lists.tables, options, console);
+    std::vector<ResultLine> lines;
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        lines.push_back(LineOf(lists.tables[i], results[i], ToUtf8(tables[i].where),
+                               options.Options().snapshot));
+    }
+    const std::size_t oneSided = lists.onlyIn1.size() + lists.onlyIn2.size();
+    return comparison.Accepted(PrintResults(console, lines, oneSided));
+}
+
+}  // namespace quillon

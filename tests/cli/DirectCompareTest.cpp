@@ -1,0 +1,179 @@
+// compare --direct, against two servers that do not know each other.
+#include <gtest/gtest.h>
+
+#include "tests/cli/ProgramFixture.h"
+
+namespace quillon {
+namespace {
+
+class DirectCompareTest : public ProgramTest {
+  protected:
+    DirectCompareTest() : other(box.AddServer()) {
+        const std::u16string create =
+            u"CREATE DATABASE d\nGO\nUSE d\nGO\n"
+            u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, name varchar(20) NULL, "
+            u"note ntext NULL)\nGO\n";
+        server.Run(create +
+                   u"INSERT t VALUES (1, 'same', N'long'), (2, 'Case', N'long'), "
+                   u"(3, 'gone', NULL)");
+        other.Run(create +
+                  u"INSERT t VALUES (1, 'same', N'long'), (2, 'case ', N'LONG'), "
+                  u"(4, 'new', NULL)");
+        first = QuillonLib::ToUtf8(server.Address()) + "/d";
+        second = QuillonLib::ToUtf8(other.Address()) + "/d";
+    }
+    Outcome Direct(std::vector<std::string> options) const {
+        options.insert(options.begin(), {"compare", "--direct", first, second, "--user", "sa"});
+        return Call(options);
+    }
+    void RunOnBothServers(const std::u16string& sql) {
+        server.Run(u"USE d\nGO\n" + sql);
+        other.Run(u"USE d\nGO\n" + sql);
+    }
+
+    sandbox::Server& other;
+    std::string first;
+    std::string second;
+};
+
+TEST_F(DirectCompareTest, CountsRowsAndChangedCellsToTheLastUnit) {
+    const Outcome outcome = Direct({});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(outcome.out,
+              "Table      Rows in 1  Rows in 2  Identical  Differing  Only in 1  Only in 2  "
+              "Verdict\n"
+              "[dbo].[t]          3          3          1          1          1          1  "
+              "different\n"
+              "\n"
+              "[dbo].[t]\n"
+              "  changed cells: [name] 1, [note] 1\n"
+              "\n"
+              "1 table: 0 identical, 1 different\n");
+}
+
+TEST_F(DirectCompareTest, NoServerIsAskedForMoreThanSelect) {
+    Direct({});
+    for (auto* on : {&server, &other}) {
+        bool any = false;
+        for (const std::u16string& batch : Batches(*on)) {
+            if (batch.find(u"FROM") == std::u16string::npos) continue;
+            any = true;
+            for (const char16_t* word : {u"INSERT", u"CREATE", u"EXEC ", u"sp_"})
+                EXPECT_EQ(batch.find(word), std::u16string::npos) << QuillonLib::ToUtf8(batch);
+        }
+        EXPECT_TRUE(any);
+        EXPECT_EQ(ConnectionsLeft(*on), 0);
+    }
+}
+
+TEST_F(DirectCompareTest, EqualityIsLooserByTheCallersWordOnly) {
+    EXPECT_NE(Direct({"--ignore-case"}).out.find("changed cells: [name] 1\n"), std::string::npos);
+    const Outcome both = Direct({"--ignore-case", "--ignore-trailing-blanks"});
+    EXPECT_EQ(both.err,
+              "quillon: values are compared without regard to case, without blanks at the end\n");
+    EXPECT_EQ(both.out.find("changed cells"), std::string::npos);
+}
+
+TEST_F(DirectCompareTest, IdenticalTablesAreExitCode0) {
+    const Outcome outcome =
+        Call({"compare", "--direct", first, first, "--user", "sa", "--jobs", "1"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.out << outcome.err;
+    EXPECT_NE(outcome.out.find("1 table: 1 identical, 0 different\n"), std::string::npos);
+}
+
+TEST_F(DirectCompareTest, ARestByConditionOrColumnIsNotTheWhole) {
+    const Outcome where = Direct({"--where", "t=id = 1"});
+    EXPECT_EQ(where.exitCode, 3);
+    EXPECT_NE(where.out.find("  not compared: rows that do not meet id = 1\n"), std::string::npos)
+        << where.out;
+    EXPECT_EQ(Direct({"--where", "t=id = 1", "--accept-uncompared"}).exitCode, 0);
+    const Outcome ignored = Direct({"--where", "t=id < 3", "--ignore", "name", "--ignore", "NOTE"});
+    EXPECT_EQ(ignored.exitCode, 3);
+    EXPECT_NE(ignored.out.find("  not compared: column [name]: it is ignored, as asked for\n"),
+              std::string::npos)
+        << ignored.out;
+}
+
+TEST_F(DirectCompareTest, ColumnsOfOneSideAreADifference) {
+    server.Run(u"USE d\nGO\nALTER TABLE t ADD extra int NULL");
+    const Outcome outcome = Direct({"--where", "t=id = 1"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_NE(outcome.out.find("columns differ\n"), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.out.find("  column [extra] only in 1\n"), std::string::npos);
+}
+
+TEST_F(DirectCompareTest, ATableWithoutKeyIsComparedByWholeRows) {
+    RunOnBothServers(u"CREATE TABLE bag (n int NULL)\nGO\nINSERT bag VALUES (1), (1), (NULL)");
+    EXPECT_EQ(Direct({"-t", "bag"}).exitCode, 0);
+    other.Run(u"USE d\nGO\nINSERT bag VALUES (1)");
+    const Outcome outcome = Direct({"-t", "bag"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_NE(outcome.out.find("no key: whole rows are compared, in any order"), std::string::npos);
+    EXPECT_NE(outcome.out.find("[dbo].[bag]          3          4          3          0          0 "
+                               "         1  different"),
+              std::string::npos)
+        << outcome.out;
+}
+
+TEST_F(DirectCompareTest, RowsAreMatchedByTheKeyThatIsNamed) {
+    RunOnBothServers(u"CREATE TABLE k (a int NULL, b int NULL)");
+    server.Run(u"USE d\nGO\nINSERT k VALUES (1, 1), (2, 2)");
+    other.Run(u"USE d\nGO\nINSERT k VALUES (1, 1), (2, 3)");
+    const Outcome outcome = Direct({"-t", "k", "--key", "k=a"});
+    EXPECT_NE(outcome.out.find("changed cells: [b] 1\n"), std::string::npos) << outcome.out;
+    const Outcome twice = Direct({"-t", "k", "--key", "k=a", "--key", "k=b"});
+    EXPECT_EQ(twice.exitCode, 2);
+    EXPECT_EQ(twice.err.substr(0, twice.err.find('\n')),
+              "quillon: --key: [dbo].[k] has two choices");
+}
+
+TEST_F(DirectCompareTest, AKeyThatTellsNoRowsApartIsAnErrorOfThatTable) {
+    RunOnBothServers(u"CREATE TABLE k (a int NULL)\nGO\nINSERT k VALUES (1), (1)");
+    const Outcome outcome = Direct({"-t", "k", "-t", "t", "--key", "k=a"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_NE(outcome.out.find("Error comparing [dbo].[k]\n"), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.out.find("2 tables: 0 identical, 1 different, 1 not compared\n"),
+              std::string::npos);
+}
+
+TEST_F(DirectCompareTest, NamesThatAreNotThereAreErrors) {
+    const auto error = [&](std::vector<std::string> options) {
+        const Outcome outcome = Direct(std::move(options));
+        EXPECT_EQ(outcome.exitCode, 2);
+        EXPECT_EQ(outcome.out, "");
+        return outcome.err.substr(0, outcome.err.find('\n'));
+    };
+    EXPECT_EQ(error({"--ignore", "nmae"}),
+              "quillon: --ignore: no table that is compared has a column [nmae]");
+    EXPECT_EQ(error({"--key", "x=a"}),
+              "quillon: --key: [dbo].[x] is not among the tables that are compared: [dbo].[t]");
+    EXPECT_EQ(error({"--where", "x=a"}),
+              "quillon: --where: [dbo].[x] is not among the tables that are compared: [dbo].[t]");
+    EXPECT_EQ(error({"--where", "t="}), "quillon: 't=' is not TABLE=CONDITION");
+}
+
+TEST_F(DirectCompareTest, OptionsOfTheOtherRoadAreRefused) {
+    const auto error = [&](std::vector<std::string> options) {
+        const Outcome outcome = Direct(std::move(options));
+        EXPECT_EQ(outcome.exitCode, 2);
+        return outcome.err.substr(0, outcome.err.find('\n'));
+    };
+    for (const char* option : {"--index", "--columns"}) {
+        EXPECT_EQ(error({option, "t=id"}),
+                  "quillon: " + std::string(option) +
+                      " is for comparisons by the server; it does not go with --direct");
+    }
+    EXPECT_EQ(error({"--drop-linked-servers"}).find("quillon: --drop-linked-servers is for"), 0U);
+    EXPECT_EQ(error({"--via", first}).find("quillon: --via is for"), 0U);
+    EXPECT_EQ(Call({"compare", first, second, "--user", "sa", "--ignore-case"}).exitCode, 2);
+}
+
+TEST_F(DirectCompareTest, AConditionThatTheServerRefusesIsAnErrorOfThatTable) {
+    const Outcome outcome = Direct({"--where", "t=nowhere = 1"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_NE(outcome.out.find("Invalid column name 'nowhere'"), std::string::npos) << outcome.out;
+}
+
+}  // namespace
+}  // namespace quillon
