@@ -1,21 +1,16 @@
 #include "cli/Console.h"
 
-#include <termios.h>
-#include <unicode/uchar.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
-#include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <iostream>
 #include <optional>
 #include <stdexcept>
 
+#include "cli/CharacterClass.h"
 #include "cli/Interrupt.h"
 #include "cli/Printable.h"
+#include "cli/Terminal.h"
 #include "core/Text.h"
 
 namespace quillon {
@@ -42,74 +37,6 @@ const char* CodeOf(Colour colour) {
     return "";
 }
 
-std::size_t WidthOf(char32_t point) {
-    const auto icu = static_cast<UChar32>(point);
-    switch (u_charType(icu)) {
-        case U_NON_SPACING_MARK:
-        case U_ENCLOSING_MARK:
-        case U_FORMAT_CHAR:
-        case U_CONTROL_CHAR:
-            return 0;
-        default:
-            break;
-    }
-    // The two letters of a flag are drawn in two places together.
-    if (point >= 0x1F1E6 && point <= 0x1F1FF) return 1;
-    const int width = u_getIntPropertyValue(icu, UCHAR_EAST_ASIAN_WIDTH);
-    return width == U_EA_WIDE || width == U_EA_FULLWIDTH ? 2 : 1;
-}
-
-// The terminal's settings while its echo is off, for the signal that ends the process.
-termios settingsToRestore;
-std::atomic<bool> echoIsOff = false;
-
-void RestoreEcho() noexcept {
-    if (echoIsOff) tcsetattr(STDIN_FILENO, TCSAFLUSH, &settingsToRestore);
-}
-
-// Turns the terminal's echo off while it lives, and holds back the other keys that would leave the
-// terminal so: the one that quits and the one that suspends.
-class EchoOff {
-  public:
-    EchoOff() {
-        sigset_t keys{};
-        sigemptyset(&keys);
-        sigaddset(&keys, SIGQUIT);
-        sigaddset(&keys, SIGTSTP);
-        pthread_sigmask(SIG_BLOCK, &keys, &signalsBefore_);
-        if (tcgetattr(STDIN_FILENO, &settingsToRestore) != 0) return;
-        BeforeEndingAtOnce(RestoreEcho);
-        echoIsOff = true;
-        termios quiet = settingsToRestore;
-        quiet.c_lflag &= static_cast<tcflag_t>(~ECHO);
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
-    }
-    ~EchoOff() {
-        RestoreEcho();
-        echoIsOff = false;
-        pthread_sigmask(SIG_SETMASK, &signalsBefore_, nullptr);
-    }
-    EchoOff(const EchoOff&) = delete;
-    EchoOff& operator=(const EchoOff&) = delete;
-
-  private:
-    sigset_t signalsBefore_{};
-};
-
-// A line from the terminal; none when the input ends before one. Read unit by unit and past
-// std::cin, whose reading would go on when a signal comes.
-std::optional<std::string> ReadAnswer() {
-    std::string line;
-    for (;;) {
-        WaitForInput(STDIN_FILENO);
-        char unit = 0;
-        if (read(STDIN_FILENO, &unit, 1) != 1) break;
-        if (unit == '\n') return line;
-        line += unit;
-    }
-    return line.empty() ? std::nullopt : std::optional(line);
-}
-
 // As much of a text as a terminal shows in so many places.
 std::string Shortened(const std::string& text, std::size_t width) {
     if (DisplayWidth(text) <= width) return text;
@@ -123,11 +50,11 @@ std::string Shortened(const std::string& text, std::size_t width) {
 }  // namespace
 
 Console::Console()
-    : resultIsTerminal_(isatty(STDOUT_FILENO) == 1), noteIsTerminal_(isatty(STDERR_FILENO) == 1) {
+    : resultIsTerminal_(IsTerminal(Stream::Result)), noteIsTerminal_(ObeysEscapes(Stream::Notes)) {
     const char* noColour = std::getenv("NO_COLOR");
     const char* terminal = std::getenv("TERM");
     const bool dumb = terminal != nullptr && std::string_view(terminal) == "dumb";
-    colours_ = resultIsTerminal_ && !dumb && (noColour == nullptr || *noColour == '\0');
+    colours_ = ObeysEscapes(Stream::Result) && !dumb && (noColour == nullptr || *noColour == '\0');
 }
 
 void Console::NoteFailedWrite() {
@@ -198,7 +125,7 @@ StyledText Console::Coloured(Colour colour, std::string_view lines) const {
 }
 
 bool Console::Confirm(std::string_view question) {
-    if (isatty(STDIN_FILENO) != 1) return false;
+    if (!IsTerminal(Stream::Input)) return false;
     ClearProgress();
     Flush();
     std::cerr << Printable(question) << " [y/N] " << std::flush;
@@ -207,33 +134,12 @@ bool Console::Confirm(std::string_view question) {
 }
 
 std::string Console::AskSecret(std::string_view prompt) {
-    if (isatty(STDIN_FILENO) != 1) throw std::runtime_error("there is no terminal to ask for it");
+    if (!IsTerminal(Stream::Input)) throw std::runtime_error("there is no terminal to ask for it");
     ClearProgress();
-    std::optional<std::string> secret;
-    {
-        const EchoOff quiet;
-        std::cerr << Printable(prompt) << std::flush;
-        secret = ReadAnswer();
-    }
+    const std::optional<std::string> secret = ReadUnseenAnswer(Printable(prompt));
     std::cerr << '\n';
     if (!secret) throw std::runtime_error("there is no answer");
     return *secret;
-}
-
-std::string ReadAllInput() {
-    std::string text;
-    std::array<char, 64 << 10> piece{};
-    for (;;) {
-        WaitForInput(STDIN_FILENO);
-        const ssize_t size = read(STDIN_FILENO, piece.data(), piece.size());
-        if (size == 0) return text;
-        if (size > 0) {
-            text.append(piece.data(), static_cast<std::size_t>(size));
-        } else if (errno != EINTR) {
-            throw std::runtime_error("cannot read standard input: " +
-                                     std::generic_category().message(errno));
-        }
-    }
 }
 
 std::size_t DisplayWidth(std::string_view text) {
@@ -243,7 +149,7 @@ std::size_t DisplayWidth(std::string_view text) {
         char32_t point = units[i];
         const bool pair = point >= 0xD800 && point <= 0xDBFF && i + 1 < units.size();
         if (pair) point = 0x10000 + ((point - 0xD800) << 10) + (char32_t{units[++i]} - 0xDC00);
-        width += WidthOf(point);
+        width += static_cast<std::size_t>(TerminalWidth(point));
     }
     return width;
 }

@@ -1,9 +1,9 @@
 #include "cli/DatabaseOptions.h"
 
 #include <CLI/CLI.hpp>
-#include <cstdlib>
 #include <stdexcept>
 
+#include "cli/Environment.h"
 #include "compare/LinkedServers.h"
 
 namespace quillon {
@@ -17,11 +17,11 @@ void LoginOptions::AddTo(CLI::App& command, const std::string& suffix, const std
 
 std::u16string LoginOptions::Password(Console& console) const {
     if (integrated) return {};
-    if (const char* password = std::getenv(passwordVariable)) {
-        if (!QuillonLib::IsUtf8(password)) {
+    if (const auto password = Environment(passwordVariable)) {
+        if (!QuillonLib::IsUtf8(*password)) {
             throw std::runtime_error(std::string(passwordVariable) + " is not UTF-8");
         }
-        return FromUtf8(password);
+        return FromUtf8(*password);
     }
     try {
         return FromUtf8(console.AskSecret("Password of " + user + ": "));
@@ -165,7 +165,7 @@ DatabaseOptions::Databases DatabaseOptions::Make(Console& console) const {
         throw CLI::RequiredError("--user or --integrated");
     }
     const bool ownLogin2 = !login2_.user.empty() || login2_.integrated;
-    const bool ownPassword2 = std::getenv(login2_.passwordVariable) != nullptr;
+    const bool ownPassword2 = Environment(login2_.passwordVariable).has_value();
     LoginOptions login2 = ownLogin2 ? login2_ : login1_;
     if (ownPassword2) login2.passwordVariable = login2_.passwordVariable;
 

@@ -1,8 +1,10 @@
-// The signals that ask the program to end: SIGINT, which Ctrl-C sends, and SIGTERM.
+// The signals that ask the program to end: SIGINT, which Ctrl-C sends, and SIGTERM. On Windows what
+// the console tells: Ctrl-C as SIGINT, and as SIGTERM Ctrl-Break, the closed window, the end of the
+// user's session.
 #pragma once
 
-#include <csignal>
 #include <exception>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -19,8 +21,8 @@ class InterruptWatch {
     InterruptWatch& operator=(const InterruptWatch&) = delete;
 
   private:
-    struct sigaction beforeInt_ {};
-    struct sigaction beforeTerm_ {};
+    class Before;  // how the signals were handled
+    std::unique_ptr<Before> before_;
 };
 
 // Whether a signal has come while somebody watches: what a progress sink sets bCancel by. From any

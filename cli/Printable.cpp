@@ -1,9 +1,8 @@
 #include "cli/Printable.h"
 
-#include <unicode/uchar.h>
-
 #include <cstdint>
 
+#include "cli/CharacterClass.h"
 #include "core/Text.h"
 
 namespace quillon {
@@ -15,25 +14,6 @@ bool IsHighSurrogate(char32_t unit) {
 }
 bool IsLowSurrogate(char32_t unit) {
     return unit >= 0xDC00 && unit <= 0xDFFF;
-}
-
-bool MustBeEscaped(char32_t point) {
-    constexpr char32_t NonJoiner = 0x200C;
-    constexpr char32_t Joiner = 0x200D;
-    const auto icu = static_cast<UChar32>(point);
-    switch (u_charType(icu)) {
-        case U_CONTROL_CHAR:
-        case U_LINE_SEPARATOR:
-        case U_PARAGRAPH_SEPARATOR:
-        case U_SURROGATE:
-            return true;
-        case U_FORMAT_CHAR:
-            // Some are seen, such as the sign before an Arabic year.
-            return point != NonJoiner && point != Joiner &&
-                   !u_hasBinaryProperty(icu, UCHAR_PREPENDED_CONCATENATION_MARK);
-        default:
-            return false;
-    }
 }
 
 std::string Escape(char32_t point) {

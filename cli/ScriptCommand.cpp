@@ -5,6 +5,7 @@
 
 #include "cli/Commands.h"
 #include "cli/ComparisonOptions.h"
+#include "cli/Paths.h"
 #include "cli/ScriptOptions.h"
 #include "core/WholeFile.h"
 
@@ -42,15 +43,17 @@ void Write(const std::string& file, const std::string& bytes, const std::string&
            Console& console) {
     if (file == "-")
         return console.PrintData(std::string_view(bytes).substr(encoding == "utf8" ? 3 : 2));
-    QuillonLib::WriteWholeFile(file, bytes);
+    QuillonLib::WriteWholeFile(PathOf(file), bytes);
     console.Note("Written: " + file);
 }
 
 // "update.sql" for database 2 becomes "update.2.sql".
 std::string WithSide(const std::string& file, const char* side) {
-    const std::filesystem::path path(file);
-    return (path.parent_path() / (path.stem().string() + "." + side + path.extension().string()))
-        .string();
+    const std::filesystem::path path = PathOf(file);
+    std::filesystem::path name = path.stem();
+    name += std::string(".") + side;
+    name += path.extension();
+    return NameOf(path.parent_path() / name);
 }
 
 int WriteScripts(const ScriptFileOptions& options, Console& console) {

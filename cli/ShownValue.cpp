@@ -1,9 +1,8 @@
 #include "cli/ShownValue.h"
 
-#include <unicode/uchar.h>
-
 #include <algorithm>
 
+#include "cli/CharacterClass.h"
 #include "cli/Printable.h"
 
 namespace quillon {
@@ -11,10 +10,6 @@ namespace quillon {
 namespace {
 
 using namespace QuillonLib;
-
-bool IsBlank(char16_t unit) {
-    return u_isUWhiteSpace(unit) != 0;
-}
 
 bool LooksBinary(std::u16string_view text) {
     return text.starts_with(u"0x") && std::all_of(text.begin() + 2, text.end(), [](char16_t unit) {
@@ -28,7 +23,7 @@ bool LooksBinary(std::u16string_view text) {
 bool NeedsQuotes(const std::u16string& text, const std::string& printable) {
     if (text.empty() || text == u"NULL" || text.front() == u'*' || text.front() == u'\'')
         return true;
-    if (IsBlank(text.front()) || IsBlank(text.back()) || LooksBinary(text)) return true;
+    if (IsWhiteSpace(text.front()) || IsWhiteSpace(text.back()) || LooksBinary(text)) return true;
     return text.find(u"  ") != std::u16string::npos || printable != ToUtf8(text);
 }
 

@@ -6,7 +6,9 @@
 #include <system_error>
 #include <utility>
 
+#include "cli/Paths.h"
 #include "core/LibraryFolder.h"
+#include "core/SystemError.h"
 #include "templates/LoadFailure.h"
 
 namespace quillon {
@@ -23,9 +25,9 @@ std::string FullPath(const std::string& path) {
 // Whether there is one. Throws when it cannot be told.
 bool Exists(const std::string& path) {
     std::error_code failure;
-    const fs::file_status status = fs::status(path, failure);
+    const fs::file_status status = fs::status(PathOf(path), failure);
     if (status.type() == fs::file_type::not_found) return false;
-    if (failure) throw std::runtime_error("cannot read " + path + ": " + failure.message());
+    if (failure) throw std::runtime_error("cannot read " + path + ": " + ToUtf8(TextOf(failure)));
     return true;
 }
 

@@ -1,11 +1,12 @@
 #include <CLI/CLI.hpp>
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
 
 #include "QuillonLib.h"
 #include "cli/Commands.h"
+#include "cli/Environment.h"
+#include "cli/Paths.h"
 #include "cli/TextFile.h"
 #include "core/WholeFile.h"
 
@@ -24,9 +25,8 @@ void Split(const std::string& file, const std::string& folder, Console& console)
             console.PrintData("-- batch " + std::to_string(number) + "\n" + ToUtf8(piece) + "\n");
             continue;
         }
-        std::filesystem::create_directories(folder);
-        WriteWholeFile(std::filesystem::path(folder) / (std::to_string(number) + ".sql"),
-                       ToUtf8(piece));
+        std::filesystem::create_directories(PathOf(folder));
+        WriteWholeFile(PathOf(folder) / (std::to_string(number) + ".sql"), ToUtf8(piece));
     }
     console.Note(std::to_string(number) + (number == 1 ? " batch" : " batches"));
 }
@@ -37,8 +37,8 @@ std::u16string DecodeUtf8(std::string_view bytes, const char* what) {
 }
 
 std::u16string PassPhrase(Console& console) {
-    if (const char* phrase = std::getenv("QUILLON_PASSPHRASE")) {
-        return DecodeUtf8(phrase, "QUILLON_PASSPHRASE");
+    if (const auto phrase = Environment("QUILLON_PASSPHRASE")) {
+        return DecodeUtf8(*phrase, "QUILLON_PASSPHRASE");
     }
     try {
         return FromUtf8(console.AskSecret("Pass phrase: "));

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "cli/Paths.h"
 #include "core/Text.h"
 
 namespace quillon {
@@ -25,7 +26,7 @@ std::string ReadFile(const std::string& path) {
         throw std::runtime_error("cannot read " + path + ": " +
                                  std::generic_category().message(errno));
     };
-    const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "rb"));
+    const std::unique_ptr<std::FILE, CloseFile> file(OpenToRead(path));
     if (file == nullptr) fail();
     std::string bytes;
     std::string piece(64 << 10, '\0');

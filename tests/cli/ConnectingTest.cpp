@@ -72,7 +72,7 @@ class ConnectingTest : public ProgramTest {
         return QuillonLib::ToUtf8(on.Address()) + "/" + database;
     }
     static Outcome CompareWith(const std::string& password, std::vector<std::string> arguments) {
-        setenv("QUILLON_PASSWORD", password.c_str(), 1);
+        QuillonLib::test::SetVariable("QUILLON_PASSWORD", password.c_str());
         arguments.insert(arguments.begin(), "compare");
         return Call(std::move(arguments));
     }

@@ -66,6 +66,8 @@ TEST(TextTable, EscapesCellsAndAlignsThemByWhatIsShown) {
               "n\\tm        b\n1\\n2\\u202E  c\n");
 }
 
+// Windows has no signals that a program could send to itself.
+#ifndef _WIN32
 TEST(TextTable, StopsWhenASignalComes) {
     std::signal(SIGINT, SIG_DFL);  // ignored where a shell started the tests in the background
     const InterruptWatch watch;
@@ -78,6 +80,7 @@ TEST(TextTable, StopsWhenASignalComes) {
     });
     EXPECT_EQ(shown.out, "a\n");
 }
+#endif
 
 struct Ended {
     int exitCode = 0;
@@ -110,6 +113,7 @@ TEST(Guarded, TellsOfWhateverIsThrown) {
                []() -> int { throw OutputFailure(std::make_error_code(std::errc::broken_pipe)); });
 }
 
+#ifndef _WIN32
 TEST(Guarded, KeepsTheExitCodeUnlessASignalHasCome) {
     EXPECT_EQ(Guard([] { return 1; }).exitCode, 1);
     for (const auto& [signal, exitCode] : {std::pair{SIGINT, 130}, std::pair{SIGTERM, 143}}) {
@@ -124,6 +128,7 @@ TEST(Guarded, KeepsTheExitCodeUnlessASignalHasCome) {
                   exitCode);
     }
 }
+#endif
 
 }  // namespace
 }  // namespace quillon

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -11,16 +10,17 @@
 #include <vector>
 
 #include "tests/cli/ProgramCall.h"
+#include "tests/support/Environment.h"
 #include "tests/support/SandboxTest.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillon {
 
 class ProgramTest : public QuillonLib::SandboxTest {
   protected:
     ProgramTest() {
-        setenv("QUILLON_PASSWORD", "sandbox", 1);
-        std::string name = (std::filesystem::temp_directory_path() / "quillon-XXXXXX").string();
-        folder = mkdtemp(name.data());
+        QuillonLib::test::SetVariable("QUILLON_PASSWORD", "sandbox");
+        folder = QuillonLib::test::MakeTemporaryFolder();
         const std::u16string tables =
             u"CREATE TABLE p (id int NOT NULL CONSTRAINT PK_p PRIMARY KEY, n nvarchar(20) "
             u"NULL)\nGO\n"

@@ -1,7 +1,9 @@
 // Templates at the command line: nobody loses a pick, and nothing but a template file is written.
 #include <gtest/gtest.h>
+#ifndef _WIN32
 #include <sys/stat.h>
 #include <unistd.h>
+#endif
 
 #include <filesystem>
 #include <fstream>
@@ -10,6 +12,7 @@
 #include <vector>
 
 #include "tests/cli/ProgramCall.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillon {
 namespace {
@@ -44,8 +47,7 @@ const std::string Weekly =
 class TemplateCommandTest : public ::testing::Test {
   protected:
     TemplateCommandTest() {
-        std::string name = (fs::temp_directory_path() / "quillon-XXXXXX").string();
-        folder = mkdtemp(name.data());
+        folder = QuillonLib::test::MakeTemporaryFolder();
         file = folder / "t.xml";
     }
     ~TemplateCommandTest() override { fs::remove_all(folder); }
@@ -250,11 +252,14 @@ TEST_F(TemplateCommandTest, AFileThatIsNoTemplateFileIsRefusedAndStays) {
     fs::remove(file);
     fs::create_directory(file);
     expectRefused("it is a folder");
+#ifndef _WIN32
     fs::remove(file);
     ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
     expectRefused("it is no regular file");
+#endif
 }
 
+#ifndef _WIN32
 TEST_F(TemplateCommandTest, AFileThatMayNotBeReadIsRefusedAndStays) {
     const std::string content = File("nightly", Default + Nightly);
     Write(content);
@@ -280,6 +285,7 @@ TEST_F(TemplateCommandTest, AFileThatMayNotBeReadIsRefusedAndStays) {
     fs::permissions(file, fs::perms::owner_all);
     EXPECT_EQ(Read(), content);
 }
+#endif
 
 TEST_F(TemplateCommandTest, ACodePageIsReadAndSavedAsUtf8) {
     Write("<?xml version=\"1.0\" encoding=\"windows-1252\"?>" +

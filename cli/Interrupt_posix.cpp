@@ -6,6 +6,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <string_view>
 
 namespace quillon {
@@ -81,16 +82,32 @@ class SignalsHeld {
 
 }  // namespace
 
+class InterruptWatch::Before {
+  public:
+    Before() {
+        Watch(SIGINT, onInt_);
+        Watch(SIGTERM, onTerm_);
+    }
+    ~Before() {
+        sigaction(SIGINT, &onInt_, nullptr);
+        sigaction(SIGTERM, &onTerm_, nullptr);
+    }
+    Before(const Before&) = delete;
+    Before& operator=(const Before&) = delete;
+
+  private:
+    struct sigaction onInt_ {};
+    struct sigaction onTerm_ {};
+};
+
 InterruptWatch::InterruptWatch() {
     signalThatCame = 0;
     noteIsTerminal = isatty(STDERR_FILENO) == 1;
-    Watch(SIGINT, beforeInt_);
-    Watch(SIGTERM, beforeTerm_);
+    before_ = std::make_unique<Before>();
 }
 
 InterruptWatch::~InterruptWatch() {
-    sigaction(SIGINT, &beforeInt_, nullptr);
-    sigaction(SIGTERM, &beforeTerm_, nullptr);
+    before_.reset();
     signalThatCame = 0;
 }
 

@@ -1,0 +1,16 @@
+// Files by the names that a user gives, in UTF-8.
+#pragma once
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+namespace quillon {
+
+std::filesystem::path PathOf(const std::string& name);
+std::string NameOf(const std::filesystem::path& path);
+
+// Null where it cannot be opened; errno tells why.
+std::FILE* OpenToRead(const std::string& name);
+
+}  // namespace quillon
