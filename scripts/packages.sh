@@ -36,5 +36,5 @@ test_packages=("${build_packages[@]}" freetds-bin libbenchmark-dev libgmock-dev 
 check_packages=("${test_packages[@]}" clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev)
 # Cross-building for Windows, and running what comes of it: the sources of what Debian does not ship
 # for Windows, the compilers, and wine with the host's ODBC.
-windows_packages=(cmake dpkg-dev g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix libgtest-dev
-    libgmock-dev libodbc2 mingw-w64-tools ninja-build tdsodbc wine wine64)
+windows_packages=(cmake dpkg-dev g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix libcli11-dev
+    libgtest-dev libgmock-dev libodbc2 mingw-w64-tools ninja-build tdsodbc wine wine64)

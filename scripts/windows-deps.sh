@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds what the library needs on Windows and Debian does not ship for it (pugixml, Expat, and
-# GoogleTest for the tests) from Debian's source packages, into build/windows-deps/TRIPLE. Nothing is
-# done where that is there already.
+# GoogleTest for the tests) from Debian's source packages, into build/windows-deps/TRIPLE; CLI11 is
+# copied. Nothing is done where that is there already.
 #
 #   scripts/windows-deps.sh x86_64 | i686
 set -euo pipefail
@@ -12,7 +12,7 @@ cpu=$1
 need "${windows_packages[@]}"
 sources=$PWD/build/windows-deps/sources
 prefix=$PWD/build/windows-deps/$cpu
-[ ! -f "$prefix/complete" ] || exit 0
+if [ -f "$prefix/complete" ] && [ -d "$prefix/include/CLI" ]; then exit 0; fi
 
 # The package manager's own lists stay as they are: the sources are looked up in lists of our own.
 fetch_sources() {
@@ -62,4 +62,8 @@ expat=$sources/expat
 build "$expat" -DEXPAT_BUILD_TOOLS=OFF -DEXPAT_BUILD_EXAMPLES=OFF -DEXPAT_BUILD_TESTS=OFF \
     -DEXPAT_BUILD_DOCS=OFF -DEXPAT_SHARED_LIBS=OFF
 build /usr/src/googletest -Dgtest_disable_pthreads=OFF
+# Headers alone, the same on every system.
+mkdir -p "$prefix/include" "$prefix/share/cmake"
+cp -r /usr/include/CLI "$prefix/include/"
+cp -r /usr/share/cmake/CLI11 "$prefix/share/cmake/"
 touch "$prefix/complete"

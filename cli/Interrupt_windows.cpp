@@ -1,0 +1,105 @@
+#include "cli/Interrupt.h"
+
+#include <io.h>
+#include <windows.h>
+
+#include <array>
+#include <atomic>
+#include <csignal>
+#include <string_view>
+
+namespace quillon {
+
+namespace {
+
+constexpr int ExitCodeOfSignal = 128;
+
+std::atomic<int> signalThatCame = 0;
+std::array<std::atomic<LastAction>, 4> lastActions;
+
+int SignalOf(DWORD event) {
+    return event == CTRL_C_EVENT ? SIGINT : SIGTERM;
+}
+
+// The system ends the process as soon as its handler returns.
+bool EndsTheProcess(DWORD event) {
+    return event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT;
+}
+
+void Tell(std::string_view text) {
+    DWORD written = 0;
+    WriteFile(GetStdHandle(STD_ERROR_HANDLE), text.data(), static_cast<DWORD>(text.size()),
+              &written, nullptr);
+}
+
+// Runs in a thread of its own.
+BOOL WINAPI OnEvent(DWORD event) {
+    int none = 0;
+    if (!signalThatCame.compare_exchange_strong(none, SignalOf(event))) {
+        for (const auto& slot : lastActions) {
+            if (const LastAction action = slot) action();
+        }
+        return FALSE;  // the next handler ends the process
+    }
+    Tell(
+        "\r\nquillon: interrupted; ending as soon as everything is in order (once more: at "
+        "once)\r\n");
+    // The process ends by itself, or when the system's patience does.
+    if (EndsTheProcess(event)) Sleep(INFINITE);
+    return TRUE;
+}
+
+}  // namespace
+
+class InterruptWatch::Before {
+  public:
+    Before() { SetConsoleCtrlHandler(OnEvent, TRUE); }
+    ~Before() { SetConsoleCtrlHandler(OnEvent, FALSE); }
+    Before(const Before&) = delete;
+    Before& operator=(const Before&) = delete;
+};
+
+InterruptWatch::InterruptWatch() {
+    signalThatCame = 0;
+    before_ = std::make_unique<Before>();
+}
+
+InterruptWatch::~InterruptWatch() {
+    before_.reset();
+    signalThatCame = 0;
+}
+
+bool Interrupted() noexcept {
+    return signalThatCame != 0;
+}
+
+int InterruptExitCode() noexcept {
+    const int signal = signalThatCame;
+    return signal == 0 ? 0 : ExitCodeOfSignal + signal;
+}
+
+void StopIfInterrupted() {
+    if (Interrupted()) throw Interruption();
+}
+
+// A pipe cannot be waited for: it is asked again and again. Anything else can be read at once.
+void WaitForInput(int descriptor) {
+    const auto input = reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
+    constexpr DWORD Patience = 20;  // milliseconds
+    for (;;) {
+        StopIfInterrupted();
+        if (GetFileType(input) != FILE_TYPE_PIPE) return;
+        DWORD waiting = 0;
+        if (!PeekNamedPipe(input, nullptr, 0, nullptr, &waiting, nullptr) || waiting > 0) return;
+        Sleep(Patience);
+    }
+}
+
+void BeforeEndingAtOnce(LastAction action) {
+    for (auto& slot : lastActions) {
+        LastAction none = nullptr;
+        if (slot == action || slot.compare_exchange_strong(none, action)) return;
+    }
+}
+
+}  // namespace quillon
