@@ -39,7 +39,8 @@ BOOL WINAPI OnEvent(DWORD event) {
         for (const auto& slot : lastActions) {
             if (const LastAction action = slot) action();
         }
-        return FALSE;  // the next handler ends the process
+        constexpr UINT EndedByCtrlC = 0xC000013A;
+        TerminateProcess(GetCurrentProcess(), EndedByCtrlC);
     }
     Tell(
         "\r\nquillon: interrupted; ending as soon as everything is in order (once more: at "

@@ -7,12 +7,13 @@
 #include <atomic>
 #include <cerrno>
 #include <iostream>
+#include <memory>
 #include <stdexcept>
 #include <system_error>
+#include <thread>
 
 #include "cli/Console.h"
 #include "cli/Interrupt.h"
-#include "core/SystemError.h"
 #include "core/Text.h"
 
 namespace quillon {
@@ -57,13 +58,23 @@ class EchoOff {
     EchoOff& operator=(const EchoOff&) = delete;
 };
 
-// Ctrl-C ends the call before the handler, in a thread of its own, has noted it.
-void StopIfCalledOff() {
-    if (GetLastError() != ERROR_OPERATION_ABORTED) return;
-    for (int tries = 0; tries < 20; ++tries) {
-        StopIfInterrupted();
-        Sleep(50);
+// A line being typed. The call that reads it is not ended by Ctrl-C everywhere, so a thread of its
+// own makes it, which is left behind where the program ends first.
+struct TypedLine {
+    std::u16string text;
+    std::atomic<bool> done = false;
+};
+
+void ReadLine(TypedLine& line) {
+    std::array<char16_t, 512> piece{};
+    DWORD size = 0;
+    while (!line.text.ends_with(u'\n') &&
+           ReadConsoleW(HandleOf(Stream::Input), piece.data(), static_cast<DWORD>(piece.size()),
+                        &size, nullptr) &&
+           size > 0) {
+        line.text.append(piece.data(), size);
     }
+    line.done = true;
 }
 
 }  // namespace
@@ -81,20 +92,17 @@ bool ObeysEscapes(Stream stream) noexcept {
 }
 
 std::optional<std::string> ReadAnswer() {
-    std::u16string line;
-    std::array<char16_t, 512> piece{};
-    while (!line.ends_with(u'\n')) {
+    const auto typed = std::make_shared<TypedLine>();
+    std::thread([typed] { ReadLine(*typed); }).detach();
+    constexpr DWORD Patience = 20;  // milliseconds
+    while (!typed->done) {
         StopIfInterrupted();
-        DWORD size = 0;
-        SetLastError(ERROR_SUCCESS);
-        const BOOL done = ReadConsoleW(HandleOf(Stream::Input), piece.data(),
-                                       static_cast<DWORD>(piece.size()), &size, nullptr);
-        if (!done || size == 0) {
-            StopIfCalledOff();
-            break;
-        }
-        line.append(piece.data(), size);
+        Sleep(Patience);
     }
+    // Ctrl-C ends a line, too, perhaps before it is noted.
+    if (typed->text.empty()) Sleep(10 * Patience);
+    StopIfInterrupted();
+    std::u16string& line = typed->text;
     constexpr char16_t EndOfInput = 0x1A;  // Ctrl-Z at the beginning of a line
     if (line.empty() || line.front() == EndOfInput) return std::nullopt;
     while (line.ends_with(u'\n') || line.ends_with(u'\r'))
