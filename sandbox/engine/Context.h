@@ -116,7 +116,8 @@ class Context {
     bool reshufflingKeys = false;   // deletes stand for an update of keys
     std::int64_t statementNow = 0;  // datetime of the running statement, 0: not asked yet
     std::int64_t statementUtcNow = 0;
-    const Message* caught = nullptr;  // ERROR_MESSAGE() and the like
+    std::optional<std::string> contextInfo;  // SET CONTEXT_INFO: 128 bytes
+    const Message* caught = nullptr;         // ERROR_MESSAGE() and the like
 
     // Waiting and long statements look at this while a batch runs.
     const std::atomic<bool>* cancelled = nullptr;

@@ -525,6 +525,15 @@ void Executor::SetOption(const SetOptionStmt& stmt) {
         if (option == u"NOCOUNT") context_.options.noCount = stmt.on;
         if (option == u"XACT_ABORT") context_.options.xactAbort = stmt.on;
         if (option == u"QUOTED_IDENTIFIER") context_.options.quotedIdentifier = stmt.on;
+        if (option == u"CONTEXT_INFO" && stmt.expr) {
+            const TypedValue value = Evaluate(*stmt.expr);
+            if (!IsBinary(value.type.id)) {
+                throw SqlError(2743, u"The SET CONTEXT_INFO statement needs a binary value.", 16);
+            }
+            context_.contextInfo = Convert(value.value, value.type,
+                                           SqlType{TypeId::Binary, 128, 0, 0}, Purpose::Variable)
+                                       .bytes;
+        }
         if (option == u"DATEFORMAT") context_.options.dmy = stmt.value == u"DMY";
         if (option == u"ROWCOUNT") context_.options.rowLimit = Evaluate(*stmt.expr).value.i;
         if (option == u"LANGUAGE" && stmt.expr) EvaluateText(*stmt.expr);

@@ -436,6 +436,11 @@ void SessionFact(Context& context, sqlite3_context* c, sqlite3_value**) {
     }
 }
 
+void ContextInfo(Context& context, sqlite3_context* c, sqlite3_value**) {
+    if (!context.contextInfo) return sqlite3_result_null(c);
+    ReturnValue(c, Value::Blob(*context.contextInfo));
+}
+
 void IdentityValue(Context& context, sqlite3_context* c, sqlite3_value** a) {
     std::optional<std::int64_t> v = context.lastIdentity;
     if (Int(a[0]) == 1) v = context.frame ? context.frame->scopeIdentity : std::nullopt;
@@ -552,6 +557,7 @@ constexpr FunctionEntry kFunctions[] = {
     {"ms_trancount", 0, Purity::Pure, SessionFact<2>},
     {"ms_spid", 0, Purity::Pure, SessionFact<3>},
     {"ms_procid", 0, Purity::Pure, SessionFact<4>},
+    {"ms_context_info", 0, Purity::Pure, ContextInfo},
     {"ms_identity", 1, Purity::Impure, IdentityValue},
     {"ms_dbts", 0, Purity::Impure, LastRowVersion},
     {"ms_caught", 1, Purity::Pure, Caught},

@@ -463,6 +463,10 @@ Bound XactState(Call&) {
     return Make("min(ms_trancount(),1)", Plain(TypeId::SmallInt), false);
 }
 
+Bound ContextInfo(Call&) {
+    return Make("ms_context_info()", SqlType{TypeId::VarBinary, 128, 0, 0});
+}
+
 template <int What>
 Bound Caught(Call&) {
     const SqlType type = What == 0 ? NVarCharType(4000) : What == 5 ? kSysname : kInt;
@@ -586,6 +590,7 @@ const std::unordered_map<std::u16string, Entry>& Table() {
         {u"IDENT_INCR", {1, 1, IdentityInfo<2>}},
         {u"ROWCOUNT_BIG", {0, 0, RowCountBig}},
         {u"XACT_STATE", {0, 0, XactState}},
+        {u"CONTEXT_INFO", {0, 0, ContextInfo}},
         {u"ERROR_MESSAGE", {0, 0, Caught<0>}},
         {u"ERROR_NUMBER", {0, 0, Caught<1>}},
         {u"ERROR_SEVERITY", {0, 0, Caught<2>}},

@@ -1,0 +1,27 @@
+// The foreign keys of a database, as SQL Server 2005 and later tell them. Not installed.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "catalog/CatalogFacts.h"
+
+namespace QuillonLib {
+
+class Connection;
+
+struct ForeignKeyFacts {
+    std::u16string Name;
+    ObjectName Table;       // the referring table
+    ObjectName Referenced;  // the one referred to
+    bool Enabled = true;
+    // Referring and referred column, in the order of the key.
+    std::vector<std::pair<std::u16string, std::u16string>> Columns;
+};
+
+// Those of the connection's current database, in the order in which they were made.
+std::vector<ForeignKeyFacts> ReadForeignKeyFacts(const std::shared_ptr<Connection>& connection);
+
+}  // namespace QuillonLib

@@ -1,0 +1,94 @@
+#include "direct/BatchWriter.h"
+
+#include "core/Text.h"
+
+namespace QuillonLib {
+
+namespace {
+
+constexpr std::size_t BatchSize = std::size_t{64} << 10;  // characters, about
+
+std::u16string OneLine(std::u16string text) {
+    for (char16_t& unit : text) {
+        if (unit < 0x20 || unit == 0x7F || unit == 0x85 || unit == 0x2028 || unit == 0x2029) {
+            unit = u' ';
+        }
+    }
+    return text;
+}
+
+}  // namespace
+
+std::u16string BatchWriter::Mark() const {
+    static constexpr std::u16string_view Digits = u"0123456789ABCDEF";
+    std::u16string mark = u"0x51756C6E";
+    for (int shift = 28; shift >= 0; shift -= 4)
+        mark.push_back(Digits[(batch_ >> shift) & 0xF]);
+    return mark;
+}
+
+std::u16string BatchWriter::Test(bool passes) const {
+    const std::u16string found = u"ISNULL(CAST(CONTEXT_INFO() AS varbinary(8)), 0x)";
+    return passes ? u"@@TRANCOUNT > 0 AND " + found + u" = " + Mark()
+                  : u"@@TRANCOUNT = 0 OR " + found + u" <> " + Mark();
+}
+
+void BatchWriter::Line(std::u16string_view text) {
+    out_(text);
+    out_(CrLf);
+}
+
+void BatchWriter::Begin(const std::vector<std::u16string>& comments) {
+    for (const std::u16string& comment : comments)
+        Line(OneLine(u"-- " + comment));
+    Line(
+        u"SET ANSI_NULLS, ANSI_PADDING, ANSI_WARNINGS, ARITHABORT, CONCAT_NULL_YIELDS_NULL, "
+        u"QUOTED_IDENTIFIER ON");
+    Line(u"SET NUMERIC_ROUNDABORT OFF");
+    Line(u"SET IMPLICIT_TRANSACTIONS OFF");
+    Line(u"SET ROWCOUNT 0");
+    Line(u"SET NOCOUNT, XACT_ABORT ON");
+    Line(u"BEGIN TRANSACTION");
+    Line(u"SET CONTEXT_INFO " + Mark());
+    Line(u"GO");
+}
+
+void BatchWriter::Add(std::u16string_view statements) {
+    if (!open_) {
+        Line(u"IF " + Test(false) + u" RETURN");
+        open_ = true;
+        written_ = 0;
+    }
+    Line(statements);
+    written_ += statements.size();
+    if (written_ >= BatchSize) CloseBatch();
+}
+
+void BatchWriter::CloseBatch() {
+    if (!open_) return;
+    ++batch_;
+    Line(u"SET CONTEXT_INFO " + Mark());
+    Line(u"GO");
+    open_ = false;
+}
+
+void BatchWriter::End(const std::vector<std::u16string>& cleanUp) {
+    CloseBatch();
+    Line(u"DECLARE @outcome nvarchar(200)");
+    Line(u"IF " + Test(true));
+    Line(u"BEGIN");
+    Line(u"    COMMIT TRANSACTION");
+    Line(u"    SET @outcome = N'The script ran to its end: its changes are committed.'");
+    Line(u"END");
+    Line(u"ELSE");
+    Line(u"BEGIN");
+    Line(u"    IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION");
+    Line(u"    SET @outcome = N'The script did not run to its end: nothing has been changed.'");
+    Line(u"END");
+    for (const std::u16string& statement : cleanUp)
+        Line(statement);
+    Line(u"SET CONTEXT_INFO 0x00");
+    Line(u"PRINT @outcome");
+}
+
+}  // namespace QuillonLib

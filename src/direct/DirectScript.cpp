@@ -1,0 +1,358 @@
+#include "direct/DirectScript.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "catalog/CatalogReader.h"
+#include "catalog/Database.h"
+#include "catalog/Identifiers.h"
+#include "catalog/Login.h"
+#include "core/TableEntry.h"
+#include "core/Text.h"
+#include "data/Recordset.h"
+#include "direct/BatchWriter.h"
+#include "direct/DifferenceSpool.h"
+#include "direct/ServerFacts.h"
+#include "direct/StatementWriter.h"
+#include "direct/WriteOrder.h"
+
+namespace QuillonLib {
+
+namespace {
+
+constexpr std::int32_t FirstVersionWithLists = 10;  // of rows behind VALUES
+constexpr std::int32_t FirstVersionWithScripts = 9;
+
+using Positions = std::vector<std::size_t>;
+
+Positions Both(const std::vector<bool>& changed, const Positions& among) {
+    Positions both;
+    for (const std::size_t column : among) {
+        if (changed[column]) both.push_back(column);
+    }
+    return both;
+}
+
+bool Contains(const Positions& list, std::size_t item) {
+    return std::find(list.begin(), list.end(), item) != list.end();
+}
+
+// What the script does to one table.
+struct Target {
+    std::size_t table = 0;  // position in the list of tables
+    DirectShape shape;
+    std::uint64_t inserts = 0, updates = 0, deletes = 0;
+    Positions unique;  // columns outside of the key that are in a unique index
+    WrittenTable written;
+};
+
+}  // namespace
+
+class DirectScriptWriter::Impl {
+  public:
+    Impl(const Database& target, const DirectScriptOptions& options)
+        : database_(target), options_(options) {}
+
+    DifferenceSpool spool;
+
+    void Write(const std::vector<DirectTableResult>& results,
+               const std::function<void(std::u16string_view)>& out) {
+        connection_ = OpenConnection(database_);
+        version_ = ServerVersion(connection_);
+        if (version_ < FirstVersionWithScripts) {
+            throw Error(ErrorNumber::Comparison,
+                        u"Scripts of statements need SQL Server 2005 or later.");
+        }
+        ReadDatabasePage();
+        for (std::size_t i = 0; i < results.size(); ++i)
+            TakeTable(i, results[i]);
+        std::vector<WrittenTable> written;
+        for (const Target& target : targets_)
+            written.push_back(target.written);
+        order_ = OrderWrites(written, ReadForeignKeyFacts(connection_));
+        connection_->Close();
+        WriteAll(out);
+    }
+
+  private:
+    void ReadDatabasePage() {
+        Recordset rows;
+        rows.Open(
+            u"SELECT CAST(COLLATIONPROPERTY(CAST(DATABASEPROPERTYEX(DB_NAME(), 'Collation')"
+            u" AS nvarchar(128)), 'CodePage') AS int)",
+            connection_);
+        const Value page = rows.Fields(std::size_t{0}).Value();
+        page_ = page.IsNull() ? 0 : static_cast<std::int32_t>(ToInt64(page));
+    }
+
+    const ObjectName& NameOf(const DirectShape& shape) const {
+        return options_.target == 1 ? shape.table : shape.table2;
+    }
+    ColumnFacts& FactsOf(DirectColumn& column) const {
+        return options_.target == 1 ? column.side1 : column.side2;
+    }
+
+    void TakeTable(std::size_t index, const DirectTableResult& result) {
+        const ObjectName& name = NameOf(result.shape);
+        const std::u16string entry = MakeTableEntry(name.Owner, name.Name);
+        if (!result.complete) {
+            const std::u16string why =
+                result.error ? result.error->Description() : u"it was cancelled";
+            comments_.push_back(u"Left out, not compared to its end: " + entry + u": " + why);
+            return;
+        }
+        Target target;
+        target.table = index;
+        target.inserts = options_.target == 1 ? result.onlyIn2 : result.onlyIn1;
+        target.deletes = options_.target == 1 ? result.onlyIn1 : result.onlyIn2;
+        target.updates = result.differing;
+        if (!options_.inserts) target.inserts = 0;
+        if (!options_.updates) target.updates = 0;
+        if (!options_.deletes) target.deletes = 0;
+        if (target.inserts + target.updates + target.deletes == 0) return;
+        target.shape = result.shape;
+        if (!ReadTarget(target, result)) {
+            comments_.push_back(u"Left out, a view: " + entry);
+            return;
+        }
+        comments_.push_back(entry + u": " + Count(target.deletes, u"deleted") + u", " +
+                            Count(target.updates, u"updated") + u", " +
+                            Count(target.inserts, u"inserted"));
+        for (const DirectOmitted& omitted : result.shape.omitted)
+            comments_.push_back(u"    without column " + omitted.name);
+        targets_.push_back(std::move(target));
+    }
+
+    static std::u16string Count(std::uint64_t rows, std::u16string_view what) {
+        return ToText(static_cast<std::int64_t>(rows)) + u" " + std::u16string(what);
+    }
+
+    // False for a view.
+    bool ReadTarget(Target& target, const DirectTableResult& result) {
+        CatalogReader reader(connection_);
+        reader.UseDatabase(database_.DatabaseName());
+        const ObjectName& name = NameOf(target.shape);
+        const auto objects = reader.Objects(std::array{name});
+        const ObjectFacts* const facts = FindObject(objects, name);
+        if (facts == nullptr) ThrowObjectNotFound(name, database_.DatabaseName());
+        if (facts->IsView) return false;
+        WrittenTable& written = target.written;
+        written.name = name;
+        written.inserts = target.inserts > 0;
+        written.deletes = target.deletes > 0;
+        for (std::size_t i = 0; i < target.shape.columns.size(); ++i) {
+            DirectColumn& column = target.shape.columns[i];
+            ColumnFacts& own = FactsOf(column);
+            own.DatabaseCodePage = page_;
+            const bool unique = IsInUniqueIndex(*facts, own.Name);
+            if (unique && !column.key) target.unique.push_back(i);
+            written.columns.push_back(own.Name);
+            written.changed.push_back(target.updates > 0 && result.changedCells[i] > 0);
+            written.mayBeNull.push_back(own.AllowNulls && !unique && !column.key);
+            if (written.changed.back() && own.Identity) {
+                throw Error(ErrorNumber::Comparison, u"Table " +
+                                                         MakeTableEntry(name.Owner, name.Name) +
+                                                         u": identity column " + own.Name +
+                                                         u" differs, and cannot be updated.");
+            }
+        }
+        return true;
+    }
+
+    static bool IsInUniqueIndex(const ObjectFacts& facts, const std::u16string& column) {
+        return std::any_of(
+            facts.Indexes.begin(), facts.Indexes.end(), [&](const IndexFacts& index) {
+                const bool unique = index.Has(IndexType::PrimaryKey) ||
+                                    index.Has(IndexType::UniqueConstraint) ||
+                                    index.Has(IndexType::Unique);
+                return unique &&
+                       std::any_of(index.Columns.begin(), index.Columns.end(),
+                                   [&](const std::u16string& name) { return name == column; });
+            });
+    }
+
+    // ---- the script ----------------------------------------------------------------------------
+
+    void WriteAll(const std::function<void(std::u16string_view)>& out) {
+        BatchWriter batches(out);
+        batches.Begin(Head());
+        for (const ForeignKeyFacts& key : order_.suspended)
+            batches.Add(AlterKey(key, u" NOCHECK CONSTRAINT "));
+        ForEach(true, batches,
+                [this](std::size_t i, StatementWriter& writer) { EmptyDeferred(i, writer); });
+        ForEach(true, batches,
+                [this](std::size_t i, StatementWriter& writer) { DeleteRows(i, writer); });
+        ForEach(false, batches, [this](std::size_t i, StatementWriter& writer) {
+            UpdateRows(i, writer);
+            writer.Flush();
+            InsertRows(i, writer);
+        });
+        ForEach(false, batches,
+                [this](std::size_t i, StatementWriter& writer) { FillDeferred(i, writer); });
+        for (const ForeignKeyFacts& key : order_.suspended)
+            batches.Add(AlterKey(key, u" WITH CHECK CHECK CONSTRAINT "));
+        batches.End(identityTables_);
+    }
+
+    std::vector<std::u16string> Head() const {
+        std::vector<std::u16string> head = {u"Makes the rows of side " + ToText(options_.target) +
+                                            u" those of side " + ToText(3 - options_.target) +
+                                            u", in one transaction."};
+        if (options_.guard) {
+            head.push_back(u"Ends, and changes nothing, where a row is not as it was compared.");
+        }
+        head.insert(head.end(), comments_.begin(), comments_.end());
+        for (std::size_t i = 0; i < targets_.size(); ++i) {
+            for (const std::size_t column : order_.deferred[i]) {
+                const ObjectName& name = targets_[i].written.name;
+                head.push_back(u"NULL for the time being: " +
+                               MakeTableEntry(name.Owner, name.Name) + u", column " +
+                               targets_[i].written.columns[column]);
+            }
+        }
+        for (const ForeignKeyFacts& key : order_.suspended) {
+            head.push_back(u"Suspended, and checked again at the end: foreign key " + key.Name +
+                           u" of " + MakeTableEntry(key.Table.Owner, key.Table.Name));
+        }
+        return head;
+    }
+
+    static std::u16string AlterKey(const ForeignKeyFacts& key, std::u16string_view how) {
+        return u"ALTER TABLE " + QuoteIdentifier(key.Table.Owner) + u"." +
+               QuoteIdentifier(key.Table.Name) + std::u16string(how) + QuoteIdentifier(key.Name);
+    }
+
+    template <class Action>
+    void ForEach(bool childrenFirst, BatchWriter& batches, const Action& action) {
+        std::vector<std::size_t> order = order_.order;
+        if (childrenFirst) std::reverse(order.begin(), order.end());
+        const StatementStyle style{version_ >= FirstVersionWithLists, options_.guard};
+        for (const std::size_t i : order) {
+            StatementWriter writer(targets_[i].shape, options_.target, style, batches);
+            action(i, writer);
+            writer.Flush();
+        }
+    }
+
+    // The differences with the row of the target, and that of the other side; null where the side
+    // has none.
+    template <class Action>
+    void Visit(std::size_t i, const Action& action) {
+        spool.Visit(targets_[i].table, [&](const FoundDifference& found) {
+            const DirectRow* const row1 = found.row1 ? &*found.row1 : nullptr;
+            const DirectRow* const row2 = found.row2 ? &*found.row2 : nullptr;
+            if (options_.target == 1) {
+                action(row1, row2, found.changed);
+            } else {
+                action(row2, row1, found.changed);
+            }
+        });
+    }
+
+    static Positions NotNull(const DirectRow& row, const Positions& columns) {
+        Positions held;
+        for (const std::size_t column : columns) {
+            if (!row[column].IsNull()) held.push_back(column);
+        }
+        return held;
+    }
+
+    void EmptyDeferred(std::size_t i, StatementWriter& writer) {
+        const Positions& deferred = order_.deferred[i];
+        if (deferred.empty()) return;
+        Visit(i, [&](const DirectRow* row, const DirectRow* source,
+                     const std::vector<bool>& changed) {
+            if (row == nullptr) return;
+            const bool goes = source == nullptr;
+            if (goes ? !options_.deletes : !options_.updates) return;
+            const Positions columns = NotNull(*row, goes ? deferred : Both(changed, deferred));
+            if (!columns.empty()) writer.Empty(*row, columns);
+        });
+    }
+
+    void DeleteRows(std::size_t i, StatementWriter& writer) {
+        if (targets_[i].deletes == 0) return;
+        Visit(i, [&](const DirectRow* row, const DirectRow* source, const std::vector<bool>&) {
+            if (row != nullptr && source == nullptr) writer.Delete(*row, order_.deferred[i]);
+        });
+    }
+
+    // Columns of unique indexes are set by statements of their own, all of a row together, so that
+    // rows can swap their values.
+    void UpdateRows(std::size_t i, StatementWriter& writer) {
+        if (targets_[i].updates == 0) return;
+        const Positions& unique = targets_[i].unique;
+        Visit(i,
+              [&](const DirectRow* row, const DirectRow* source, const std::vector<bool>& changed) {
+                  if (row == nullptr || source == nullptr) return;
+                  if (!Both(changed, unique).empty()) writer.Update(*row, *source, unique, true);
+              });
+        writer.Flush();
+        Visit(i,
+              [&](const DirectRow* row, const DirectRow* source, const std::vector<bool>& changed) {
+                  if (row == nullptr || source == nullptr) return;
+                  Positions others;
+                  for (std::size_t column = 0; column < changed.size(); ++column) {
+                      if (changed[column] && !Contains(unique, column) &&
+                          !Contains(order_.deferred[i], column)) {
+                          others.push_back(column);
+                      }
+                  }
+                  writer.Update(*row, *source, others, false);
+              });
+    }
+
+    void InsertRows(std::size_t i, StatementWriter& writer) {
+        if (targets_[i].inserts == 0) return;
+        if (writer.WritesIdentity()) {
+            identityTables_.push_back(u"SET IDENTITY_INSERT " + writer.Table() + u" OFF");
+        }
+        Visit(i, [&](const DirectRow* row, const DirectRow* source, const std::vector<bool>&) {
+            if (row == nullptr && source != nullptr) writer.Insert(*source, order_.deferred[i]);
+        });
+    }
+
+    void FillDeferred(std::size_t i, StatementWriter& writer) {
+        const Positions& deferred = order_.deferred[i];
+        if (deferred.empty()) return;
+        Visit(i,
+              [&](const DirectRow* row, const DirectRow* source, const std::vector<bool>& changed) {
+                  if (source == nullptr) return;
+                  if (row == nullptr ? !options_.inserts : !options_.updates) return;
+                  const Positions columns =
+                      NotNull(*source, row == nullptr ? deferred : Both(changed, deferred));
+                  if (!columns.empty()) writer.Complete(*source, columns);
+              });
+    }
+
+    const Database& database_;
+    DirectScriptOptions options_;
+    std::shared_ptr<Connection> connection_;
+    std::int32_t version_ = 0;
+    std::int32_t page_ = 0;
+    std::vector<Target> targets_;
+    std::vector<std::u16string> comments_;
+    std::vector<std::u16string> identityTables_;
+    WriteOrder order_;
+};
+
+DirectScriptWriter::DirectScriptWriter(const Database& target, const DirectScriptOptions& options)
+    : impl_(std::make_unique<Impl>(target, options)) {
+    if (options.target != 1 && options.target != 2) {
+        throw Error(ErrorNumber::InvalidArgument, u"The side to change is 1 or 2.");
+    }
+}
+
+DirectScriptWriter::~DirectScriptWriter() = default;
+
+void DirectScriptWriter::Add(const DirectDifference& difference) {
+    impl_->spool.Add(difference);
+}
+
+void DirectScriptWriter::Write(const std::vector<DirectTableResult>& results,
+                               const std::function<void(std::u16string_view)>& out) {
+    impl_->Write(results, out);
+}
+
+}  // namespace QuillonLib

@@ -1,0 +1,69 @@
+// A script of plain statements that makes the rows of one side those of the other.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "direct/DirectResult.h"
+
+namespace QuillonLib {
+
+class Database;
+
+struct DirectScriptOptions {
+    int target = 2;  // the side that is changed: 1 or 2
+    bool inserts = true;
+    bool updates = true;
+    bool deletes = true;
+    // The old values of rows that are changed or deleted stand in the conditions, and the script
+    // ends, with nothing changed, where one row is not as it was compared.
+    bool guard = false;
+};
+
+// Gathers the differences of a comparison, in a temporary file if they are many, and writes the
+// script when the comparison is over.
+//
+// The script suits every client that cuts batches at lines "GO". It runs in one transaction, and
+// each batch begins with a look whether that is still there and whether the batch before it came to
+// its end; if not, no later batch does anything, and all is rolled back. Its last line says what
+// has become of it.
+//
+// Rows are deleted from children to parents, then updated and inserted from parents to children,
+// by the foreign keys of the target. Where these form a cycle, refer to their own table, or lead
+// away from rows that are deleted, their columns are NULL for the time being; where that cannot be,
+// those foreign keys are suspended, and checked again at the end.
+class DirectScriptWriter {
+  public:
+    // `target`: the database of the side that is changed. Throws Error InvalidArgument for a target
+    // that is neither 1 nor 2.
+    DirectScriptWriter(const Database& target, const DirectScriptOptions& options);
+    ~DirectScriptWriter();
+    DirectScriptWriter(const DirectScriptWriter&) = delete;
+    DirectScriptWriter& operator=(const DirectScriptWriter&) = delete;
+
+    // From DirectSink::Difference, each difference once. Throws Error FileAccess where there is no
+    // room for it.
+    void Add(const DirectDifference& difference);
+
+    // Writes the script piece by piece. Tables that were not compared to their end are left out,
+    // and named in the script's head, as are views. `results`: what the comparison returned.
+    //
+    // Throws Error, and what has been written is no script then:
+    //   DataAccess  NotCarried: a value that the target's column would not hold as it is, or that
+    //               no literal can carry; names table and column. Also as Connection gives it.
+    //   Comparison  a server before SQL Server 2005; an identity column that had to be updated
+    //   FileAccess  the temporary file
+    // What `out` throws passes through.
+    void Write(const std::vector<DirectTableResult>& results,
+               const std::function<void(std::u16string_view)>& out);
+
+  private:
+    class Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace QuillonLib

@@ -1,0 +1,390 @@
+#include "direct/StatementWriter.h"
+
+#include <algorithm>
+#include <numeric>
+#include <tuple>
+
+#include "catalog/Identifiers.h"
+#include "core/TableEntry.h"
+#include "core/Text.h"
+
+namespace QuillonLib {
+
+namespace {
+
+constexpr std::size_t MaxListRows = 500;
+constexpr std::size_t MaxRowsTogether = 4000;
+constexpr std::size_t MaxListText = std::size_t{32} << 10;     // characters
+constexpr std::size_t MaxGatheredText = std::size_t{1} << 20;  // of all groups
+constexpr std::size_t MaxShownKey = 200;
+
+bool Contains(const std::vector<std::size_t>& list, std::size_t item) {
+    return std::find(list.begin(), list.end(), item) != list.end();
+}
+
+std::u16string Numbered(char16_t letter, std::size_t number) {
+    return letter + ToText(static_cast<std::int64_t>(number) + 1);
+}
+
+void AppendTerm(std::u16string& out, std::u16string_view separator, std::u16string_view term) {
+    if (!out.empty()) out += separator;
+    out += term;
+}
+
+std::u16string Joined(const std::vector<std::u16string>& parts) {
+    std::u16string out;
+    for (const std::u16string& part : parts)
+        AppendTerm(out, u", ", part);
+    return out;
+}
+
+std::size_t Size(const std::vector<std::u16string>& parts) {
+    return std::accumulate(parts.begin(), parts.end(), std::size_t{0},
+                           [](std::size_t size, const auto& part) { return size + part.size(); });
+}
+
+// RAISERROR takes "%" for a place.
+std::u16string MessageText(std::u16string text) {
+    std::u16string out;
+    for (const char16_t unit : text) {
+        const bool control = unit < 0x20 || unit == 0x7F;
+        out.push_back(control ? u' ' : unit);
+        if (unit == u'%' || unit == u'\'') out.push_back(unit);
+    }
+    return out;
+}
+
+}  // namespace
+
+bool StatementWriter::Shape::operator<(const Shape& other) const {
+    return std::tie(kind, together, conditions, columns) <
+           std::tie(other.kind, other.together, other.conditions, other.columns);
+}
+
+StatementWriter::StatementWriter(const DirectShape& shape, int target, const StatementStyle& style,
+                                 BatchWriter& batches)
+    : shape_(shape), target_(target), style_(style), batches_(batches) {
+    const ObjectName& name = target == 1 ? shape.table : shape.table2;
+    table_ = QuoteIdentifier(name.Owner) + u"." + QuoteIdentifier(name.Name);
+    for (const DirectColumn& column : shape.columns) {
+        const ColumnFacts& to = target == 1 ? column.side1 : column.side2;
+        const ColumnFacts& from = target == 1 ? column.side2 : column.side1;
+        ofSource_.emplace_back(name, from, to);
+        ofTarget_.emplace_back(name, to, to);
+    }
+}
+
+const ColumnFacts& StatementWriter::TargetFacts(std::size_t column) const {
+    const DirectColumn& both = shape_.columns[column];
+    return target_ == 1 ? both.side1 : both.side2;
+}
+
+bool StatementWriter::WritesIdentity() const {
+    for (std::size_t i = 0; i < shape_.columns.size(); ++i) {
+        if (TargetFacts(i).Identity) return true;
+    }
+    return false;
+}
+
+// Values that "=" does not tell apart, or cannot compare, are compared by their bytes.
+bool StatementWriter::ByBytes(std::size_t column) const {
+    switch (ClassifyType(TargetFacts(column)).value().cells) {
+        case CellClass::PageText:
+        case CellClass::WideText:
+        case CellClass::Xml:
+        case CellClass::Bytes:
+        case CellClass::Float:
+        case CellClass::Offset:
+        case CellClass::Variant:
+            return true;
+        default:
+            return false;
+    }
+}
+
+// ---- conditions --------------------------------------------------------------------------------
+
+// The key as the server compares it, where the server keeps it unique: an index can find the row.
+void StatementWriter::AddConditions(Shape& shape, const std::vector<std::size_t>& guarded) const {
+    for (const std::size_t column : shape_.key)
+        shape.conditions.push_back({column, !shape_.keyIsUnique && ByBytes(column)});
+    if (!style_.guard) return;
+    for (const std::size_t column : guarded)
+        shape.conditions.push_back({column, ByBytes(column)});
+}
+
+std::u16string StatementWriter::LeftSide(const Condition& condition,
+                                         const std::u16string& prefix) const {
+    const ColumnFacts& facts = TargetFacts(condition.column);
+    std::u16string name = prefix + QuoteIdentifier(facts.Name);
+    if (!condition.exact) return name;
+    const CellClass cells = ClassifyType(facts).value().cells;
+    if (cells == CellClass::Float || cells == CellClass::Offset) {
+        return u"CAST(" + name + u" AS varbinary(20))";
+    }
+    if (cells == CellClass::Variant) return u"CAST(" + name + u" AS varbinary(8000))";
+    if (facts.DataType == u"text") name = u"CAST(" + name + u" AS varchar(max))";
+    if (facts.DataType == u"ntext" || facts.DataType == u"xml") {
+        name = u"CAST(" + name + u" AS nvarchar(max))";
+    }
+    return u"CAST(" + name + u" AS varbinary(max))";
+}
+
+StatementWriter::Cell StatementWriter::ConditionCell(const Condition& condition,
+                                                     const DirectRow& row, bool ofTarget) const {
+    const Value& value = row[condition.column];
+    const ColumnLiterals& literals = (ofTarget ? ofTarget_ : ofSource_)[condition.column];
+    if (value.IsNull()) return {condition.exact ? u"NULL" : literals.Of(value), true};
+    if (!condition.exact) return {literals.Of(value), false};
+    const ColumnFacts& facts = TargetFacts(condition.column);
+    switch (ClassifyType(facts).value().cells) {
+        case CellClass::Float:
+        case CellClass::Offset:
+            return {u"CAST(CAST(" + literals.Of(value) + u" AS " + DeclaredType(facts) +
+                        u") AS varbinary(20))",
+                    false};
+        case CellClass::Variant:
+            return {u"CAST(" + literals.Of(value) + u" AS varbinary(8000))", false};
+        default:
+            break;
+    }
+    if (ofTarget) return {BytesText(value), false};
+    // of another type or code page, perhaps: as the column will hold it
+    return {u"CAST(CAST(" + literals.Of(value) + u" AS " + DeclaredType(facts) +
+                u") AS varbinary(max))",
+            false};
+}
+
+StatementWriter::Line StatementWriter::MakeLine(const Shape& shape, const DirectRow& row,
+                                                bool ofTarget) const {
+    Line line;
+    for (const Condition& condition : shape.conditions)
+        line.conditions.push_back(ConditionCell(condition, row, ofTarget));
+    return line;
+}
+
+// ---- rows --------------------------------------------------------------------------------------
+
+void StatementWriter::Insert(const DirectRow& source,
+                             const std::vector<std::size_t>& withoutValue) {
+    std::vector<std::u16string> values;
+    bool alone = false;
+    for (std::size_t i = 0; i < source.size(); ++i) {
+        const bool without = Contains(withoutValue, i);
+        values.push_back(without ? ofSource_[i].Of(Value::Null()) : ofSource_[i].Of(source[i]));
+        alone = alone || (!without && ofSource_[i].StandsAlone(source[i]));
+    }
+    if (alone) FlushInserts();
+    insertsGathered_ += Size(values);
+    inserts_.push_back(std::move(values));
+    if (alone || !style_.lists || inserts_.size() == MaxListRows ||
+        insertsGathered_ >= MaxListText) {
+        FlushInserts();
+    }
+}
+
+void StatementWriter::Delete(const DirectRow& row, const std::vector<std::size_t>& unguarded) {
+    if (shape_.key.empty()) return DeleteWhole(row);
+    Shape shape;
+    std::vector<std::size_t> guarded;
+    for (std::size_t i = 0; i < row.size(); ++i) {
+        if (!shape_.columns[i].key && !Contains(unguarded, i)) guarded.push_back(i);
+    }
+    AddConditions(shape, guarded);
+    Line line = MakeLine(shape, row, true);
+    Take(std::move(shape), std::move(line), false);
+}
+
+void StatementWriter::Update(const DirectRow& row, const DirectRow& source,
+                             const std::vector<std::size_t>& columns, bool together) {
+    if (columns.empty()) return;
+    Shape shape{Kind::Update, {}, columns, together};
+    AddConditions(shape, columns);
+    Line line = MakeLine(shape, row, true);
+    bool alone = false;
+    for (const std::size_t column : columns) {
+        line.values.push_back(ofSource_[column].Of(source[column]));
+        alone = alone || ofSource_[column].StandsAlone(source[column]);
+    }
+    Take(std::move(shape), std::move(line), alone);
+}
+
+void StatementWriter::Empty(const DirectRow& row, const std::vector<std::size_t>& columns) {
+    Shape shape{Kind::Empty, {}, columns, false};
+    AddConditions(shape, columns);
+    Line line = MakeLine(shape, row, true);
+    Take(std::move(shape), std::move(line), false);
+}
+
+void StatementWriter::Complete(const DirectRow& source, const std::vector<std::size_t>& columns) {
+    Shape shape{Kind::Update, {}, columns, false};
+    AddConditions(shape, {});
+    Line line = MakeLine(shape, source, false);
+    bool alone = false;
+    for (const std::size_t column : columns) {
+        line.values.push_back(ofSource_[column].Of(source[column]));
+        alone = alone || ofSource_[column].StandsAlone(source[column]);
+    }
+    Take(std::move(shape), std::move(line), alone);
+}
+
+void StatementWriter::Take(Shape shape, Line line, bool alone) {
+    if (alone || !style_.lists) return WriteSingle(shape, line);
+    gathered_ += Size(line.values);
+    for (const Cell& cell : line.conditions)
+        gathered_ += cell.literal.size();
+    std::vector<Line>& lines = groups_[shape];
+    lines.push_back(std::move(line));
+    if (gathered_ >= MaxGatheredText) Flush();
+}
+
+void StatementWriter::Flush() {
+    for (const auto& [shape, lines] : groups_)
+        Write(shape, lines);
+    groups_.clear();
+    gathered_ = 0;
+    FlushInserts();
+}
+
+// ---- statements --------------------------------------------------------------------------------
+
+std::u16string StatementWriter::TypedNull(std::size_t column) const {
+    return u"CAST(NULL AS " + ofSource_[column].ListType() + u")";
+}
+
+void StatementWriter::FlushInserts() {
+    if (inserts_.empty()) return;
+    std::vector<std::u16string> names;
+    bool identity = false;
+    for (std::size_t i = 0; i < shape_.columns.size(); ++i) {
+        names.push_back(QuoteIdentifier(TargetFacts(i).Name));
+        identity = identity || TargetFacts(i).Identity;
+        // the first row gives a list its types
+        if (inserts_.size() > 1 && inserts_.front()[i] == u"NULL") {
+            inserts_.front()[i] = TypedNull(i);
+        }
+    }
+    std::u16string text;
+    if (identity) text += u"SET IDENTITY_INSERT " + table_ + u" ON\r\n";
+    text += u"INSERT INTO " + table_ + u" (" + Joined(names) + u") VALUES";
+    for (std::size_t i = 0; i < inserts_.size(); ++i)
+        text += (i == 0 ? u"\r\n(" : u",\r\n(") + Joined(inserts_[i]) + u")";
+    if (identity) text += u"\r\nSET IDENTITY_INSERT " + table_ + u" OFF";
+    batches_.Add(text);
+    inserts_.clear();
+    insertsGathered_ = 0;
+}
+
+std::u16string StatementWriter::Check(std::size_t expected, const Line& first) const {
+    if (!style_.guard && !shape_.key.empty()) return {};
+    std::u16string key;
+    for (std::size_t i = 0; i < shape_.key.size(); ++i)
+        AppendTerm(key, u", ", first.conditions[i].literal);
+    std::u16string where = u"Table " + table_;
+    if (!key.empty()) {
+        where += expected > 1 ? u", among the rows from key (" : u", key (";
+        where += key.substr(0, MaxShownKey) + u")";
+    }
+    return u"\r\nIF @@ROWCOUNT <> " + ToText(static_cast<std::int64_t>(expected)) +
+           u"\r\nBEGIN\r\n    RAISERROR(N'" +
+           MessageText(where + u": a row is not as it was compared.") +
+           u"', 16, 1)\r\n    IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\r\n    RETURN\r\nEND";
+}
+
+void StatementWriter::Write(const Shape& shape, const std::vector<Line>& lines) {
+    std::vector<Line> part;
+    std::size_t size = 0;
+    const std::size_t rows = shape.together ? MaxRowsTogether : MaxListRows;
+    const std::size_t room = shape.together ? MaxGatheredText : MaxListText;
+    for (const Line& line : lines) {
+        size += Size(line.values);
+        for (const Cell& cell : line.conditions)
+            size += cell.literal.size();
+        part.push_back(line);
+        if (part.size() < rows && size < room) continue;
+        WriteList(shape, part);
+        part.clear();
+        size = 0;
+    }
+    if (!part.empty()) WriteList(shape, part);
+}
+
+void StatementWriter::WriteList(const Shape& shape, const std::vector<Line>& lines) {
+    if (lines.size() == 1) return WriteSingle(shape, lines.front());
+    std::u16string names, join, sets;
+    for (std::size_t i = 0; i < shape.conditions.size(); ++i) {
+        const std::u16string own = u"v." + Numbered(u'k', i);
+        const std::u16string column = LeftSide(shape.conditions[i], u"t.");
+        AppendTerm(names, u", ", Numbered(u'k', i));
+        const bool anyNull = std::any_of(lines.begin(), lines.end(),
+                                         [&](const Line& line) { return line.conditions[i].null; });
+        const std::u16string equal = column + u" = " + own;
+        AppendTerm(join, u" AND ",
+                   anyNull ? u"(" + equal + u" OR " + column + u" IS NULL AND " + own + u" IS NULL)"
+                           : equal);
+    }
+    for (std::size_t i = 0; i < shape.columns.size(); ++i) {
+        const std::u16string name = QuoteIdentifier(TargetFacts(shape.columns[i]).Name);
+        const bool empties = shape.kind == Kind::Empty;
+        if (!empties) AppendTerm(names, u", ", Numbered(u'n', i));
+        AppendTerm(sets, u", ", name + u" = " + (empties ? u"NULL" : u"v." + Numbered(u'n', i)));
+    }
+    std::u16string text =
+        shape.kind == Kind::Delete ? std::u16string(u"DELETE t") : u"UPDATE t SET " + sets;
+    text += u"\r\nFROM " + table_ + u" AS t INNER JOIN (VALUES";
+    for (std::size_t row = 0; row < lines.size(); ++row) {
+        std::vector<std::u16string> cells;
+        for (std::size_t i = 0; i < shape.conditions.size(); ++i) {
+            const Cell& cell = lines[row].conditions[i];
+            const Condition& condition = shape.conditions[i];
+            const bool typed = row == 0 && cell.literal == u"NULL";
+            const std::u16string null =
+                condition.exact ? u"CAST(NULL AS varbinary(max))"
+                                : u"CAST(NULL AS " + ofTarget_[condition.column].ListType() + u")";
+            cells.push_back(typed ? null : cell.literal);
+        }
+        for (std::size_t i = 0; i < lines[row].values.size(); ++i) {
+            const std::u16string& literal = lines[row].values[i];
+            cells.push_back(row == 0 && literal == u"NULL" ? TypedNull(shape.columns[i]) : literal);
+        }
+        text += (row == 0 ? u"\r\n(" : u",\r\n(") + Joined(cells) + u")";
+    }
+    text += u"\r\n) AS v (" + names + u") ON " + join;
+    batches_.Add(text + Check(lines.size(), lines.front()));
+}
+
+void StatementWriter::WriteSingle(const Shape& shape, const Line& line) {
+    std::u16string where, sets;
+    for (std::size_t i = 0; i < shape.conditions.size(); ++i) {
+        const std::u16string column = LeftSide(shape.conditions[i], u"");
+        AppendTerm(where, u" AND ",
+                   line.conditions[i].null ? column + u" IS NULL"
+                                           : column + u" = " + line.conditions[i].literal);
+    }
+    for (std::size_t i = 0; i < shape.columns.size(); ++i) {
+        const std::u16string value = shape.kind == Kind::Empty ? u"NULL" : line.values[i];
+        AppendTerm(sets, u", ",
+                   QuoteIdentifier(TargetFacts(shape.columns[i]).Name) + u" = " + value);
+    }
+    const std::u16string text = shape.kind == Kind::Delete ? u"DELETE FROM " + table_
+                                                           : u"UPDATE " + table_ + u" SET " + sets;
+    batches_.Add(text + u"\r\nWHERE " + where + Check(1, line));
+}
+
+// One of the rows that are exactly this.
+void StatementWriter::DeleteWhole(const DirectRow& row) {
+    Shape shape;
+    for (std::size_t i = 0; i < row.size(); ++i)
+        shape.conditions.push_back({i, ByBytes(i)});
+    const Line line = MakeLine(shape, row, true);
+    std::u16string where;
+    for (std::size_t i = 0; i < shape.conditions.size(); ++i) {
+        const std::u16string column = LeftSide(shape.conditions[i], u"");
+        AppendTerm(where, u" AND ",
+                   line.conditions[i].null ? column + u" IS NULL"
+                                           : column + u" = " + line.conditions[i].literal);
+    }
+    batches_.Add(u"DELETE TOP (1) FROM " + table_ + u"\r\nWHERE " + where + Check(1, line));
+}
+
+}  // namespace QuillonLib

@@ -1,0 +1,102 @@
+// The INSERT, UPDATE and DELETE statements of one table. Not installed.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "direct/BatchWriter.h"
+#include "direct/DirectResult.h"
+#include "direct/SqlText.h"
+
+namespace QuillonLib {
+
+struct StatementStyle {
+    bool lists = true;  // the server knows lists of rows (SQL Server 2008)
+    bool guard = false;
+};
+
+class StatementWriter {
+  public:
+    // `target`: the side that is changed. All must outlive the object. Throws NotCarried as
+    // ColumnLiterals does, from every call that takes a row.
+    StatementWriter(const DirectShape& shape, int target, const StatementStyle& style,
+                    BatchWriter& batches);
+
+    // Rows gather until they are many, or until Flush.
+
+    // `withoutValue`: columns that are NULL for the time being.
+    void Insert(const DirectRow& source, const std::vector<std::size_t>& withoutValue);
+    // The row of the target's side.
+    void Delete(const DirectRow& row, const std::vector<std::size_t>& unguarded);
+    // Sets columns of the row that the target has to what they are in the other's. `together`: as
+    // many rows as can be in one statement, for they may swap values that have to be unique.
+    void Update(const DirectRow& row, const DirectRow& source,
+                const std::vector<std::size_t>& columns, bool together);
+    // Sets columns to NULL.
+    void Empty(const DirectRow& row, const std::vector<std::size_t>& columns);
+    // Sets columns of a row that was inserted.
+    void Complete(const DirectRow& source, const std::vector<std::size_t>& columns);
+    void Flush();
+
+    // "[owner].[table]", doubled brackets within.
+    const std::u16string& Table() const { return table_; }
+    bool WritesIdentity() const;
+
+  private:
+    struct Cell {
+        std::u16string literal;
+        bool null = false;
+    };
+    // One row of a statement: the cells of its conditions, then those that it sets or inserts.
+    struct Line {
+        std::vector<Cell> conditions;
+        std::vector<std::u16string> values;
+    };
+    // A column in a condition.
+    struct Condition {
+        std::size_t column = 0;
+        bool exact = false;  // by its bytes
+        bool operator<(const Condition& other) const {
+            return column != other.column ? column < other.column : exact < other.exact;
+        }
+    };
+    enum class Kind { Delete, Update, Empty };
+    struct Shape {
+        Kind kind = Kind::Delete;
+        std::vector<Condition> conditions;
+        std::vector<std::size_t> columns;
+        bool together = false;
+        bool operator<(const Shape& other) const;
+    };
+
+    const ColumnFacts& TargetFacts(std::size_t column) const;
+    bool ByBytes(std::size_t column) const;
+    void AddConditions(Shape& shape, const std::vector<std::size_t>& guarded) const;
+    Line MakeLine(const Shape& shape, const DirectRow& row, bool ofTarget) const;
+    Cell ConditionCell(const Condition& condition, const DirectRow& row, bool ofTarget) const;
+    void Take(Shape shape, Line line, bool alone);
+    void Write(const Shape& shape, const std::vector<Line>& lines);
+    void WriteList(const Shape& shape, const std::vector<Line>& lines);
+    void WriteSingle(const Shape& shape, const Line& line);
+    void DeleteWhole(const DirectRow& row);
+    void FlushInserts();
+    std::u16string LeftSide(const Condition& condition, const std::u16string& prefix) const;
+    std::u16string Check(std::size_t expected, const Line& first) const;
+    std::u16string TypedNull(std::size_t column) const;
+
+    const DirectShape& shape_;
+    int target_;
+    StatementStyle style_;
+    BatchWriter& batches_;
+    std::u16string table_;
+    std::vector<ColumnLiterals> ofSource_;  // what the source's cells are in the target
+    std::vector<ColumnLiterals> ofTarget_;
+    std::map<Shape, std::vector<Line>> groups_;
+    std::vector<std::vector<std::u16string>> inserts_;
+    std::size_t gathered_ = 0;  // characters
+    std::size_t insertsGathered_ = 0;
+};
+
+}  // namespace QuillonLib

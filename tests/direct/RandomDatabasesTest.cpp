@@ -1,0 +1,97 @@
+// Two servers with databases of one random schema whose rows differ at random: every difference is
+// written, and none is left.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "tests/convergence/RandomDatabases.h"
+#include "tests/direct/ScriptFixture.h"
+
+namespace QuillonLib {
+namespace {
+
+class RandomDirect : public ScriptFixture, public ::testing::WithParamInterface<int> {
+  protected:
+    static std::uint32_t Seed() {
+        const char* const seed = std::getenv("QUILLON_TEST_SEED");
+        return seed != nullptr ? static_cast<std::uint32_t>(std::atoi(seed))
+                               : static_cast<std::uint32_t>(GetParam());
+    }
+
+    // Servers that know UTF-8.
+    static sandbox::ServerSettings Modern() {
+        sandbox::ServerSettings settings;
+        settings.name = u"MODERN";
+        settings.version = "15.0.2000";
+        return settings;
+    }
+
+    // Runs without a look at lines "GO": data may hold them.
+    static void RunBatch(const Database& database, const std::u16string& batch) {
+        OpenConnection(database)->Execute(batch);
+    }
+
+    std::vector<DirectTable> Tables(const std::vector<std::u16string>& entries) {
+        std::vector<DirectTable> tables;
+        for (const std::u16string& entry : entries) {
+            const auto object = one->Tables()->Item(entry);
+            if (object->IsView()) continue;
+            tables.push_back({{object->Owner(), object->Name()}, {}, {}, {}});
+        }
+        return tables;
+    }
+
+    sandbox::Sandbox box1, box2;
+    sandbox::Server& modern1 = box1.AddServer(Modern());
+    sandbox::Server& modern2 = box2.AddServer(Modern());
+};
+
+TEST_P(RandomDirect, ConvergeInBothDirections) {
+    const std::uint32_t seed = Seed();
+    SCOPED_TRACE("QUILLON_TEST_SEED=" + std::to_string(seed));
+    const RandomDatabases random(seed);
+    for (const int target : {2, 1}) {
+        scripted.target = target;
+        scripted.guard = (seed + static_cast<std::uint32_t>(target)) % 2 == 0;
+        const std::u16string name = u"random" + ToText(target);
+        modern1.Run(random.Script(name));
+        modern2.Run(random.Script(name));
+        one = MakeDatabase(modern1, name);
+        two = MakeDatabase(modern2, name);
+        for (const std::u16string& batch : random.Inserts(1))
+            RunBatch(*one, batch);
+        for (const std::u16string& batch : random.Inserts(2))
+            RunBatch(*two, batch);
+
+        const std::vector<DirectTable> tables = Tables(random.Entries());
+        DirectScriptWriter writer(target == 1 ? *one : *two, scripted);
+        std::size_t found = 0;
+        sink.Difference = [&](const DirectDifference& difference, bool&) {
+            ++found;
+            writer.Add(difference);
+        };
+        const auto results = CompareDirectly(*one, *two, tables, options, sink);
+        for (const DirectTableResult& result : results) {
+            ASSERT_TRUE(result.complete)
+                << ToUtf8(result.shape.table.Name + u": " + result.error->Description());
+        }
+        EXPECT_GT(found, 0U);
+        std::u16string script;
+        writer.Write(results, [&](std::u16string_view piece) { script += piece; });
+        EXPECT_EQ(Run(script, target), Texts{}) << ToUtf8(script.substr(0, 20000));
+
+        Texts left;
+        sink.Difference = [&](const DirectDifference& difference, bool&) {
+            left.push_back(difference.shape.table.Name + u" " + Shown(difference));
+        };
+        for (const DirectTableResult& result : CompareDirectly(*one, *two, tables, options, sink)) {
+            EXPECT_TRUE(result.Same()) << ToUtf8(result.shape.table.Name);
+        }
+        EXPECT_EQ(left, Texts{});
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, RandomDirect, ::testing::Range(1, 13));
+
+}  // namespace
+}  // namespace QuillonLib

@@ -1,0 +1,81 @@
+// Scripts that are written from a comparison, and run as a client runs them.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "catalog/Login.h"
+#include "data/Connection.h"
+#include "direct/DirectScript.h"
+#include "tests/direct/DirectFixture.h"
+
+namespace QuillonLib {
+
+class ScriptFixture : public DirectFixture {
+  protected:
+    // Compares, and writes the script that makes the target the other side.
+    std::u16string Script(const std::vector<std::u16string>& names) {
+        std::vector<DirectTable> tables;
+        for (const std::u16string& name : names)
+            tables.push_back({{u"dbo", name}, {}, keyColumns, {}});
+        DirectScriptWriter writer(scripted.target == 1 ? *one : *two, scripted);
+        sink.Difference = [&](const DirectDifference& difference, bool&) {
+            writer.Add(difference);
+        };
+        const auto results = Compare(tables);
+        for (const DirectTableResult& result : results)
+            EXPECT_TRUE(result.complete) << ToUtf8(result.error->Description());
+        std::u16string script;
+        writer.Write(results, [&](std::u16string_view piece) { script += piece; });
+        return script;
+    }
+
+    static Texts BatchesOf(const std::u16string& script) {
+        Texts batches;
+        std::size_t from = 0;
+        for (;;) {
+            const std::size_t go = script.find(u"\r\nGO\r\n", from);
+            batches.push_back(script.substr(from, go - from));
+            if (go == std::u16string::npos) return batches;
+            from = go + 6;
+        }
+    }
+
+    // Runs every batch whatever becomes of the others, as clients do. The texts of the errors.
+    Texts Run(const std::u16string& script, int side = 2) {
+        auto connection = OpenConnection(side == 1 ? *one : *two);
+        Texts errors;
+        for (const std::u16string& batch : BatchesOf(script)) {
+            try {
+                connection->Execute(batch);
+            } catch (const Error& error) {
+                errors.push_back(error.Description());
+            }
+        }
+        return errors;
+    }
+
+    // Writes the script, runs it, and looks that nothing differs any more.
+    void ExpectToConverge(const std::vector<std::u16string>& names) {
+        const std::u16string script = Script(names);
+        EXPECT_EQ(Run(script, scripted.target), Texts{}) << ToUtf8(script);
+        std::vector<DirectTable> tables;
+        for (const std::u16string& name : names)
+            tables.push_back({{u"dbo", name}, {}, keyColumns, {}});
+        Texts left;
+        sink.Difference = [&](const DirectDifference& difference, bool&) {
+            left.push_back(Shown(difference));
+        };
+        for (const DirectTableResult& result : Compare(tables))
+            EXPECT_TRUE(result.Same());
+        EXPECT_EQ(left, Texts{}) << ToUtf8(script);
+    }
+
+    std::u16string On2(const std::u16string& query) { return server2.Scalar(u"USE w " + query); }
+
+    std::vector<std::u16string> keyColumns;
+    DirectScriptOptions scripted;
+};
+
+}  // namespace QuillonLib
