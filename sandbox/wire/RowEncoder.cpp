@@ -243,9 +243,12 @@ class ColumnWriter {
     void Pointed(WireType wire) {
         constexpr std::uint32_t kLongest = 0x7FFFFFFF;
         constexpr std::uint32_t kLongestNational = 0x7FFFFFFE;
-        column_.encode = wire == WireType::Text          ? encode::PointedCharacters
-                         : FactsOf(type_.collation).utf8 ? encode::PointedUtf8
-                                                         : encode::PointedBytes;
+        const bool ofPage =
+            type_.id == TypeId::Char || type_.id == TypeId::VarChar || type_.id == TypeId::Text;
+        const bool utf8 = ofPage && FactsOf(type_.collation).utf8;
+        column_.encode = wire == WireType::Text ? encode::PointedCharacters
+                         : utf8                 ? encode::PointedUtf8
+                                                : encode::PointedBytes;
         PutType(out_, wire);
         out_.Put(wire == WireType::NText ? kLongestNational : kLongest);
         if (wire != WireType::Image) PutCollation(out_, type_);

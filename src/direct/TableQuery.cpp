@@ -45,6 +45,9 @@ std::u16string FieldOf(const ColumnPair& pair, const ColumnFacts& facts, int sid
     const std::u16string name = QuoteIdentifier(facts.Name);
     if (pair.type1.cells == CellClass::Variant) return VariantFieldList(name);
     if (pair.Type(side).cells == CellClass::PageText && facts.CodePage == Utf8CodePage) {
+        if (facts.DataType == u"text") {
+            return AsBinary(Cast(name, u"varchar", -1, MaxVarBinary), -1);
+        }
         return AsBinary(name, facts.Length);
     }
     return name;

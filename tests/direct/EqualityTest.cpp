@@ -103,6 +103,12 @@ TEST_F(Equality, OfTypesThatHoldTheSameValues) {
     EXPECT_EQ(Equal(u"smalldatetime", u"'20240101 10:01'", u"datetime2(3)", u"'20240101 10:01'"),
               true);
     EXPECT_EQ(Equal(u"datetime2(0)", u"'20240101'", u"datetime2(7)", u"'20240101'"), true);
+    EXPECT_EQ(Equal(u"datetimeoffset(3)", u"'2024-01-01 10:00 +02:00'", u"datetimeoffset(7)",
+                    u"'2024-01-01 10:00 +02:00'"),
+              true);
+    EXPECT_EQ(Equal(u"datetimeoffset(3)", u"'2024-01-01 10:00 +02:00'", u"datetimeoffset(7)",
+                    u"'2024-01-01 08:00 +00:00'"),
+              false);
     EXPECT_EQ(Equal(u"time(3)", u"'10:00:00.5'", u"time(7)", u"'10:00:00.5000001'"), false);
     EXPECT_EQ(Equal(u"varchar(9) COLLATE Cyrillic_General_CI_AS", u"N'\u0416'",
                     u"varchar(9) COLLATE Latin1_General_CI_AS", u"N'\u00C6'"),
@@ -128,6 +134,11 @@ TEST_F(Equality, OfVariantsIsThatOfTheirTypesToo) {
     EXPECT_EQ(equal(u"CAST(1.5 AS decimal(9,1))", u"CAST(1.5 AS decimal(9,2))"), false);
     EXPECT_EQ(equal(u"'abc'", u"N'abc'"), false);
     EXPECT_EQ(equal(u"'abc'", u"'ABC'"), false);
+    EXPECT_EQ(equal(u"CAST(1 AS smallint)", u"0x0001"), false);
+    const std::u16string cyrillic = u"CAST(N'\u0416' COLLATE Cyrillic_General_CI_AS AS varchar(9))";
+    EXPECT_EQ(equal(cyrillic, cyrillic), true);
+    EXPECT_EQ(equal(cyrillic, u"CAST(N'\u00C6' COLLATE Latin1_General_CI_AS AS varchar(9))"),
+              false);  // the same byte
     for (const auto* value :
          {u"CAST(1 AS bit)", u"CAST(-5 AS smallint)", u"CAST(1.25 AS decimal(20,4))",
           u"CAST(1.5 AS money)", u"CAST(1.5 AS real)", u"CAST(1.5 AS float)",

@@ -41,6 +41,10 @@ class RandomDirect : public ScriptFixture, public ::testing::WithParamInterface<
         return tables;
     }
 
+    // Single seeds may differ in nothing.
+    static void TearDownTestSuite() { EXPECT_GT(foundInAll, 0U); }
+    static inline std::size_t foundInAll = 0;
+
     sandbox::Sandbox box1, box2;
     sandbox::Server& modern1 = box1.AddServer(Modern());
     sandbox::Server& modern2 = box2.AddServer(Modern());
@@ -75,7 +79,7 @@ TEST_P(RandomDirect, ConvergeInBothDirections) {
             ASSERT_TRUE(result.complete)
                 << ToUtf8(result.shape.table.Name + u": " + result.error->Description());
         }
-        EXPECT_GT(found, 0U);
+        foundInAll += found;
         std::u16string script;
         writer.Write(results, [&](std::u16string_view piece) { script += piece; });
         EXPECT_EQ(Run(script, target), Texts{}) << ToUtf8(script.substr(0, 20000));
