@@ -19,7 +19,7 @@ class SpillFile {
 
   private:
     struct Close {
-        void operator()(std::FILE* file) const noexcept { std::fclose(file); }
+        void operator()(std::FILE* file) const noexcept { static_cast<void>(std::fclose(file)); }
     };
     std::unique_ptr<std::FILE, Close> file_;  // made when it is first needed
     std::uint64_t size_ = 0;

@@ -149,14 +149,14 @@ std::u16string ColumnLiterals::Of(const Value& value) const {
 
 // Rounding would pass without an error; a number that is too large is one at the server.
 std::u16string ColumnLiterals::Exact(const Value& value) const {
-    const std::u16string text = DigitsOf(value);
+    std::u16string text = DigitsOf(value);
     const std::string digits(text.begin(), text.end());
     const ExactDigits number = Normalize(digits);
     const std::size_t scale = toType_.money     ? 4
                               : toType_.integer ? 0
                                                 : static_cast<std::size_t>(to_.NumericScale);
     if (number.fraction.size() > scale) Refuse(u"the column would round it");
-    if (to_.DataType == u"bit" && number.whole != "" && number.whole != "1") {
+    if (to_.DataType == u"bit" && !number.whole.empty() && number.whole != "1") {
         Refuse(u"a bit holds 0 and 1");
     }
     return text;

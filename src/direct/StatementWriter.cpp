@@ -44,7 +44,7 @@ std::size_t Size(const std::vector<std::u16string>& parts) {
 }
 
 // RAISERROR takes "%" for a place.
-std::u16string MessageText(std::u16string text) {
+std::u16string MessageText(std::u16string_view text) {
     std::u16string out;
     for (const char16_t unit : text) {
         const bool control = unit < 0x20 || unit == 0x7F;
@@ -192,7 +192,7 @@ void StatementWriter::Delete(const DirectRow& row, const std::vector<std::size_t
     }
     AddConditions(shape, guarded);
     Line line = MakeLine(shape, row, true);
-    Take(std::move(shape), std::move(line), false);
+    Take(shape, std::move(line), false);
 }
 
 void StatementWriter::Update(const DirectRow& row, const DirectRow& source,
@@ -206,14 +206,14 @@ void StatementWriter::Update(const DirectRow& row, const DirectRow& source,
         line.values.push_back(ofSource_[column].Of(source[column]));
         alone = alone || ofSource_[column].StandsAlone(source[column]);
     }
-    Take(std::move(shape), std::move(line), alone);
+    Take(shape, std::move(line), alone);
 }
 
 void StatementWriter::Empty(const DirectRow& row, const std::vector<std::size_t>& columns) {
     Shape shape{Kind::Empty, {}, columns, false};
     AddConditions(shape, columns);
     Line line = MakeLine(shape, row, true);
-    Take(std::move(shape), std::move(line), false);
+    Take(shape, std::move(line), false);
 }
 
 void StatementWriter::Complete(const DirectRow& source, const std::vector<std::size_t>& columns) {
@@ -225,10 +225,10 @@ void StatementWriter::Complete(const DirectRow& source, const std::vector<std::s
         line.values.push_back(ofSource_[column].Of(source[column]));
         alone = alone || ofSource_[column].StandsAlone(source[column]);
     }
-    Take(std::move(shape), std::move(line), alone);
+    Take(shape, std::move(line), alone);
 }
 
-void StatementWriter::Take(Shape shape, Line line, bool alone) {
+void StatementWriter::Take(const Shape& shape, Line line, bool alone) {
     if (alone || !style_.lists) return WriteSingle(shape, line);
     gathered_ += Size(line.values);
     for (const Cell& cell : line.conditions)

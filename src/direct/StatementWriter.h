@@ -76,7 +76,7 @@ class StatementWriter {
     void AddConditions(Shape& shape, const std::vector<std::size_t>& guarded) const;
     Line MakeLine(const Shape& shape, const DirectRow& row, bool ofTarget) const;
     Cell ConditionCell(const Condition& condition, const DirectRow& row, bool ofTarget) const;
-    void Take(Shape shape, Line line, bool alone);
+    void Take(const Shape& shape, Line line, bool alone);
     void Write(const Shape& shape, const std::vector<Line>& lines);
     void WriteList(const Shape& shape, const std::vector<Line>& lines);
     void WriteSingle(const Shape& shape, const Line& line);

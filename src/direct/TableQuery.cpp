@@ -42,7 +42,7 @@ std::u16string VariantFieldList(const std::u16string& name) {
 // A driver that did not ask for UTF-8 gets such text converted, with a substitute for what is none:
 // asked for as binary, it comes as it is.
 std::u16string FieldOf(const ColumnPair& pair, const ColumnFacts& facts, int side) {
-    const std::u16string name = QuoteIdentifier(facts.Name);
+    std::u16string name = QuoteIdentifier(facts.Name);
     if (pair.type1.cells == CellClass::Variant) return VariantFieldList(name);
     if (pair.Type(side).cells == CellClass::PageText && facts.CodePage == Utf8CodePage) {
         if (facts.DataType == u"text") {
