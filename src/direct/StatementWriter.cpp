@@ -7,6 +7,7 @@
 #include "catalog/Identifiers.h"
 #include "core/TableEntry.h"
 #include "core/Text.h"
+#include "direct/VariantCell.h"
 
 namespace QuillonLib {
 
@@ -371,6 +372,30 @@ void StatementWriter::WriteSingle(const Shape& shape, const Line& line) {
     batches_.Add(text + u"\r\nWHERE " + where + Check(1, line));
 }
 
+// What the bytes alone do not say: their number, for the server takes bytes for equal where only
+// zeros follow, and the base type of a sql_variant.
+std::u16string StatementWriter::Beyond(std::size_t column, const Value& value) const {
+    const std::u16string bytes = LeftSide({column, true}, u"");
+    const auto length = [&](std::size_t size) {
+        return u" AND DATALENGTH(" + bytes + u") = " + ToText(static_cast<std::int64_t>(size));
+    };
+    switch (ClassifyType(TargetFacts(column)).value().cells) {
+        case CellClass::PageText:
+        case CellClass::WideText:
+        case CellClass::Xml:
+        case CellClass::Bytes:
+            return length(BytesText(value).size() / 2 - 1);
+        case CellClass::Variant: {
+            const VariantCell cell(value);
+            return length(cell.Bytes().size()) + u" AND CAST(SQL_VARIANT_PROPERTY(" +
+                   QuoteIdentifier(TargetFacts(column).Name) +
+                   u", 'BaseType') AS nvarchar(128)) = " + QuoteText(cell.BaseType());
+        }
+        default:
+            return {};
+    }
+}
+
 // One of the rows that are exactly this.
 void StatementWriter::DeleteWhole(const DirectRow& row) {
     Shape shape;
@@ -381,8 +406,9 @@ void StatementWriter::DeleteWhole(const DirectRow& row) {
     for (std::size_t i = 0; i < shape.conditions.size(); ++i) {
         const std::u16string column = LeftSide(shape.conditions[i], u"");
         AppendTerm(where, u" AND ",
-                   line.conditions[i].null ? column + u" IS NULL"
-                                           : column + u" = " + line.conditions[i].literal);
+                   line.conditions[i].null
+                       ? column + u" IS NULL"
+                       : column + u" = " + line.conditions[i].literal + Beyond(i, row[i]));
     }
     batches_.Add(u"DELETE TOP (1) FROM " + table_ + u"\r\nWHERE " + where + Check(1, line));
 }

@@ -83,6 +83,7 @@ class StatementWriter {
     void DeleteWhole(const DirectRow& row);
     void FlushInserts();
     std::u16string LeftSide(const Condition& condition, const std::u16string& prefix) const;
+    std::u16string Beyond(std::size_t column, const Value& value) const;
     std::u16string Check(std::size_t expected, const Line& first) const;
     std::u16string TypedNull(std::size_t column) const;
 

@@ -225,6 +225,22 @@ TEST_P(Scripts, TablesWithoutAKey) {
     ExpectToConverge({u"t"});
 }
 
+TEST_P(Scripts, RowsWithoutAKeyThatTheServerTakesForEqual) {
+    RunOnBoth(u"CREATE TABLE t (a varbinary(9), b nvarchar(9), v sql_variant)");
+    RunOn1(u"INSERT t VALUES (0x01, N'a', CAST(1 AS smallint))");
+    RunOn2(
+        u"INSERT t VALUES (0x0100, N'a', 0x0001) INSERT t VALUES (0x01, N'a', 0x0001)"
+        u" INSERT t VALUES (0x01, N'a', CAST(1 AS smallint))");
+    const std::u16string script = Script({u"t"});
+    EXPECT_NE(script.find(u"CAST([a] AS varbinary(max)) = 0x0100 AND DATALENGTH(CAST([a] AS"
+                          u" varbinary(max))) = 2 AND CAST([b] AS varbinary(max)) = 0x6100 AND"
+                          u" DATALENGTH(CAST([b] AS varbinary(max))) = 2 AND "),
+              std::u16string::npos)
+        << ToUtf8(script);
+    EXPECT_NE(script.find(u"AS nvarchar(128)) = N'varbinary'"), std::u16string::npos);
+    ExpectToConverge({u"t"});
+}
+
 TEST_P(Scripts, KeysThatTheCallerNames) {
     keyColumns = {u"k"};
     RunOnBoth(u"CREATE TABLE t (k varchar(9), a int)");
