@@ -527,8 +527,10 @@ void Executor::SetOption(const SetOptionStmt& stmt) {
         if (option == u"QUOTED_IDENTIFIER") context_.options.quotedIdentifier = stmt.on;
         if (option == u"CONTEXT_INFO" && stmt.expr) {
             const TypedValue value = Evaluate(*stmt.expr);
-            if (!IsBinary(value.type.id)) {
-                throw SqlError(2743, u"The SET CONTEXT_INFO statement needs a binary value.", 16);
+            if (!IsBinary(value.type.id) || value.value.IsNull()) {
+                throw SqlError(2743,
+                               u"SET CONTEXT_INFO option requires varbinary (128) NOT NULL "
+                               u"parameter.");
             }
             context_.contextInfo = Convert(value.value, value.type,
                                            SqlType{TypeId::Binary, 128, 0, 0}, Purpose::Variable)

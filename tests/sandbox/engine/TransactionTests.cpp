@@ -203,5 +203,16 @@ TEST(Snapshots, KeepWhatIsChangedMeanwhile) {
     EXPECT_EQ(reader.Text(u"COMMIT SELECT a FROM t"), "2\n");
 }
 
+TEST(ContextInfo, StaysWithTheSessionWhateverRollsBack) {
+    Box box;
+    EXPECT_EQ(box.Text(u"SELECT CONTEXT_INFO()"), "NULL\n");
+    box.Text(u"BEGIN TRAN SET CONTEXT_INFO 0x0102 ROLLBACK");
+    EXPECT_EQ(box.Text(u"SELECT CAST(CONTEXT_INFO() AS varbinary(4)), DATALENGTH(CONTEXT_INFO())"),
+              "0x01020000|128\n");
+    EXPECT_EQ(Client(*box.backend, u"w").Text(u"SELECT CONTEXT_INFO()"), "NULL\n");
+    EXPECT_EQ(box.Text(u"SET CONTEXT_INFO 'x'"),
+              "!2743 SET CONTEXT_INFO option requires varbinary (128) NOT NULL parameter.\n");
+}
+
 }  // namespace
 }  // namespace sandbox::testing
