@@ -135,6 +135,7 @@ TEST_F(Equality, OfVariantsIsThatOfTheirTypesToo) {
     EXPECT_EQ(equal(u"'abc'", u"N'abc'"), false);
     EXPECT_EQ(equal(u"'abc'", u"'ABC'"), false);
     EXPECT_EQ(equal(u"CAST(1 AS smallint)", u"0x0001"), false);
+    EXPECT_EQ(equal(u"CAST('abc' AS char(3))", u"'abc'"), false);
     const std::u16string cyrillic = u"CAST(N'\u0416' COLLATE Cyrillic_General_CI_AS AS varchar(9))";
     EXPECT_EQ(equal(cyrillic, cyrillic), true);
     EXPECT_EQ(equal(cyrillic, u"CAST(N'\u00C6' COLLATE Latin1_General_CI_AS AS varchar(9))"),
