@@ -1,0 +1,183 @@
+#include "automation/ComUtils.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "automation/Arrays.h"
+#include "automation/Choices.h"
+#include "automation/ComRecordset.h"
+
+namespace QuillonLib::Automation {
+
+namespace {
+
+// A row set or text that an operation sets by reference. What it holds goes back to the caller,
+// also after a failure.
+class RowsOut {
+  public:
+    explicit RowsOut(IRecordset** target)
+        : target_(target), rows(ComRecordset::CoreOf(Target(target))) {}
+    void HandBack() { Replace(target_, ComRecordset::Of(rows)); }
+
+  private:
+    IRecordset** target_;
+
+  public:
+    std::shared_ptr<Recordset> rows;
+};
+
+class TextOut {
+  public:
+    explicit TextOut(BSTR* target) : target_(target), text(TextOf(Target(target))) {}
+    void HandBack() { Replace(target_, text); }
+
+  private:
+    BSTR* target_;
+
+  public:
+    std::u16string text;
+};
+
+template <class Work, class... Outs>
+void WithOutputs(Work&& work, Outs&... outs) {
+    try {
+        work();
+    } catch (...) {
+        (outs.HandBack(), ...);
+        throw;
+    }
+    (outs.HandBack(), ...);
+}
+
+QuillonLib::enShowOptions ToOptions(::enShowOptions options) {
+    return static_cast<QuillonLib::enShowOptions>(options);
+}
+
+Variant ArrayOrNull(const std::optional<TextArray>& texts) {
+    return texts ? ToVariant(*texts) : Variant::Null();
+}
+
+std::u16string_view OptionalText(const BSTR* text) {
+    return text == nullptr ? std::u16string_view() : ViewOf(*text);
+}
+
+}  // namespace
+
+STDMETHODIMP ComUtils::get_LastError(BSTR* value) {
+    return Do([&] { Give(value, core_->LastError()); });
+}
+
+STDMETHODIMP ComUtils::putref_EventSink(IEventSink* obEventSink) {
+    return Do([&] {
+        core_->EventSink(ComEventSink::CoreOf(obEventSink));
+        eventSink_ = obEventSink;
+    });
+}
+
+STDMETHODIMP ComUtils::get_SuppressCompareProcessErrors(VARIANT_BOOL* value) {
+    return Do([&] { Give(value, core_->SuppressCompareProcessErrors()); });
+}
+
+STDMETHODIMP ComUtils::put_SuppressCompareProcessErrors(VARIANT_BOOL bValue) {
+    return Do([&] { core_->SuppressCompareProcessErrors(bValue != VARIANT_FALSE); });
+}
+
+STDMETHODIMP ComUtils::CompareContents(IDatabase* obDB1, IDatabase* obDB2, IDatabase* obDB3,
+                                       SAFEARRAY** sTables, IDispatch* obIndexCollection,
+                                       IDispatch* obColumnCollection, ITableDifferences** value) {
+    return Do([&] {
+        const TextArray tables = ToTextArray(Target(sTables));
+        Give(value,
+             ComTableDifferences::Of(core_->CompareContents(
+                 ComDatabase::CoreOf(obDB1), ComDatabase::CoreOf(obDB2), ComDatabase::CoreOf(obDB3),
+                 tables, ReadIndexChoices(obIndexCollection, tables),
+                 ReadColumnChoices(obColumnCollection, tables))));
+    });
+}
+
+STDMETHODIMP ComUtils::CompareContentsEx(IDatabase* obDB1, IDatabase* obDB2, IDatabase* obDB3,
+                                         SAFEARRAY** sTables, IDispatch* obIndexes,
+                                         IDispatch* obColumns, ITableDifferences** value) {
+    return Do([&] {
+        Give(value, ComTableDifferences::Of(core_->CompareContentsEx(
+                        ComDatabase::CoreOf(obDB1), ComDatabase::CoreOf(obDB2),
+                        ComDatabase::CoreOf(obDB3), ToTextArray(Target(sTables)),
+                        ReadIndexDictionary(obIndexes), ReadColumnDictionary(obColumns))));
+    });
+}
+
+STDMETHODIMP ComUtils::GetRecordsets(IDatabase* obDB1, IDatabase* obDB2, IDatabase* obDB3,
+                                     ITableDifference* obTableDifference, IRecordset** rsEqual,
+                                     IRecordset** rsDifferent, IRecordset** rsRight,
+                                     IRecordset** rsLeft, BSTR* sRight, BSTR* sLeft,
+                                     ::enShowOptions enOptions, LONG lRecords) {
+    return Do([&] {
+        RowsOut equal(rsEqual);
+        RowsOut different(rsDifferent);
+        RowsOut right(rsRight);
+        RowsOut left(rsLeft);
+        TextOut rightScript(sRight);
+        TextOut leftScript(sLeft);
+        WithOutputs(
+            [&] {
+                core_->GetRecordsets(ComDatabase::CoreOf(obDB1), ComDatabase::CoreOf(obDB2),
+                                     ComDatabase::CoreOf(obDB3),
+                                     ComTableDifference::CoreOf(obTableDifference), equal.rows,
+                                     different.rows, right.rows, left.rows, rightScript.text,
+                                     leftScript.text, ToOptions(enOptions), lRecords);
+            },
+            equal, different, right, left, rightScript, leftScript);
+    });
+}
+
+STDMETHODIMP ComUtils::GetUpdateScripts(IDatabase* obDB1, IDatabase* obDB2, IDatabase* obDB3,
+                                        ITableDifferences* obTableDifferences, BSTR* sLeft,
+                                        BSTR* sRight, ::enShowOptions enOptions, LONG lRecords) {
+    return Do([&] {
+        TextOut left(sLeft);
+        TextOut right(sRight);
+        WithOutputs(
+            [&] {
+                core_->GetUpdateScripts(ComDatabase::CoreOf(obDB1), ComDatabase::CoreOf(obDB2),
+                                        ComDatabase::CoreOf(obDB3),
+                                        ComTableDifferences::CoreOf(obTableDifferences), left.text,
+                                        right.text, ToOptions(enOptions), lRecords);
+            },
+            left, right);
+    });
+}
+
+STDMETHODIMP ComUtils::get_AvailableServers(VARIANT* value) {
+    return Do([&] { Give(value, ArrayOrNull(core_->AvailableServers())); });
+}
+
+STDMETHODIMP ComUtils::get_AvailableDatabases(BSTR sServer, BSTR* sUser, BSTR* sPassword,
+                                              VARIANT* value) {
+    return Do([&] {
+        Give(value, ArrayOrNull(core_->AvailableDatabases(ViewOf(sServer), OptionalText(sUser),
+                                                          OptionalText(sPassword))));
+    });
+}
+
+STDMETHODIMP ComUtils::GetSQLStatementsFromScript(BSTR sScript, VARIANT* value) {
+    return Do([&] { Give(value, ToVariant(core_->GetSQLStatementsFromScript(ViewOf(sScript)))); });
+}
+
+STDMETHODIMP ComUtils::EncryptText(BSTR sText, BSTR sPassword, VARIANT* value) {
+    return Do(
+        [&] { Give(value, ToVariant(core_->EncryptText(ViewOf(sText), ViewOf(sPassword)))); });
+}
+
+STDMETHODIMP ComUtils::DecryptText(VARIANT vBytes, BSTR sPassword, BSTR* value) {
+    return Do([&] {
+        const Variant bytes = PlainValue(vBytes);
+        if (bytes.Type() == VT_BSTR) {
+            Give(value, core_->DecryptText(ViewOf(bytes.Get().bstrVal), ViewOf(sPassword)));
+        } else {
+            Give(value, core_->DecryptText(ToBytes(ArrayIn(bytes.Get())), ViewOf(sPassword)));
+        }
+    });
+}
+
+}  // namespace QuillonLib::Automation

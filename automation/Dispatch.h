@@ -1,0 +1,26 @@
+// Late-bound calls, answered through the type library.
+#pragma once
+
+#include "automation/AutomationTypes.h"
+
+namespace QuillonLib::Automation {
+
+struct Invocation {
+    DISPID member;
+    LCID locale;
+    WORD flags;
+    DISPPARAMS* arguments;
+    VARIANT* result;
+    EXCEPINFO* exception;
+    UINT* badArgument;
+};
+
+// What IDispatch::Invoke does, for an object whose dual interface `type` describes.
+//
+// Scripts hold variants only. A parameter that is a typed reference gets a temporary of its type
+// with the value of the variable, and what it holds after the call, failed or not, goes back into
+// the variable (but for arrays, which no member changes). Arguments behind a property without
+// parameters that gives an object go to the object's default member: Tables("[dbo].[T]").
+HRESULT Invoke(ITypeInfo* type, IDispatch* object, const Invocation& call) noexcept;
+
+}  // namespace QuillonLib::Automation

@@ -1,0 +1,50 @@
+// Hands values of the library to the pointers that automation callers pass for results.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "automation/AutomationTypes.h"
+#include "automation/ComPtr.h"
+#include "automation/Failure.h"
+#include "automation/Text.h"
+#include "automation/Variant.h"
+
+namespace QuillonLib::Automation {
+
+template <class T>
+T& Target(T* pointer) {
+    if (pointer == nullptr) throw ComError(E_POINTER);
+    return *pointer;
+}
+
+inline void Give(BSTR* target, std::u16string_view text) {
+    Target(target) = NewBstr(text);
+}
+inline void Give(LONG* target, std::int32_t number) {
+    Target(target) = number;
+}
+inline void Give(VARIANT_BOOL* target, bool value) {
+    Target(target) = value ? VARIANT_TRUE : VARIANT_FALSE;
+}
+inline void Give(VARIANT* target, Variant value) {
+    Target(target) = value.Detach();
+}
+template <class T>
+void Give(T** target, ComPtr<T> object) {
+    Target(target) = object.Detach();
+}
+
+// The same for a reference that may hold something already.
+inline void Replace(BSTR* target, std::u16string_view text) {
+    BSTR fresh = NewBstr(text);
+    SysFreeString(Target(target));
+    *target = fresh;
+}
+template <class T>
+void Replace(T** target, ComPtr<T> object) {
+    ComPtr<T>::Attach(Target(target));
+    *target = object.Detach();
+}
+
+}  // namespace QuillonLib::Automation
