@@ -89,6 +89,15 @@ EncryptedText ToBytes(SAFEARRAY* array) {
     return bytes;
 }
 
+Variant ToVariantArray(SAFEARRAY* array) {
+    auto values = Elements(array);
+    Variant result = NewArray(VT_VARIANT, values.size(), array->rgsabound[0].lLbound);
+    const ArrayData data(result.Get().parray);
+    for (std::size_t i = 0; i < values.size(); ++i)
+        data.As<VARIANT>()[i] = values[i].Detach();
+    return result;
+}
+
 SAFEARRAY* ArrayIn(const VARIANT& value) {
     const VARIANT* held = &value;
     while (held->vt == (VT_BYREF | VT_VARIANT))

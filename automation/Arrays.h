@@ -42,6 +42,9 @@ EncryptedText ToBytes(SAFEARRAY* array);
 // The values of a one-dimensional array of strings or of variants. Error 13 for any other.
 std::vector<Variant> Elements(SAFEARRAY* array);
 
+// The same array with its strings in variants.
+Variant ToVariantArray(SAFEARRAY* array);
+
 // The array in a VARIANT, at whatever depth of reference; it stays the caller's. Error 13 where
 // there is none.
 SAFEARRAY* ArrayIn(const VARIANT& value);

@@ -3,6 +3,7 @@
 #include <list>
 #include <vector>
 
+#include "automation/Arrays.h"
 #include "automation/Failure.h"
 #include "automation/Parameter.h"
 #include "core/Error.h"
@@ -77,6 +78,14 @@ std::vector<VARIANT*> InOrder(const FUNCDESC& function, const DISPPARAMS& argume
     return given;
 }
 
+// Scripts can read the elements of an array of variants only. Who calls through the interface
+// itself gets the strings as an array of strings.
+void MakeReadable(VARIANT& result) {
+    if (result.vt != (VT_ARRAY | VT_BSTR)) return;
+    const Variant strings = Variant::Take(result);
+    result = ToVariantArray(strings.Get().parray).Detach();
+}
+
 // The call with every argument in the form that its parameter has.
 class TypedCall {
   public:
@@ -105,6 +114,7 @@ class TypedCall {
                           call_.result, call_.exception, call_.badArgument);
         for (Parameter& parameter : parameters_)
             parameter.HandBack();
+        if (SUCCEEDED(result) && call_.result != nullptr) MakeReadable(*call_.result);
         return result;
     }
 

@@ -1,5 +1,7 @@
 #include "automation/Variant.h"
 
+#include <utility>
+
 #include "automation/Failure.h"
 #include "automation/Text.h"
 #include "core/Error.h"
@@ -9,6 +11,12 @@ namespace QuillonLib::Automation {
 Variant::Variant(const VARIANT& other) {
     VariantInit(&value_);
     Check(VariantCopyInd(&value_, const_cast<VARIANT*>(&other)));
+}
+
+Variant Variant::Take(VARIANT& owner) noexcept {
+    Variant result;
+    std::swap(result.value_, owner);
+    return result;
 }
 
 Variant Variant::Null() noexcept {

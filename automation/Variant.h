@@ -22,6 +22,8 @@ class Variant {
     }
     ~Variant() { VariantClear(&value_); }
 
+    // Takes over what a VARIANT owns, which is Empty then.
+    static Variant Take(VARIANT& owner) noexcept;
     static Variant Null() noexcept;
     // What a caller passes who leaves an optional argument out.
     static Variant Missing() noexcept;

@@ -1,0 +1,236 @@
+#include "HostObject.h"
+
+#include <psapi.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cwchar>
+#include <iterator>
+
+#include "EventConnection.h"
+#include "OdbcScript.h"
+
+namespace scripthost {
+
+namespace {
+
+enum Member : DISPID {
+    EchoMember = 1,
+    ConnectMember,
+    DisconnectMember,
+    EnvironmentMember,
+    LibraryInUseMember,
+    PrivateBytesMember,
+    HandleCountMember,
+    FailMember,
+    PassMember,
+    RunSqlMember,
+};
+
+struct MemberName {
+    const wchar_t* name;
+    Member id;
+};
+
+constexpr MemberName Members[] = {
+    {L"Echo", EchoMember},
+    {L"Connect", ConnectMember},
+    {L"Disconnect", DisconnectMember},
+    {L"Environment", EnvironmentMember},
+    {L"LibraryInUse", LibraryInUseMember},
+    {L"PrivateBytes", PrivateBytesMember},
+    {L"HandleCount", HandleCountMember},
+    {L"Fail", FailMember},
+    {L"Pass", PassMember},
+    {L"RunSql", RunSqlMember},
+};
+
+std::wstring TextOf(const VARIANT& value) {
+    VARIANT text;
+    VariantInit(&text);
+    std::wstring result;
+    if (SUCCEEDED(
+            VariantChangeType(&text, const_cast<VARIANT*>(&value), VARIANT_ALPHABOOL, VT_BSTR))) {
+        result.assign(text.bstrVal, SysStringLen(text.bstrVal));
+    }
+    VariantClear(&text);
+    return result;
+}
+
+ComPtr<IUnknown> ObjectIn(const VARIANT& value) {
+    const VARIANT* held = value.vt == (VT_BYREF | VT_VARIANT) ? value.pvarVal : &value;
+    if (held->vt != VT_DISPATCH && held->vt != VT_UNKNOWN) return nullptr;
+    return ComPtr<IUnknown>(held->punkVal).As<IUnknown>();
+}
+
+double PrivateBytes() {
+    PROCESS_MEMORY_COUNTERS_EX counters{};
+    GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
+                         sizeof(counters));
+    return static_cast<double>(counters.PrivateUsage);
+}
+
+double HandleCount() {
+    DWORD count = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &count);
+    return count;
+}
+
+void SetNumber(VARIANT* result, double number) {
+    if (result == nullptr) return;
+    result->vt = VT_R8;
+    result->dblVal = number;
+}
+
+void SetFlag(VARIANT* result, bool flag) {
+    if (result == nullptr) return;
+    result->vt = VT_BOOL;
+    result->boolVal = flag ? VARIANT_TRUE : VARIANT_FALSE;
+}
+
+void SetText(VARIANT* result, const std::wstring& text) {
+    if (result == nullptr) return;
+    result->vt = VT_BSTR;
+    result->bstrVal = SysAllocStringLen(text.c_str(), static_cast<UINT>(text.size()));
+}
+
+std::wstring Environment(const std::wstring& name) {
+    const wchar_t* value = _wgetenv(name.c_str());
+    return value == nullptr ? L"" : value;
+}
+
+UINT ArgumentCount(DISPID member) {
+    switch (member) {
+        case ConnectMember:
+        case RunSqlMember:
+            return 2;
+        case EchoMember:
+        case FailMember:
+        case DisconnectMember:
+        case EnvironmentMember:
+            return 1;
+        default:
+            return 0;
+    }
+}
+
+}  // namespace
+
+void Print(const std::wstring& text) {
+    const int size = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()),
+                                         nullptr, 0, nullptr, nullptr);
+    std::string bytes(static_cast<std::size_t>(size), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), bytes.data(), size,
+                        nullptr, nullptr);
+    std::printf("%s\n", bytes.c_str());
+    std::fflush(stdout);
+}
+
+bool LibraryInUse() {
+    HMODULE library = GetModuleHandleW(L"QuillonLib.dll");
+    if (library == nullptr) return false;
+    using CanUnload = HRESULT(WINAPI*)();
+    const auto canUnload = reinterpret_cast<CanUnload>(
+        reinterpret_cast<void*>(GetProcAddress(library, "DllCanUnloadNow")));
+    return canUnload() != S_OK;
+}
+
+void HostObject::Close() {
+    for (const auto& connection : connections_)
+        connection->Close();
+    connections_.clear();
+    script_ = nullptr;
+}
+
+HRESULT HostObject::Connect(const VARIANT& source, const VARIANT& prefix) {
+    ComPtr<EventConnection> connection;
+    const HRESULT result =
+        EventConnection::Open(ObjectIn(source), TextOf(prefix), script_, connection);
+    if (SUCCEEDED(result)) connections_.push_back(connection);
+    return result;
+}
+
+HRESULT HostObject::Disconnect(const VARIANT& source) {
+    const auto object = ObjectIn(source);
+    const auto first = std::stable_partition(
+        connections_.begin(), connections_.end(),
+        [&](const auto& connection) { return !connection->IsOf(object.Get()); });
+    if (first == connections_.end()) return CONNECT_E_NOCONNECTION;
+    for (auto closed = first; closed != connections_.end(); ++closed)
+        (*closed)->Close();
+    connections_.erase(first, connections_.end());
+    return S_OK;
+}
+
+STDMETHODIMP HostObject::QueryInterface(REFIID iid, void** object) {
+    *object = nullptr;
+    if (iid != IID_IUnknown && iid != IID_IDispatch) return E_NOINTERFACE;
+    *object = static_cast<IDispatch*>(this);
+    AddRef();
+    return S_OK;
+}
+
+STDMETHODIMP_(ULONG) HostObject::Release() {
+    const ULONG left = --references_;
+    if (left == 0) delete this;
+    return left;
+}
+
+STDMETHODIMP HostObject::GetTypeInfoCount(UINT* count) {
+    *count = 0;
+    return S_OK;
+}
+
+STDMETHODIMP HostObject::GetTypeInfo(UINT, LCID, ITypeInfo**) {
+    return E_NOTIMPL;
+}
+
+STDMETHODIMP HostObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT, LCID, DISPID* ids) {
+    const auto* found =
+        std::find_if(std::begin(Members), std::end(Members),
+                     [&](const MemberName& one) { return _wcsicmp(one.name, names[0]) == 0; });
+    ids[0] = found == std::end(Members) ? DISPID_UNKNOWN : static_cast<DISPID>(found->id);
+    return found == std::end(Members) ? DISP_E_UNKNOWNNAME : S_OK;
+}
+
+STDMETHODIMP HostObject::Invoke(DISPID member, REFIID, LCID, WORD, DISPPARAMS* arguments,
+                                VARIANT* result, EXCEPINFO*, UINT*) {
+    if (arguments->cArgs != ArgumentCount(member)) return DISP_E_BADPARAMCOUNT;
+    const VARIANT* given = arguments->rgvarg;  // the last one first
+    switch (member) {
+        case EchoMember:
+            Print(TextOf(given[0]));
+            return S_OK;
+        case ConnectMember:
+            return Connect(given[1], given[0]);
+        case DisconnectMember:
+            return Disconnect(given[0]);
+        case EnvironmentMember:
+            SetText(result, Environment(TextOf(given[0])));
+            return S_OK;
+        case LibraryInUseMember:
+            SetFlag(result, LibraryInUse());
+            return S_OK;
+        case PrivateBytesMember:
+            SetNumber(result, PrivateBytes());
+            return S_OK;
+        case HandleCountMember:
+            SetNumber(result, HandleCount());
+            return S_OK;
+        case FailMember:
+            failed_ = true;
+            Print(TextOf(given[0]));
+            return S_OK;
+        case PassMember:
+            ++passed_;
+            return S_OK;
+        case RunSqlMember:
+            SetText(result, RunSql(TextOf(given[1]), TextOf(given[0])));
+            return S_OK;
+        default:
+            return DISP_E_MEMBERNOTFOUND;
+    }
+}
+
+}  // namespace scripthost
