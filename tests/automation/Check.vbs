@@ -21,12 +21,14 @@ Function Shown(value)
         If value Is Nothing Then Shown = "Nothing" Else Shown = "an object"
     ElseIf IsArray(value) Then
         Shown = "an array"
+    ElseIf VarType(value) = vbInteger Or VarType(value) = vbLong Then
+        Shown = "number " & value
     Else
         Shown = TypeName(value) & " " & CStr(value)
     End If
 End Function
 
-' The same type and value.
+' The same type and value; whole numbers of 16 and of 32 bits are one type.
 Sub Equal(expected, actual, what)
     If Shown(expected) = Shown(actual) Then
         Host.Pass
@@ -84,9 +86,15 @@ Function NewDatabase(databases, name)
     Set NewDatabase = database
 End Function
 
-Sub RunOn(database, sql)
-    Dim messages
-    messages = Host.RunSql("driver={SQL Server};server=" & database.Server & ";database=" & _
-        database.Database & ";uid=sa;pwd=sandbox", sql)
-    If messages <> "" Then Host.Fail "The server refused " & sql & ": " & messages
+' Runs the batches of a script on one connection.
+Sub RunOn(database, statements)
+    Dim statement, messages
+    Host.OpenSql "driver={SQL Server};server=" & database.Server & ";database=" & _
+        database.Database & ";uid=sa;pwd=sandbox"
+    For Each statement In statements
+        messages = ""
+        If statement <> "" Then messages = Host.RunSql(statement)
+        If messages <> "" Then Host.Fail "The server refused " & statement & ": " & messages
+    Next
+    Host.CloseSql
 End Sub

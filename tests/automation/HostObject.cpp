@@ -9,7 +9,6 @@
 #include <iterator>
 
 #include "EventConnection.h"
-#include "OdbcScript.h"
 
 namespace scripthost {
 
@@ -25,7 +24,9 @@ enum Member : DISPID {
     HandleCountMember,
     FailMember,
     PassMember,
+    OpenSqlMember,
     RunSqlMember,
+    CloseSqlMember,
 };
 
 struct MemberName {
@@ -43,7 +44,9 @@ constexpr MemberName Members[] = {
     {L"HandleCount", HandleCountMember},
     {L"Fail", FailMember},
     {L"Pass", PassMember},
+    {L"OpenSql", OpenSqlMember},
     {L"RunSql", RunSqlMember},
+    {L"CloseSql", CloseSqlMember},
 };
 
 std::wstring TextOf(const VARIANT& value) {
@@ -103,9 +106,10 @@ std::wstring Environment(const std::wstring& name) {
 UINT ArgumentCount(DISPID member) {
     switch (member) {
         case ConnectMember:
-        case RunSqlMember:
             return 2;
         case EchoMember:
+        case OpenSqlMember:
+        case RunSqlMember:
         case FailMember:
         case DisconnectMember:
         case EnvironmentMember:
@@ -140,6 +144,7 @@ void HostObject::Close() {
     for (const auto& connection : connections_)
         connection->Close();
     connections_.clear();
+    session_ = nullptr;
     script_ = nullptr;
 }
 
@@ -226,7 +231,14 @@ STDMETHODIMP HostObject::Invoke(DISPID member, REFIID, LCID, WORD, DISPPARAMS* a
             ++passed_;
             return S_OK;
         case RunSqlMember:
-            SetText(result, RunSql(TextOf(given[1]), TextOf(given[0])));
+            if (session_ == nullptr) return E_UNEXPECTED;
+            SetText(result, session_->Run(TextOf(given[0])));
+            return S_OK;
+        case OpenSqlMember:
+            session_ = std::make_unique<SqlSession>(TextOf(given[0]));
+            return S_OK;
+        case CloseSqlMember:
+            session_ = nullptr;
             return S_OK;
         default:
             return DISP_E_MEMBERNOTFOUND;

@@ -3,10 +3,11 @@
 
 #include "automation/AutomationTypes.h"
 
-#include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "OdbcScript.h"
 #include "automation/ComPtr.h"
 
 namespace scripthost {
@@ -16,7 +17,8 @@ using QuillonLib::Automation::ComPtr;
 class EventConnection;
 
 // Echo text; Pass, for a check that holds; Fail text, for one that does not; Connect object, prefix
-// and Disconnect object, for events; RunSql(connection string, batch), the server's messages;
+// and Disconnect object, for events; OpenSql connection string,
+// RunSql(batch), which gives the server's messages, CloseSql;
 // Environment(name); LibraryInUse; PrivateBytes; HandleCount.
 class HostObject final : public IDispatch {
   public:
@@ -46,6 +48,7 @@ class HostObject final : public IDispatch {
     int passed_ = 0;
     ComPtr<IDispatch> script_;
     std::vector<ComPtr<EventConnection>> connections_;
+    std::unique_ptr<SqlSession> session_;
 };
 
 // Whether the library says that it is in use; false when it is not loaded.

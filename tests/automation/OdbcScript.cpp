@@ -45,8 +45,41 @@ SQLWCHAR* Characters(const std::wstring& text) {
     return reinterpret_cast<SQLWCHAR*>(const_cast<wchar_t*>(text.c_str()));
 }
 
-std::wstring Run(const Handle& connection, const std::wstring& sql) {
-    const Handle statement(SQL_HANDLE_STMT, connection.Get());
+}  // namespace
+
+class SqlSession::State {
+  public:
+    explicit State(const std::wstring& connectionString) {
+        const SQLRETURN opened =
+            SQLDriverConnectW(connection.Get(), nullptr, Characters(connectionString), SQL_NTS,
+                              nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
+        if (!SQL_SUCCEEDED(opened)) failure = connection.Messages() + L"(not connected)";
+    }
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+    ~State() { SQLDisconnect(connection.Get()); }
+
+    class Environment : public Handle {
+      public:
+        Environment() : Handle(SQL_HANDLE_ENV, SQL_NULL_HANDLE) {
+            SQLSetEnvAttr(Get(), SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3),
+                          0);
+        }
+    };
+    const Environment environment;
+    const Handle connection{SQL_HANDLE_DBC, environment.Get()};
+    std::wstring failure;
+};
+
+SqlSession::SqlSession(const std::wstring& connectionString)
+    : state_(std::make_unique<State>(connectionString)) {
+}
+
+SqlSession::~SqlSession() = default;
+
+std::wstring SqlSession::Run(const std::wstring& sql) {
+    if (!state_->failure.empty()) return state_->failure;
+    const Handle statement(SQL_HANDLE_STMT, state_->connection.Get());
     SQLRETURN result =
         SQLExecDirectW(statement.Get(), Characters(sql), static_cast<SQLINTEGER>(sql.size()));
     std::wstring messages;
@@ -54,22 +87,6 @@ std::wstring Run(const Handle& connection, const std::wstring& sql) {
         if (result != SQL_SUCCESS) messages += statement.Messages();
         if (!SQL_SUCCEEDED(result)) break;
     }
-    return messages;
-}
-
-}  // namespace
-
-std::wstring RunSql(const std::wstring& connectionString, const std::wstring& sql) {
-    const Handle environment(SQL_HANDLE_ENV, SQL_NULL_HANDLE);
-    SQLSetEnvAttr(environment.Get(), SQL_ATTR_ODBC_VERSION,
-                  reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
-    const Handle connection(SQL_HANDLE_DBC, environment.Get());
-    const SQLRETURN opened =
-        SQLDriverConnectW(connection.Get(), nullptr, Characters(connectionString), SQL_NTS, nullptr,
-                          0, nullptr, SQL_DRIVER_NOPROMPT);
-    if (!SQL_SUCCEEDED(opened)) return connection.Messages() + L"(not connected)";
-    std::wstring messages = Run(connection, sql);
-    SQLDisconnect(connection.Get());
     return messages;
 }
 

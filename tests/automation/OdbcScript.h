@@ -1,11 +1,25 @@
 // Runs SQL as a script's own client would, so that tests need no data access of the library.
 #pragma once
 
+#include <memory>
 #include <string>
 
 namespace scripthost {
 
-// One batch. Empty when it succeeded, else the server's messages.
-std::wstring RunSql(const std::wstring& connectionString, const std::wstring& sql);
+// One connection, as a script that keeps a transaction over several batches needs it.
+class SqlSession {
+  public:
+    explicit SqlSession(const std::wstring& connectionString);
+    SqlSession(const SqlSession&) = delete;
+    SqlSession& operator=(const SqlSession&) = delete;
+    ~SqlSession();
+
+    // Runs a batch. Empty when it succeeded, else the server's messages.
+    std::wstring Run(const std::wstring& sql);
+
+  private:
+    class State;
+    std::unique_ptr<State> state_;
+};
 
 }  // namespace scripthost

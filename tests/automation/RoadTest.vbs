@@ -44,7 +44,8 @@ Sub Road
 End Sub
 
 Sub RoadOfComparison
-    Dim databases, database1, database2, utils, sink, results, result
+    Dim databases, database1, database2, utils, sink, results, result, tables
+    tables = Array("[dbo].[Orders]", "[dbo].[Customers]")  ' children first
     Set databases = CreateObject("QuillonLib.Databases")
     Set database1 = NewDatabase(databases, "Source")
     Set database2 = NewDatabase(databases, "Target")
@@ -55,10 +56,10 @@ Sub RoadOfComparison
     Host.Connect sink, "Sink_"
     Set utils.EventSink = sink
 
-    Set results = Compare(utils, database1, database2, Array("[dbo].[Customers]", "[dbo].[Orders]"))
+    Set results = Compare(utils, database1, database2, tables)
     Equal "Connecting to The Source;Connecting to The Target;Connecting to The Target;" & _
-        "Comparing Customers;Comparing Customers;Comparing Customers;Comparing Customers;Comparing Customers;" & _
-        "Comparing Orders;Comparing Orders;Comparing Orders;Comparing Orders;Comparing Orders;", messages, "the progress"
+        "Comparing Orders;Comparing Orders;Comparing Orders;Comparing Orders;Comparing Orders;" & _
+        "Comparing Customers;Comparing Customers;Comparing Customers;Comparing Customers;Comparing Customers;", messages, "the progress"
     Equal "0;0;0;0;12;25;38;50;50;62;75;88;100;", percents, "the percentages"
 
     Equal 2, results.Count, "results"
@@ -93,18 +94,14 @@ Sub RoadOfComparison
         cpoShowDifferent + cpoShowMissing + cpoShowAdditional, 0
     Contains "Ordering scripts", messages, "the progress of the scripts"
 
-    Dim statement, statements
-    statements = utils.GetSQLStatementsFromScript(toRight)
-    For Each statement In statements
-        If statement <> "" Then RunOn database2, statement
-    Next
-    Set results = Compare(utils, database1, database2, Array("[dbo].[Customers]", "[dbo].[Orders]"))
-    IsTrue results(1).Identical, "Customers after the script"
-    IsTrue results(2).Identical, "Orders after the script"
+    RunOn database2, utils.GetSQLStatementsFromScript(toRight)
+    Set results = Compare(utils, database1, database2, tables)
+    IsTrue results(2).Identical, "Customers after the script"
+    IsTrue results(1).Identical, "Orders after the script"
     Equal "", errorsSeen, "no errors"
 
     cancelAt = "Comparing Customers"
-    IsTrue Compare(utils, database1, database2, Array("[dbo].[Customers]", "[dbo].[Orders]")) Is Nothing, "a cancelled comparison"
+    IsTrue Compare(utils, database1, database2, tables) Is Nothing, "a cancelled comparison"
     cancelAt = ""
     Host.Disconnect sink
     messages = ""
