@@ -12,6 +12,11 @@ Const tmpTable = 0
 Const tmpColumn = 1
 Const tmpIndex = 2
 
+' In place of the engine's own function of that name, which in one engine keeps the class in use.
+Function CreateObject(name)
+    Set CreateObject = Host.CreateObject(name)
+End Function
+
 Function Shown(value)
     If IsNull(value) Then
         Shown = "Null"

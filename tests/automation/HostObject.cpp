@@ -27,6 +27,7 @@ enum Member : DISPID {
     OpenSqlMember,
     RunSqlMember,
     CloseSqlMember,
+    CreateObjectMember,
 };
 
 struct MemberName {
@@ -47,6 +48,7 @@ constexpr MemberName Members[] = {
     {L"OpenSql", OpenSqlMember},
     {L"RunSql", RunSqlMember},
     {L"CloseSql", CloseSqlMember},
+    {L"CreateObject", CreateObjectMember},
 };
 
 std::wstring TextOf(const VARIANT& value) {
@@ -103,6 +105,20 @@ std::wstring Environment(const std::wstring& name) {
     return value == nullptr ? L"" : value;
 }
 
+HRESULT CreateObject(const std::wstring& name, VARIANT* result) {
+    CLSID id;
+    HRESULT created = CLSIDFromProgID(name.c_str(), &id);
+    ComPtr<IDispatch> object;
+    if (SUCCEEDED(created)) {
+        created =
+            CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, object.PutVoid());
+    }
+    if (FAILED(created) || result == nullptr) return created;
+    result->vt = VT_DISPATCH;
+    result->pdispVal = object.Detach();
+    return S_OK;
+}
+
 UINT ArgumentCount(DISPID member) {
     switch (member) {
         case ConnectMember:
@@ -110,6 +126,7 @@ UINT ArgumentCount(DISPID member) {
         case EchoMember:
         case OpenSqlMember:
         case RunSqlMember:
+        case CreateObjectMember:
         case FailMember:
         case DisconnectMember:
         case EnvironmentMember:
@@ -234,6 +251,8 @@ STDMETHODIMP HostObject::Invoke(DISPID member, REFIID, LCID, WORD, DISPPARAMS* a
             if (session_ == nullptr) return E_UNEXPECTED;
             SetText(result, session_->Run(TextOf(given[0])));
             return S_OK;
+        case CreateObjectMember:
+            return CreateObject(TextOf(given[0]), result);
         case OpenSqlMember:
             session_ = std::make_unique<SqlSession>(TextOf(given[0]));
             return S_OK;
