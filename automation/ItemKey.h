@@ -7,6 +7,7 @@
 #include <variant>
 
 #include "automation/AutomationTypes.h"
+#include "automation/Failure.h"
 #include "automation/Variant.h"
 #include "core/Error.h"
 
@@ -29,6 +30,8 @@ bool Succeeds(Look&& look) {
         look();
         return true;
     } catch (const Error&) {
+        return false;
+    } catch (const ComError&) {
         return false;
     }
 }

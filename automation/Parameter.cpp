@@ -120,12 +120,13 @@ VARIANT Parameter::Argument() {
     VariantInit(&reference);
     reference.vt = static_cast<VARTYPE>(VT_BYREF | type_.type);
     reference.byref = &held_.InPlace()->byref;  // where every kind of value lies
+    before_ = held_.Get().byref;
     return reference;
 }
 
 void Parameter::HandBack() noexcept {
     if (passThrough_ || !type_.byReference || given_ == nullptr) return;
-    if ((type_.type & VT_ARRAY) != 0 || (given_->vt & VT_BYREF) == 0) return;
+    if ((given_->vt & VT_BYREF) == 0 || held_.Get().byref == before_) return;
     if (given_->vt == (VT_BYREF | VT_VARIANT)) {
         VariantClear(given_->pvarVal);
         *given_->pvarVal = held_.Detach();

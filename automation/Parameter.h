@@ -29,7 +29,8 @@ class Parameter {
 
     // Owned by the parameter.
     VARIANT Argument();
-    // Hands what the member left in a reference back to the caller's variable.
+    // Hands what the member put into a reference to the caller's variable; a variable that the member
+    // left alone keeps its own value, of its own type.
     void HandBack() noexcept;
 
   private:
@@ -42,6 +43,7 @@ class Parameter {
     LCID locale_;
     bool passThrough_ = false;  // the caller's own reference, of the very type
     Variant held_;
+    void* before_ = nullptr;  // what a reference held before the call
 };
 
 }  // namespace QuillonLib::Automation

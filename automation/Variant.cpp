@@ -55,7 +55,7 @@ Variant Variant::As(VARTYPE type, LCID locale) const {
     Variant result;
     const HRESULT failure = VariantChangeTypeEx(result.InPlace(), const_cast<VARIANT*>(&value_),
                                                 locale, VARIANT_ALPHABOOL, type);
-    if (failure == DISP_E_TYPEMISMATCH) ThrowTypeMismatch();
+    if (failure == DISP_E_TYPEMISMATCH || failure == DISP_E_BADVARTYPE) ThrowTypeMismatch();
     if (failure == DISP_E_OVERFLOW) throw Error(ErrorNumber::Overflow, u"Overflow");
     Check(failure);
     return result;
