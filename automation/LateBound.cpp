@@ -1,5 +1,7 @@
 #include "automation/LateBound.h"
 
+#include <dispex.h>
+
 #include <algorithm>
 #include <vector>
 
@@ -43,7 +45,14 @@ LateBound::LateBound(const ComPtr<IUnknown>& object) : object_(object.As<IDispat
     if (!object_) ThrowTypeMismatch();
 }
 
+// Objects that a script declares are sure to tell of their members by IDispatchEx only.
 bool LateBound::Find(const wchar_t* member, DISPID& id) const noexcept {
+    if (const auto extended = object_.As<IDispatchEx>()) {
+        BSTR name = SysAllocString(member);
+        const HRESULT found = extended->GetDispID(name, fdexNameCaseInsensitive, &id);
+        SysFreeString(name);
+        if (SUCCEEDED(found)) return true;
+    }
     auto* name = const_cast<LPOLESTR>(member);
     return SUCCEEDED(object_->GetIDsOfNames(IID_NULL, &name, 1, LOCALE_INVARIANT, &id));
 }

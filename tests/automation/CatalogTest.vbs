@@ -8,7 +8,8 @@ Class Bag
         Set values = CreateObject("Scripting.Dictionary")
     End Sub
     Public Sub WriteProperty(name, value)
-        If IsObject(value) Then Set values(name) = value Else values(name) = value
+        If values.Exists(name) Then values.Remove name
+        values.Add name, value
     End Sub
     Public Function ReadProperty(name, absent)
         If Not values.Exists(name) Then
@@ -79,8 +80,6 @@ Sub Properties
     RaisedNumber 13, "NTSecurity of a text"
     database.CheckDependencies = "maybe"
     RaisedNumber 13, "CheckDependencies of a text"
-    database.Server = database
-    RaisedNumber 438, "Server of an object"
     database.ID = 5
     RaisedNumber 438, "ID cannot be written"
     On Error Goto 0
@@ -142,7 +141,7 @@ Sub Tables
     RaisedNumber 5, "a table beyond the end"
     Equal False, catalog.ItemExists("[dbo].[Customers]"), "never reached"
     RaisedNumber 449, "ItemExists with one argument"
-    Set table = catalog(1, 2)
+    Set table = catalog.Item(1, 2)
     RaisedNumber 450, "Item with two arguments"
     On Error Goto 0
 End Sub
