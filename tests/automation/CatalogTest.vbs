@@ -4,12 +4,14 @@ Option Explicit
 ' A property bag as a script has it.
 Class Bag
     Private values
+    Private names
     Private Sub Class_Initialize
         Set values = CreateObject("Scripting.Dictionary")
     End Sub
     Public Sub WriteProperty(name, value)
-        If values.Exists(name) Then values.Remove name
+        If values.Exists(name) Then Forget name
         values.Add name, value
+        names = names & name & " "
     End Sub
     Public Function ReadProperty(name, absent)
         If Not values.Exists(name) Then
@@ -20,8 +22,8 @@ Class Bag
             ReadProperty = values(name)
         End If
     End Function
-    Public Function Names
-        Names = Join(values.Keys, " ")
+    Public Function Written
+        Written = names
     End Function
     Public Sub Forget(name)
         values.Remove name
@@ -234,7 +236,7 @@ Sub Settings
     database.CheckDependencies = True
     count = database.Tables.Count
     database.WriteProperties settings
-    Equal "NTSecurity Username Database Server Description Tables", settings.Names, "what is saved"
+    Equal "NTSecurity Username Database Server Description Tables ", settings.Written, "what is saved"
 
     Set restored = CreateObject("QuillonLib.Database")
     restored.Password = "to be forgotten"

@@ -1,18 +1,22 @@
-// Runs VBScript files as one script: ScriptHost FILE... The last one is the test, those before it
-// are what it uses. Exit code 0 when it came to its end, and the library holds no object then; 1
-// after a check that failed, where nothing was checked, and after an uncaught error, which is
-// printed with file and line; 2 when the host itself failed.
+// Runs VBScript files as one script: ScriptHost [--sandbox SQL-FILE] FILE... The last one is the
+// test, those before it are what it uses; with the option there is a server to work on. Exit code 0
+// when it came to its end, and the library holds no object then; 1 after a check that failed, where
+// nothing was checked, and after an uncaught error, which is printed with file and line; 2 when the
+// host itself failed. ScriptHost --register | --unregister DLL does that.
 #include "automation/AutomationTypes.h"
 
 #include <activscp.h>
 #include <initguid.h>
 
 #include <cstdio>
+#include <exception>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "EventConnection.h"
 #include "HostObject.h"
+#include "TestGround.h"
 #include "automation/ComPtr.h"
 
 DEFINE_GUID(CLSID_VBScript, 0xb54f3741, 0x5b07, 0x11cf, 0xa4, 0xb0, 0x00, 0xaa, 0x00, 0x4a, 0x55,
@@ -89,23 +93,6 @@ class Site final : public IActiveScriptSite {
     bool failed_ = false;
 };
 
-std::wstring ReadFile(const std::wstring& path) {
-    std::FILE* file = _wfopen(path.c_str(), L"rb");
-    if (file == nullptr) return {};
-    std::string bytes;
-    char part[4096];
-    for (std::size_t read = 0; (read = std::fread(part, 1, sizeof(part), file)) != 0;) {
-        bytes.append(part, read);
-    }
-    std::fclose(file);
-    const int size =
-        MultiByteToWideChar(CP_UTF8, 0, bytes.data(), static_cast<int>(bytes.size()), nullptr, 0);
-    std::wstring text(static_cast<std::size_t>(size), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, bytes.data(), static_cast<int>(bytes.size()), text.data(),
-                        size);
-    return text;
-}
-
 bool Ran(const wchar_t* what, HRESULT result) {
     if (SUCCEEDED(result)) return true;
     std::fprintf(stderr, "%ls failed: %08lx\n", what, static_cast<unsigned long>(result));
@@ -132,10 +119,6 @@ int RunScripts(const std::vector<std::wstring>& files) {
     bool ended = true;
     for (std::size_t i = 0; i < files.size() && ended && !site.Failed(); ++i) {
         const std::wstring text = ReadFile(files[i]);
-        if (text.empty()) {
-            Print(files[i] + L" cannot be read");
-            return 2;
-        }
         ended = SUCCEEDED(parser->ParseScriptText(text.c_str(), nullptr, nullptr, nullptr,
                                                   static_cast<SourceContext>(i), 0, 0, nullptr,
                                                   nullptr));
@@ -161,15 +144,45 @@ int Run(const std::vector<std::wstring>& files) {
     return result;
 }
 
+// What regsvr32 does.
+int CallLibrary(const wchar_t* path, const char* function) {
+    HMODULE library = LoadLibraryW(path);
+    if (library == nullptr) return 2;
+    using Call = HRESULT(WINAPI*)();
+    const auto call =
+        reinterpret_cast<Call>(reinterpret_cast<void*>(GetProcAddress(library, function)));
+    const bool done = call != nullptr && Ran(L"The registration", call());
+    FreeLibrary(library);
+    return done ? 0 : 2;
+}
+
+int Main(std::vector<std::wstring> arguments) {
+    if (arguments.size() == 2 && arguments[0] == L"--register") {
+        return CallLibrary(arguments[1].c_str(), "DllRegisterServer");
+    }
+    if (arguments.size() == 2 && arguments[0] == L"--unregister") {
+        return CallLibrary(arguments[1].c_str(), "DllUnregisterServer");
+    }
+    std::unique_ptr<TestGround> ground;
+    if (arguments.size() > 2 && arguments[0] == L"--sandbox") {
+        ground = std::make_unique<TestGround>(arguments[1]);
+        arguments.erase(arguments.begin(), arguments.begin() + 2);
+    }
+    return arguments.empty() ? 2 : Run(arguments);
+}
+
 }  // namespace
 
 }  // namespace scripthost
 
 extern "C" int wmain(int count, wchar_t** arguments) {
-    const std::vector<std::wstring> files(arguments + 1, arguments + count);
-    if (files.empty()) return 2;
     if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) return 2;
-    const int result = scripthost::Run(files);
+    int result = 2;
+    try {
+        result = scripthost::Main(std::vector<std::wstring>(arguments + 1, arguments + count));
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+    }
     CoUninitialize();
     return result;
 }

@@ -19,7 +19,7 @@ Function Listed(list)
     Next
 End Function
 
-Sub Store
+Sub WholeStore
     Dim store, again, fresh
     Set store = NewStore("store.xml")
     Equal "", store.CurrentTemplate, "CurrentTemplate before anything is read"
@@ -31,10 +31,12 @@ Sub Store
     store.Database2 = "The Target"
     store.Database3 = "The Target"
     IsTrue store.Dirty, "Dirty after a change"
+    IsTrue store.Persist, "Persist"
+    Equal False, store.Dirty, "Dirty after Persist"
+    store.Database3 = "The Third"
+    Equal "The Third", store.Database3, "Database3"
     store.Flush
-    Equal "", store.Database1, "Flush drops what was not saved"
-    store.Database1 = "The Source"
-    store.Database2 = "The Target"
+    Equal "The Target", store.Database3, "Flush drops what was not saved"
     store.Database3 = "The Third"
     IsTrue store.Persist, "Persist"
     Equal False, store.Dirty, "Dirty after Persist"
@@ -49,10 +51,11 @@ Sub Store
     Set again = CreateObject("QuillonLib.ComparisonTemplates")
     IsTrue again.Load(folder & "\store.xml"), "Load"
     Equal False, again.Load(folder & "\store.xml"), "Load of the file that is open"
+    again.LoadTemplate "Weekly"
     Equal "The Source", again.Database1, "Database1"
     Equal "The Target", again.Database2, "Database2"
     Equal "The Third", again.Database3, "Database3"
-    Equal "Weekly", again.CurrentTemplate, "the last template"
+    Equal "Weekly", again.CurrentTemplate, "the current template"
 
     Equal False, store.RemoveTemplate("default"), "RemoveTemplate of Default"
     IsTrue store.RemoveTemplate("Weekly"), "RemoveTemplate"
@@ -82,7 +85,7 @@ Sub Picks
     IsTrue columns Is store.Items(tmpColumn), "the column lists are the store's own"
     Equal 1, columns.Count, "tables with column picks"
     Equal "id total ", Listed(columns("[dbo].[Orders]")), "the columns"
-    Equal "UX_Customers_name", store.Items(tmpIndex)("[dbo].[Customers]"), "the index"
+    Equal "UX_Customers_name", store.Items(tmpIndex).Item("[dbo].[Customers]"), "the index"
     IsTrue IsEmpty(store.Items(3)), "Items of another kind"
 
     columns("[dbo].[Orders]").Add "note", "note"
@@ -100,8 +103,9 @@ Sub Picks
     IsTrue store.Persist, "Persist"
     Set again = CreateObject("QuillonLib.ComparisonTemplates")
     IsTrue again.Load(folder & "\picks.xml"), "Load"
+    again.LoadTemplate "Picks"
     Equal "[dbo].[Orders] [dbo].[Customers] ", Listed(again.Items(tmpTable)), "the tables again"
-    Equal "total note ", Listed(again.Items(tmpColumn)(1)), "the columns again"
+    Equal "total note ", Listed(again.Items(tmpColumn).Item(1)), "the columns again"
     store.Remove tmpTable, "[dbo].[Orders]"
     store.Remove tmpColumn, "[dbo].[Orders]"
     store.Remove tmpIndex, "[dbo].[Customers]"
@@ -131,7 +135,7 @@ Sub Checked
     store.Add tmpIndex, "[dbo].[Orders]", "PK_Orders"
     Equal "[dbo].[Orders] ", Listed(store.Items(tmpTable)), "what both databases have"
     Equal 0, store.Items(tmpColumn).Count, "a column that is not there"
-    Equal "PK_Orders", store.Items(tmpIndex)("[dbo].[Orders]"), "an index"
+    Equal "PK_Orders", store.Items(tmpIndex).Item("[dbo].[Orders]"), "an index"
     Set store.DatabasesObject = Nothing
     IsTrue store.DatabasesObject Is Nothing, "DatabasesObject set to Nothing"
 End Sub
@@ -173,7 +177,7 @@ Sub Failures
     On Error Goto 0
 End Sub
 
-Store
+WholeStore
 Picks
 Checked
 Failures
