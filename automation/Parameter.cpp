@@ -125,8 +125,7 @@ VARIANT Parameter::Argument() {
 }
 
 void Parameter::HandBack() noexcept {
-    if (passThrough_ || !type_.byReference || given_ == nullptr) return;
-    if ((given_->vt & VT_BYREF) == 0 || held_.Get().byref == before_) return;
+    if (passThrough_ || !type_.byReference || given_ == nullptr || !Changed()) return;
     if (given_->vt == (VT_BYREF | VT_VARIANT)) {
         VariantClear(given_->pvarVal);
         *given_->pvarVal = held_.Detach();
@@ -134,6 +133,13 @@ void Parameter::HandBack() noexcept {
         if (*given_->ppdispVal != nullptr) (*given_->ppdispVal)->Release();
         *given_->ppdispVal = held_.Detach().pdispVal;
     }
+}
+
+// An object variable that was never set is not Nothing yet.
+bool Parameter::Changed() const noexcept {
+    if (held_.Get().byref != before_) return true;
+    return type_.type == VT_DISPATCH && given_->vt == (VT_BYREF | VT_VARIANT) &&
+           given_->pvarVal->vt == VT_EMPTY;
 }
 
 }  // namespace QuillonLib::Automation

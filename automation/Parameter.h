@@ -29,14 +29,15 @@ class Parameter {
 
     // Owned by the parameter.
     VARIANT Argument();
-    // Hands what the member put into a reference to the caller's variable; a variable that the member
-    // left alone keeps its own value, of its own type.
+    // Hands what the member put into a reference to the caller's variable; a variable that the
+    // member left alone keeps its own value, of its own type.
     void HandBack() noexcept;
 
   private:
     // What the member gets for an argument that is left out.
     void FillIn();
     void Convert(const VARIANT& given);
+    bool Changed() const noexcept;
 
     const ParameterType& type_;
     VARIANT* given_;

@@ -1,0 +1,60 @@
+' Neither memory nor handles grow: not with objects made and released, not with comparisons.
+Option Explicit
+
+Sub Round(rounds)
+    Dim i, databases, database, utils, sink, list
+    For i = 1 To rounds
+        Set databases = CreateObject("QuillonLib.Databases")
+        Set database = databases.Add("One")
+        database.Description = "round " & i
+        For Each database In databases
+            database.Database = "pubs"
+        Next
+        Set utils = CreateObject("QuillonLib.Utils")
+        Set sink = CreateObject("QuillonLib.EventSink")
+        Host.Connect sink, "Nobody_"
+        Set utils.EventSink = sink
+        Host.Disconnect sink
+        Set list = CreateObject("QuillonLib.KeyedList")
+        list.Add databases, "databases"
+        list.Add utils.EncryptText("text", "key")
+        On Error Resume Next
+        list.Add 1, "databases"
+        On Error Goto 0
+    Next
+End Sub
+
+Sub Comparison(rounds)
+    Dim i, databases, database1, database2, utils, results, same, different, missing, additional, toRight, toLeft
+    Set databases = CreateObject("QuillonLib.Databases")
+    Set database1 = NewDatabase(databases, "Source")
+    Set database2 = NewDatabase(databases, "Target")
+    Set utils = CreateObject("QuillonLib.Utils")
+    For i = 1 To rounds
+        Set results = utils.CompareContents(database1, database2, database2, Array("[dbo].[Orders]"), Nothing, Nothing)
+        utils.GetRecordsets database1, database2, database2, results(1), same, different, missing, additional, _
+            toRight, toLeft, 15, 0
+    Next
+End Sub
+
+Sub Steady(bytesBefore, handlesBefore, rounds, bytesForEach, what)
+    Dim bytes, handles
+    bytes = Host.PrivateBytes - bytesBefore
+    handles = Host.HandleCount - handlesBefore
+    Host.Echo what & ": " & bytes & " bytes and " & handles & " handles more after " & rounds & " rounds"
+    IsTrue bytes < rounds * bytesForEach, what & ", memory"
+    IsTrue handles < 10, what & ", handles"
+End Sub
+
+Dim bytes, handles
+Round 200
+bytes = Host.PrivateBytes
+handles = Host.HandleCount
+Round 1000
+Steady bytes, handles, 1000, 400, "Objects"
+
+Comparison 20
+bytes = Host.PrivateBytes
+handles = Host.HandleCount
+Comparison 60
+Steady bytes, handles, 60, 4000, "Comparisons"
