@@ -18,9 +18,9 @@ struct Invocation {
 // What IDispatch::Invoke does, for an object whose dual interface `type` describes.
 //
 // Scripts hold variants only. A parameter that is a typed reference gets a temporary of its type
-// with the value of the variable, and what the member puts there, even where it fails, goes back into
-// the variable. Arguments behind a property without
-// parameters that gives an object go to the object's default member: Tables("[dbo].[T]").
+// with the value of the variable, and what the member puts there, even where it fails, goes back
+// into the variable. Arguments behind a property without parameters that gives an object go to the
+// object's default member: Tables("[dbo].[T]").
 HRESULT Invoke(ITypeInfo* type, IDispatch* object, const Invocation& call) noexcept;
 
 }  // namespace QuillonLib::Automation

@@ -18,8 +18,10 @@ T& Target(T* pointer) {
     return *pointer;
 }
 
+// The target is looked at first: what is made for it would be lost with a null pointer.
 inline void Give(BSTR* target, std::u16string_view text) {
-    Target(target) = NewBstr(text);
+    BSTR& place = Target(target);
+    place = NewBstr(text);
 }
 inline void Give(LONG* target, std::int32_t number) {
     Target(target) = number;
@@ -28,18 +30,21 @@ inline void Give(VARIANT_BOOL* target, bool value) {
     Target(target) = value ? VARIANT_TRUE : VARIANT_FALSE;
 }
 inline void Give(VARIANT* target, Variant value) {
-    Target(target) = value.Detach();
+    VARIANT& place = Target(target);
+    place = value.Detach();
 }
 template <class T>
 void Give(T** target, ComPtr<T> object) {
-    Target(target) = object.Detach();
+    T*& place = Target(target);
+    place = object.Detach();
 }
 
 // The same for a reference that may hold something already.
 inline void Replace(BSTR* target, std::u16string_view text) {
+    BSTR& place = Target(target);
     BSTR fresh = NewBstr(text);
-    SysFreeString(Target(target));
-    *target = fresh;
+    SysFreeString(place);
+    place = fresh;
 }
 template <class T>
 void Replace(T** target, ComPtr<T> object) {

@@ -1,0 +1,137 @@
+// EventSink as a source of events.
+#include <olectl.h>
+
+#include "Client.h"
+
+namespace client {
+
+namespace {
+
+// Counts its references, and the events of a comparison that cannot even begin.
+class Listener final : public IDispatch {
+  public:
+    explicit Listener(const IID& knows = __uuidof(IEventSinkEvents)) : knows_(knows) {}
+    ULONG References() const { return references_; }
+    int Events() const { return events_; }
+    VARTYPE FlagType() const { return flagType_; }
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+        const bool known = iid == IID_IUnknown || iid == knows_;
+        *object = known ? this : nullptr;
+        if (known) AddRef();
+        return known ? S_OK : E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
+    STDMETHODIMP_(ULONG) Release() override { return --references_; }
+    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS* arguments, VARIANT*, EXCEPINFO*,
+                        UINT*) override {
+        ++events_;
+        flagType_ = arguments->rgvarg[0].vt;
+        return DISP_E_EXCEPTION;  // a handler that fails ends nothing
+    }
+
+  private:
+    const IID knows_;
+    ULONG references_ = 0;
+    int events_ = 0;
+    VARTYPE flagType_ = VT_EMPTY;
+};
+
+class Events : public ClientTest {
+  protected:
+    void SetUp() override {
+        ClientTest::SetUp();
+        sink_ = Create<IEventSink>(__uuidof(EventSink));
+        const auto container = sink_.As<IConnectionPointContainer>();
+        ASSERT_TRUE(container);
+        ASSERT_EQ(container->FindConnectionPoint(__uuidof(IEventSinkEvents), point_.Put()), S_OK);
+    }
+    void TearDown() override {
+        point_ = nullptr;
+        sink_ = nullptr;
+        ClientTest::TearDown();
+    }
+    ComPtr<IEventSink> sink_;
+    ComPtr<IConnectionPoint> point_;
+};
+
+TEST_F(Events, ListenersComeAndGo) {
+    Listener first;
+    Listener second(IID_IDispatch);
+    DWORD one = 0;
+    DWORD two = 0;
+    ASSERT_EQ(point_->Advise(&first, &one), S_OK);
+    ASSERT_EQ(point_->Advise(&second, &two), S_OK);
+    EXPECT_NE(one, two);
+
+    ComPtr<IEnumConnections> connections;
+    ASSERT_EQ(point_->EnumConnections(connections.Put()), S_OK);
+    CONNECTDATA data[3];
+    ULONG fetched = 0;
+    EXPECT_EQ(connections->Next(3, data, &fetched), S_FALSE);
+    ASSERT_EQ(fetched, 2u);
+    EXPECT_EQ(data[1].dwCookie, two);
+    data[0].pUnk->Release();
+    data[1].pUnk->Release();
+    connections = nullptr;
+
+    EXPECT_EQ(point_->Unadvise(one), S_OK);
+    EXPECT_EQ(point_->Unadvise(one), static_cast<HRESULT>(CONNECT_E_NOCONNECTION));
+    EXPECT_EQ(point_->Unadvise(two), S_OK);
+    EXPECT_EQ(first.References(), 0u);
+    EXPECT_EQ(second.References(), 0u);
+}
+
+TEST_F(Events, ContainerTellsItsPoints) {
+    const auto container = sink_.As<IConnectionPointContainer>();
+    ComPtr<IConnectionPoint> other;
+    EXPECT_EQ(container->FindConnectionPoint(IID_IDispatch, other.Put()),
+              static_cast<HRESULT>(CONNECT_E_NOCONNECTION));
+    ComPtr<IEnumConnectionPoints> points;
+    ASSERT_EQ(container->EnumConnectionPoints(points.Put()), S_OK);
+    ASSERT_EQ(points->Next(1, other.Put(), nullptr), S_OK);
+    EXPECT_EQ(other.Get(), point_.Get());
+    EXPECT_EQ(points->Skip(1), S_FALSE);
+    IID events;
+    ASSERT_EQ(point_->GetConnectionInterface(&events), S_OK);
+    EXPECT_EQ(events, __uuidof(IEventSinkEvents));
+    ComPtr<IConnectionPointContainer> owner;
+    ASSERT_EQ(point_->GetConnectionPointContainer(owner.Put()), S_OK);
+    EXPECT_EQ(owner.Get(), container.Get());
+}
+
+TEST_F(Events, ListenerNeedsTheEvents) {
+    Listener stranger(IID_IUnknown);
+    DWORD cookie = 99;
+    EXPECT_EQ(point_->Advise(&stranger, &cookie), static_cast<HRESULT>(CONNECT_E_CANNOTCONNECT));
+    EXPECT_EQ(cookie, 0u);
+    EXPECT_EQ(point_->Advise(nullptr, &cookie), E_POINTER);
+}
+
+TEST_F(Events, FailedHandlerEndsNothingAndFlagIsAReference) {
+    Listener listener;
+    DWORD cookie = 0;
+    ASSERT_EQ(point_->Advise(&listener, &cookie), S_OK);
+    const auto utils = Create<IUtils>(__uuidof(Utils));
+    ASSERT_EQ(utils->putref_EventSink(sink_.Get()), S_OK);
+    const auto database = Create<IDatabase>(__uuidof(Database));
+    const auto results = Create<ITableDifferences>(__uuidof(TableDifferences));
+    Bstr left;
+    Bstr right;
+    ASSERT_EQ(
+        utils->GetUpdateScripts(database.Get(), database.Get(), database.Get(), results.Get(),
+                                left.InOut(), right.InOut(), static_cast<enShowOptions>(0), 0),
+        S_OK);
+    EXPECT_GT(listener.Events(), 0);
+    EXPECT_EQ(listener.FlagType(), VT_BYREF | VT_BOOL);
+    EXPECT_EQ(point_->Unadvise(cookie), S_OK);
+}
+
+}  // namespace
+
+}  // namespace client

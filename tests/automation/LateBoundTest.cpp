@@ -1,0 +1,157 @@
+// Calls through IDispatch, as they come from engines and languages of many kinds.
+#include "Client.h"
+
+namespace client {
+
+namespace {
+
+DISPID IdOf(IDispatch* object, const wchar_t* name) {
+    auto* text = const_cast<LPOLESTR>(name);
+    DISPID id = DISPID_UNKNOWN;
+    EXPECT_EQ(object->GetIDsOfNames(IID_NULL, &text, 1, LOCALE_USER_DEFAULT, &id), S_OK);
+    return id;
+}
+
+HRESULT Call(IDispatch* object, DISPID id, WORD flags, std::vector<VARIANT> reversed,
+             VARIANT* result = nullptr, std::vector<DISPID> names = {}, UINT* bad = nullptr) {
+    DISPPARAMS arguments{reversed.data(), names.data(), static_cast<UINT>(reversed.size()),
+                         static_cast<UINT>(names.size())};
+    EXCEPINFO exception{};
+    const HRESULT called = object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &arguments,
+                                          result, &exception, bad);
+    SysFreeString(exception.bstrSource);
+    SysFreeString(exception.bstrDescription);
+    return called == DISP_E_EXCEPTION ? exception.scode : called;
+}
+
+VARIANT Reference(VARTYPE type, void* place) {
+    VARIANT reference;
+    VariantInit(&reference);
+    reference.vt = static_cast<VARTYPE>(VT_BYREF | type);
+    reference.byref = place;
+    return reference;
+}
+
+class LateBound : public ClientTest {};
+
+TEST_F(LateBound, NumbersOfMembersAreFixed) {
+    const auto databases = Create<IDispatch>(__uuidof(Databases));
+    EXPECT_EQ(IdOf(databases.Get(), L"Item"), DISPID_VALUE);
+    EXPECT_EQ(IdOf(databases.Get(), L"newenum"), DISPID_NEWENUM);
+    EXPECT_EQ(IdOf(databases.Get(), L"Add"), 1);
+    auto* name = const_cast<LPOLESTR>(L"Nothing");
+    DISPID id = 0;
+    EXPECT_EQ(databases->GetIDsOfNames(IID_NULL, &name, 1, 0, &id), DISP_E_UNKNOWNNAME);
+}
+
+TEST_F(LateBound, PropertyIsReadByWhoeverCallsItAMethod) {
+    const auto databases = Create<IDispatch>(__uuidof(Databases));
+    Value count;
+    EXPECT_EQ(Call(databases.Get(), IdOf(databases.Get(), L"Count"), DISPATCH_METHOD, {}, &count),
+              S_OK);
+    EXPECT_EQ(count.vt, VT_I4);
+    Value walker;
+    EXPECT_EQ(Call(databases.Get(), DISPID_NEWENUM, DISPATCH_METHOD, {}, &walker), S_OK);
+    EXPECT_EQ(walker.vt, VT_UNKNOWN);
+}
+
+TEST_F(LateBound, ArgumentsByName) {
+    const auto store = Create<IDispatch>(__uuidof(ComparisonTemplates));
+    wchar_t add[] = L"Add";
+    wchar_t kind[] = L"enItemType";
+    wchar_t element[] = L"sElementName";
+    wchar_t table[] = L"sTableName";
+    LPOLESTR names[] = {add, kind, element, table};
+    DISPID ids[4];
+    ASSERT_EQ(store->GetIDsOfNames(IID_NULL, names, 4, LOCALE_USER_DEFAULT, ids), S_OK);
+    EXPECT_EQ(Call(store.Get(), IdOf(store.Get(), L"LoadTemplate"), DISPATCH_METHOD, {Value(L"T")}),
+              S_OK);
+    Value elementName(L"id");
+    Value tableName(L"T");
+    EXPECT_EQ(Call(store.Get(), ids[0], DISPATCH_METHOD, {elementName, tableName, Value(1)},
+                   nullptr, {ids[2], ids[3]}),
+              S_OK);
+    Value exists;
+    EXPECT_EQ(Call(store.Get(), IdOf(store.Get(), L"ItemExists"), DISPATCH_METHOD,
+                   {elementName, tableName, Value(1)}, &exists),
+              S_OK);
+    EXPECT_EQ(exists.boolVal, VARIANT_TRUE);
+    EXPECT_EQ(
+        Call(store.Get(), ids[0], DISPATCH_METHOD, {elementName, Value(1)}, nullptr, {ids[2]}),
+        DISP_E_PARAMNOTOPTIONAL);
+    EXPECT_EQ(Call(store.Get(), ids[0], DISPATCH_METHOD, {elementName, tableName, Value(1)},
+                   nullptr, {7}),
+              DISP_E_PARAMNOTFOUND);
+}
+
+TEST_F(LateBound, TypedReferencesGoThrough) {
+    const auto utils = Create<IDispatch>(__uuidof(Utils));
+    const auto results = Create<IDispatch>(__uuidof(TableDifferences));
+    const auto database = Create<IDispatch>(__uuidof(Database));
+    VARIANT object;
+    VariantInit(&object);
+    object.vt = VT_DISPATCH;
+    object.pdispVal = database.Get();
+    VARIANT collection = object;
+    collection.pdispVal = results.Get();
+    Bstr left(L"old");
+    Bstr right;
+    EXPECT_EQ(Call(utils.Get(), IdOf(utils.Get(), L"GetUpdateScripts"), DISPATCH_METHOD,
+                   {Value(0), Value(0), Reference(VT_BSTR, right.InOut()),
+                    Reference(VT_BSTR, left.InOut()), collection, object, object, object}),
+              S_OK);
+    EXPECT_NE(left.Text(), L"old");
+    EXPECT_NE(right.Text().find(L"BEGIN TRANSACTION"), std::wstring::npos);
+}
+
+TEST_F(LateBound, BadArgumentIsTold) {
+    const auto databases = Create<IDispatch>(__uuidof(Databases));
+    UINT bad = 99;
+    Value text(L"text");
+    EXPECT_EQ(Call(databases.Get(), IdOf(databases.Get(), L"RemoveID"), DISPATCH_METHOD, {text},
+                   nullptr, {}, &bad),
+              DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(bad, 0u);
+    EXPECT_EQ(Call(databases.Get(), IdOf(databases.Get(), L"RemoveID"), DISPATCH_METHOD, {}),
+              DISP_E_PARAMNOTOPTIONAL);
+    EXPECT_EQ(Call(databases.Get(), 4711, DISPATCH_METHOD, {}), DISP_E_MEMBERNOTFOUND);
+    EXPECT_EQ(Call(databases.Get(), IdOf(databases.Get(), L"Count"), DISPATCH_PROPERTYPUT,
+                   {Value(1)}, nullptr, {DISPID_PROPERTYPUT}),
+              DISP_E_MEMBERNOTFOUND);
+}
+
+TEST_F(LateBound, FailureTellsNumberTextAndSource) {
+    const auto databases = Create<IDispatch>(__uuidof(Databases));
+    Value key(L"nothing");
+    DISPPARAMS arguments{&key, nullptr, 1, 0};
+    EXCEPINFO exception{};
+    Value result;
+    EXPECT_EQ(databases->Invoke(DISPID_VALUE, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET,
+                                &arguments, &result, &exception, nullptr),
+              DISP_E_EXCEPTION);
+    EXPECT_EQ(exception.scode, static_cast<SCODE>(0x800A0005));
+    EXPECT_EQ(std::wstring(exception.bstrDescription), L"Invalid procedure call or argument");
+    EXPECT_EQ(std::wstring(exception.bstrSource), L"QuillonLib");
+    SysFreeString(exception.bstrSource);
+    SysFreeString(exception.bstrDescription);
+}
+
+// Property with an argument that belongs to the object that it gives.
+TEST_F(LateBound, ArgumentsGoToTheDefaultMember) {
+    const auto store = Create<IDispatch>(__uuidof(ComparisonTemplates));
+    ASSERT_EQ(Call(store.Get(), IdOf(store.Get(), L"LoadTemplate"), DISPATCH_METHOD, {Value(L"T")}),
+              S_OK);
+    Value name;
+    EXPECT_EQ(Call(store.Get(), IdOf(store.Get(), L"Templates"),
+                   DISPATCH_PROPERTYGET | DISPATCH_METHOD, {Value(1)}, &name),
+              S_OK);
+    ASSERT_EQ(name.vt, VT_BSTR);
+    EXPECT_EQ(std::wstring(name.bstrVal), L"T");
+    EXPECT_EQ(Call(store.Get(), IdOf(store.Get(), L"Templates"),
+                   DISPATCH_PROPERTYGET | DISPATCH_METHOD, {Value(9)}, &name),
+              static_cast<HRESULT>(0x800A0005));
+}
+
+}  // namespace
+
+}  // namespace client
