@@ -1,0 +1,68 @@
+' Runs examples/windows/compare.vbs, which is read after this file, as cscript would: WScript and the
+' client of the server, which this host does not have, are stood in for.
+Option Explicit
+
+Dim output
+output = ""
+
+Class ArgumentList
+    Public Default Function Item(index)
+        Select Case index
+            Case 0
+                Item = Host.Environment("QUILLON_TEST_SERVER")
+            Case 1
+                Item = "Source"
+            Case 2
+                Item = "Target"
+            Case 3
+                Item = "sa"
+        End Select
+    End Function
+    Public Property Get Count
+        Count = 4
+    End Property
+End Class
+
+Class ScriptingHost
+    Private argumentList_
+    Private Sub Class_Initialize
+        Set argumentList_ = New ArgumentList
+    End Sub
+    Public Property Get Arguments
+        Set Arguments = argumentList_
+    End Property
+    Public Sub Echo(text)
+        output = output & text & vbLf
+    End Sub
+    Public Function CreateObject(name, prefix)
+        Dim made
+        Set made = Host.CreateObject(name)
+        Host.Connect made, prefix
+        Set CreateObject = made
+    End Function
+End Class
+
+Class SqlConnection
+    Public Sub Open(text)
+        Host.OpenSql text
+    End Sub
+    Public Sub Execute(batch)
+        Dim messages
+        messages = Host.RunSql(batch)
+        If messages <> "" Then Host.Fail "The server refused " & batch & ": " & messages
+    End Sub
+    Public Sub Close
+        Host.CloseSql
+    End Sub
+End Class
+
+Function CreateObject(name)
+    If name = "ADODB.Connection" Then
+        Set CreateObject = New SqlConnection
+    Else
+        Set CreateObject = Host.CreateObject(name)
+    End If
+End Function
+
+Dim WScript
+Set WScript = New ScriptingHost
