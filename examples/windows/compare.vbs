@@ -1,17 +1,17 @@
 ' Compares all tables that two databases share, shows what differs, makes the second database agree
 ' with the first, and compares again.
 '
-'     set QUILLON_PASSWORD=...
 '     cscript compare.vbs SERVER DATABASE1 DATABASE2 USER
 '
-' Without USER the login is integrated.
+' Asks for the password of USER; without USER the login is integrated.
 Option Explicit
 
 Const cpoShowDifferent = 2
 Const cpoShowMissing = 4
 Const cpoShowAdditional = 8
 
-Dim utils, sink
+Dim arguments, utils, sink
+Set arguments = WScript.Arguments
 Set utils = CreateObject("QuillonLib.Utils")
 Set sink = WScript.CreateObject("QuillonLib.EventSink", "Sink_")
 Set utils.EventSink = sink
@@ -27,15 +27,21 @@ Sub Sink_ProcessError(lErrNum, sError, bCancelProcess)
     WScript.Echo "Not compared: " & sError
 End Sub
 
+Dim password
+If arguments.Count > 3 Then
+    WScript.Echo "Password of " & arguments(3) & ":"
+    password = WScript.StdIn.ReadLine
+End If
+
 Function NewDatabase(databases, name)
     Dim database
     Set database = databases.Add(name)
-    database.Server = WScript.Arguments(0)
+    database.Server = arguments(0)
     database.Database = name
     database.Description = name
-    If WScript.Arguments.Count > 3 Then
-        database.Username = WScript.Arguments(3)
-        database.Password = CreateObject("WScript.Shell").ExpandEnvironmentStrings("%QUILLON_PASSWORD%")
+    If arguments.Count > 3 Then
+        database.Username = arguments(3)
+        database.Password = password
     Else
         database.NTSecurity = True
     End If
@@ -86,6 +92,16 @@ Sub ShowResult(result)
     End If
 End Sub
 
+Function Shown(value)
+    If IsNull(value) Then
+        Shown = "NULL"
+    ElseIf IsArray(value) Then
+        Shown = "(bytes)"
+    Else
+        Shown = CStr(value)
+    End If
+End Function
+
 Sub ShowMissingRows(database1, database2, result)
     Dim same, different, missing, additional, toRight, toLeft, line, field
     utils.GetRecordsets database1, database2, database2, result, same, different, missing, additional, _
@@ -94,7 +110,7 @@ Sub ShowMissingRows(database1, database2, result)
     Do Until missing.EOF
         line = "  missing:"
         For Each field In missing.Fields
-            line = line & " " & field.Name & "=" & field.Value
+            line = line & " " & field.Name & "=" & Shown(field.Value)
         Next
         WScript.Echo line
         missing.MoveNext
@@ -117,8 +133,8 @@ End Sub
 Sub Main
     Dim databases, database1, database2, tables, results, result, toLeft, toRight, different
     Set databases = CreateObject("QuillonLib.Databases")
-    Set database1 = NewDatabase(databases, WScript.Arguments(1))
-    Set database2 = NewDatabase(databases, WScript.Arguments(2))
+    Set database1 = NewDatabase(databases, arguments(1))
+    Set database2 = NewDatabase(databases, arguments(2))
     database1.CheckDependencies = True
     tables = SharedTables(database1, database2)
 

@@ -23,10 +23,18 @@ Class ArgumentList
     End Property
 End Class
 
+Class Keyboard
+    Public Function ReadLine
+        ReadLine = "sandbox"
+    End Function
+End Class
+
 Class ScriptingHost
     Private argumentList_
+    Public StdIn
     Private Sub Class_Initialize
         Set argumentList_ = New ArgumentList
+        Set StdIn = New Keyboard
     End Sub
     Public Property Get Arguments
         Set Arguments = argumentList_

@@ -8,7 +8,10 @@
 #include <activscp.h>
 #include <initguid.h>
 
+#include <process.h>
+
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <memory>
 #include <string>
@@ -156,6 +159,15 @@ int CallLibrary(const wchar_t* path, const char* function) {
     return done ? 0 : 2;
 }
 
+// "--run", a program, and what follows the server's address on its command line.
+int RunProgram(const std::vector<std::wstring>& arguments) {
+    std::vector<const wchar_t*> line = {arguments[1].c_str(), _wgetenv(L"QUILLON_TEST_SERVER")};
+    for (std::size_t i = 2; i < arguments.size(); ++i)
+        line.push_back(arguments[i].c_str());
+    line.push_back(nullptr);
+    return static_cast<int>(_wspawnv(_P_WAIT, arguments[1].c_str(), line.data()));
+}
+
 int Main(std::vector<std::wstring> arguments) {
     if (arguments.size() == 2 && arguments[0] == L"--register") {
         return CallLibrary(arguments[1].c_str(), "DllRegisterServer");
@@ -168,6 +180,7 @@ int Main(std::vector<std::wstring> arguments) {
         ground = std::make_unique<TestGround>(arguments[1]);
         arguments.erase(arguments.begin(), arguments.begin() + 2);
     }
+    if (arguments.size() > 1 && arguments[0] == L"--run") return RunProgram(arguments);
     return arguments.empty() ? 2 : Run(arguments);
 }
 
