@@ -15,6 +15,7 @@ fi
 cmake --preset lint >/dev/null
 linted=('src/*.cpp' 'cli/*.cpp')
 [ "${1:-}" != all ] || linted+=('sandbox/*.cpp')
-git ls-files "${linted[@]}" |
+# What is for Windows alone cannot be compiled here without the cross-compiler's headers.
+git ls-files "${linted[@]}" | grep -v '_windows\.cpp$' |
     xargs -P 2 -n 6 clang-tidy-14 --quiet -p build/lint --extra-arg=-Wno-unknown-warning-option
 echo "Format and lint are clean"
