@@ -1,6 +1,8 @@
 // EventSink as a source of events.
 #include <olectl.h>
 
+#include <functional>
+
 #include "Client.h"
 
 namespace client {
@@ -32,8 +34,11 @@ class Listener final : public IDispatch {
                         UINT*) override {
         ++events_;
         flagType_ = arguments->rgvarg[0].vt;
+        if (onEvent) onEvent();
         return DISP_E_EXCEPTION;  // a handler that fails ends nothing
     }
+
+    std::function<void()> onEvent;
 
   private:
     const IID knows_;
@@ -130,6 +135,33 @@ TEST_F(Events, FailedHandlerEndsNothingAndFlagIsAReference) {
     EXPECT_GT(listener.Events(), 0);
     EXPECT_EQ(listener.FlagType(), VT_BYREF | VT_BOOL);
     EXPECT_EQ(point_->Unadvise(cookie), S_OK);
+}
+
+TEST_F(Events, HandlerMayDisconnectEverybody) {
+    Listener first;
+    Listener second;
+    DWORD one = 0;
+    DWORD two = 0;
+    ASSERT_EQ(point_->Advise(&first, &one), S_OK);
+    ASSERT_EQ(point_->Advise(&second, &two), S_OK);
+    first.onEvent = [&] {
+        point_->Unadvise(one);
+        point_->Unadvise(two);
+    };
+    const auto utils = Create<IUtils>(__uuidof(Utils));
+    ASSERT_EQ(utils->putref_EventSink(sink_.Get()), S_OK);
+    const auto database = Create<IDatabase>(__uuidof(Database));
+    const auto results = Create<ITableDifferences>(__uuidof(TableDifferences));
+    Bstr left;
+    Bstr right;
+    ASSERT_EQ(
+        utils->GetUpdateScripts(database.Get(), database.Get(), database.Get(), results.Get(),
+                                left.InOut(), right.InOut(), static_cast<enShowOptions>(0), 0),
+        S_OK);
+    EXPECT_EQ(first.Events(), 1);
+    EXPECT_EQ(second.Events(), 1) << "it was connected when the event was raised";
+    EXPECT_EQ(first.References(), 0u);
+    EXPECT_EQ(second.References(), 0u);
 }
 
 }  // namespace
