@@ -1,7 +1,5 @@
 #include "HostObject.h"
 
-#include <psapi.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -20,7 +18,7 @@ enum Member : DISPID {
     DisconnectMember,
     EnvironmentMember,
     LibraryInUseMember,
-    PrivateBytesMember,
+    HeapBytesMember,
     HandleCountMember,
     FailMember,
     PassMember,
@@ -41,7 +39,7 @@ constexpr MemberName Members[] = {
     {L"Disconnect", DisconnectMember},
     {L"Environment", EnvironmentMember},
     {L"LibraryInUse", LibraryInUseMember},
-    {L"PrivateBytes", PrivateBytesMember},
+    {L"HeapBytes", HeapBytesMember},
     {L"HandleCount", HandleCountMember},
     {L"Fail", FailMember},
     {L"Pass", PassMember},
@@ -69,16 +67,36 @@ ComPtr<IUnknown> ObjectIn(const VARIANT& value) {
     return ComPtr<IUnknown>(held->punkVal).As<IUnknown>();
 }
 
-double PrivateBytes() {
-    PROCESS_MEMORY_COUNTERS_EX counters{};
-    GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
-                         sizeof(counters));
-    return static_cast<double>(counters.PrivateUsage);
+double LiveBytes(HANDLE heap) {
+    double bytes = 0;
+    HeapLock(heap);
+    PROCESS_HEAP_ENTRY entry{};
+    while (HeapWalk(heap, &entry)) {
+        if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0) bytes += entry.cbData;
+    }
+    HeapUnlock(heap);
+    return bytes;
 }
 
+// What has been allocated and not been freed in all heaps of the process. More exact than what the
+// process has from the system, which not every system tells.
+double HeapBytes() {
+    HANDLE heaps[64];
+    const DWORD count = GetProcessHeaps(64, heaps);
+    double bytes = 0;
+    for (DWORD i = 0; i < count && i < 64; ++i)
+        bytes += LiveBytes(heaps[i]);
+    return bytes;
+}
+
+// Counted one by one: not every system tells the number.
 double HandleCount() {
-    DWORD count = 0;
-    GetProcessHandleCount(GetCurrentProcess(), &count);
+    constexpr ULONG_PTR Highest = 0x4000;
+    double count = 0;
+    for (ULONG_PTR value = 4; value < Highest; value += 4) {
+        DWORD flags = 0;
+        if (GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) != FALSE) ++count;
+    }
     return count;
 }
 
@@ -234,8 +252,8 @@ STDMETHODIMP HostObject::Invoke(DISPID member, REFIID, LCID, WORD, DISPPARAMS* a
         case LibraryInUseMember:
             SetFlag(result, LibraryInUse());
             return S_OK;
-        case PrivateBytesMember:
-            SetNumber(result, PrivateBytes());
+        case HeapBytesMember:
+            SetNumber(result, HeapBytes());
             return S_OK;
         case HandleCountMember:
             SetNumber(result, HandleCount());

@@ -19,7 +19,7 @@ class EventConnection;
 // Echo text; Pass, for a check that holds; Fail text, for one that does not; Connect object, prefix
 // and Disconnect object, for events; OpenSql connection string,
 // RunSql(batch), which gives the server's messages, CloseSql;
-// CreateObject(name); Environment(name); LibraryInUse; PrivateBytes; HandleCount.
+// CreateObject(name); Environment(name); LibraryInUse; HeapBytes; HandleCount.
 class HostObject final : public IDispatch {
   public:
     // `script`: where the handlers of events are found; set before any event is connected.
