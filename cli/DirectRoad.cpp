@@ -125,6 +125,7 @@ void DirectRoadOptions::Check(const ComparisonOptions& comparison) const {
 std::vector<DirectTable> DirectRoadOptions::Tables(
     const std::vector<std::u16string>& entries) const {
     std::vector<DirectTable> tables;
+    tables.reserve(entries.size());
     for (const std::u16string& entry : entries)
         tables.push_back({{GetTableOwner(entry), GetTableName(entry)}, {}, {}, {}});
     for (const std::string& text : keys_) {
