@@ -8,7 +8,7 @@ namespace {
 
 class DirectCompareTest : public ProgramTest {
   protected:
-    DirectCompareTest() : other(box.AddServer()) {
+    DirectCompareTest() : other(otherBox.AddServer()) {
         const std::u16string create =
             u"CREATE DATABASE d\nGO\nUSE d\nGO\n"
             u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, name varchar(20) NULL, "
@@ -31,6 +31,7 @@ class DirectCompareTest : public ProgramTest {
         other.Run(u"USE d\nGO\n" + sql);
     }
 
+    sandbox::Sandbox otherBox;
     sandbox::Server& other;
     std::string first;
     std::string second;
