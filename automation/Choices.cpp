@@ -84,8 +84,9 @@ std::optional<std::shared_ptr<ColumnChoice>> ToColumnChoice(const Variant& value
     const auto names = Usable([&] { return NamesIn(value.Get()); });
     if (!names) return std::nullopt;
     auto choice = std::make_shared<ColumnChoice>();
+    // Without keys: a name that stands there twice fails its table, not all of them.
     for (const std::u16string& name : *names)
-        choice->Add(name, name);
+        choice->Add(name);
     return choice;
 }
 

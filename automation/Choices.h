@@ -12,7 +12,8 @@ namespace QuillonLib::Automation {
 // choice has none; so has every table where the collection is null. Error 13 for what has no Item.
 IndexChoices ReadIndexChoices(IDispatch* collection, const TextArray& tables);
 // The choice for a table is a list of names: an array, or any object that For Each can walk, or
-// with Count and Item by position. Error 457 for a name that stands in a list twice.
+// with Count and Item by position. A name that stands in a list twice fails the table when it is
+// compared.
 ColumnChoices ReadColumnChoices(IDispatch* collection, const TextArray& tables);
 
 // Of a dictionary: any object with Keys and Items. Entries that are no usable choice are left out.

@@ -98,6 +98,7 @@ class Object : public Interface,
     // Runs a method of the dual interface.
     template <class Work>
     HRESULT Do(Work&& work) noexcept {
+        const ComPtr<Interface> alive(static_cast<Interface*>(this));  // as in Invoke
         return Guarded(InterfaceId(), std::forward<Work>(work));
     }
 

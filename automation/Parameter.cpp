@@ -49,10 +49,12 @@ ComPtr<IUnknown> Interface(const ComPtr<IUnknown>& object, const GUID& id) {
     return result;
 }
 
+// Languages without a Nothing of their own (PowerShell, .NET, Python) hand Empty or Null for one.
 Variant HeldObject(const VARIANT& value, const GUID& id, VARTYPE type) {
-    if (value.vt != VT_DISPATCH && value.vt != VT_UNKNOWN) throw ComError(DISP_E_TYPEMISMATCH);
     Variant result;
     result.InPlace()->vt = type;
+    if (value.vt == VT_EMPTY || value.vt == VT_NULL) return result;
+    if (value.vt != VT_DISPATCH && value.vt != VT_UNKNOWN) throw ComError(DISP_E_TYPEMISMATCH);
     result.InPlace()->punkVal = Interface(ComPtr<IUnknown>(value.punkVal), id).Detach();
     return result;
 }

@@ -75,11 +75,18 @@ Sub Choices
     RaisedNumber 438, "an object that is no dictionary"
     Set results = Compare(Array("[dbo].[Same]"), database1, Nothing)
     Raised 13, "Type mismatch", "QuillonLib", "an object that is no collection"
-    Set columns = CreateObject("QuillonLib.KeyedList")
-    columns.Add Array("id", "id"), "[dbo].[Same]"
-    Set results = Compare(Array("[dbo].[Same]"), Nothing, columns)
-    RaisedNumber 457, "a column chosen twice"
     On Error Goto 0
+
+    Set results = Compare(Array("[dbo].[Same]"), Empty, Null)
+    IsTrue results(1).Identical, "Empty and Null are no choice either"
+
+    Set columns = CreateObject("QuillonLib.KeyedList")
+    columns.Add Array("id", "ID"), "[dbo].[Same]"
+    utils.SuppressCompareProcessErrors = True
+    Set results = Compare(Array("[dbo].[Same]", "[dbo].[NoKey]"), Nothing, columns)
+    utils.SuppressCompareProcessErrors = False
+    Contains "This key is already associated", results(1).Error, "a column chosen twice"
+    Equal "", results(2).Error, "it fails its table alone"
 End Sub
 
 Sub ResultMembers
