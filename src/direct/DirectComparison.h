@@ -44,7 +44,8 @@ struct DirectSink {
 // others go on:
 //   ErrorNumber::ItemNotFound  a side has no such table or no such column
 //   ErrorNumber::Comparison    rows came out of key order, or with a key twice; a key that cannot
-//                              be one; a table without a column to compare
+//                              be one; a table without a column to compare, or with columns
+//                              whose names differ in case only
 //   ErrorNumber::FileAccess    a temporary file for the rows of a table without a key
 //   ErrorNumber::DataAccess    also: text that has to be read in its code page, and is none
 //   any other                  as Connection gives it: the server refused, or is gone

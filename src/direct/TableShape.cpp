@@ -48,6 +48,8 @@ class Planner {
     TablePlan Plan() {
         plan_.shape.table = side1_.Object;
         plan_.shape.table2 = side2_.Object;
+        RequireDistinctNames(side1_);
+        RequireDistinctNames(side2_);
         plan_.shape.drift = FindDrift(side1_, side2_);
         RequireNamed(table_.keyColumns);
         const Names key = ChooseKey();
@@ -71,6 +73,21 @@ class Planner {
   private:
     bool IsIgnored(std::u16string_view name) const {
         return Contains(ignored_, name) || Contains(table_.ignoredColumns, name);
+    }
+
+    // Columns are matched whatever the case of their names. Of two such columns one would be
+    // matched with the wrong one, or with none.
+    void RequireDistinctNames(const ObjectFacts& side) const {
+        for (auto one = side.Columns.begin(); one != side.Columns.end(); ++one) {
+            const auto twin = std::find_if(one + 1, side.Columns.end(), [&](const auto& column) {
+                return EqualIgnoringCase(column.Name, one->Name);
+            });
+            if (twin == side.Columns.end()) continue;
+            throw Error(ErrorNumber::Comparison, u"Table " + Entry() +
+                                                     u" has columns whose names differ in case "
+                                                     u"only: " +
+                                                     one->Name + u" and " + twin->Name + u".");
+        }
     }
 
     void RequireNamed(const Names& names) const {

@@ -1,0 +1,45 @@
+// Columns that a case-sensitive database may have, and that no one server here has.
+#include "direct/TableShape.h"
+
+#include <gtest/gtest.h>
+
+namespace QuillonLib {
+namespace {
+
+ObjectFacts TableOf(std::initializer_list<const char16_t*> columns) {
+    ObjectFacts table;
+    table.Object = {u"dbo", u"t"};
+    for (const char16_t* name : columns) {
+        ColumnFacts column;
+        column.Name = name;
+        column.DataType = u"int";
+        table.Columns.push_back(column);
+    }
+    return table;
+}
+
+// Matched by name whatever the case, one of the two would go uncompared, and nobody be told.
+TEST(TableShape, ColumnsWhoseNamesDifferInCaseOnlyAreAnError) {
+    const ObjectFacts plain = TableOf({u"id", u"a"});
+    const ObjectFacts twins = TableOf({u"id", u"a", u"b", u"A"});
+    for (const auto& [one, two] : {std::pair(plain, twins), std::pair(twins, plain)}) {
+        try {
+            PlanTable(one, two, DirectTable{}, {});
+            FAIL();
+        } catch (const Error& error) {
+            EXPECT_EQ(error.Number(), ErrorNumber::Comparison);
+            EXPECT_EQ(error.Description(),
+                      u"Table [dbo].[t] has columns whose names differ in case only: a and A.");
+        }
+    }
+}
+
+TEST(TableShape, AColumnOfAnotherCaseOnTheOtherSideIsTheSame) {
+    const TablePlan plan =
+        PlanTable(TableOf({u"id", u"name"}), TableOf({u"ID", u"Name"}), DirectTable{}, {});
+    EXPECT_EQ(plan.shape.columns.size(), 2U);
+    EXPECT_TRUE(plan.shape.omitted.empty());
+}
+
+}  // namespace
+}  // namespace QuillonLib
