@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <initializer_list>
 #include <span>
 #include <stdexcept>
 #include <utility>
@@ -130,6 +131,51 @@ bool Fits(const ColumnFacts& value, const ColumnFacts& parameter) {
     }
     // A parameter of these types is declared without digits, which means as many as there are.
     return true;
+}
+
+namespace {
+
+bool IsAmong(const std::u16string& type, std::initializer_list<const char16_t*> types) {
+    return std::find(types.begin(), types.end(), type) != types.end();
+}
+
+// Digits before and behind the point; none for what is no exact number.
+struct Digits {
+    int whole = 0;
+    int fraction = 0;
+    bool Known() const { return whole + fraction > 0; }
+};
+
+Digits DigitsOf(const ColumnFacts& column) {
+    const std::u16string& type = column.DataType;
+    if (type == u"decimal" || type == u"numeric")
+        return {column.NumericPrecision - column.NumericScale, column.NumericScale};
+    if (type == u"money") return {15, 4};
+    if (type == u"smallmoney") return {6, 4};
+    if (type == u"bigint") return {19, 0};
+    if (type == u"int") return {10, 0};
+    return IsAmong(type, {u"smallint", u"tinyint", u"bit"}) ? Digits{5, 0} : Digits{};
+}
+
+constexpr int MostDigits = 38;
+
+}  // namespace
+
+bool ComparedWithoutLoss(const ColumnFacts& a, const ColumnFacts& b) {
+    const auto bothAmong = [&](std::initializer_list<const char16_t*> types) {
+        return IsAmong(a.DataType, types) && IsAmong(b.DataType, types);
+    };
+    const Digits digitsA = DigitsOf(a);
+    const Digits digitsB = DigitsOf(b);
+    if (digitsA.Known() && digitsB.Known()) {
+        return std::max(digitsA.whole, digitsB.whole) +
+                   std::max(digitsA.fraction, digitsB.fraction) <=
+               MostDigits;
+    }
+    return a.DataType == b.DataType || bothAmong({u"char", u"varchar", u"nchar", u"nvarchar"}) ||
+           bothAmong({u"binary", u"varbinary"}) || bothAmong({u"real", u"float"}) ||
+           bothAmong({u"date", u"smalldatetime", u"datetime"}) ||
+           bothAmong({u"date", u"smalldatetime", u"datetime2"});
 }
 
 ColumnDrift CompareColumns(const TableFacts& facts) {

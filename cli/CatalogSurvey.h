@@ -53,6 +53,10 @@ ColumnDrift CompareColumns(const TableFacts& facts);
 // cut, rounded or replaced.
 bool Fits(const QuillonLib::ColumnFacts& value, const QuillonLib::ColumnFacts& parameter);
 
+// Whether the server, which converts two types to one before it compares their values, takes only
+// equal values for equal.
+bool ComparedWithoutLoss(const QuillonLib::ColumnFacts& a, const QuillonLib::ColumnFacts& b);
+
 // Why scripts and comparisons can trust, or not, that a list of columns tells rows apart: an index
 // of the table promises that no two rows agree in all of them.
 bool HasUniqueIndexWithin(const QuillonLib::ObjectFacts& table,

@@ -21,12 +21,21 @@ std::string ReasonOf(const ColumnObject& column, const ColumnFacts* in2) {
 void JudgeColumns(const Comparison& comparison, const TableDifference& result, Verdict& verdict) {
     const auto facts = comparison.facts.find(result.Name());
     for (const auto& column : *result.Columns()) {
-        if (!column->CannotCompare() || column->PrimaryKey()) continue;
-        const ColumnFacts* in2 = facts == comparison.facts.end()
-                                     ? nullptr
-                                     : facts->second.in2.FindColumn(column->Name());
-        verdict.notCompared.push_back("column [" + ToUtf8(column->Name()) +
-                                      "]: " + ReasonOf(*column, in2));
+        const TableFacts* table = facts == comparison.facts.end() ? nullptr : &facts->second;
+        const ColumnFacts* in1 = table == nullptr ? nullptr : table->in1.FindColumn(column->Name());
+        const ColumnFacts* in2 = table == nullptr ? nullptr : table->in2.FindColumn(column->Name());
+        std::string reason;
+        if (column->CannotCompare() && !column->PrimaryKey()) {
+            reason = ReasonOf(*column, in2);
+        } else if (in1 != nullptr && in2 != nullptr && !ComparedWithoutLoss(*in1, *in2)) {
+            reason =
+                "the server converts one of its types to the other first, which can make values "
+                "equal "
+                "that are not";
+        } else {
+            continue;
+        }
+        verdict.notCompared.push_back("column [" + ToUtf8(column->Name()) + "]: " + reason);
         ++verdict.columnsNotCompared;
     }
     if (facts == comparison.facts.end()) return;

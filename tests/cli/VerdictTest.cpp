@@ -146,6 +146,41 @@ TEST_F(VerdictTest, DriftOfTypeLengthAndNullabilityIsToldButIsNoDifference) {
         << outcome.out;
 }
 
+// '01' becomes 1 before the server compares it.
+TEST_F(VerdictTest, TypesThatAreConvertedWithLossAreNotComparedWhole) {
+    struct Pair {
+        const char16_t* in1;
+        const char16_t* in2;
+        const char16_t* value1;
+        const char16_t* value2;
+        int exitCode;
+    };
+    for (const Pair& pair :
+         {Pair{u"varchar(5)", u"int", u"'01'", u"1", 3},
+          Pair{u"bigint", u"real", u"16777217", u"16777216", 3},
+          Pair{u"decimal(38,2)", u"decimal(20,10)", u"1", u"1", 3},
+          Pair{u"int", u"bigint", u"1", u"1", 0}, Pair{u"int", u"decimal(20,4)", u"1", u"1", 0},
+          Pair{u"money", u"decimal(19,4)", u"1", u"1", 0},
+          Pair{u"varchar(5)", u"nvarchar(9)", u"'x'", u"N'x'", 0},
+          Pair{u"date", u"datetime", u"'20200102'", u"'20200102'", 0},
+          Pair{u"real", u"float", u"0.5", u"0.5", 0}}) {
+        const auto make = [&](const char16_t* use, const char16_t* type, const char16_t* value) {
+            server.Run(std::u16string(use) + u"\nGO\nCREATE TABLE t (" + Key + u", v " + type +
+                       u" NULL)\nGO\nINSERT t VALUES (1, " + value + u")");
+        };
+        make(u"USE a", pair.in1, pair.value1);
+        make(u"USE b", pair.in2, pair.value2);
+        const Outcome outcome = Compare({"-t", "t"});
+        EXPECT_EQ(outcome.exitCode, pair.exitCode) << outcome.out << outcome.err;
+        EXPECT_EQ(Holds(outcome,
+                        "  not compared: column [v]: the server converts one of its types to the "
+                        "other first, which can make values equal that are not\n"),
+                  pair.exitCode == 3)
+            << outcome.out;
+        RunOnBoth(u"DROP TABLE t");
+    }
+}
+
 TEST_F(VerdictTest, DriftOfCollationIsTold) {
     const std::u16string begin = u"CREATE TABLE t (" + std::u16string(Key);
     server.Run(u"USE a\nGO\n" + begin + u", a varchar(9) COLLATE Latin1_General_CI_AS NULL)");
