@@ -210,6 +210,7 @@ std::vector<std::u16string> Comparison::KeyColumns(const TableDifference& result
 }
 
 std::unique_ptr<Comparison> Prepare(ComparisonRequest request, Console& console) {
+    DatabaseOptions::RequireLinkable(request.databases);
     auto comparison = std::make_unique<Comparison>();
     comparison->databases = request.databases;
     comparison->dropLinkedServers = request.dropLinkedServers;

@@ -182,9 +182,12 @@ DatabaseOptions::Databases DatabaseOptions::Make(Console& console) const {
         databases.obDB3 = std::make_shared<QuillonLib::Database>(*databases.obDB1);
         DatabaseLocation::Parse(location3_).PutInto(*databases.obDB3);
     }
-    RequireLinkable(*databases.obDB1, *databases.obDB3);
-    RequireLinkable(*databases.obDB2, *databases.obDB3);
     return databases;
+}
+
+void DatabaseOptions::RequireLinkable(const Databases& databases) {
+    quillon::RequireLinkable(*databases.obDB1, *databases.obDB3);
+    quillon::RequireLinkable(*databases.obDB2, *databases.obDB3);
 }
 
 }  // namespace quillon

@@ -56,6 +56,9 @@ class DatabaseOptions {
         std::shared_ptr<QuillonLib::Database> obDB3;
     };
     Databases Make(Console& console) const;
+    // For queries across both. Throws CLI::ValidationError for a login that no linked server can
+    // be given, where one is needed.
+    static void RequireLinkable(const Databases& databases);
 
     bool Given() const { return !location1_.empty(); }
     bool HasThird() const { return !location3_.empty(); }

@@ -176,5 +176,14 @@ TEST_F(DirectCompareTest, AConditionThatTheServerRefusesIsAnErrorOfThatTable) {
     EXPECT_NE(outcome.out.find("Invalid column name 'nowhere'"), std::string::npos) << outcome.out;
 }
 
+// A linked server could not be given such a login; none is needed here.
+TEST_F(DirectCompareTest, ALoginWithAQuoteWillDo) {
+    const Outcome direct = Call({"compare", "--direct", first, second, "--user", "o'brien"});
+    EXPECT_EQ(direct.exitCode, 2);
+    EXPECT_NE(direct.err.find("Login failed for user 'o'brien'"), std::string::npos) << direct.err;
+    const Outcome byServer = Call({"compare", first, second, "--user", "o'brien"});
+    EXPECT_NE(byServer.err.find("cannot be given it"), std::string::npos) << byServer.err;
+}
+
 }  // namespace
 }  // namespace quillon
