@@ -27,7 +27,8 @@ fetch_sources() {
     fi
     local apt=(apt-get -qq -o "Dir::Etc::SourceList=/dev/null" -o "Dir::Etc::SourceParts=$parts"
         -o "Dir::State::Lists=$lists" -o "APT::Sandbox::User=root")
-    "${apt[@]}" update
+    # A list that is of no use here, of binaries only, say, is no failure.
+    "${apt[@]}" update || echo "Not all lists of source packages could be read" >&2
     (cd "$sources" && "${apt[@]}" source --download-only --tar-only "$@")
 }
 
