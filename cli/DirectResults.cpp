@@ -45,12 +45,18 @@ void TellOmitted(const DirectTableResult& result, Verdict& verdict) {
     verdict.text = "columns differ";
 }
 
+// What a side declares; it may declare nothing: no identity, no primary key.
+std::string Declared(const std::u16string& side) {
+    return side.empty() ? "none" : ToUtf8(side);
+}
+
 void TellDrift(const DirectTableResult& result, Verdict& verdict) {
     for (const DirectDrift& drift : result.shape.drift) {
         verdict.drift.push_back((drift.kind == DirectDriftKind::PrimaryKey
-                                     ? std::string("the primary key is ")
-                                     : "column " + Bracketed(drift.column) + " is ") +
-                                ToUtf8(drift.side1) + " in 1, " + ToUtf8(drift.side2) + " in 2");
+                                     ? std::string("primary key: ")
+                                     : "column " + Bracketed(drift.column) + ": ") +
+                                Declared(drift.side1) + " in 1, " + Declared(drift.side2) +
+                                " in 2");
     }
     if (result.shape.key.empty() && !result.shape.columns.empty())
         verdict.drift.emplace_back("no key: whole rows are compared, in any order");

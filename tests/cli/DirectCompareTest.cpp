@@ -104,6 +104,17 @@ TEST_F(DirectCompareTest, ColumnsOfOneSideAreADifference) {
     EXPECT_NE(outcome.out.find("  column [extra] only in 1\n"), std::string::npos);
 }
 
+TEST_F(DirectCompareTest, OtherDeclarationsAreTold) {
+    server.Run(
+        u"USE d\nGO\nCREATE TABLE x (id int IDENTITY CONSTRAINT PK_x PRIMARY KEY, n int NULL)");
+    other.Run(u"USE d\nGO\nCREATE TABLE x (id int NOT NULL, n bigint NULL)");
+    const Outcome outcome = Direct({"-t", "x"});
+    EXPECT_NE(outcome.out.find("  column [id]: IDENTITY in 1, none in 2\n"), std::string::npos)
+        << outcome.out;
+    EXPECT_NE(outcome.out.find("  column [n]: int in 1, bigint in 2\n"), std::string::npos);
+    EXPECT_NE(outcome.out.find("  primary key: [id] in 1, none in 2\n"), std::string::npos);
+}
+
 TEST_F(DirectCompareTest, ATableWithoutKeyIsComparedByWholeRows) {
     RunOnBothServers(u"CREATE TABLE bag (n int NULL)\nGO\nINSERT bag VALUES (1), (1), (NULL)");
     EXPECT_EQ(Direct({"-t", "bag"}).exitCode, 0);
