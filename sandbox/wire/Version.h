@@ -1,9 +1,8 @@
 // Versions of the protocol, oldest first, so that they compare.
 #pragma once
 
-#include <algorithm>
+#include <charconv>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
 namespace sandbox::wire {
@@ -21,7 +20,8 @@ inline TdsVersion AskedFor(std::uint32_t version) {
 
 // The newest version that a server of this product version ("8.00.2039") speaks.
 inline TdsVersion NewestOf(const std::string& product) {
-    const int major = std::atoi(product.c_str());  // NOLINT(cert-err34-c): 0 counts as old
+    int major = 0;  // what is no number counts as old
+    std::from_chars(product.data(), product.data() + product.size(), major);
     if (major >= 11) return TdsVersion::V74;
     if (major == 10) return TdsVersion::V73B;
     if (major == 9) return TdsVersion::V72;
