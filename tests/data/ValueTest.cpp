@@ -149,10 +149,11 @@ TEST(DefaultText, GivesBackTheFloatThatWouldBeRoundedTwice) {
     EXPECT_TRUE(ComesBackByWayOfADouble(-7.03853069e-26F));
 }
 
-// All of them, which takes minutes. QUILLON_EVERY_FLOAT asks for it.
+// All of them: for a change of the conversion. The tests beside this one look at the one float that
+// is known to fail otherwise and at a sample, every time.
 TEST(DefaultText, GivesBackEveryFloatByWayOfADouble) {
     if (std::getenv("QUILLON_EVERY_FLOAT") == nullptr)
-        GTEST_SKIP() << "QUILLON_EVERY_FLOAT is not set";
+        GTEST_SKIP() << "2,139,095,040 floats take minutes; QUILLON_EVERY_FLOAT asks for them";
     for (std::uint32_t bits = 0; bits < 0x7F800000U; ++bits) {
         float number = 0;
         std::memcpy(&number, &bits, sizeof number);

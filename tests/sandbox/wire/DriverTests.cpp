@@ -325,10 +325,12 @@ TEST_F(DriverTest, OldServersAreReadAsWell) {
     }
 }
 
-// What a command prints, on both of its outputs. Through a shell, for commands here are pipes too.
+// What a command prints, on both of its outputs. Through a shell, for commands here are pipes too;
+// they are written in this file, and nothing from outside becomes part of them.
 std::string OutputOf(const std::string& command) {
     std::string output;
-    FILE* pipe = ::popen(("timeout 30 " + command + " 2>&1").c_str(), "r");  // NOLINT(cert-env33-c)
+    const std::string line = "timeout 30 " + command + " 2>&1";
+    FILE* pipe = ::popen(line.c_str(), "r");  // NOLINT(cert-env33-c): see above
     if (pipe == nullptr) return "cannot run " + command;
     std::array<char, 4096> piece{};
     while (const std::size_t size = std::fread(piece.data(), 1, piece.size(), pipe)) {
