@@ -3,29 +3,21 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include <array>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <string_view>
 
+#include "cli/InterruptState.h"
+
 namespace quillon {
 
 namespace {
 
-constexpr int ExitCodeOfSignal = 128;
-
-std::atomic<int> signalThatCame = 0;
-static_assert(std::atomic<int>::is_always_lock_free, "read and written by a signal handler");
-
 std::atomic<bool> noteIsTerminal = false;
-std::array<std::atomic<LastAction>, 4> lastActions;
-static_assert(std::atomic<LastAction>::is_always_lock_free, "read by a signal handler");
 
 void EndAtOnce(int signal) {
-    for (const auto& slot : lastActions) {
-        if (const LastAction action = slot) action();
-    }
+    RunLastActions();
     (void)std::signal(signal, SIG_DFL);
     (void)raise(signal);  // pending until the handler returns
 }
@@ -33,8 +25,7 @@ void EndAtOnce(int signal) {
 // Only what a signal handler may call.
 void OnSignal(int signal) {
     const int savedErrno = errno;
-    int none = 0;
-    if (signalThatCame.compare_exchange_strong(none, signal)) {
+    if (NoteInterrupt(signal)) {
         // Behind the "^C" that a terminal shows.
         constexpr std::string_view Text =
             "\nquillon: interrupted; ending as soon as everything is in order (once more: at "
@@ -101,27 +92,14 @@ class InterruptWatch::Before {
 };
 
 InterruptWatch::InterruptWatch() {
-    signalThatCame = 0;
+    ForgetInterrupt();
     noteIsTerminal = isatty(STDERR_FILENO) == 1;
     before_ = std::make_unique<Before>();
 }
 
 InterruptWatch::~InterruptWatch() {
     before_.reset();
-    signalThatCame = 0;
-}
-
-bool Interrupted() noexcept {
-    return signalThatCame != 0;
-}
-
-int InterruptExitCode() noexcept {
-    const int signal = signalThatCame;
-    return signal == 0 ? 0 : ExitCodeOfSignal + signal;
-}
-
-void StopIfInterrupted() {
-    if (Interrupted()) throw Interruption();
+    ForgetInterrupt();
 }
 
 void WaitForInput(int descriptor) {
@@ -131,13 +109,6 @@ void WaitForInput(int descriptor) {
     do {
         StopIfInterrupted();
     } while (ppoll(&input, 1, nullptr, held.Before()) < 0 && errno == EINTR);
-}
-
-void BeforeEndingAtOnce(LastAction action) {
-    for (auto& slot : lastActions) {
-        LastAction none = nullptr;
-        if (slot == action || slot.compare_exchange_strong(none, action)) return;
-    }
 }
 
 }  // namespace quillon

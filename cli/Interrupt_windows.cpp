@@ -3,19 +3,14 @@
 #include <io.h>
 #include <windows.h>
 
-#include <array>
-#include <atomic>
 #include <csignal>
 #include <string_view>
+
+#include "cli/InterruptState.h"
 
 namespace quillon {
 
 namespace {
-
-constexpr int ExitCodeOfSignal = 128;
-
-std::atomic<int> signalThatCame = 0;
-std::array<std::atomic<LastAction>, 4> lastActions;
 
 int SignalOf(DWORD event) {
     return event == CTRL_C_EVENT ? SIGINT : SIGTERM;
@@ -34,11 +29,8 @@ void Tell(std::string_view text) {
 
 // Runs in a thread of its own.
 BOOL WINAPI OnEvent(DWORD event) {
-    int none = 0;
-    if (!signalThatCame.compare_exchange_strong(none, SignalOf(event))) {
-        for (const auto& slot : lastActions) {
-            if (const LastAction action = slot) action();
-        }
+    if (!NoteInterrupt(SignalOf(event))) {
+        RunLastActions();
         constexpr UINT EndedByCtrlC = 0xC000013A;
         TerminateProcess(GetCurrentProcess(), EndedByCtrlC);
     }
@@ -61,26 +53,13 @@ class InterruptWatch::Before {
 };
 
 InterruptWatch::InterruptWatch() {
-    signalThatCame = 0;
+    ForgetInterrupt();
     before_ = std::make_unique<Before>();
 }
 
 InterruptWatch::~InterruptWatch() {
     before_.reset();
-    signalThatCame = 0;
-}
-
-bool Interrupted() noexcept {
-    return signalThatCame != 0;
-}
-
-int InterruptExitCode() noexcept {
-    const int signal = signalThatCame;
-    return signal == 0 ? 0 : ExitCodeOfSignal + signal;
-}
-
-void StopIfInterrupted() {
-    if (Interrupted()) throw Interruption();
+    ForgetInterrupt();
 }
 
 // A pipe cannot be waited for: it is asked again and again. Anything else can be read at once.
@@ -93,13 +72,6 @@ void WaitForInput(int descriptor) {
         DWORD waiting = 0;
         if (!PeekNamedPipe(input, nullptr, 0, nullptr, &waiting, nullptr) || waiting > 0) return;
         Sleep(Patience);
-    }
-}
-
-void BeforeEndingAtOnce(LastAction action) {
-    for (auto& slot : lastActions) {
-        LastAction none = nullptr;
-        if (slot == action || slot.compare_exchange_strong(none, action)) return;
     }
 }
 
