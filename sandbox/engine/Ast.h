@@ -195,6 +195,8 @@ enum class StmtKind {
     CreateProcedure,
     CreateSchema,
     CreateUser,
+    CreateLogin,
+    Permission,
     Try,
     WaitFor,
     Dbcc,
@@ -322,6 +324,24 @@ struct SimpleStmt : Stmt {
     SimpleStmt(StmtKind k, int l) : Stmt(k, l) {}
     std::u16string name;
     std::vector<ExprPtr> args;
+};
+
+// GRANT, DENY and REVOKE in the current database.
+struct PermissionStmt : Stmt {
+    explicit PermissionStmt(int l) : Stmt(StmtKind::Permission, l) {}
+    enum class Verb { Grant, Deny, Revoke } verb = Verb::Grant;
+    enum class On { Database, Schema, Object } on = On::Database;
+    std::vector<std::u16string> actions;  // upper case
+    ObjectName object;                    // a schema: its name
+    std::vector<std::u16string> users;
+};
+
+// CREATE LOGIN, CREATE USER.
+struct LoginStmt : Stmt {
+    LoginStmt(StmtKind k, int l) : Stmt(k, l) {}
+    std::u16string name;
+    std::u16string password;  // of a login
+    std::u16string login;     // of a user; empty: without
 };
 
 struct CreateDatabaseStmt : Stmt {

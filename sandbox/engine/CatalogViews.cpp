@@ -3,16 +3,46 @@
 #include <algorithm>
 
 #include "sandbox/engine/Collation.h"
+#include "sandbox/engine/Permissions.h"
 
 namespace sandbox::engine {
 namespace {
 
-// "@": the prefix of the database's tables, "#": its number.
-std::string WithPrefix(const char* text, const Catalog& catalog) {
+// What a table of the catalog tells the id of the object in, by which it is hidden; "" for tables
+// that everybody sees.
+std::string_view Hidden(std::string_view table) {
+    if (table == "m_column" || table == "m_index" || table == "m_index_column") return "object_id";
+    if (table == "m_fk_column") return "parent_id";
+    if (table == "m_depend") return "id";
+    return {};
+}
+
+bool IsNamePart(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+}
+
+// The rows of a table of the catalog that a login sees.
+std::string Seen(const std::string& table, std::string_view name, const std::string& visible) {
+    if (visible.empty()) return table;
+    if (name == "m_object") {
+        return "(SELECT * FROM " + table + " WHERE id IN (" + visible + ") OR parent_id IN (" +
+               visible + "))";
+    }
+    const std::string_view id = Hidden(name);
+    if (id.empty()) return table;
+    return "(SELECT * FROM " + table + " WHERE " + std::string(id) + " IN (" + visible + "))";
+}
+
+// "@": the prefix of the database's tables, "#": its number. `visible`: as VisibleObjects tells.
+std::string WithPrefix(const char* text, const Catalog& catalog, const std::string& visible) {
     std::string out;
     for (const char* p = text; *p != '\0'; ++p) {
         if (*p == '@') {
-            out += catalog.Prefix();
+            const char* const begin = p + 1;
+            while (IsNamePart(p[1]))
+                ++p;
+            const std::string_view name(begin, static_cast<std::size_t>(p + 1 - begin));
+            out += Seen(catalog.Prefix() + std::string(name), name, visible);
         } else if (*p == '#') {
             out += std::to_string(catalog.File()->number);
         } else {
@@ -20,6 +50,13 @@ std::string WithPrefix(const char* text, const Catalog& catalog) {
         }
     }
     return out;
+}
+
+// How things are defined is for those to see who may change them.
+std::string Shown(const ViewColumn& column, const Catalog& catalog, const std::string& visible) {
+    const std::string_view name = column.name;
+    const bool defines = name == "definition" || name == "COLUMN_DEFAULT" || name == "text";
+    return defines && !visible.empty() ? "NULL" : WithPrefix(column.sql, catalog, visible);
 }
 
 bool Lives(const ViewDefinition& view, Context& context, Catalog& catalog,
@@ -44,10 +81,6 @@ bool Lives(const ViewDefinition& view, Context& context, Catalog& catalog,
 char OnlyAlias(std::string_view from) {
     if (!from.starts_with("FROM @") || from.find_first_of("( ", 6) != from.size() - 2) return '\0';
     return from.back();
-}
-
-bool IsNamePart(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
 }
 
 // The text with "a." as the alias mark and ".".
@@ -79,7 +112,8 @@ std::string NeverNull(const ViewDefinition& view, char alias) {
 // takes its time to plan a subquery for each. In a row that an outer join makes up, expressions
 // are NULL like the columns.
 std::optional<SystemView> BuildDirect(const ViewDefinition& view, const Context& context,
-                                      const Catalog& catalog, bool mayMiss) {
+                                      const Catalog& catalog, const std::string& visible,
+                                      bool mayMiss) {
     const char alias = view.rows == nullptr ? OnlyAlias(view.from) : '\0';
     const std::string present = NeverNull(view, alias);
     if (alias == '\0' || present.empty()) return std::nullopt;
@@ -89,7 +123,7 @@ std::optional<SystemView> BuildDirect(const ViewDefinition& view, const Context&
         SourceColumn s;
         s.name = Widen(c.name);
         s.type = c.type;
-        std::string sql = WithPrefix(c.sql, catalog);
+        std::string sql = Shown(c, catalog, visible);
         if (!IsPlain(sql, alias)) {
             if (const char* collation = CollationOf(c.type)) {
                 sql = "(" + sql + ") COLLATE " + collation;
@@ -102,11 +136,12 @@ std::optional<SystemView> BuildDirect(const ViewDefinition& view, const Context&
         result.columns.push_back(std::move(s));
     }
     const std::string_view from = view.from;
-    result.sql = WithPrefix(std::string(from.substr(5, from.size() - 7)).c_str(), catalog);
+    result.sql = WithPrefix(std::string(from.substr(5, from.size() - 7)).c_str(), catalog, visible);
     return result;
 }
 
-SystemView Build(const ViewDefinition& view, Context& context, Catalog& catalog) {
+SystemView Build(const ViewDefinition& view, Context& context, Catalog& catalog,
+                 const std::string& visible) {
     SystemView result;
     for (const ViewColumn& c : view.columns) {
         SourceColumn s;
@@ -120,11 +155,11 @@ SystemView Build(const ViewDefinition& view, Context& context, Catalog& catalog)
         for (std::size_t i = 0; i < view.columns.size(); ++i) {
             if (i > 0) result.sql += ", ";
             const char* collation = CollationOf(view.columns[i].type);
-            result.sql += WithPrefix(view.columns[i].sql, catalog);
+            result.sql += Shown(view.columns[i], catalog, visible);
             if (collation != nullptr) result.sql += std::string(" COLLATE ") + collation;
             result.sql += " AS c" + std::to_string(i + 1);
         }
-        result.sql += " " + WithPrefix(view.from, catalog) + ")";
+        result.sql += " " + WithPrefix(view.from, catalog, visible) + ")";
         return result;
     }
     const auto rows = view.rows(context);
@@ -164,8 +199,9 @@ std::optional<SystemView> FindSystemView(Context& context, Catalog& catalog,
         for (const ViewDefinition& view : *list) {
             if (!SameName(Widen(view.name), name) || !Lives(view, context, catalog, schema))
                 continue;
-            if (auto direct = BuildDirect(view, context, catalog, mayMiss)) return direct;
-            return Build(view, context, catalog);
+            const std::string visible = VisibleObjects(context, catalog);
+            if (auto direct = BuildDirect(view, context, catalog, visible, mayMiss)) return direct;
+            return Build(view, context, catalog, visible);
         }
     }
     return std::nullopt;

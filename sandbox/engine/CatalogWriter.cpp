@@ -25,6 +25,19 @@ void CatalogWriter::CheckName(const std::u16string& name, int schemaId) {
     }
 }
 
+void CatalogWriter::AddSchema(std::u16string_view name) {
+    Cached("INSERT INTO @m_schema(id,name,principal) SELECT max(max(id),4)+1, ?, 1 FROM @m_schema")
+        .BindAll(name)
+        .Run();
+    catalog_.Changed();
+    context_.BumpGeneration();
+}
+
+void CatalogWriter::AddUser(std::u16string_view name, std::u16string_view login) {
+    if (!login.empty()) Cached("INSERT INTO @m_user VALUES(?,?)").BindAll(name, login).Run();
+    AddSchema(name);
+}
+
 void CatalogWriter::AddObject(const NewObject& o) {
     const Value text = o.text.empty() ? Value::Null() : Value::Text(o.text);
     Cached(

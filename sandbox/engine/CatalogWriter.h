@@ -28,6 +28,9 @@ class CatalogWriter {
     // Throws 2714 when the name is taken.
     void CheckName(const std::u16string& name, int schemaId);
     void AddObject(const NewObject& object);
+    void AddSchema(std::u16string_view name);
+    // And the schema of its name. `login` empty: of none.
+    void AddUser(std::u16string_view name, std::u16string_view login);
     void AddColumn(int table, const ColumnMeta& column);
     void AddIndex(int table, const IndexMeta& index);
     void AddForeignKeyColumns(int constraint, int table, int referenced,

@@ -7,6 +7,7 @@
 
 #include "sandbox/engine/Collation.h"
 #include "sandbox/engine/DateTime.h"
+#include "sandbox/engine/Permissions.h"
 
 namespace sandbox::engine {
 
@@ -162,6 +163,11 @@ Catalog& Context::OpenNamed(std::u16string_view serverName, std::u16string_view 
             throw SqlError(7411,
                            Format(u"Server '%1' is not configured for DATA ACCESS.", {link->name}));
         }
+        if (!administrator) {
+            throw SqlError(7416,
+                           u"Access to the remote server is denied because no login-mapping "
+                           u"exists.");
+        }
         target = server.host->FindServer(link->dataSource.empty() ? link->name : link->dataSource);
         if (target == nullptr) {
             throw SqlError(
@@ -185,7 +191,9 @@ Catalog& Context::OpenNamed(std::u16string_view serverName, std::u16string_view 
         }
         return Current();  // the caller sees that the name differs
     }
-    return Open(database);
+    Catalog& catalog = Open(database);
+    RequireAccess(*this, catalog);
+    return catalog;
 }
 
 Resolved Context::Resolve(const ObjectName& name) {

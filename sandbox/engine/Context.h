@@ -84,6 +84,7 @@ class Context {
     Store store;
     ServerState& server;
     std::u16string user, hostName, application;
+    bool administrator = true;  // a member of sysadmin
     int spid = 51;
 
     // Databases

@@ -3,6 +3,7 @@
 #include "sandbox/engine/Context.h"
 #include "sandbox/engine/Executor.h"
 #include "sandbox/engine/Host.h"
+#include "sandbox/engine/Permissions.h"
 
 namespace sandbox {
 namespace {
@@ -21,7 +22,8 @@ class EngineSession : public Session {
         context_.hostName = request.host;
         context_.application = request.application;
         context_.spid = ++server.host->spids;
-        context_.Open(database);
+        context_.administrator = request.integrated || server.IsAdministrator(request.user);
+        RequireAccess(context_, context_.Open(database));
     }
 
     ~EngineSession() override {
@@ -61,23 +63,28 @@ class EngineBackend : public Backend {
         }
         const std::u16string name = request.database.empty() ? u"master" : request.database;
         const DatabasePtr database = server_.Find(name);
-        if (!database) {
-            Refuse(
-                4060, 11,
-                server_.major >= 9
-                    ? Format(
-                          u"Cannot open database \"%1\" requested by the login. The login failed.",
-                          {name})
-                    : Format(u"Cannot open database requested in login '%1'. Login fails.",
-                             {name}));
+        if (!database) RefuseDatabase(name);
+        try {
+            return std::make_unique<EngineSession>(server_, database, request);
+        } catch (const engine::SqlError& error) {
+            if (error.message.number != NoUserOfDatabase) throw;
+            RefuseDatabase(name);
         }
-        return std::make_unique<EngineSession>(server_, database, request);
     }
 
     std::u16string ServerName() const override { return server_.settings.name; }
     std::string Version() const override { return server_.settings.version; }
 
   private:
+    static constexpr std::int32_t NoUserOfDatabase = 916;
+
+    [[noreturn]] void RefuseDatabase(std::u16string_view name) const {
+        Refuse(4060, 11,
+               Format(server_.major >= 9
+                          ? u"Cannot open database \"%1\" requested by the login. The login failed."
+                          : u"Cannot open database requested in login '%1'. Login fails.",
+                      {name}));
+    }
     [[noreturn]] static void Refuse(std::int32_t number, std::uint8_t severity,
                                     std::u16string text) {
         Message message;

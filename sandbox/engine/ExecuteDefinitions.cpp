@@ -2,6 +2,7 @@
 #include "sandbox/engine/Collation.h"
 #include "sandbox/engine/Executor.h"
 #include "sandbox/engine/Parser.h"
+#include "sandbox/engine/Permissions.h"
 #include "sandbox/engine/TableBuilder.h"
 #include "sandbox/engine/TableStorage.h"
 
@@ -12,6 +13,14 @@ void RefuseInTransaction(const Context& context, std::u16string_view statement) 
     if (context.transactionDepth == 0) return;
     throw SqlError(
         226, Format(u"%1 statement not allowed within multi-statement transaction.", {statement}));
+}
+
+[[noreturn]] void NoSuchToDrop(std::u16string_view what, std::u16string_view name) {
+    throw SqlError(3701,
+                   Format(u"Cannot drop the %1 '%2', because it does not exist or you do not have "
+                          u"permission.",
+                          {what, name}),
+                   11, 5);
 }
 
 // The schema of a new object. Throws 2760.
@@ -68,6 +77,7 @@ void Executor::DropDatabase(const DropObjectStmt& stmt) {
     RefuseInTransaction(context_, u"DROP DATABASE");
     for (const ObjectName& name : stmt.names) {
         if (stmt.ifExists && !context_.server.Find(name.name)) continue;
+        if (!context_.administrator) NoSuchToDrop(u"database", name.name);
         context_.server.Drop(name.name);
         context_.BumpGeneration();
         context_.RefreshCatalogs();
@@ -78,7 +88,7 @@ void Executor::DropDatabase(const DropObjectStmt& stmt) {
 void Executor::AlterDatabase(const AlterDatabaseStmt& stmt) {
     const DatabasePtr database =
         SameName(stmt.name, u"CURRENT") ? context_.current : context_.server.Find(stmt.name);
-    if (!database) {
+    if (!database || !context_.administrator) {
         throw SqlError(
             5011,
             Format(u"User does not have permission to alter database '%1', the database does "
@@ -117,6 +127,7 @@ void Executor::AlterTable(const AlterTableStmt& stmt) {
                    u"permissions.",
                    {stmt.table.Text()}));
     }
+    RequireAlter(context_, r, stmt.table, 13);
     using Action = AlterTableStmt::Action;
     Atomically([&] {
         TableBuilder builder(context_, *r.catalog);
@@ -146,7 +157,7 @@ void Executor::DropOne(const ObjectName& name, const DropObjectStmt& stmt) {
     if (schema) {
         Catalog& catalog = context_.Current();
         const auto id = catalog.SchemaId(name.name);
-        if (!id || *id <= 4) {
+        if (!id || *id <= 4 || !context_.administrator) {
             if (stmt.ifExists && !id) return;
             throw SqlError(
                 15151,
@@ -177,12 +188,7 @@ void Executor::DropOne(const ObjectName& name, const DropObjectStmt& stmt) {
     const std::u16string type = stmt.what == u"table" ? u"U" : stmt.what == u"view" ? u"V" : u"P";
     if (!r.object || (r.object->type != type && r.object->type == u"S")) {
         if (stmt.ifExists) return;
-        throw SqlError(
-            3701,
-            Format(u"Cannot drop the %1 '%2', because it does not exist or you do not have "
-                   u"permission.",
-                   {stmt.what, name.Text()}),
-            11, 5);
+        NoSuchToDrop(stmt.what, name.Text());
     }
     if (r.object->type != type) {
         const std::u16string_view other = r.object->type == u"U"   ? u"table"
@@ -192,6 +198,7 @@ void Executor::DropOne(const ObjectName& name, const DropObjectStmt& stmt) {
                        Format(u"Cannot use DROP %1 with '%2' because '%2' is a %3. Use DROP %4.",
                               {FoldName(stmt.what), name.Text(), other, FoldName(other)}));
     }
+    if (!MayUse(context_, *r.catalog, *r.object, u"ALTER")) NoSuchToDrop(stmt.what, name.Text());
     if (type == u"U") {
         const TablePtr table = r.catalog->Table(r.object->id);
         TableBuilder(context_, *r.catalog).Drop(*table);
@@ -219,6 +226,7 @@ void Executor::CreateIndex(const CreateIndexStmt& stmt) {
                    u"permissions.",
                    {stmt.table.Text()}));
     }
+    RequireAlter(context_, r, stmt.table, 12);
     if (table->type == u'V' && !table->schemaBound) {
         throw SqlError(
             1939, Format(u"Cannot create index on view '%1' because the view is not schema bound.",
@@ -265,8 +273,9 @@ void Executor::DropIndex(const DropIndexStmt& stmt) {
                 if (SameName(x.name, indexName)) index = &x;
             }
         }
-        if (index == nullptr) {
-            if (stmt.ifExists) continue;
+        const bool may = index != nullptr && MayUse(context_, *r.catalog, *r.object, u"ALTER");
+        if (!may) {
+            if (stmt.ifExists && index == nullptr) continue;
             throw SqlError(
                 3701,
                 Format(u"Cannot drop the index '%1.%2', because it does not exist or you do not "
@@ -419,26 +428,13 @@ void Executor::CreateProcedure(const CreateProcedureStmt& stmt) {
 
 void Executor::CreateSchema(const SimpleStmt& stmt) {
     Catalog& catalog = context_.Current();
-    if (stmt.kind == StmtKind::CreateSchema && context_.server.major < 9) ThrowSyntax(stmt.name);
+    if (context_.server.major < 9) ThrowSyntax(stmt.name);
     if (catalog.SchemaId(stmt.name)) {
         throw SqlError(
-            stmt.kind == StmtKind::CreateUser ? 15023 : 2714,
-            stmt.kind == StmtKind::CreateUser
-                ? Format(u"User, group, or role '%1' already exists in the current database.",
-                         {stmt.name})
-                : Format(u"There is already an object named '%1' in the database.", {stmt.name}),
+            2714, Format(u"There is already an object named '%1' in the database.", {stmt.name}),
             16, 6);
     }
-    Atomically([&] {
-        context_.store
-            .Cached("INSERT INTO " + catalog.Prefix() +
-                    "m_schema(id,name,principal) SELECT max(max(id),4)+1, ?, 1 FROM " +
-                    catalog.Prefix() + "m_schema")
-            .BindAll(stmt.name)
-            .Run();
-        catalog.Changed();
-        context_.BumpGeneration();
-    });
+    Atomically([&] { CatalogWriter(context_, catalog).AddSchema(stmt.name); });
     Done();
 }
 

@@ -4,6 +4,7 @@
 #include "sandbox/engine/Conversion.h"
 #include "sandbox/engine/Executor.h"
 #include "sandbox/engine/Parser.h"
+#include "sandbox/engine/Permissions.h"
 #include "sandbox/engine/TableStorage.h"
 
 namespace sandbox::engine {
@@ -147,6 +148,7 @@ std::shared_ptr<Plan> Executor::PlanInsert(const InsertStmt& stmt) {
     auto plan = std::make_shared<Plan>();
     const Resolved r = context_.Resolve(stmt.table);
     plan->table = NeedTable(stmt.table, r);
+    RequirePermission(context_, *r.catalog, *r.object, u"INSERT");
     plan->catalog = r.catalog;
     const TableMeta& table = *plan->table;
     const std::vector<const ColumnMeta*> targets = InsertTargets(stmt, *r.catalog, table);
@@ -369,6 +371,19 @@ Resolved Executor::WriteTarget(const ObjectName& name, const std::vector<TableRe
 
 namespace {
 
+bool NamesColumns(const Expr& expr) {
+    if (expr.kind == ExprKind::Column || expr.query) return true;
+    return std::any_of(expr.args.begin(), expr.args.end(),
+                       [](const ExprPtr& arg) { return arg && NamesColumns(*arg); });
+}
+
+// Whether it looks at what the rows hold, which takes more than the permission to write them.
+bool ReadsRows(const UpdateStmt& stmt) {
+    return stmt.where || !stmt.from.empty() ||
+           std::any_of(stmt.assignments.begin(), stmt.assignments.end(),
+                       [](const Assignment& a) { return NamesColumns(*a.value); });
+}
+
 // The rows that UPDATE and DELETE with joins, or with TOP, choose.
 struct Chosen {
     std::string from;  // FROM ... WHERE ... LIMIT
@@ -382,6 +397,7 @@ std::shared_ptr<Plan> Executor::PlanUpdate(const UpdateStmt& stmt) {
     const TableRef* reference = nullptr;
     const Resolved r = WriteTarget(stmt.table, stmt.from, &reference);
     plan->table = NeedTable(stmt.table, r);
+    RequirePermission(context_, *r.catalog, *r.object, u"UPDATE");
     plan->catalog = r.catalog;
     const TableMeta& table = *plan->table;
     Translator translator(context_);
@@ -400,7 +416,7 @@ std::shared_ptr<Plan> Executor::PlanUpdate(const UpdateStmt& stmt) {
         }
     } else {
         std::string own;
-        scope.sources.push_back(translator.TableSource(stmt.table, u"", &own));
+        scope.sources.push_back(translator.TableSource(stmt.table, u"", &own, ReadsRows(stmt)));
         target = scope.sources.back().get();
         from += (from.empty() ? "" : ", ") + own;
     }
@@ -548,6 +564,7 @@ std::shared_ptr<Plan> Executor::PlanDelete(const DeleteStmt& stmt) {
     const TableRef* reference = nullptr;
     const Resolved r = WriteTarget(stmt.table, stmt.from, &reference);
     plan->table = NeedTable(stmt.table, r);
+    RequirePermission(context_, *r.catalog, *r.object, u"DELETE");
     plan->catalog = r.catalog;
     Translator translator(context_);
     Scope scope;
@@ -562,7 +579,8 @@ std::shared_ptr<Plan> Executor::PlanDelete(const DeleteStmt& stmt) {
         }
     } else {
         std::string own;
-        scope.sources.push_back(translator.TableSource(stmt.table, u"", &own));
+        const bool reads = stmt.where || !stmt.from.empty();
+        scope.sources.push_back(translator.TableSource(stmt.table, u"", &own, reads));
         alias = scope.sources.back()->sql;
         from += (from.empty() ? "" : ", ") + own;
     }
@@ -606,6 +624,7 @@ void Executor::Truncate(const DropObjectStmt& stmt) {
                          u"have permissions.",
                          {stmt.names.front().Text()}));
     }
+    RequireAlter(context_, r, stmt.names.front(), 7);
     for (const ForeignKeyMeta& f : table->references) {
         if (f.childId == table->id) continue;
         throw SqlError(

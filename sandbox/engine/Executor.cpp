@@ -7,6 +7,7 @@
 #include "sandbox/engine/Conversion.h"
 #include "sandbox/engine/DateTime.h"
 #include "sandbox/engine/Parser.h"
+#include "sandbox/engine/Permissions.h"
 
 namespace sandbox::engine {
 
@@ -134,6 +135,7 @@ Executor::Flow Executor::Run(const Stmt& stmt) {
 }
 
 Executor::Flow Executor::Dispatch(const Stmt& s) {
+    RequireRight(s);
     switch (s.kind) {
         case StmtKind::Query:
             Select(static_cast<const QueryStmt&>(s));
@@ -234,8 +236,16 @@ Executor::Flow Executor::Dispatch(const Stmt& s) {
             CreateProcedure(static_cast<const CreateProcedureStmt&>(s));
             break;
         case StmtKind::CreateSchema:
-        case StmtKind::CreateUser:
             CreateSchema(static_cast<const SimpleStmt&>(s));
+            break;
+        case StmtKind::CreateUser:
+            CreateUser(static_cast<const LoginStmt&>(s));
+            break;
+        case StmtKind::CreateLogin:
+            CreateLogin(static_cast<const LoginStmt&>(s));
+            break;
+        case StmtKind::Permission:
+            Permit(static_cast<const PermissionStmt&>(s));
             break;
         case StmtKind::WaitFor:
             Wait(static_cast<const SimpleStmt&>(s));
@@ -424,9 +434,9 @@ void Executor::Use(const SimpleStmt& stmt) {
                               u"correctly.",
                               {stmt.name}));
     }
+    RequireAccess(context_, context_.Open(database));
     const std::u16string from = context_.current->name;
     context_.Use(database);
-    context_.Open(database);
     sink_.DatabaseChanged(from, database->name);
     Done();
 }
@@ -440,6 +450,7 @@ void Executor::SetIdentityInsert(const SetOptionStmt& stmt) {
                          u"have permissions.",
                          {stmt.table.Text()}));
     }
+    RequireAlter(context_, r, stmt.table, 11);
     if (table->Identity() == nullptr) {
         throw SqlError(8106,
                        Format(u"Table '%1' does not have the identity property. Cannot perform SET "
@@ -561,6 +572,7 @@ void Executor::Dbcc(const SimpleStmt& stmt) {
                          u"catalog.",
                          {text}));
     }
+    RequireAlter(context_, r, name, 1);
     if (table->Identity() == nullptr) {
         throw SqlError(7997, Format(u"'%1' does not contain an identity column.", {table->name}));
     }

@@ -147,6 +147,13 @@ class Executor {
     void CreateProcedure(const CreateProcedureStmt& stmt);
     void CreateSchema(const SimpleStmt& stmt);
 
+    // Permissions (ExecutePermissions.cpp)
+    void Permit(const PermissionStmt& stmt);
+    void CreateLogin(const LoginStmt& stmt);
+    void CreateUser(const LoginStmt& stmt);
+    // Throws 262 for what takes more than a permission on an object.
+    void RequireRight(const Stmt& stmt);
+
     // Calls (Procedures.cpp, SystemProcedures.cpp)
     void Exec(const ExecStmt& stmt);
     void Call(const ProcedureMeta& procedure, Catalog& catalog, const ExecStmt& stmt);

@@ -225,8 +225,31 @@ bool ServerState::DropLink(std::u16string_view name) {
     return std::erase_if(links_, [&](const LinkedServer& l) { return SameName(l.name, name); }) > 0;
 }
 
-bool ServerState::AcceptsLogin(std::u16string_view user, std::u16string_view password) const {
-    return SameName(user, settings.user) && password == settings.password;
+bool ServerState::AcceptsLogin(std::u16string_view user, std::u16string_view password) {
+    if (IsAdministrator(user)) return password == settings.password;
+    const std::lock_guard lock(mutex_);
+    return std::any_of(logins_.begin(), logins_.end(), [&](const Login& l) {
+        return SameName(l.user, user) && l.password == password;
+    });
+}
+
+bool ServerState::IsAdministrator(std::u16string_view user) const {
+    return SameName(user, settings.user);
+}
+
+bool ServerState::HasLogin(std::u16string_view user) {
+    if (IsAdministrator(user)) return true;
+    const std::lock_guard lock(mutex_);
+    return std::any_of(logins_.begin(), logins_.end(),
+                       [&](const Login& l) { return SameName(l.user, user); });
+}
+
+void ServerState::AddLogin(const std::u16string& user, const std::u16string& password) {
+    if (HasLogin(user)) {
+        throw SqlError(15025, Format(u"The server principal '%1' already exists.", {user}));
+    }
+    const std::lock_guard lock(mutex_);
+    logins_.push_back({user, password});
 }
 
 HostState::HostState() : folder_(MakeFolder()) {

@@ -82,10 +82,20 @@ struct ServerState {
     bool ChangeLink(std::u16string_view name, const std::function<void(LinkedServer&)>& change);
     bool DropLink(std::u16string_view name);
 
-    bool AcceptsLogin(std::u16string_view user, std::u16string_view password) const;
+    bool AcceptsLogin(std::u16string_view user, std::u16string_view password);
+    // The one of the settings, and everybody who comes with integrated security.
+    bool IsAdministrator(std::u16string_view user) const;
+    bool HasLogin(std::u16string_view user);
+    // Throws SqlError 15025.
+    void AddLogin(const std::u16string& user, const std::u16string& password);
 
   private:
+    struct Login {
+        std::u16string user, password;
+    };
+
     std::mutex mutex_;
+    std::vector<Login> logins_;
     std::vector<DatabasePtr> databases_;
     std::vector<LinkedServer> links_;
     int nextDatabase_ = 1;

@@ -5,6 +5,7 @@
 #include "sandbox/engine/Collation.h"
 #include "sandbox/engine/Conversion.h"
 #include "sandbox/engine/Parser.h"
+#include "sandbox/engine/Permissions.h"
 #include "sandbox/engine/SqlFunctions.h"
 
 namespace sandbox::engine {
@@ -49,7 +50,7 @@ std::optional<Resolved> FindObject(Context& context, Text text) {
     if (!r.object && (name.schema.empty() || SameName(name.schema, u"dbo"))) {
         r.object = catalog.Find(u"sys", name.name);
     }
-    if (!r.object) return std::nullopt;
+    if (!r.object || !MaySee(context, catalog, *r.object)) return std::nullopt;
     return r;
 }
 

@@ -85,6 +85,11 @@ class Parser {
     TypeSpec Type();
     Parameter ProcedureParameter();
 
+    // Permissions (ParserPermissions.cpp)
+    StmtPtr PermissionStatement();
+    StmtPtr CreateLogin(int line);
+    StmtPtr CreateUser(int line);
+
     // Queries (ParserQueries.cpp)
     QueryPtr QueryExpression(bool allowOrder);
     QueryPtr QueryTerm();

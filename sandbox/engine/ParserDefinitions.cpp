@@ -120,19 +120,12 @@ StmtPtr Parser::CreateStatement() {
     if (TakeWord(u"PROCEDURE") || TakeWord(u"PROC")) {
         return CreateProcedure(line, create.start, false);
     }
-    if (TakeWord(u"SCHEMA") || TakeWord(u"USER")) {
-        const bool user =
-            TextSince(create.start).size() >= 4 &&
-            SameName(TextSince(create.start).substr(TextSince(create.start).size() - 4), u"USER");
-        auto s = std::make_unique<SimpleStmt>(user ? StmtKind::CreateUser : StmtKind::CreateSchema,
-                                              line);
+    if (TakeWord(u"LOGIN")) return CreateLogin(line);
+    if (TakeWord(u"USER")) return CreateUser(line);
+    if (TakeWord(u"SCHEMA")) {
+        auto s = std::make_unique<SimpleStmt>(StmtKind::CreateSchema, line);
         s->name = TakeName();
         if (TakeWord(u"AUTHORIZATION")) TakeName();
-        if (user && TakeWord(u"WITHOUT")) ExpectWord(u"LOGIN");
-        if (user && TakeWord(u"FOR")) {
-            ExpectWord(u"LOGIN");
-            TakeName();
-        }
         return s;
     }
     bool unique = TakeWord(u"UNIQUE");

@@ -86,6 +86,9 @@ StmtPtr Parser::StatementByKeyword(const Token& word) {
     if (keyword == u"CREATE") return CreateStatement();
     if (keyword == u"ALTER") return AlterStatement();
     if (keyword == u"DROP") return DropStatement();
+    if (keyword == u"GRANT" || keyword == u"DENY" || keyword == u"REVOKE") {
+        return PermissionStatement();
+    }
     if (keyword == u"COMMIT") return TransactionStatement(StmtKind::Commit);
     if (keyword == u"ROLLBACK") return TransactionStatement(StmtKind::Rollback);
     if (keyword == u"SAVE") return TransactionStatement(StmtKind::Save);

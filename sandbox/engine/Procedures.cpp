@@ -2,6 +2,7 @@
 #include "sandbox/engine/Conversion.h"
 #include "sandbox/engine/Executor.h"
 #include "sandbox/engine/Parser.h"
+#include "sandbox/engine/Permissions.h"
 
 namespace sandbox::engine {
 
@@ -54,6 +55,7 @@ void Executor::Exec(const ExecStmt& stmt) {
         throw SqlError(2812, Format(u"Could not find stored procedure '%1'.", {name.Text()}), 16,
                        62);
     }
+    RequirePermission(context_, *catalog, *object, u"EXECUTE");
     Call(*procedure, *catalog, stmt);
 }
 

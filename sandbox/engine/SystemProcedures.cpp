@@ -1,9 +1,11 @@
 // The system procedures that set-up scripts and comparisons call.
 #include <unordered_map>
 
+#include "sandbox/engine/CatalogWriter.h"
 #include "sandbox/engine/Collation.h"
 #include "sandbox/engine/Conversion.h"
 #include "sandbox/engine/Executor.h"
+#include "sandbox/engine/Permissions.h"
 
 namespace sandbox::engine {
 namespace {
@@ -160,22 +162,23 @@ void CompatibilityLevel(Context& context, const Arguments& args) {
     database->compatibility = level;
 }
 
+void AddLogin(Context& context, const Arguments& args) {
+    context.server.AddLogin(Text(args, 0), Text(args, 1));
+}
+
 void AddUser(Context& context, const Arguments& args) {
-    std::u16string name = Text(args, 1);
-    if (name.empty()) name = Text(args, 0);
+    const std::u16string login = Text(args, 0);
+    const std::u16string name = Text(args, 1).empty() ? login : Text(args, 1);
+    if (!context.server.HasLogin(login)) {
+        throw SqlError(
+            15007, Format(u"'%1' is not a valid login or you do not have permission.", {login}));
+    }
     Catalog& catalog = context.Current();
     if (catalog.SchemaId(name)) {
         throw SqlError(
             15023, Format(u"User or role '%1' already exists in the current database.", {name}));
     }
-    context.store
-        .Cached("INSERT INTO " + catalog.Prefix() +
-                "m_schema(id,name,principal) SELECT max(max(id),4)+1, ?, 1 FROM " +
-                catalog.Prefix() + "m_schema")
-        .BindAll(name)
-        .Run();
-    catalog.Changed();
-    context.BumpGeneration();
+    CatalogWriter(context, catalog).AddUser(name, login);
 }
 
 void Nothing(Context&, const Arguments&) {
@@ -199,6 +202,7 @@ const std::unordered_map<std::u16string, Entry>& Table() {
         {u"SP_DROPLINKEDSRVLOGIN", {DropLinkedLogin, {u"@rmtsrvname", u"@locallogin"}}},
         {u"SP_DROPSERVER", {DropServer, {u"@server", u"@droplogins"}}},
         {u"SP_DBCMPTLEVEL", {CompatibilityLevel, {u"@dbname", u"@new_cmptlevel"}}},
+        {u"SP_ADDLOGIN", {AddLogin, {u"@loginame", u"@passwd", u"@defdb"}}},
         {u"SP_ADDUSER", {AddUser, {u"@loginame", u"@name_in_db", u"@grpname"}}},
         {u"SP_GRANTDBACCESS", {AddUser, {u"@loginame", u"@name_in_db"}}},
         {u"SP_UPDATESTATS", {Nothing, {}}},
@@ -248,6 +252,7 @@ bool Executor::SystemProcedure(const std::u16string& name, const ExecStmt& stmt)
                    {stmt.procedure.name, entry.parameters[0]}),
             16, 4);
     }
+    if (entry.run != Nothing) RequireAdministrator(context_);
     entry.run(context_, args);
     if (!stmt.returnVariable.empty()) {
         Assign(FoldName(stmt.returnVariable), {Value::Int(0), Plain(TypeId::Int), true});

@@ -4,6 +4,7 @@
 
 #include "sandbox/engine/Collation.h"
 #include "sandbox/engine/Conversion.h"
+#include "sandbox/engine/Permissions.h"
 #include "sandbox/engine/Translator.h"
 
 namespace sandbox::engine {
@@ -417,7 +418,10 @@ Bound SchemaIdOf(Call& c) {
 }
 
 Bound UserName(Call& c) {
-    if (c.args.empty()) return c.t.Literal(Value::Text(u"dbo"), kSysname);
+    if (c.args.empty()) {
+        Context& context = c.t.GetContext();
+        return c.t.Literal(Value::Text(UserIn(context, context.Current())), kSysname);
+    }
     return Plainly<kSchemaName, N, I>(c);
 }
 
@@ -479,11 +483,22 @@ Bound VariantProperty(Call& c) {
 }
 
 Bound HasAccess(Call& c) {
-    return Make("CASE WHEN ms_db_id(" + c.Text(0) + ") IS NULL THEN NULL ELSE 1 END", kInt);
+    Context& context = c.t.GetContext();
+    std::string open;
+    for (const DatabasePtr& database : context.server.Databases()) {
+        if (UserIn(context, context.Open(database)).empty()) continue;
+        open += (open.empty() ? "" : ",") + std::to_string(database->id);
+    }
+    const std::string id = "ms_db_id(" + c.Text(0) + ")";
+    return Make("CASE WHEN " + id + " IS NULL THEN NULL ELSE " + id + " IN (" + open + ") END",
+                kInt);
 }
 
-Bound AlwaysOne(Call& c) {
-    return c.t.Literal(Value::Int(1), kInt);
+// Everybody is a member of public, and nobody but sysadmin of anything else.
+Bound IsMember(Call& c) {
+    const Context& context = c.t.GetContext();
+    if (context.administrator) return c.t.Literal(Value::Int(1), kInt);
+    return Make("CASE " + c.Text(0) + " WHEN 'public' THEN 1 ELSE 0 END", kInt);
 }
 
 const std::unordered_map<std::u16string, Entry>& Table() {
@@ -599,9 +614,8 @@ const std::unordered_map<std::u16string, Entry>& Table() {
         {u"ERROR_PROCEDURE", {0, 0, Caught<5>}},
         {u"SQL_VARIANT_PROPERTY", {2, 2, VariantProperty}},
         {u"HAS_DBACCESS", {1, 1, HasAccess}},
-        {u"IS_SRVROLEMEMBER", {1, 2, AlwaysOne}},
-        {u"IS_MEMBER", {1, 1, AlwaysOne}},
-        {u"PERMISSIONS", {0, 2, AlwaysOne}},
+        {u"IS_SRVROLEMEMBER", {1, 2, IsMember}},
+        {u"IS_MEMBER", {1, 1, IsMember}},
     };
     return kTable;
 }

@@ -3,6 +3,7 @@
 #include "sandbox/engine/Collation.h"
 #include "sandbox/engine/Conversion.h"
 #include "sandbox/engine/Parser.h"
+#include "sandbox/engine/Permissions.h"
 #include "sandbox/engine/Translator.h"
 
 namespace sandbox::engine {
@@ -571,7 +572,7 @@ std::string Translator::JoinSql(const TableRef& ref, Scope& scope) {
 }
 
 std::unique_ptr<Source> Translator::TableSource(const ObjectName& name, std::u16string_view alias,
-                                                std::string* from) {
+                                                std::string* from, bool reads) {
     auto source = std::make_unique<Source>();
     source->alias = alias;
     source->table = name;
@@ -590,6 +591,10 @@ std::unique_ptr<Source> Translator::TableSource(const ObjectName& name, std::u16
         source->columns = std::move(view->columns);
         *from = view->sql + " AS " + source->sql;
         return source;
+    }
+    const bool ofView = !viewCatalogs_.empty() && viewCatalogs_.back() == resolved.catalog;
+    if (reads && !ofView) {
+        RequirePermission(context_, *resolved.catalog, *resolved.object, u"SELECT");
     }
     source->meta = resolved.catalog->Table(resolved.object->id);
     if (!source->meta) ThrowInvalidObject(name.Text());

@@ -107,9 +107,10 @@ class Translator {
     // For storing into a column: cuts are refused.
     std::string Stored(const Bound& bound, const SqlType& type);
 
-    // A source for a table of the database itself, as t1, t2 ...
+    // A source for a table of the database itself, as t1, t2 ... `reads`: it takes the permission
+    // to select, too. Throws 229 then.
     std::unique_ptr<Source> TableSource(const ObjectName& name, std::u16string_view alias,
-                                        std::string* from);
+                                        std::string* from, bool reads = true);
     std::string FromClause(const std::vector<TableRefPtr>& refs, Scope& scope);
     std::string NewAlias() { return "t" + std::to_string(++aliases_); }
     std::string AddParam(const Value& value);

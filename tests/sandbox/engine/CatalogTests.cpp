@@ -144,10 +144,10 @@ TEST(OldServers, KnowNoModernCatalog) {
     EXPECT_EQ(box.Text(u"SELECT xtype, OBJECTPROPERTY(id,'IsMSShipped') FROM sysobjects WHERE "
                        u"name='dtproperties'"),
               "U |1\n");
-    EXPECT_EQ(
-        box.Text(u"EXEC sp_adduser 'bob' EXEC('CREATE TABLE bob.t (a int)') SELECT u.name FROM "
-                 u"sysobjects o JOIN sysusers u ON u.uid=o.uid WHERE o.name='t'"),
-        "bob\n");
+    EXPECT_EQ(box.Text(u"EXEC sp_addlogin 'bob' EXEC sp_adduser 'bob' EXEC('CREATE TABLE bob.t (a "
+                       u"int)') SELECT u.name FROM "
+                       u"sysobjects o JOIN sysusers u ON u.uid=o.uid WHERE o.name='t'"),
+              "bob\n");
 }
 
 class ModernViews : public ::testing::Test {

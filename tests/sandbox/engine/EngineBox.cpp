@@ -136,10 +136,11 @@ std::string Utf8(std::u16string_view text) {
     return out;
 }
 
-Client::Client(Backend& backend, std::u16string_view database) {
+Client::Client(Backend& backend, std::u16string_view database, std::u16string_view user,
+               std::u16string_view password) {
     LoginRequest request;
-    request.user = u"sa";
-    request.password = u"sandbox";
+    request.user = user;
+    request.password = password;
     request.database = database;
     session_ = backend.Login(request);
 }
