@@ -215,7 +215,31 @@ class DirectScriptWriter::Impl {
             head.push_back(u"Suspended, and checked again at the end: foreign key " + key.Name +
                            u" of " + MakeTableEntry(key.Table.Owner, key.Table.Name));
         }
+        for (const std::u16string& table : AlteredTables())
+            head.push_back(u"Takes the right to alter " + table);
         return head;
+    }
+
+    // What SET IDENTITY_INSERT and the suspension of foreign keys ask for, beyond the rights to
+    // read and to write rows.
+    std::vector<std::u16string> AlteredTables() const {
+        std::vector<std::u16string> tables;
+        const auto add = [&tables](const ObjectName& name) {
+            const std::u16string entry = MakeTableEntry(name.Owner, name.Name);
+            if (std::find(tables.begin(), tables.end(), entry) == tables.end())
+                tables.push_back(entry);
+        };
+        for (const Target& target : targets_) {
+            const auto& columns = target.shape.columns;
+            const bool identity =
+                std::any_of(columns.begin(), columns.end(), [this](const DirectColumn& column) {
+                    return (options_.target == 1 ? column.side1 : column.side2).Identity;
+                });
+            if (identity && target.inserts > 0) add(target.written.name);
+        }
+        for (const ForeignKeyFacts& key : order_.suspended)
+            add(key.Table);
+        return tables;
     }
 
     static std::u16string AlterKey(const ForeignKeyFacts& key, std::u16string_view how) {
