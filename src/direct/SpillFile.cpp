@@ -6,6 +6,7 @@
 
 #include "core/Error.h"
 #include "core/Text.h"
+#include "direct/TemporaryFile.h"
 
 namespace QuillonLib {
 
@@ -19,22 +20,16 @@ namespace {
                     .append(FromUtf8(std::generic_category().message(errno))));
 }
 
-int Seek(std::FILE* file, std::uint64_t to) {
-#ifdef _WIN32
-    return _fseeki64(file, static_cast<long long>(to), SEEK_SET);
-#else
-    return fseeko(file, static_cast<off_t>(to), SEEK_SET);
-#endif
-}
-
 }  // namespace
 
 std::uint64_t SpillFile::Append(std::string_view bytes) {
     if (file_ == nullptr) {
-        file_.reset(std::tmpfile());
+        file_.reset(OpenTemporaryFile());
         if (file_ == nullptr) ThrowFailure(u"made");
+        // Pieces are large. One that finds no room is told here, not when it is read.
+        (void)std::setvbuf(file_.get(), nullptr, _IONBF, 0);
     }
-    if (Seek(file_.get(), size_) != 0 ||
+    if (!SeekFile(file_.get(), size_) ||
         std::fwrite(bytes.data(), 1, bytes.size(), file_.get()) != bytes.size()) {
         ThrowFailure(u"written");
     }
@@ -45,7 +40,7 @@ std::uint64_t SpillFile::Append(std::string_view bytes) {
 
 void SpillFile::Read(std::uint64_t from, char* into, std::size_t size) {
     if (size == 0) return;
-    if (file_ == nullptr || std::fflush(file_.get()) != 0 || Seek(file_.get(), from) != 0 ||
+    if (file_ == nullptr || !SeekFile(file_.get(), from) ||
         std::fread(into, 1, size, file_.get()) != size) {
         ThrowFailure(u"read");
     }
