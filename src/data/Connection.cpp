@@ -106,6 +106,21 @@ bool Connection::Impl::ServerIsGone() const noexcept {
     return dead == SQL_CD_TRUE;
 }
 
+void Connection::Impl::Begins(SQLHSTMT statement) {
+    const std::lock_guard lock(runningMutex_);
+    running_ = statement;
+}
+
+void Connection::Impl::Ends(SQLHSTMT statement) noexcept {
+    const std::lock_guard lock(runningMutex_);
+    if (running_ == statement) running_ = SQL_NULL_HSTMT;
+}
+
+void Connection::Impl::Cancel() noexcept {
+    const std::lock_guard lock(runningMutex_);
+    if (running_ != SQL_NULL_HSTMT) SQLCancel(running_);
+}
+
 Connection::Connection() : impl_(std::make_unique<Impl>()) {
 }
 Connection::~Connection() {
@@ -131,6 +146,10 @@ void Connection::Execute(std::u16string_view sql) {
     odbc::Statement statement(*impl_);
     statement.Execute(sql);
     statement.Finish();
+}
+
+void Connection::Cancel() noexcept {
+    impl_->Cancel();
 }
 
 void Connection::Close() noexcept {

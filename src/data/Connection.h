@@ -11,9 +11,9 @@
 
 namespace QuillonLib {
 
-// Handed around as std::shared_ptr<Connection>; used by one thread at a time. It runs one
-// statement at a time: every operation here and Recordset::Open read all results before they
-// return, so a Connection is always ready for the next one.
+// Handed around as std::shared_ptr<Connection>; used by one thread at a time, but for Cancel. It
+// runs one statement at a time: every operation here and Recordset::Open read all results before
+// they return, so a Connection is always ready for the next one.
 //
 // Failures are thrown as DataError and stay readable through Errors(). The password is in no
 // error text.
@@ -42,6 +42,11 @@ class Connection {
     // sp_executesql does: what it SETs or USEs ends with it.
     // Throws Error ObjectClosed when not open.
     void Execute(std::u16string_view sql);
+
+    // From any thread: asks the server to stop the statement that runs, if there is one. Its call
+    // fails then, unless it has just come to its end; the connection stays open. A statement that
+    // begins a moment later runs: whoever wants none to run asks again.
+    void Cancel() noexcept;
 
     // Rolls an open transaction back. Nothing happens when the connection is not open.
     void Close() noexcept;

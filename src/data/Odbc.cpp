@@ -89,6 +89,7 @@ Statement::Statement(Connection::Impl& connection) : connection_(connection) {
                                AsPointer(static_cast<SQLULEN>(connection.commandTimeout.count())),
                                0));
     }
+    connection.Begins(Get());
 }
 
 void Statement::Gather(SQLRETURN result) {

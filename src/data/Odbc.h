@@ -9,6 +9,7 @@
 #include <sql.h>
 #include <sqlext.h>
 
+#include <mutex>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -83,6 +84,12 @@ class Connection::Impl {
     // What the driver knows; asks nothing of the server.
     bool ServerIsGone() const noexcept;
 
+    // From any thread; all three exclude each other, so that no statement goes away while it is
+    // being cancelled.
+    void Begins(SQLHSTMT statement);
+    void Ends(SQLHSTMT statement) noexcept;
+    void Cancel() noexcept;
+
     odbc::Environment environment;
     odbc::Link link;
     bool open = false;
@@ -94,6 +101,9 @@ class Connection::Impl {
 
   private:
     void Connect();
+
+    std::mutex runningMutex_;
+    SQLHSTMT running_ = SQL_NULL_HSTMT;
 };
 
 namespace odbc {
@@ -104,6 +114,9 @@ class Statement {
   public:
     // Throws as Connection::Impl::RequireOpen does.
     explicit Statement(Connection::Impl& connection);
+    ~Statement() { connection_.Ends(Get()); }
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
 
     SQLHSTMT Get() const noexcept { return handle_.Get(); }
 

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <string>
+#include <thread>
 
 #include "tests/data/ScriptedServer.h"
 #include "tests/support/SilentServer.h"
@@ -383,6 +384,41 @@ TEST(Connection, HasNoCommandTimeoutUnlessAsked) {
     delay.delay = 1500ms;
     server.Wire().AddFault(delay);
     EXPECT_NO_THROW(connection->Execute(u"SELECT 1"));
+}
+
+TEST(Connection, AnotherThreadCanCancelWhatRuns) {
+    ScriptedServer server;
+    const auto connection = server.Connect();
+    sandbox::Fault delay;
+    delay.kind = FaultKind::Delay;
+    delay.delay = 20s;
+    server.Wire().AddFault(delay);
+    std::atomic<bool> ended = false;
+    std::thread watcher([&] {
+        while (!ended) {
+            std::this_thread::sleep_for(50ms);
+            connection->Cancel();
+        }
+    });
+    const auto begin = std::chrono::steady_clock::now();
+    const DataError error = Failure([&] { connection->Execute(u"SELECT 1"); });
+    ended = true;
+    watcher.join();
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 10s);
+    EXPECT_EQ(connection->Errors().at(0).sqlState, "HY008") << ToUtf8(error.Description());
+    EXPECT_TRUE(connection->IsOpen());
+    EXPECT_NO_THROW(connection->Execute(u"SELECT 1"));
+}
+
+TEST(Connection, CancellingNothingDoesNothing) {
+    Connection closed;
+    closed.Cancel();
+    ScriptedServer server;
+    const auto connection = server.Connect();
+    connection->Cancel();
+    EXPECT_NO_THROW(connection->Execute(u"SELECT 1"));
+    connection->Cancel();
+    EXPECT_TRUE(connection->IsOpen());
 }
 
 }  // namespace
