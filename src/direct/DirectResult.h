@@ -31,7 +31,7 @@ enum class DirectOmission : std::uint8_t {
     OnlyIn2,
     Computed,       // on either side
     RowVersion,     // timestamp, on either side: the server's own count of changes
-    Ignored,        // by the caller's word
+    Ignored,        // by the caller's word, whichever side has it
     NotComparable,  // the types hold no common value without loss, or cannot be read
 };
 
@@ -62,6 +62,7 @@ struct DirectDrift {
 struct DirectShape {
     ObjectName table;                   // as side 1 spells it
     ObjectName table2;                  // as side 2 does
+    bool view = false;                  // an indexed view, on either side
     std::vector<DirectColumn> columns;  // in the order of side 1
     std::vector<std::size_t> key;       // positions in `columns`, in key order; empty: no key
     // The server keeps the key unique on both sides; else it is the caller's word.

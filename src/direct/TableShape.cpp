@@ -48,6 +48,7 @@ class Planner {
     TablePlan Plan() {
         plan_.shape.table = side1_.Object;
         plan_.shape.table2 = side2_.Object;
+        plan_.shape.view = side1_.IsView || side2_.IsView;
         RequireDistinctNames(side1_);
         RequireDistinctNames(side2_);
         plan_.shape.drift = FindDrift(side1_, side2_);
@@ -57,7 +58,8 @@ class Planner {
             Take(column, Contains(key, column.Name));
         for (const ColumnFacts& column : side2_.Columns) {
             if (FindByName(side1_.Columns, column.Name) == nullptr) {
-                Omit(column.Name, DirectOmission::OnlyIn2);
+                Omit(column.Name,
+                     IsIgnored(column.Name) ? DirectOmission::Ignored : DirectOmission::OnlyIn2);
             }
         }
         for (const std::u16string& name : key) {
@@ -108,9 +110,9 @@ class Planner {
     }
 
     void Take(const ColumnFacts& column, bool key) {
+        if (!key && IsIgnored(column.Name)) return Omit(column.Name, DirectOmission::Ignored);
         const ColumnFacts* const other = FindByName(side2_.Columns, column.Name);
         if (other == nullptr) return Omit(column.Name, DirectOmission::OnlyIn1);
-        if (!key && IsIgnored(column.Name)) return Omit(column.Name, DirectOmission::Ignored);
         if (column.DataType == u"timestamp" || other->DataType == u"timestamp") {
             return Omit(column.Name, DirectOmission::RowVersion);
         }

@@ -41,5 +41,28 @@ TEST(TableShape, AColumnOfAnotherCaseOnTheOtherSideIsTheSame) {
     EXPECT_TRUE(plan.shape.omitted.empty());
 }
 
+TEST(TableShape, AColumnOfOneSideCanBeIgnored) {
+    const DirectTable table{{u"dbo", u"t"}, {}, {}, {u"MINE", u"yours"}};
+    const TablePlan plan =
+        PlanTable(TableOf({u"id", u"mine", u"a"}), TableOf({u"id", u"Yours", u"b"}), table, {});
+    std::vector<std::pair<std::u16string, DirectOmission>> omitted;
+    for (const DirectOmitted& column : plan.shape.omitted)
+        omitted.emplace_back(column.name, column.why);
+    EXPECT_EQ(omitted, (std::vector<std::pair<std::u16string, DirectOmission>>{
+                           {u"mine", DirectOmission::Ignored},
+                           {u"a", DirectOmission::OnlyIn1},
+                           {u"Yours", DirectOmission::Ignored},
+                           {u"b", DirectOmission::OnlyIn2}}));
+}
+
+TEST(TableShape, AViewOnEitherSideMakesItAView) {
+    ObjectFacts view = TableOf({u"id"});
+    view.IsView = true;
+    const ObjectFacts table = TableOf({u"id"});
+    EXPECT_FALSE(PlanTable(table, table, DirectTable{}, {}).shape.view);
+    EXPECT_TRUE(PlanTable(view, table, DirectTable{}, {}).shape.view);
+    EXPECT_TRUE(PlanTable(table, view, DirectTable{}, {}).shape.view);
+}
+
 }  // namespace
 }  // namespace QuillonLib
