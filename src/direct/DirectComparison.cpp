@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <deque>
 #include <exception>
 #include <memory>
+#include <mutex>
 #include <thread>
 #include <utility>
 
@@ -15,6 +18,9 @@
 namespace QuillonLib {
 
 namespace {
+
+constexpr std::chrono::milliseconds AskEvery{100};
+constexpr std::chrono::milliseconds CancelEvery{50};
 
 void RequireSense(const DirectOptions& options) {
     if (options.equality.floatDigits < 0 || options.equality.floatDigits > 17) {
@@ -49,7 +55,9 @@ class Workers {
         for (std::size_t i = 0; i < jobs; ++i) {
             auto runner = i == 0 ? std::move(first)
                                  : std::make_unique<TableRunner>(database1_, database2_, options_);
-            threads_.emplace_back([this, mine = std::move(runner)] { Work(*mine); });
+            runners_.push_back(std::move(runner));
+            Begins();
+            threads_.emplace_back([this, &mine = *runners_.back()] { Work(mine); });
         }
     }
 
@@ -59,9 +67,11 @@ class Workers {
     void Stop() {
         for (TableFeed& feed : feeds_)
             feed.Stop();
+        CancelCalls();
         for (std::thread& thread : threads_)
             thread.join();
         threads_.clear();
+        runners_.clear();
     }
 
     std::vector<DirectTableResult> TakeResults() {
@@ -70,7 +80,31 @@ class Workers {
     }
 
   private:
+    // Again and again: a worker may just be about to begin its next call.
+    void CancelCalls() {
+        std::unique_lock lock(mutex_);
+        while (!ended_.wait_for(lock, CancelEvery, [this] { return working_ == 0; })) {
+            for (const auto& runner : runners_)
+                runner->Cancel();
+        }
+    }
+
+    void Begins() {
+        const std::lock_guard lock(mutex_);
+        ++working_;
+    }
+    void Ends() {
+        const std::lock_guard lock(mutex_);
+        --working_;
+        ended_.notify_all();
+    }
+
     void Work(TableRunner& runner) {
+        WorkThrough(runner);
+        Ends();
+    }
+
+    void WorkThrough(TableRunner& runner) {
         for (;;) {
             const std::size_t table = next_++;
             if (table >= tables_.size()) return;
@@ -94,7 +128,11 @@ class Workers {
     std::vector<DirectTableResult> results_;
     std::deque<TableFeed> feeds_;
     std::atomic<std::size_t> next_ = 0;
+    std::vector<std::unique_ptr<TableRunner>> runners_;
     std::vector<std::thread> threads_;
+    std::mutex mutex_;
+    std::condition_variable ended_;
+    std::size_t working_ = 0;
 };
 
 // Hands the items of one table to the caller's handlers. True: one of them wants no more.
@@ -134,11 +172,23 @@ class Teller {
     std::size_t table_;
 };
 
-bool TellTable(TableFeed& feed, const Teller& tell, const DirectTableResult& result) {
-    while (const auto item = feed.Take()) {
+// While the feed is empty the caller is asked whether it still waits.
+bool EndsWaiting(TableFeed& feed, const DirectSink& sink) {
+    bool cancel = false;
+    while (!cancel && !feed.Await(AskEvery)) {
+        if (sink.Waiting) sink.Waiting(cancel);
+    }
+    return cancel;
+}
+
+bool TellTable(TableFeed& feed, const Teller& tell, const DirectTableResult& result,
+               const DirectSink& sink) {
+    for (;;) {
+        if (EndsWaiting(feed, sink)) return true;
+        const auto item = feed.Take();
+        if (!item) return tell(result);
         if (std::visit(tell, *item)) return true;
     }
-    return tell(result);
 }
 
 }  // namespace
@@ -152,7 +202,7 @@ std::vector<DirectTableResult> CompareDirectly(const Database& database1, const 
     workers.Start();
     for (std::size_t i = 0; i < tables.size(); ++i) {
         const DirectTableResult& result = workers.Result(i);
-        if (TellTable(workers.Feed(i), Teller(sink, result, i), result)) break;
+        if (TellTable(workers.Feed(i), Teller(sink, result, i), result, sink)) break;
     }
     return workers.TakeResults();
 }

@@ -28,14 +28,16 @@ class Database;
 
 // Called on the thread that called CompareDirectly, table by table in the order of the list,
 // however many tables are read side by side; any may be empty. Setting `cancel` ends the
-// comparison: the tables that are not done yet stay incomplete. What a handler throws ends it too,
-// and reaches the caller.
+// comparison, cancelling what the servers are at: the tables that are not done yet stay incomplete.
+// What a handler throws ends it too, and reaches the caller.
 struct DirectSink {
     // Each row that is not identical on both sides: in key order, or in no told order of a table
     // without a key.
     std::function<void(const DirectDifference& difference, bool& cancel)> Difference;
     // Before the first row of a table, and after every 10,000 rows of both sides.
     std::function<void(const DirectProgress& progress, bool& cancel)> Progress;
+    // About ten times a second while nothing comes: a server may be silent for long.
+    std::function<void(bool& cancel)> Waiting;
     // A table that is done, or has failed.
     std::function<void(std::size_t table, const DirectTableResult& result, bool& cancel)> Table;
 };

@@ -51,6 +51,11 @@ void TableFeed::Close(std::exception_ptr failure) {
     changed_.notify_all();
 }
 
+bool TableFeed::Await(std::chrono::milliseconds limit) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, limit, [this] { return !items_.empty() || closed_; });
+}
+
 std::optional<TableFeed::Item> TableFeed::Take() {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return !items_.empty() || closed_; });

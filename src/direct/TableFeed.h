@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -37,7 +38,10 @@ class TableFeed : public Outlet {
     // The last call: the table is done, or `failure`, if there is any, ends the comparison.
     void Close(std::exception_ptr failure);
 
-    // The caller's. Take waits for the next item; absent after the last one. Throws what the worker
+    // The caller's. Whether Take need not wait, as soon as that is so, but no later than after
+    // `limit`.
+    bool Await(std::chrono::milliseconds limit);
+    // Take waits for the next item; absent after the last one. Throws what the worker
     // closed with.
     std::optional<Item> Take();
     void Stop();

@@ -1,6 +1,7 @@
 #include "direct/TableRun.h"
 
 #include <array>
+#include <utility>
 #include <vector>
 
 #include "catalog/CatalogReader.h"
@@ -17,9 +18,18 @@ namespace QuillonLib {
 
 void TableRunner::Side::Connect(bool wantSnapshot) {
     if (connection != nullptr && connection->IsOpen()) return;
-    connection = OpenConnection(database);
+    auto opened = OpenConnection(database);
+    {
+        const std::lock_guard lock(taken);
+        connection = std::move(opened);
+    }
     version = ServerVersion(connection);
     snapshot = wantSnapshot && AllowsSnapshot(connection, version);
+}
+
+void TableRunner::Side::Cancel() noexcept {
+    const std::lock_guard lock(taken);
+    if (connection != nullptr) connection->Cancel();
 }
 
 ObjectFacts TableRunner::Side::ReadFacts(const ObjectName& name) const {
@@ -43,12 +53,17 @@ void TableRunner::Side::End() const {
 
 TableRunner::TableRunner(const Database& database1, const Database& database2,
                          const DirectOptions& options)
-    : options_(options), side1_{database1}, side2_{database2} {
+    : options_(options), side1_(database1), side2_(database2) {
 }
 
 void TableRunner::Connect() {
     side1_.Connect(options_.snapshot);
     side2_.Connect(options_.snapshot);
+}
+
+void TableRunner::Cancel() noexcept {
+    side1_.Cancel();
+    side2_.Cancel();
 }
 
 void TableRunner::Run(const DirectTable& table, DirectTableResult& result, Outlet& outlet) {

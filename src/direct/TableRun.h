@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 
 #include "catalog/CatalogFacts.h"
@@ -29,15 +30,22 @@ class TableRunner {
     // Error of that login.
     void Run(const DirectTable& table, DirectTableResult& result, Outlet& outlet);
 
+    // From any thread: cancels what either connection is at; see Connection::Cancel.
+    void Cancel() noexcept;
+
   private:
     struct Side {
+        explicit Side(const Database& of) : database(of) {}
+
         const Database& database;
         std::shared_ptr<Connection> connection = nullptr;
         std::int32_t version = 0;
         bool snapshot = false;  // the database allows it, and the caller wants it
+        std::mutex taken;       // while `connection` is set, or used by another thread
 
         void Connect(bool wantSnapshot);
         ObjectFacts ReadFacts(const ObjectName& name) const;
+        void Cancel() noexcept;
         DirectReading Begin() const;
         void End() const;
     };

@@ -109,6 +109,24 @@ TEST_F(SeveralTables, AServerThatIsGoneFailsTheTablesThatAreLeft) {
     EXPECT_FALSE(results.at(6).complete);
 }
 
+TEST_F(SeveralTables, ASilentServerIsCancelled) {
+    sandbox::Fault silent;
+    silent.kind = sandbox::FaultKind::Delay;
+    silent.contains = u"FROM [dbo].[t1]";
+    silent.delay = std::chrono::seconds(60);
+    server.AddFault(silent);
+    server2.AddFault(silent);
+    int asked = 0;
+    sink.Waiting = [&](bool& cancel) { cancel = ++asked == 3; };
+    const auto begin = std::chrono::steady_clock::now();
+    const auto results = Run(2);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
+    EXPECT_EQ(asked, 3);
+    EXPECT_TRUE(results.at(0).complete);
+    EXPECT_FALSE(results.at(1).complete);
+    EXPECT_EQ(ConnectionsLeft(server), 0);
+}
+
 TEST_F(SeveralTables, ALoginThatFailsIsThrown) {
     two->Password(u"wrong");
     EXPECT_NE(RaisedBy([this] { Run(2); }).number, 0);
