@@ -41,8 +41,10 @@ class Workers {
           database2_(database2),
           tables_(tables),
           options_(options),
-          results_(tables.size()),
-          feeds_(tables.size()) {}
+          results_(tables.size()) {
+        for (std::size_t i = 0; i < tables.size(); ++i)
+            feeds_.emplace_back(options.sameRows);
+    }
     ~Workers() { Stop(); }
     Workers(const Workers&) = delete;
     Workers& operator=(const Workers&) = delete;

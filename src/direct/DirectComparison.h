@@ -31,8 +31,8 @@ class Database;
 // comparison, cancelling what the servers are at: the tables that are not done yet stay incomplete.
 // What a handler throws ends it too, and reaches the caller.
 struct DirectSink {
-    // Each row that is not identical on both sides: in key order, or in no told order of a table
-    // without a key.
+    // Each row that is not identical on both sides, or all rows: see DirectOptions::sameRows. In
+    // key order, or in no told order of a table without a key.
     std::function<void(const DirectDifference& difference, bool& cancel)> Difference;
     // Before the first row of a table, and after every 10,000 rows of both sides.
     std::function<void(const DirectProgress& progress, bool& cancel)> Progress;

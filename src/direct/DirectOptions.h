@@ -38,6 +38,8 @@ struct DirectOptions {
     // Read each table on each side as it was at one moment, where the database allows it: see
     // DirectTableResult::reading1. Tables, and the sides, have moments of their own.
     bool snapshot = false;
+    // Tell of the rows that are the same on both sides, too: DirectChange::Same.
+    bool sameRows = false;
     // 1 to 64: tables that are read side by side, with two connections for each.
     int jobs = 2;
 };

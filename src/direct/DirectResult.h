@@ -71,14 +71,19 @@ struct DirectShape {
     std::vector<DirectDrift> drift;
 };
 
-enum class DirectChange : std::uint8_t { Differs, OnlyIn1, OnlyIn2 };
+enum class DirectChange : std::uint8_t {
+    Differs,
+    OnlyIn1,
+    OnlyIn2,
+    Same,  // only where the options ask for it
+};
 
 // Valid as long as the callback that it is handed to.
 struct DirectDifference {
     std::size_t table;  // position in the list of tables
     const DirectShape& shape;
     DirectChange change;
-    const DirectRow* row1;             // null where the row is only in 2
+    const DirectRow* row1;             // null where the row is only in 2, and beside Same's row2
     const DirectRow* row2;             // null where the row is only in 1
     const std::vector<bool>& changed;  // by column; of Differs only, else empty
 };

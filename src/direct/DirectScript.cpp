@@ -56,8 +56,8 @@ class DirectScriptWriter::Impl {
 
     DifferenceSpool spool;
 
-    void Write(const std::vector<DirectTableResult>& results,
-               const std::function<void(std::u16string_view)>& out) {
+    std::vector<DirectScriptTable> Write(const std::vector<DirectTableResult>& results,
+                                         const std::function<void(std::u16string_view)>& out) {
         connection_ = OpenConnection(database_);
         version_ = ServerVersion(connection_);
         if (version_ < FirstVersionWithScripts) {
@@ -73,6 +73,7 @@ class DirectScriptWriter::Impl {
         order_ = OrderWrites(written, ReadForeignKeyFacts(connection_));
         connection_->Close();
         WriteAll(out);
+        return std::move(told_);
     }
 
   private:
@@ -112,7 +113,10 @@ class DirectScriptWriter::Impl {
         if (!options_.deletes) target.deletes = 0;
         if (target.inserts + target.updates + target.deletes == 0) return;
         target.shape = result.shape;
+        auto& told = told_.emplace_back(
+            DirectScriptTable{index, target.deletes, target.updates, target.inserts, false});
         if (!ReadTarget(target, result)) {
+            told.view = true;
             comments_.push_back(u"Left out, a view: " + entry);
             return;
         }
@@ -356,6 +360,7 @@ class DirectScriptWriter::Impl {
     std::int32_t version_ = 0;
     std::int32_t page_ = 0;
     std::vector<Target> targets_;
+    std::vector<DirectScriptTable> told_;
     std::vector<std::u16string> comments_;
     std::vector<std::u16string> identityTables_;
     WriteOrder order_;
@@ -374,9 +379,10 @@ void DirectScriptWriter::Add(const DirectDifference& difference) {
     impl_->spool.Add(difference);
 }
 
-void DirectScriptWriter::Write(const std::vector<DirectTableResult>& results,
-                               const std::function<void(std::u16string_view)>& out) {
-    impl_->Write(results, out);
+std::vector<DirectScriptTable> DirectScriptWriter::Write(
+    const std::vector<DirectTableResult>& results,
+    const std::function<void(std::u16string_view)>& out) {
+    return impl_->Write(results, out);
 }
 
 }  // namespace QuillonLib

@@ -24,6 +24,15 @@ struct DirectScriptOptions {
     bool guard = false;
 };
 
+// What a script does to one table.
+struct DirectScriptTable {
+    std::size_t table = 0;      // position in the list of tables
+    std::uint64_t deletes = 0;  // rows
+    std::uint64_t updates = 0;
+    std::uint64_t inserts = 0;
+    bool view = false;  // in the target: it differs, and the script leaves it out
+};
+
 // Gathers the differences of a comparison, in a temporary file if they are many, and writes the
 // script when the comparison is over.
 //
@@ -45,12 +54,13 @@ class DirectScriptWriter {
     DirectScriptWriter(const DirectScriptWriter&) = delete;
     DirectScriptWriter& operator=(const DirectScriptWriter&) = delete;
 
-    // From DirectSink::Difference, each difference once. Throws Error FileAccess where there is no
-    // room for it.
+    // From DirectSink::Difference, each difference once, but no rows that are the same. Throws
+    // Error FileAccess where there is no room for it.
     void Add(const DirectDifference& difference);
 
     // Writes the script piece by piece. Tables that were not compared to their end are left out,
     // and named in the script's head, as are views. `results`: what the comparison returned.
+    // Returns the tables of which rows are, or would be, written, in their order.
     //
     // Throws Error, and what has been written is no script then:
     //   DataAccess  NotCarried: a value that the target's column would not hold as it is, or that
@@ -58,8 +68,8 @@ class DirectScriptWriter {
     //   Comparison  a server before SQL Server 2005; an identity column that had to be updated
     //   FileAccess  the temporary file
     // What `out` throws passes through.
-    void Write(const std::vector<DirectTableResult>& results,
-               const std::function<void(std::u16string_view)>& out);
+    std::vector<DirectScriptTable> Write(const std::vector<DirectTableResult>& results,
+                                         const std::function<void(std::u16string_view)>& out);
 
   private:
     class Impl;

@@ -56,6 +56,8 @@ class Merge {
         }
         if (changed.empty()) {
             ++result_.identical;
+            if (!outlet_.WantsSame()) return;
+            outlet_.Found({DirectChange::Same, std::nullopt, MakeRow(plan_.pairs, row2), {}});
             return;
         }
         ++result_.differing;

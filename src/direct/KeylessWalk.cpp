@@ -55,6 +55,8 @@ void WalkKeyless(const TablePlan& plan, const DirectEquality& equality, RowCurso
             if (found != unmatched.end() && found->second > 0) {
                 --found->second;
                 ++result.identical;
+                if (!outlet.WantsSame()) return;
+                outlet.Found({DirectChange::Same, std::nullopt, ReadStored(row), {}});
                 return;
             }
             ++result.onlyIn2;

@@ -32,8 +32,11 @@ class TableFeed : public Outlet {
     // every time.
     static constexpr std::uint64_t ReportEvery = 10000;
 
+    explicit TableFeed(bool wantsSame = false) : wantsSame_(wantsSame) {}
+
     // The worker's calls.
     void Found(FoundDifference difference) override;
+    bool WantsSame() const override { return wantsSame_; }
     void Read(const DirectTableResult& result) override;
     // The last call: the table is done, or `failure`, if there is any, ends the comparison.
     void Close(std::exception_ptr failure);
@@ -49,6 +52,7 @@ class TableFeed : public Outlet {
   private:
     void Push(Item item, std::size_t size);
 
+    const bool wantsSame_;
     std::mutex mutex_;
     std::condition_variable changed_;
     std::deque<std::pair<Item, std::size_t>> items_;

@@ -29,8 +29,9 @@ inline std::u16string ShownRow(const DirectRow& row) {
     return text;
 }
 
-// "1: a|b", "2: a|b", "a|b -> a|c (2)" with the changed columns counted from 1.
+// "1: a|b", "2: a|b", "= a|b", "a|b -> a|c (2)" with the changed columns counted from 1.
 inline std::u16string Shown(const DirectDifference& difference) {
+    if (difference.change == DirectChange::Same) return u"= " + ShownRow(*difference.row2);
     if (difference.change == DirectChange::OnlyIn1) return u"1: " + ShownRow(*difference.row1);
     if (difference.change == DirectChange::OnlyIn2) return u"2: " + ShownRow(*difference.row2);
     std::u16string columns;

@@ -175,5 +175,14 @@ TEST_F(KeyedTables, ReadsWithSelectAlone) {
         EXPECT_TRUE(batch.starts_with(u"SELECT ")) << ToUtf8(batch);
 }
 
+TEST_F(KeyedTables, RowsThatAreTheSameAreToldWhereTheyAreWanted) {
+    RunOnBoth(u"CREATE TABLE t (id int PRIMARY KEY, a int)");
+    RunOn1(u"INSERT t VALUES (1, 1), (2, 2), (3, 3)");
+    RunOn2(u"INSERT t VALUES (1, 1), (2, 0), (4, 4)");
+    options.sameRows = true;
+    CompareOne();
+    EXPECT_EQ(differences, (Texts{u"= 1|1", u"2|2 -> 2|0 (2)", u"1: 3|3", u"2: 4|4"}));
+}
+
 }  // namespace
 }  // namespace QuillonLib

@@ -119,6 +119,7 @@ TEST_F(KeylessTables, BringRowsBackFromFiles) {
     DirectTableResult result;
     class Rows : public Outlet {
       public:
+        bool WantsSame() const override { return false; }
         void Found(FoundDifference difference) override {
             EXPECT_EQ(difference.change, DirectChange::OnlyIn1);
             found.push_back(std::move(*difference.row1));
@@ -137,6 +138,17 @@ TEST_F(KeylessTables, BringRowsBackFromFiles) {
     const VariantCell variant(full.back());
     EXPECT_EQ(variant.BaseType(), u"int");
     EXPECT_EQ(ByteArray(variant.Bytes().begin(), variant.Bytes().end()), (ByteArray{0, 0, 0, 7}));
+}
+
+TEST_F(KeylessTables, RowsThatAreTheSameAreToldWhereTheyAreWanted) {
+    RunOnBoth(u"CREATE TABLE t (a int, b varchar(5))");
+    RunOn1(u"INSERT t VALUES (1, 'x'), (1, 'x'), (2, NULL)");
+    RunOn2(u"INSERT t VALUES (2, NULL), (1, 'x'), (3, 'y')");
+    options.sameRows = true;
+    const DirectTableResult result = CompareOne();
+    std::sort(differences.begin(), differences.end());
+    EXPECT_EQ(differences, (Texts{u"1: 1|0x78", u"2: 3|0x79", u"= 1|0x78", u"= 2|NULL"}));
+    EXPECT_EQ(result.identical, 2U);
 }
 
 }  // namespace

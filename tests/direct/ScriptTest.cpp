@@ -529,5 +529,29 @@ TEST_F(FailingScripts, AreWholeTexts) {
         u"PRINT @outcome\r\n");
 }
 
+TEST_P(Scripts, TellWhatTheyDoToEachTable) {
+    RunOnBoth(u"CREATE TABLE same (id int PRIMARY KEY)");
+    RunOnBoth(
+        u"CREATE TABLE t (id int PRIMARY KEY, a int)\nGO\n"
+        u"CREATE VIEW v WITH SCHEMABINDING AS SELECT id, a FROM dbo.t\nGO\n"
+        u"CREATE UNIQUE CLUSTERED INDEX ix ON v (id)");
+    RunOn1(u"INSERT t VALUES (1, 1), (2, 2), (3, 3), (4, 4)");
+    RunOn2(u"INSERT t VALUES (1, 1), (2, 0), (3, 0), (9, 9)");
+    DirectScriptWriter writer(*two, scripted);
+    sink.Difference = [&](const DirectDifference& difference, bool&) { writer.Add(difference); };
+    const auto results = Compare({{{u"dbo", u"same"}, {}, {}, {}},
+                                  {{u"dbo", u"v"}, {}, {}, {}},
+                                  {{u"dbo", u"t"}, {}, {}, {}}});
+    const auto tables = writer.Write(results, [](std::u16string_view) {});
+    ASSERT_EQ(tables.size(), 2U);
+    EXPECT_EQ(tables[0].table, 1U);
+    EXPECT_TRUE(tables[0].view);
+    EXPECT_EQ(tables[1].table, 2U);
+    EXPECT_FALSE(tables[1].view);
+    EXPECT_EQ(tables[1].deletes, 1U);
+    EXPECT_EQ(tables[1].updates, 2U);
+    EXPECT_EQ(tables[1].inserts, 1U);
+}
+
 }  // namespace
 }  // namespace QuillonLib
