@@ -3,7 +3,7 @@
 
 #include "cli/Commands.h"
 #include "cli/ComparisonOptions.h"
-#include "cli/DirectRoad.h"
+#include "cli/DirectChoices.h"
 #include "cli/ResultTable.h"
 
 namespace quillon {

@@ -178,14 +178,20 @@ bool IsName(std::u16string_view text) {
 
 }  // namespace
 
-std::optional<std::u16string> VariantLiteral(const VariantCell& cell, std::int32_t databasePage) {
+std::optional<std::u16string> VariantBaseLiteral(const VariantCell& cell,
+                                                 std::int32_t databasePage) {
     std::optional<Base> base = NumberBase(cell);
     if (!base) base = MomentBase(cell);
     if (!base) base = StringBase(cell, databasePage);
     if (!base) return std::nullopt;
-    std::u16string literal = u"CAST(" + base->literal + u" AS " + base->type + u")";
-    if (IsName(cell.Collation())) literal += u" COLLATE " + cell.Collation();
-    return u"CAST(" + literal + u" AS sql_variant)";
+    return u"CAST(" + base->literal + u" AS " + base->type + u")";
+}
+
+std::optional<std::u16string> VariantLiteral(const VariantCell& cell, std::int32_t databasePage) {
+    auto literal = VariantBaseLiteral(cell, databasePage);
+    if (!literal) return std::nullopt;
+    if (IsName(cell.Collation())) *literal += u" COLLATE " + cell.Collation();
+    return u"CAST(" + *literal + u" AS sql_variant)";
 }
 
 }  // namespace QuillonLib

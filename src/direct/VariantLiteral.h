@@ -13,4 +13,8 @@ namespace QuillonLib {
 // code page than `databasePage`, that of the database that runs the script, or an unknown type.
 std::optional<std::u16string> VariantLiteral(const VariantCell& cell, std::int32_t databasePage);
 
+// "CAST(... AS int)": the value without the sql_variant around it. Absent as above.
+std::optional<std::u16string> VariantBaseLiteral(const VariantCell& cell,
+                                                 std::int32_t databasePage);
+
 }  // namespace QuillonLib

@@ -1,4 +1,4 @@
-#include "cli/DirectRoad.h"
+#include "cli/DirectChoices.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
