@@ -183,12 +183,11 @@ bool EndsWaiting(TableFeed& feed, const DirectSink& sink) {
     return cancel;
 }
 
-bool TellTable(TableFeed& feed, const Teller& tell, const DirectTableResult& result,
-               const DirectSink& sink) {
+bool TellDifferences(TableFeed& feed, const Teller& tell, const DirectSink& sink) {
     for (;;) {
         if (EndsWaiting(feed, sink)) return true;
         const auto item = feed.Take();
-        if (!item) return tell(result);
+        if (!item) return false;
         if (std::visit(tell, *item)) return true;
     }
 }
@@ -202,11 +201,20 @@ std::vector<DirectTableResult> CompareDirectly(const Database& database1, const 
     RequireSense(options);
     Workers workers(database1, database2, tables, options);
     workers.Start();
-    for (std::size_t i = 0; i < tables.size(); ++i) {
-        const DirectTableResult& result = workers.Result(i);
-        if (TellTable(workers.Feed(i), Teller(sink, result, i), result, sink)) break;
+    std::size_t told = 0;
+    for (bool cancelled = false; !cancelled && told < tables.size();) {
+        const DirectTableResult& result = workers.Result(told);
+        const Teller tell(sink, result, told);
+        cancelled = TellDifferences(workers.Feed(told), tell, sink);
+        if (cancelled) break;
+        ++told;
+        cancelled = tell(result);
     }
-    return workers.TakeResults();
+    std::vector<DirectTableResult> results = workers.TakeResults();
+    // A worker may have been ahead: what the caller has not heard of is not done.
+    for (std::size_t i = told; i < results.size(); ++i)
+        results[i].complete = false;
+    return results;
 }
 
 }  // namespace QuillonLib
