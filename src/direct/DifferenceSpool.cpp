@@ -55,7 +55,13 @@ void DifferenceSpool::Add(const DirectDifference& difference) {
         bytes_.push_back(changed ? '\1' : '\0');
     AppendRow(bytes_, difference.row1);
     AppendRow(bytes_, difference.row2);
+    if (counts_.size() <= table_) counts_.resize(table_ + 1);
+    ++counts_[table_];
     if (bytes_.size() > Room) Spill();
+}
+
+std::uint64_t DifferenceSpool::Count(std::size_t table) const {
+    return table < counts_.size() ? counts_[table] : 0;
 }
 
 // Segments hold whole differences.

@@ -16,6 +16,8 @@ class DifferenceSpool {
   public:
     void Add(const DirectDifference& difference);
 
+    // How many there are of the table.
+    std::uint64_t Count(std::size_t table) const;
     // Each difference of the table, in order; as often as wanted.
     void Visit(std::size_t table, const std::function<void(const FoundDifference&)>& visit);
 
@@ -27,6 +29,7 @@ class DifferenceSpool {
     void Spill();
 
     std::vector<std::vector<Segment>> tables_;  // by table
+    std::vector<std::uint64_t> counts_;         // by table
     std::size_t table_ = 0;                     // whose differences are in `bytes_`
     std::string bytes_;
     SpillFile file_;

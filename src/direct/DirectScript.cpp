@@ -58,6 +58,10 @@ class DirectScriptWriter::Impl {
 
     std::vector<DirectScriptTable> Write(const std::vector<DirectTableResult>& results,
                                          const std::function<void(std::u16string_view)>& out) {
+        targets_.clear();
+        told_.clear();
+        comments_.clear();
+        identityTables_.clear();
         connection_ = OpenConnection(database_);
         version_ = ServerVersion(connection_);
         if (version_ < FirstVersionWithScripts) {
@@ -103,6 +107,7 @@ class DirectScriptWriter::Impl {
             comments_.push_back(u"Left out, not compared to its end: " + entry + u": " + why);
             return;
         }
+        RequireAll(index, result, entry);
         Target target;
         target.table = index;
         target.inserts = options_.target == 1 ? result.onlyIn2 : result.onlyIn1;
@@ -126,6 +131,18 @@ class DirectScriptWriter::Impl {
         for (const DirectOmitted& omitted : result.shape.omitted)
             comments_.push_back(u"    without column " + omitted.name);
         targets_.push_back(std::move(target));
+    }
+
+    // A script of some of them would leave the sides apart, and not say so.
+    void RequireAll(std::size_t index, const DirectTableResult& result,
+                    const std::u16string& entry) const {
+        const std::uint64_t counted = result.differing + result.onlyIn1 + result.onlyIn2;
+        const std::uint64_t given = spool.Count(index);
+        if (given == counted) return;
+        throw Error(ErrorNumber::InvalidArgument,
+                    u"Table " + entry + u" has " + ToText(static_cast<std::int64_t>(counted)) +
+                        u" differences, and " + ToText(static_cast<std::int64_t>(given)) +
+                        u" were handed over.");
     }
 
     static std::u16string Count(std::uint64_t rows, std::u16string_view what) {

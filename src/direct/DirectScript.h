@@ -60,9 +60,11 @@ class DirectScriptWriter {
 
     // Writes the script piece by piece. Tables that were not compared to their end are left out,
     // and named in the script's head, as are views. `results`: what the comparison returned.
+    // Can be called again.
     // Returns the tables of which rows are, or would be, written, in their order.
     //
     // Throws Error, and what has been written is no script then:
+    //   InvalidArgument  differences of a table that were not added, or more than once
     //   DataAccess  NotCarried: a value that the target's column would not hold as it is, or that
     //               no literal can carry; names table and column. Also as Connection gives it.
     //   Comparison  a server before SQL Server 2005; an identity column that had to be updated
