@@ -85,10 +85,11 @@ void BatchWriter::End(const std::vector<std::u16string>& cleanUp) {
     Line(u"    IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION");
     Line(u"    SET @outcome = N'The script did not run to its end: nothing has been changed.'");
     Line(u"END");
-    for (const std::u16string& statement : cleanUp)
-        Line(statement);
     Line(u"SET CONTEXT_INFO 0x00");
     Line(u"PRINT @outcome");
+    for (const std::u16string& statement : cleanUp)
+        Line(statement);
+    Line(u"GO");  // not every client sends what stands behind the last one
 }
 
 }  // namespace QuillonLib

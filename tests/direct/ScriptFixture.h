@@ -24,6 +24,7 @@ class ScriptFixture : public DirectFixture {
             writer.Add(difference);
         };
         const auto results = Compare(tables);
+        sink.Difference = {};
         for (const DirectTableResult& result : results)
             EXPECT_TRUE(result.complete) << ToUtf8(result.error->Description());
         std::u16string script;
@@ -31,15 +32,20 @@ class ScriptFixture : public DirectFixture {
         return script;
     }
 
+    // Every script ends with "GO".
     static Texts BatchesOf(const std::u16string& script) {
         Texts batches;
         std::size_t from = 0;
-        for (;;) {
+        while (from < script.size()) {
             const std::size_t go = script.find(u"\r\nGO\r\n", from);
+            if (go == std::u16string::npos) {
+                ADD_FAILURE() << "no GO at the end";
+                return batches;
+            }
             batches.push_back(script.substr(from, go - from));
-            if (go == std::u16string::npos) return batches;
             from = go + 6;
         }
+        return batches;
     }
 
     // Runs every batch whatever becomes of the others, as clients do. The texts of the errors.

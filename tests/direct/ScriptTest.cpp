@@ -427,7 +427,7 @@ TEST_F(FailingScripts, ChangeNothingWhenABatchIsNotRun) {
         for (std::size_t i = 0; i < batches.size(); ++i) {
             if (i != left) cut += batches[i] + u"\r\nGO\r\n";
         }
-        Run(cut + u"IF @@TRANCOUNT > 0 ROLLBACK");
+        Run(cut + u"IF @@TRANCOUNT > 0 ROLLBACK\r\nGO\r\n");
         EXPECT_EQ(On2(u"SELECT COUNT(*) FROM t"), u"1") << "without batch " << left;
         EXPECT_EQ(On2(u"SELECT a FROM t"), u"old");
     }
@@ -526,7 +526,8 @@ TEST_F(FailingScripts, AreWholeTexts) {
         u"    SET @outcome = N'The script did not run to its end: nothing has been changed.'\r\n"
         u"END\r\n"
         u"SET CONTEXT_INFO 0x00\r\n"
-        u"PRINT @outcome\r\n");
+        u"PRINT @outcome\r\n"
+        u"GO\r\n");
 }
 
 TEST_P(Scripts, TellWhatTheyDoToEachTable) {
