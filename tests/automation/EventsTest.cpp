@@ -1,35 +1,19 @@
 // EventSink as a source of events.
 #include <olectl.h>
 
-#include <functional>
-
-#include "Client.h"
+#include "Calls.h"
 
 namespace client {
 
 namespace {
 
-// Counts its references, and the events of a comparison that cannot even begin.
-class Listener final : public IDispatch {
+// Counts the events of an operation.
+class Listener final : public ForeignObject {
   public:
-    explicit Listener(const IID& knows = __uuidof(IEventSinkEvents)) : knows_(knows) {}
-    ULONG References() const { return references_; }
+    explicit Listener(const IID& knows = __uuidof(IEventSinkEvents)) : ForeignObject(knows) {}
     int Events() const { return events_; }
     VARTYPE FlagType() const { return flagType_; }
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-        const bool known = iid == IID_IUnknown || iid == knows_;
-        *object = known ? this : nullptr;
-        if (known) AddRef();
-        return known ? S_OK : E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
-    STDMETHODIMP_(ULONG) Release() override { return --references_; }
-    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
-        return E_NOTIMPL;
-    }
     STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS* arguments, VARIANT*, EXCEPINFO*,
                         UINT*) override {
         ++events_;
@@ -41,8 +25,6 @@ class Listener final : public IDispatch {
     std::function<void()> onEvent;
 
   private:
-    const IID knows_;
-    ULONG references_ = 0;
     int events_ = 0;
     VARTYPE flagType_ = VT_EMPTY;
 };
@@ -61,6 +43,31 @@ class Events : public ClientTest {
         sink_ = nullptr;
         ClientTest::TearDown();
     }
+
+    // The scripts of an empty comparison: an operation with events that needs no server.
+    void RaiseEvents() {
+        const auto utils = Create<IUtils>(__uuidof(Utils));
+        ASSERT_EQ(utils->putref_EventSink(sink_.Get()), S_OK);
+        const auto database = Create<IDatabase>(__uuidof(Database));
+        const auto results = Create<ITableDifferences>(__uuidof(TableDifferences));
+        Bstr left;
+        Bstr right;
+        ASSERT_EQ(
+            utils->GetUpdateScripts(database.Get(), database.Get(), database.Get(), results.Get(),
+                                    left.InOut(), right.InOut(), static_cast<enShowOptions>(0), 0),
+            S_OK);
+    }
+
+    ULONG Connections() {
+        ComPtr<IEnumConnections> connections;
+        EXPECT_EQ(point_->EnumConnections(connections.Put()), S_OK);
+        ULONG count = 0;
+        for (CONNECTDATA one; connections->Next(1, &one, nullptr) == S_OK; ++count) {
+            if (one.pUnk != nullptr) one.pUnk->Release();
+        }
+        return count;
+    }
+
     ComPtr<IEventSink> sink_;
     ComPtr<IConnectionPoint> point_;
 };
@@ -122,16 +129,7 @@ TEST_F(Events, FailedHandlerEndsNothingAndFlagIsAReference) {
     Listener listener;
     DWORD cookie = 0;
     ASSERT_EQ(point_->Advise(&listener, &cookie), S_OK);
-    const auto utils = Create<IUtils>(__uuidof(Utils));
-    ASSERT_EQ(utils->putref_EventSink(sink_.Get()), S_OK);
-    const auto database = Create<IDatabase>(__uuidof(Database));
-    const auto results = Create<ITableDifferences>(__uuidof(TableDifferences));
-    Bstr left;
-    Bstr right;
-    ASSERT_EQ(
-        utils->GetUpdateScripts(database.Get(), database.Get(), database.Get(), results.Get(),
-                                left.InOut(), right.InOut(), static_cast<enShowOptions>(0), 0),
-        S_OK);
+    RaiseEvents();
     EXPECT_GT(listener.Events(), 0);
     EXPECT_EQ(listener.FlagType(), VT_BYREF | VT_BOOL);
     EXPECT_EQ(point_->Unadvise(cookie), S_OK);
@@ -148,16 +146,7 @@ TEST_F(Events, HandlerMayDisconnectEverybody) {
         point_->Unadvise(one);
         point_->Unadvise(two);
     };
-    const auto utils = Create<IUtils>(__uuidof(Utils));
-    ASSERT_EQ(utils->putref_EventSink(sink_.Get()), S_OK);
-    const auto database = Create<IDatabase>(__uuidof(Database));
-    const auto results = Create<ITableDifferences>(__uuidof(TableDifferences));
-    Bstr left;
-    Bstr right;
-    ASSERT_EQ(
-        utils->GetUpdateScripts(database.Get(), database.Get(), database.Get(), results.Get(),
-                                left.InOut(), right.InOut(), static_cast<enShowOptions>(0), 0),
-        S_OK);
+    RaiseEvents();
     EXPECT_EQ(first.Events(), 1);
     EXPECT_EQ(second.Events(), 1) << "it was connected when the event was raised";
     EXPECT_EQ(first.References(), 0u);

@@ -1,36 +1,9 @@
 // Calls through IDispatch, as they come from engines and languages of many kinds.
-#include "Client.h"
+#include "Calls.h"
 
 namespace client {
 
 namespace {
-
-DISPID IdOf(IDispatch* object, const wchar_t* name) {
-    auto* text = const_cast<LPOLESTR>(name);
-    DISPID id = DISPID_UNKNOWN;
-    EXPECT_EQ(object->GetIDsOfNames(IID_NULL, &text, 1, LOCALE_USER_DEFAULT, &id), S_OK);
-    return id;
-}
-
-HRESULT Call(IDispatch* object, DISPID id, WORD flags, std::vector<VARIANT> reversed,
-             VARIANT* result = nullptr, std::vector<DISPID> names = {}, UINT* bad = nullptr) {
-    DISPPARAMS arguments{reversed.data(), names.data(), static_cast<UINT>(reversed.size()),
-                         static_cast<UINT>(names.size())};
-    EXCEPINFO exception{};
-    const HRESULT called = object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &arguments,
-                                          result, &exception, bad);
-    SysFreeString(exception.bstrSource);
-    SysFreeString(exception.bstrDescription);
-    return called == DISP_E_EXCEPTION ? exception.scode : called;
-}
-
-VARIANT Reference(VARTYPE type, void* place) {
-    VARIANT reference;
-    VariantInit(&reference);
-    reference.vt = static_cast<VARTYPE>(VT_BYREF | type);
-    reference.byref = place;
-    return reference;
-}
 
 class LateBound : public ClientTest {};
 
