@@ -82,7 +82,8 @@ STDMETHODIMP ComEventSink::Point::Advise(IUnknown* listener, DWORD* cookie) {
 }
 
 STDMETHODIMP ComEventSink::Point::Unadvise(DWORD cookie) {
-    return owner_.listeners_->Remove(cookie) ? S_OK : CONNECT_E_NOCONNECTION;
+    const auto listeners = owner_.listeners_;  // a listener that goes may take the object with it
+    return listeners->Remove(cookie) ? S_OK : CONNECT_E_NOCONNECTION;
 }
 
 STDMETHODIMP ComEventSink::Point::EnumConnections(IEnumConnections** connections) {

@@ -52,6 +52,7 @@ bool EventListeners::Remove(DWORD cookie) {
     const auto found = std::find_if(listeners_.begin(), listeners_.end(),
                                     [&](const Listener& one) { return one.cookie == cookie; });
     if (found == listeners_.end()) return false;
+    const Listener gone = std::move(*found);  // let go of when the list is whole again
     listeners_.erase(found);
     return true;
 }

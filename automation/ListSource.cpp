@@ -86,7 +86,10 @@ class OwnSource final : public ListOf<Anything> {
     OwnSource() : ListOf(std::make_shared<List>()) {}
     std::shared_ptr<NameList> Names() const override {
         auto names = std::make_shared<NameList>();
-        for (const auto& [value, key] : *list_) {
+        // Of a copy: a value may be a caller's object, whose text comes from code that sees this
+        // list.
+        for (const auto& [value, key] :
+             std::vector<Anything::Value>(list_->begin(), list_->end())) {
             if (key) {
                 names->Add(TextIn(value.Get()), *key);
             } else {

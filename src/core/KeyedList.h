@@ -119,9 +119,11 @@ class KeyedList {
         return static_cast<std::size_t>(position - 1);
     }
 
+    // The value goes last: what it does on its way may look at the list.
     void Erase(std::size_t index) {
-        if (nodes_[index]->foldedKey) byKey_.erase(*nodes_[index]->foldedKey);
+        const std::unique_ptr<Node> gone = std::move(nodes_[index]);
         nodes_.erase(nodes_.begin() + static_cast<std::ptrdiff_t>(index));
+        if (gone->foldedKey) byKey_.erase(*gone->foldedKey);
     }
 
     Nodes nodes_;

@@ -1,5 +1,5 @@
 // The interfaces as a compiled client calls them.
-#include "Client.h"
+#include "Calls.h"
 
 namespace client {
 
@@ -86,6 +86,30 @@ TEST_F(EarlyBound, NullPointersAreRefused) {
     const auto database = Create<IDatabase>(__uuidof(Database));
     EXPECT_EQ(database->put_CheckDependencies(nullptr), E_POINTER);
     EXPECT_EQ(database->put_Server(nullptr), S_OK) << "a null string is the empty one";
+}
+
+// A value that goes may look at the list: it finds it without the value.
+TEST_F(EarlyBound, ListIsWholeWhenAValueGoes) {
+    const auto list = Create<IKeyedList>(__uuidof(KeyedList));
+    ForeignObject object;
+    ASSERT_EQ(list->Add(ObjectValue(&object), Value(L"object")), S_OK);
+    ASSERT_EQ(list->Add(Value(L"other"), Value(L"other")), S_OK);
+    LONG count = 99;
+    VARIANT_BOOL exists = VARIANT_TRUE;
+    HRESULT again = E_FAIL;
+    object.onLastRelease = [&] {
+        list->get_Count(&count);
+        list->ItemExists(Value(L"object"), &exists);
+        again = list->Add(Value(5), Value(L"object"));
+    };
+    EXPECT_EQ(list->Remove(Value(L"object")), S_OK);
+    EXPECT_EQ(object.References(), 0u);
+    EXPECT_EQ(count, 1);
+    EXPECT_EQ(exists, VARIANT_FALSE);
+    EXPECT_EQ(again, S_OK);
+    Value found;
+    EXPECT_EQ(list->get_Item(Value(2), &found), S_OK);
+    EXPECT_EQ(found.lVal, 5);
 }
 
 TEST_F(EarlyBound, ArraysOfTextsAreArraysOfStrings) {

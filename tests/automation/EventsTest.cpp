@@ -153,6 +153,33 @@ TEST_F(Events, HandlerMayDisconnectEverybody) {
     EXPECT_EQ(second.References(), 0u);
 }
 
+// A listener that hears of its end finds the list without it, and may be the last to hold the sink.
+TEST_F(Events, ListenerThatGoesFindsTheListWhole) {
+    Listener first;
+    Listener second;
+    DWORD one = 0;
+    DWORD two = 0;
+    ASSERT_EQ(point_->Advise(&first, &one), S_OK);
+    ASSERT_EQ(point_->Advise(&second, &two), S_OK);
+    ULONG left = 99;
+    HRESULT again = S_OK;
+    HRESULT other = E_FAIL;
+    first.onLastRelease = [&] {
+        left = Connections();
+        again = point_->Unadvise(one);
+        other = point_->Unadvise(two);
+        sink_ = nullptr;
+        point_ = nullptr;
+    };
+    IConnectionPoint* const point = point_.Get();
+    EXPECT_EQ(point->Unadvise(one), S_OK);
+    EXPECT_EQ(left, 1u);
+    EXPECT_EQ(again, static_cast<HRESULT>(CONNECT_E_NOCONNECTION)) << "it is gone already";
+    EXPECT_EQ(other, S_OK);
+    EXPECT_EQ(first.References(), 0u);
+    EXPECT_EQ(second.References(), 0u);
+}
+
 }  // namespace
 
 }  // namespace client

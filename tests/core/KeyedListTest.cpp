@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -95,6 +96,30 @@ TEST_F(KeyedListTest, ItemExistsNeverFails) {
     EXPECT_FALSE(list.ItemExists(0));
     EXPECT_FALSE(list.ItemExists(INT64_MAX));
     EXPECT_FALSE(list.ItemExists(u"nothing"));
+}
+
+// Looks at the list that it stands in when it goes.
+struct Witness {
+    ~Witness() {
+        if (list == nullptr) return;
+        count = list->Count();
+        exists = list->ItemExists(u"witness");
+    }
+    KeyedList<std::shared_ptr<Witness>>* list = nullptr;
+    std::int32_t& count;
+    bool& exists;
+};
+
+TEST(KeyedListOfObjects, IsWholeWhenAValueGoes) {
+    std::int32_t count = 99;
+    bool exists = true;
+    KeyedList<std::shared_ptr<Witness>> list;
+    list.Add(std::shared_ptr<Witness>(new Witness{&list, count, exists}), u"witness");
+    list.Add(nullptr, u"other");
+    list.Remove(u"Witness");
+    EXPECT_EQ(count, 1);
+    EXPECT_FALSE(exists);
+    EXPECT_TRUE(list.ItemExists(u"other"));
 }
 
 }  // namespace
