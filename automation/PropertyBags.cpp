@@ -17,10 +17,12 @@ constexpr std::array<std::u16string_view, 4> Texts = {u"Username", u"Database", 
 class SystemBag final : public Settings {
   public:
     explicit SystemBag(ComPtr<IPropertyBag> bag) : bag_(std::move(bag)) {}
-    // A bag answers with an error of its own choice where it has nothing of that name.
+    // E_INVALIDARG: the bag has nothing of that name.
     Variant Read(std::u16string_view name) override {
         Variant value;
-        if (FAILED(bag_->Read(Name(name), value.Put(), nullptr))) return {};
+        const HRESULT result = bag_->Read(Name(name), value.Put(), nullptr);
+        if (result == E_INVALIDARG) return {};
+        Check(result);
         return value;
     }
     void Write(std::u16string_view name, const Variant& value) override {
@@ -49,6 +51,13 @@ class ScriptBag final : public Settings {
     LateBound bag_;
 };
 
+void RefuseNull(const Variant& value) {
+    if (value.Type() == VT_NULL) {
+        throw Error(ErrorNumber::InvalidUseOfNull, u"Invalid use of Null");
+    }
+}
+
+// Null is Nothing in languages without one of their own.
 std::shared_ptr<TableObjects> CatalogIn(const Variant& value) {
     if (value.Type() == VT_EMPTY || value.Type() == VT_NULL) return nullptr;
     return ComTableObjects::CoreOf(ObjectIn(value.Get()).Get());
@@ -72,9 +81,11 @@ std::unique_ptr<Settings> SettingsIn(IUnknown* bag) {
 PropertyBag ReadBag(Settings& settings) {
     PropertyBag bag;
     const Variant flag = settings.Read(Flag);
+    RefuseNull(flag);
     if (flag.Type() != VT_EMPTY) bag.Write(Flag, FlagIn(flag.Get()));
     for (const auto name : Texts) {
         const Variant text = settings.Read(name);
+        RefuseNull(text);
         if (text.Type() != VT_EMPTY) bag.Write(name, TextIn(text.Get()));
     }
     bag.Write(CatalogName, CatalogIn(settings.Read(CatalogName)));

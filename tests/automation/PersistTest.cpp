@@ -17,6 +17,7 @@ class Bag final : public IPropertyBag {
     STDMETHODIMP_(ULONG) AddRef() override { return 2; }
     STDMETHODIMP_(ULONG) Release() override { return 1; }
     STDMETHODIMP Read(LPCOLESTR name, VARIANT* value, IErrorLog*) override {
+        if (readFailure != S_OK && unreadable == name) return readFailure;
         const auto found = values.find(name);
         if (found == values.end()) return E_INVALIDARG;
         return VariantCopy(value, &found->second);
@@ -28,7 +29,15 @@ class Bag final : public IPropertyBag {
 
     std::map<std::wstring, Value> values;
     bool full = false;
+    std::wstring unreadable;
+    HRESULT readFailure = S_OK;
 };
+
+std::wstring ServerOf(IDatabase* database) {
+    Bstr text;
+    database->get_Server(text.Put());
+    return text.Text();
+}
 
 class Persist : public ClientTest {};
 
@@ -81,6 +90,62 @@ TEST_F(Persist, BagsFailureReachesTheCaller) {
     const auto persist = Create<IPersistPropertyBag>(__uuidof(Database));
     EXPECT_EQ(persist->Save(&bag, FALSE, TRUE), STG_E_MEDIUMFULL);
     EXPECT_EQ(persist->Save(nullptr, FALSE, TRUE), static_cast<HRESULT>(0x800A005B));
+}
+
+// Only E_INVALIDARG says that there is no such value.
+TEST_F(Persist, UnreadableValueIsAFailure) {
+    const auto database = Create<IDatabase>(__uuidof(Database));
+    database->put_Server(Bstr(L"SRV"));
+    const auto persist = database.As<IPersistPropertyBag>();
+    Bag bag;
+    for (const wchar_t* name : {L"NTSecurity", L"Username", L"Description", L"Tables"}) {
+        bag.unreadable = name;
+        bag.readFailure = STG_E_READFAULT;
+        EXPECT_EQ(persist->Load(&bag, nullptr), STG_E_READFAULT);
+        EXPECT_EQ(ServerOf(database.Get()), L"SRV") << "the object stays as it was";
+        bag.readFailure = E_INVALIDARG;
+        database->put_Server(Bstr(L"SRV"));
+        EXPECT_EQ(persist->Load(&bag, nullptr), S_OK);
+        EXPECT_EQ(ServerOf(database.Get()), L"");
+        database->put_Server(Bstr(L"SRV"));
+    }
+}
+
+TEST_F(Persist, WrongValueChangesNothing) {
+    const auto database = Create<IDatabase>(__uuidof(Database));
+    database->put_Server(Bstr(L"SRV"));
+    database->put_Password(Bstr(L"secret"));
+    const auto persist = database.As<IPersistPropertyBag>();
+    Bag bag;
+    bag.values[L"Server"].vt = VT_BSTR;
+    bag.values[L"Server"].bstrVal = SysAllocString(L"OTHER");
+    const struct {
+        const wchar_t* name;
+        VARTYPE type;
+        HRESULT failure;
+        const wchar_t* text;
+    } cases[] = {
+        {L"NTSecurity", VT_NULL, static_cast<HRESULT>(0x800A005E), L"Invalid use of Null"},
+        {L"Username", VT_NULL, static_cast<HRESULT>(0x800A005E), L"Invalid use of Null"},
+        {L"Description", VT_NULL, static_cast<HRESULT>(0x800A005E), L"Invalid use of Null"},
+        {L"Description", VT_DISPATCH, static_cast<HRESULT>(0x800A000D), L"Type mismatch"},
+        {L"Tables", VT_BOOL, static_cast<HRESULT>(0x800A000D), L"Type mismatch"},
+    };
+    for (const auto& one : cases) {
+        VARIANT& value = bag.values[one.name];
+        value.vt = one.type;
+        value.llVal = 0;
+        EXPECT_EQ(persist->Load(&bag, nullptr), one.failure) << one.type;
+        EXPECT_EQ(LastErrorText().description, one.text);
+        EXPECT_EQ(ServerOf(database.Get()), L"SRV");
+        Bstr password;
+        database->get_Password(password.Put());
+        EXPECT_EQ(password.Text(), L"secret");
+        bag.values.erase(one.name);
+    }
+    bag.values[L"Tables"].vt = VT_NULL;
+    EXPECT_EQ(persist->Load(&bag, nullptr), S_OK) << "Null is no catalog";
+    EXPECT_EQ(ServerOf(database.Get()), L"OTHER");
 }
 
 TEST_F(Persist, NewObjectNeedsNothing) {
