@@ -58,6 +58,12 @@ class ClassesKey {
         RegCloseKey(key);
         CheckSystem(status);
     }
+    bool Has(const std::wstring& path) const {
+        HKEY key = nullptr;
+        if (RegOpenKeyExW(key_, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return false;
+        RegCloseKey(key);
+        return true;
+    }
     void Remove(const std::wstring& path) const {
         const LSTATUS status = RegDeleteTreeW(key_, path.c_str());
         if (status == ERROR_FILE_NOT_FOUND) return;
@@ -106,12 +112,16 @@ void RegisterTypes(Scope scope, const std::wstring& path) {
                                   : RegisterTypeLibForUser(library.Get(), file, nullptr));
 }
 
+// The system has one failure for types that are not registered, which is none here, and for those
+// that cannot be taken away.
 void UnregisterTypes(Scope scope) {
-    constexpr SYSKIND System = sizeof(void*) == 8 ? SYS_WIN64 : SYS_WIN32;
+    constexpr bool Wide = sizeof(void*) == 8;
     const auto remove = scope == Scope::Machine ? UnRegisterTypeLib : UnRegisterTypeLibForUser;
-    const HRESULT result =
-        remove(LIBID_QuillonLib, MajorVersion, MinorVersion, LOCALE_NEUTRAL, System);
-    if (result != TYPE_E_REGISTRYACCESS && result != TYPE_E_LIBNOTREGISTERED) Check(result);
+    const HRESULT result = remove(LIBID_QuillonLib, MajorVersion, MinorVersion, LOCALE_NEUTRAL,
+                                  Wide ? SYS_WIN64 : SYS_WIN32);
+    const std::wstring place =
+        L"TypeLib\\" + ToText(LIBID_QuillonLib) + L"\\1.0\\0\\" + (Wide ? L"win64" : L"win32");
+    if (ClassesKey(scope).Has(place)) Check(result);
 }
 
 }  // namespace
