@@ -13,6 +13,8 @@ namespace {
 
 constexpr std::u16string_view DefaultSource = u"QuillonLib";
 constexpr std::uint32_t RunTimeErrors = 0x800A0000;
+constexpr std::uint32_t LastRunTimeError = 0xFFFF;
+constexpr std::uint32_t Failed = 0x80000000;
 
 // Automation's own functions for error objects take texts that end at a NUL.
 LPOLESTR Characters(const std::u16string& text) {
@@ -41,8 +43,8 @@ void ThrowTypeMismatch() {
 }
 
 HRESULT ToResult(std::int32_t errorNumber) noexcept {
-    if (errorNumber < 0) return static_cast<HRESULT>(errorNumber);
-    return static_cast<HRESULT>(RunTimeErrors | static_cast<std::uint32_t>(errorNumber));
+    const auto number = static_cast<std::uint32_t>(errorNumber);
+    return static_cast<HRESULT>(number | (number <= LastRunTimeError ? RunTimeErrors : Failed));
 }
 
 HRESULT ReportFailure(const IID& source) noexcept {

@@ -25,8 +25,9 @@ inline void Check(HRESULT result) {
 // Error 13.
 [[noreturn]] void ThrowTypeMismatch();
 
-// Run-time errors (5, 13, 457, 3704 ...) have their number in the lower half of 0x800A0000; what is
-// a number of that kind already stays as it is.
+// Run-time errors (5, 13, 457, 3704 ...) have their number in the lower half of 0x800A0000; any
+// other number is one of that kind already and stays as it is, but for the bit that tells of a
+// failure, which it never lacks.
 HRESULT ToResult(std::int32_t errorNumber) noexcept;
 
 // To be called in a handler: makes the current exception the thread's error object, as one that

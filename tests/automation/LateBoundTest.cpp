@@ -125,6 +125,47 @@ TEST_F(LateBound, ArgumentsGoToTheDefaultMember) {
               static_cast<HRESULT>(0x800A0005));
 }
 
+// What a property bag of a caller's own tells of its failure.
+class FailingBag final : public ForeignObject {
+  public:
+    explicit FailingBag(SCODE code) : code_(code) {}
+    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID* id) override {
+        *id = 1;
+        return S_OK;
+    }
+    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO* exception,
+                        UINT*) override {
+        exception->scode = code_;
+        exception->bstrDescription = SysAllocString(L"the bag is torn");
+        exception->bstrSource = SysAllocString(L"Bag");
+        return DISP_E_EXCEPTION;
+    }
+
+  private:
+    SCODE code_;
+};
+
+TEST_F(LateBound, NumberOfAnotherFacilityPasses) {
+    const auto database = Create<IDatabase>(__uuidof(Database));
+    const struct {
+        SCODE told;
+        HRESULT given;
+    } cases[] = {
+        {static_cast<SCODE>(0x80030102), static_cast<HRESULT>(0x80030102)},
+        {static_cast<SCODE>(0x800A0035), static_cast<HRESULT>(0x800A0035)},
+        {0xFFFF, static_cast<HRESULT>(0x800AFFFF)},
+        {0x10000, static_cast<HRESULT>(0x80010000)},  // a failure all the same
+        {0x00040210, static_cast<HRESULT>(0x80040210)},
+    };
+    for (const auto& one : cases) {
+        FailingBag bag(one.told);
+        EXPECT_EQ(database->ReadProperties(&bag), one.given);
+        const ErrorText error = LastErrorText();
+        EXPECT_EQ(error.description, L"the bag is torn");
+        EXPECT_EQ(error.source, L"Bag");
+    }
+}
+
 }  // namespace
 
 }  // namespace client
