@@ -76,7 +76,11 @@ Variant NewFlag(bool value) noexcept {
 }
 
 bool IsMissing(const VARIANT& value) noexcept {
-    return value.vt == VT_ERROR && value.scode == DISP_E_PARAMNOTFOUND;
+    const VARIANT* held = &value;
+    while (held->vt == (VT_BYREF | VT_VARIANT))
+        held = held->pvarVal;
+    if (held->vt == (VT_BYREF | VT_ERROR)) return *held->pscode == DISP_E_PARAMNOTFOUND;
+    return held->vt == VT_ERROR && held->scode == DISP_E_PARAMNOTFOUND;
 }
 
 Variant PlainValue(const VARIANT& value) {

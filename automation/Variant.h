@@ -49,6 +49,7 @@ class Variant {
 Variant NewText(std::u16string_view text);
 Variant NewFlag(bool value) noexcept;
 
+// Also where a caller hands an argument on that was left out in his own call.
 bool IsMissing(const VARIANT& value) noexcept;
 
 // What stands behind references, and the default value of an object that has one.

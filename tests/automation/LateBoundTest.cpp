@@ -125,6 +125,30 @@ TEST_F(LateBound, ArgumentsGoToTheDefaultMember) {
               static_cast<HRESULT>(0x800A0005));
 }
 
+// As a procedure hands on an optional argument of its own that its caller left out.
+TEST_F(LateBound, ForwardedMissingArgumentIsMissing) {
+    const auto databases = Create<IDatabases>(__uuidof(Databases));
+    VARIANT missing = Value::Missing();
+    SCODE code = DISP_E_PARAMNOTFOUND;
+    const VARIANT forwarded = Reference(VT_VARIANT, &missing);
+    const auto late = databases.As<IDispatch>();
+    const DISPID add = IdOf(late.Get(), L"Add");
+    EXPECT_EQ(Call(late.Get(), add, DISPATCH_METHOD, {forwarded}), S_OK);
+    EXPECT_EQ(Call(late.Get(), add, DISPATCH_METHOD, {Reference(VT_ERROR, &code)}), S_OK);
+    ComPtr<IDatabase> third;
+    EXPECT_EQ(databases->Add(forwarded, third.Put()), S_OK) << "through the interface";
+
+    const auto store = Create<IDispatch>(__uuidof(ComparisonTemplates));
+    Value name(L"T");
+    ASSERT_EQ(Call(store.Get(), IdOf(store.Get(), L"LoadTemplate"), DISPATCH_METHOD, {name}), S_OK);
+    EXPECT_EQ(
+        Call(store.Get(), IdOf(store.Get(), L"Add"), DISPATCH_METHOD, {forwarded, name, Value(0)}),
+        S_OK)
+        << "a parameter of a type of its own";
+    EXPECT_EQ(Call(store.Get(), IdOf(store.Get(), L"LoadTemplate"), DISPATCH_METHOD, {forwarded}),
+              DISP_E_PARAMNOTOPTIONAL);
+}
+
 // What a property bag of a caller's own tells of its failure.
 class FailingBag final : public ForeignObject {
   public:
