@@ -112,13 +112,30 @@ class TypedCall {
         const HRESULT result =
             type_->Invoke(object, call_.member, static_cast<WORD>(function_->invkind), &passed,
                           call_.result, call_.exception, call_.badArgument);
-        for (Parameter& parameter : parameters_)
-            parameter.HandBack();
-        if (SUCCEEDED(result) && call_.result != nullptr) MakeReadable(*call_.result);
+        const HRESULT handedBack = HandBack(result);
+        if (FAILED(result)) return result;
+        if (FAILED(handedBack)) {
+            if (call_.result != nullptr) VariantClear(call_.result);
+            return handedBack;
+        }
+        if (call_.result != nullptr) MakeReadable(*call_.result);
         return result;
     }
 
   private:
+    // All of them; the failure of the first one that fails.
+    HRESULT HandBack(HRESULT called) noexcept {
+        HRESULT failure = S_OK;
+        for (Parameter& parameter : parameters_) {
+            const HRESULT result = parameter.HandBack(called);
+            if (SUCCEEDED(failure) && FAILED(result)) {
+                failure = result;
+                Complain(parameter.Given());
+            }
+        }
+        return failure;
+    }
+
     void AddParameter(VARIANT* given) {
         try {
             parameters_.emplace_back(types_.back(), given, call_.locale);
@@ -168,6 +185,7 @@ HRESULT CallDefaultMember(ITypeInfo* type, IDispatch* object, const Function& fu
 }  // namespace
 
 HRESULT Invoke(ITypeInfo* type, IDispatch* object, const Invocation& call) noexcept {
+    if (call.arguments->cNamedArgs > call.arguments->cArgs) return E_INVALIDARG;
     try {
         const Function function = FindFunction(type, call);
         if (IsPlainGet(*function) && call.arguments->cArgs > 0) {

@@ -2,6 +2,7 @@
 
 #include "automation/Arrays.h"
 #include "automation/Failure.h"
+#include "automation/Reference.h"
 
 namespace QuillonLib::Automation {
 
@@ -126,22 +127,32 @@ VARIANT Parameter::Argument() {
     return reference;
 }
 
-void Parameter::HandBack() noexcept {
-    if (passThrough_ || !type_.byReference || given_ == nullptr || !Changed()) return;
-    if (given_->vt == (VT_BYREF | VT_VARIANT)) {
-        VariantClear(given_->pvarVal);
-        *given_->pvarVal = held_.Detach();
-    } else if (given_->vt == (VT_BYREF | VT_DISPATCH) && type_.type == VT_DISPATCH) {
-        if (*given_->ppdispVal != nullptr) (*given_->ppdispVal)->Release();
-        *given_->ppdispVal = held_.Detach().pdispVal;
+HRESULT Parameter::HandBack(HRESULT called) noexcept {
+    if (passThrough_ || !type_.byReference || given_ == nullptr) return S_OK;
+    if (!Changed() && (FAILED(called) || !BecomesNothing())) return S_OK;
+    VARIANT& variable = Variable(*given_);
+    if ((variable.vt & VT_BYREF) == 0) {
+        // The value of an expression is nobody's variable.
+        if (&variable != given_) Assign(variable, std::move(held_));
+        return S_OK;
+    }
+    try {
+        AssignBehind(variable, held_, locale_);
+        return S_OK;
+    } catch (const ComError& error) {
+        return error.Number();
+    } catch (...) {
+        return E_FAIL;
     }
 }
 
-// An object variable that was never set is not Nothing yet.
 bool Parameter::Changed() const noexcept {
-    if (held_.Get().byref != before_) return true;
-    return type_.type == VT_DISPATCH && given_->vt == (VT_BYREF | VT_VARIANT) &&
-           given_->pvarVal->vt == VT_EMPTY;
+    return held_.Get().byref != before_;
+}
+
+// An object variable that was never set is not Nothing yet.
+bool Parameter::BecomesNothing() const noexcept {
+    return type_.type == VT_DISPATCH && Variable(*given_).vt == VT_EMPTY;
 }
 
 }  // namespace QuillonLib::Automation

@@ -27,17 +27,21 @@ class Parameter {
     Parameter(const Parameter&) = delete;
     Parameter& operator=(const Parameter&) = delete;
 
+    // What the caller passes; null where it is left out.
+    const VARIANT* Given() const noexcept { return given_; }
     // Owned by the parameter.
     VARIANT Argument();
-    // Hands what the member put into a reference to the caller's variable; a variable that the
-    // member left alone keeps its own value, of its own type.
-    void HandBack() noexcept;
+    // Hands what the member put into a reference to the caller's variable, in the variable's type;
+    // a variable that the member left alone keeps its own value, of its own type. `called`: how the
+    // member ended. A failure where the variable's type has no such value.
+    HRESULT HandBack(HRESULT called) noexcept;
 
   private:
     // What the member gets for an argument that is left out.
     void FillIn();
     void Convert(const VARIANT& given);
     bool Changed() const noexcept;
+    bool BecomesNothing() const noexcept;
 
     const ParameterType& type_;
     VARIANT* given_;

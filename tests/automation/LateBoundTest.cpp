@@ -125,6 +125,52 @@ TEST_F(LateBound, ArgumentsGoToTheDefaultMember) {
               static_cast<HRESULT>(0x800A0005));
 }
 
+// Scripts can read the elements of an array of variants only.
+TEST_F(LateBound, ArraysOfStringsComeAsArraysOfVariants) {
+    const auto utils = Create<IUtils>(__uuidof(Utils));
+    Value typed;
+    ASSERT_EQ(utils->GetSQLStatementsFromScript(Bstr(L"A\r\nGO\r\nB"), &typed), S_OK);
+    EXPECT_EQ(typed.vt, VT_ARRAY | VT_BSTR) << "through the interface";
+
+    const auto late = utils.As<IDispatch>();
+    Value script(L"A\r\nGO\r\nB");
+    Value shown;
+    ASSERT_EQ(Call(late.Get(), IdOf(late.Get(), L"GetSQLStatementsFromScript"), DISPATCH_METHOD,
+                   {script}, &shown),
+              S_OK);
+    ASSERT_EQ(shown.vt, VT_ARRAY | VT_VARIANT) << "by name";
+    LONG lower = 99;
+    LONG upper = 99;
+    SafeArrayGetLBound(shown.parray, 1, &lower);
+    SafeArrayGetUBound(shown.parray, 1, &upper);
+    EXPECT_EQ(lower, 0);
+    EXPECT_EQ(upper, 1);
+    Value element;
+    ASSERT_EQ(SafeArrayGetElement(shown.parray, &upper, &element), S_OK);
+    ASSERT_EQ(element.vt, VT_BSTR);
+    EXPECT_EQ(std::wstring(element.bstrVal), L"B");
+
+    Value bytes;
+    Value text(L"text");
+    ASSERT_EQ(
+        Call(late.Get(), IdOf(late.Get(), L"EncryptText"), DISPATCH_METHOD, {text, text}, &bytes),
+        S_OK);
+    EXPECT_EQ(bytes.vt, VT_ARRAY | VT_UI1) << "bytes stay bytes";
+}
+
+TEST_F(LateBound, MoreNamesThanArgumentsAreRefused) {
+    const auto databases = Create<IDispatch>(__uuidof(Databases));
+    Value key(L"key");
+    DISPID names[] = {0, 0};
+    DISPPARAMS arguments{&key, names, 1, 2};
+    EXPECT_EQ(databases->Invoke(IdOf(databases.Get(), L"Add"), IID_NULL, 0, DISPATCH_METHOD,
+                                &arguments, nullptr, nullptr, nullptr),
+              E_INVALIDARG);
+    Value count;
+    Call(databases.Get(), IdOf(databases.Get(), L"Count"), DISPATCH_PROPERTYGET, {}, &count);
+    EXPECT_EQ(count.lVal, 0);
+}
+
 // As a procedure hands on an optional argument of its own that its caller left out.
 TEST_F(LateBound, ForwardedMissingArgumentIsMissing) {
     const auto databases = Create<IDatabases>(__uuidof(Databases));
@@ -147,6 +193,23 @@ TEST_F(LateBound, ForwardedMissingArgumentIsMissing) {
         << "a parameter of a type of its own";
     EXPECT_EQ(Call(store.Get(), IdOf(store.Get(), L"LoadTemplate"), DISPATCH_METHOD, {forwarded}),
               DISP_E_PARAMNOTOPTIONAL);
+}
+
+TEST_F(LateBound, OutputThatAReferenceCannotTakeIsAMismatch) {
+    const auto utils = Create<IDispatch>(__uuidof(Utils));
+    const auto results = Create<IDispatch>(__uuidof(TableDifferences));
+    const auto database = Create<IDispatch>(__uuidof(Database));
+    const VARIANT object = ObjectValue(database.Get());
+    LONG left = 7;
+    Bstr right;
+    UINT bad = 99;
+    EXPECT_EQ(Call(utils.Get(), IdOf(utils.Get(), L"GetUpdateScripts"), DISPATCH_METHOD,
+                   {Value(0), Value(0), Reference(VT_BSTR, right.InOut()), Reference(VT_I4, &left),
+                    ObjectValue(results.Get()), object, object, object},
+                   nullptr, {}, &bad),
+              DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(bad, 3u);
+    EXPECT_EQ(left, 7);
 }
 
 // What a property bag of a caller's own tells of its failure.
