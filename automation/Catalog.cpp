@@ -3,11 +3,11 @@
 namespace QuillonLib::Automation {
 
 STDMETHODIMP ComColumnObject::get_Name(BSTR* value) {
-    return Do([&] { Give(value, core_->Name()); });
+    return Answer(value, [&] { return core_->Name(); });
 }
 
 STDMETHODIMP ComColumnObject::get_PrimaryKey(VARIANT_BOOL* value) {
-    return Do([&] { Give(value, core_->PrimaryKey()); });
+    return Answer(value, [&] { return core_->PrimaryKey(); });
 }
 
 STDMETHODIMP ComColumnObject::put_PrimaryKey(VARIANT_BOOL bPrimaryKey) {
@@ -15,7 +15,7 @@ STDMETHODIMP ComColumnObject::put_PrimaryKey(VARIANT_BOOL bPrimaryKey) {
 }
 
 STDMETHODIMP ComColumnObject::get_CannotCompare(VARIANT_BOOL* value) {
-    return Do([&] { Give(value, core_->CannotCompare()); });
+    return Answer(value, [&] { return core_->CannotCompare(); });
 }
 
 STDMETHODIMP ComColumnObject::put_CannotCompare(VARIANT_BOOL bCannotCompare) {
@@ -23,91 +23,91 @@ STDMETHODIMP ComColumnObject::put_CannotCompare(VARIANT_BOOL bCannotCompare) {
 }
 
 STDMETHODIMP ComColumnObject::get_DataType(BSTR* value) {
-    return Do([&] { Give(value, core_->DataType()); });
+    return Answer(value, [&] { return core_->DataType(); });
 }
 
 STDMETHODIMP ComColumnObject::get_Length(LONG* value) {
-    return Do([&] { Give(value, core_->Length()); });
+    return Answer(value, [&] { return core_->Length(); });
 }
 
 STDMETHODIMP ComColumnObject::get_Computed(VARIANT_BOOL* value) {
-    return Do([&] { Give(value, core_->Computed()); });
+    return Answer(value, [&] { return core_->Computed(); });
 }
 
 STDMETHODIMP ComColumnObject::get_NumericScale(LONG* value) {
-    return Do([&] { Give(value, core_->NumericScale()); });
+    return Answer(value, [&] { return core_->NumericScale(); });
 }
 
 STDMETHODIMP ComColumnObject::get_NumericPrecision(LONG* value) {
-    return Do([&] { Give(value, core_->NumericPrecision()); });
+    return Answer(value, [&] { return core_->NumericPrecision(); });
 }
 
 STDMETHODIMP ComColumnObject::get_AllowNulls(VARIANT_BOOL* value) {
-    return Do([&] { Give(value, core_->AllowNulls()); });
+    return Answer(value, [&] { return core_->AllowNulls(); });
 }
 
 STDMETHODIMP ComColumnObjects::get_ColumnList(BSTR* value) {
-    return Do([&] { Give(value, core_->ColumnList()); });
+    return Answer(value, [&] { return core_->ColumnList(); });
 }
 
 STDMETHODIMP ComIndexObject::get_Name(BSTR* value) {
-    return Do([&] { Give(value, core_->Name()); });
+    return Answer(value, [&] { return core_->Name(); });
 }
 
 STDMETHODIMP ComIndexObject::get_PrimaryKey(VARIANT_BOOL* value) {
-    return Do([&] { Give(value, core_->PrimaryKey()); });
+    return Answer(value, [&] { return core_->PrimaryKey(); });
 }
 
 STDMETHODIMP ComDependency::get_Name(BSTR* value) {
-    return Do([&] { Give(value, core_->Name()); });
+    return Answer(value, [&] { return core_->Name(); });
 }
 
 STDMETHODIMP ComDependencies::ItemExists(BSTR sName, VARIANT_BOOL* value) {
-    return Do([&] { Give(value, core_->ItemExists(ViewOf(sName))); });
+    return Answer(value, [&] { return core_->ItemExists(ViewOf(sName)); });
 }
 
 STDMETHODIMP ComDependencies::get_AbsoluteItem(LONG lIndex, IDependency** value) {
-    return Do([&] { Give(value, ComDependency::Of(core_->AbsoluteItem(lIndex))); });
+    return Answer(value, [&] { return ComDependency::Of(core_->AbsoluteItem(lIndex)); });
 }
 
 STDMETHODIMP ComDependencies::get_Item(BSTR sName, IDependency** value) {
-    return Do([&] { Give(value, ComDependency::Of(core_->Item(ViewOf(sName)))); });
+    return Answer(value, [&] { return ComDependency::Of(core_->Item(ViewOf(sName))); });
 }
 
 STDMETHODIMP ComTableObject::get_Name(BSTR* value) {
-    return Do([&] { Give(value, core_->Name()); });
+    return Answer(value, [&] { return core_->Name(); });
 }
 
 STDMETHODIMP ComTableObject::get_Owner(BSTR* value) {
-    return Do([&] { Give(value, core_->Owner()); });
+    return Answer(value, [&] { return core_->Owner(); });
 }
 
 STDMETHODIMP ComTableObject::get_Description(BSTR* value) {
-    return Do([&] { Give(value, core_->Description()); });
+    return Answer(value, [&] { return core_->Description(); });
 }
 
 STDMETHODIMP ComTableObject::get_IsView(VARIANT_BOOL* value) {
-    return Do([&] { Give(value, core_->IsView()); });
+    return Answer(value, [&] { return core_->IsView(); });
 }
 
 STDMETHODIMP ComTableObject::get_Columns(IColumnObjects** value) {
-    return Do([&] { Give(value, ComColumnObjects::Of(core_->Columns())); });
+    return Answer(value, [&] { return ComColumnObjects::Of(core_->Columns()); });
 }
 
 STDMETHODIMP ComTableObject::get_Indexes(IIndexObjects** value) {
-    return Do([&] { Give(value, ComIndexObjects::Of(core_->Indexes())); });
+    return Answer(value, [&] { return ComIndexObjects::Of(core_->Indexes()); });
 }
 
 STDMETHODIMP ComTableObject::get_ParentDependencies(IDependencies** value) {
-    return Do([&] { Give(value, ComDependencies::Of(core_->ParentDependencies())); });
+    return Answer(value, [&] { return ComDependencies::Of(core_->ParentDependencies()); });
 }
 
 STDMETHODIMP ComTableObject::get_ChildDependencies(IDependencies** value) {
-    return Do([&] { Give(value, ComDependencies::Of(core_->ChildDependencies())); });
+    return Answer(value, [&] { return ComDependencies::Of(core_->ChildDependencies()); });
 }
 
 STDMETHODIMP ComTableObjects::ItemExists(BSTR sOwner, BSTR sName, VARIANT_BOOL* value) {
-    return Do([&] { Give(value, core_->ItemExists(ViewOf(sOwner), ViewOf(sName))); });
+    return Answer(value, [&] { return core_->ItemExists(ViewOf(sOwner), ViewOf(sName)); });
 }
 
 STDMETHODIMP ComDatabases::RemoveID(LONG lID) {
@@ -115,11 +115,11 @@ STDMETHODIMP ComDatabases::RemoveID(LONG lID) {
 }
 
 STDMETHODIMP ComDatabases::ItemFromID(LONG lID, IDatabase** value) {
-    return Do([&] { Give(value, ComDatabase::Of(core_->ItemFromID(lID))); });
+    return Answer(value, [&] { return ComDatabase::Of(core_->ItemFromID(lID)); });
 }
 
 STDMETHODIMP ComDatabases::get_Dirty(VARIANT_BOOL* value) {
-    return Do([&] { Give(value, core_->Dirty()); });
+    return Answer(value, [&] { return core_->Dirty(); });
 }
 
 STDMETHODIMP ComDatabases::put_Dirty(VARIANT_BOOL bValue) {

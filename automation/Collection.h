@@ -18,17 +18,17 @@ class Collection : public Wrapper<Derived, CoClass, Interface, Core> {
     using Wrapper<Derived, CoClass, Interface, Core>::Wrapper;
 
     STDMETHODIMP get_Count(LONG* value) override {
-        return this->Do([&] { Give(value, this->core_->Count()); });
+        return this->Answer(value, [&] { return this->core_->Count(); });
     }
     // Walks the items that there are now, whatever is added or removed on the way.
     STDMETHODIMP get_NewEnum(IUnknown** value) override {
-        return this->Do([&] {
+        return this->Answer(value, [&] {
             std::vector<std::shared_ptr<typename ItemWrapper::Core>> items(this->core_->begin(),
                                                                            this->core_->end());
             const std::size_t count = items.size();
-            Give(value, NewEnumerator(count, [items = std::move(items)](std::size_t index) {
-                     return Variant::Object(ItemWrapper::Of(items[index]).Get());
-                 }));
+            return NewEnumerator(count, [items = std::move(items)](std::size_t index) {
+                return Variant::Object(ItemWrapper::Of(items[index]).Get());
+            });
         });
     }
 };
@@ -41,7 +41,7 @@ class KeyedCollection : public Collection<Derived, CoClass, Interface, Core, Ite
     using ItemInterface = typename ItemWrapper::InterfaceType;
 
     STDMETHODIMP get_Item(VARIANT key, ItemInterface** value) override {
-        return this->Do([&] { Give(value, ItemWrapper::Of(Find(key))); });
+        return this->Answer(value, [&] { return ItemWrapper::Of(Find(key)); });
     }
 
   protected:
@@ -59,8 +59,8 @@ class SearchableCollection
     using KeyedCollection<Derived, CoClass, Interface, Core, ItemWrapper>::KeyedCollection;
 
     STDMETHODIMP ItemExists(VARIANT index, VARIANT_BOOL* value) override {
-        return this->Do(
-            [&] { Give(value, Succeeds([&] { static_cast<void>(this->Find(index)); })); });
+        return this->Answer(
+            value, [&] { return Succeeds([&] { static_cast<void>(this->Find(index)); }); });
     }
 };
 
@@ -74,9 +74,9 @@ class ChangeableCollection
     using ItemInterface = typename ItemWrapper::InterfaceType;
 
     STDMETHODIMP Add(VARIANT key, ItemInterface** value) override {
-        return this->Do([&] {
+        return this->Answer(value, [&] {
             const auto newKey = ToNewKey(key);
-            Give(value, ItemWrapper::Of(newKey ? this->core_->Add(*newKey) : this->core_->Add()));
+            return ItemWrapper::Of(newKey ? this->core_->Add(*newKey) : this->core_->Add());
         });
     }
     STDMETHODIMP Remove(VARIANT key) override {

@@ -25,30 +25,30 @@ struct ItemsToVariant {
 }  // namespace
 
 STDMETHODIMP ComComparisonTemplates::Load(BSTR sXMLFile, VARIANT_BOOL* value) {
-    return Do([&] { Give(value, core_->Load(ViewOf(sXMLFile))); });
+    return Answer(value, [&] { return core_->Load(ViewOf(sXMLFile)); });
 }
 
 STDMETHODIMP ComComparisonTemplates::LoadTemplate(BSTR sTemplate, VARIANT* value) {
-    return Do([&] {
+    return Answer(value, [&] {
         core_->LoadTemplate(ViewOf(sTemplate));
-        Give(value, Variant());
+        return Variant();
     });
 }
 
 STDMETHODIMP ComComparisonTemplates::NewTemplate(BSTR sTemplate, VARIANT_BOOL* value) {
-    return Do([&] { Give(value, core_->NewTemplate(ViewOf(sTemplate))); });
+    return Answer(value, [&] { return core_->NewTemplate(ViewOf(sTemplate)); });
 }
 
 STDMETHODIMP ComComparisonTemplates::RemoveTemplate(BSTR sTemplate, VARIANT_BOOL* value) {
-    return Do([&] { Give(value, core_->RemoveTemplate(ViewOf(sTemplate))); });
+    return Answer(value, [&] { return core_->RemoveTemplate(ViewOf(sTemplate)); });
 }
 
 STDMETHODIMP ComComparisonTemplates::get_Templates(IKeyedList** value) {
-    return Do([&] { Give(value, ComKeyedList::Of(core_->Templates())); });
+    return Answer(value, [&] { return ComKeyedList::Of(core_->Templates()); });
 }
 
 STDMETHODIMP ComComparisonTemplates::get_CurrentTemplate(BSTR* value) {
-    return Do([&] { Give(value, core_->CurrentTemplate()); });
+    return Answer(value, [&] { return core_->CurrentTemplate(); });
 }
 
 STDMETHODIMP ComComparisonTemplates::Flush() {
@@ -56,11 +56,11 @@ STDMETHODIMP ComComparisonTemplates::Flush() {
 }
 
 STDMETHODIMP ComComparisonTemplates::Persist(VARIANT_BOOL* value) {
-    return Do([&] { Give(value, core_->Persist()); });
+    return Answer(value, [&] { return core_->Persist(); });
 }
 
 STDMETHODIMP ComComparisonTemplates::get_Dirty(VARIANT_BOOL* value) {
-    return Do([&] { Give(value, core_->Dirty()); });
+    return Answer(value, [&] { return core_->Dirty(); });
 }
 
 STDMETHODIMP ComComparisonTemplates::Add(::enItemTypes enItemType, BSTR sTableName,
@@ -77,19 +77,18 @@ STDMETHODIMP ComComparisonTemplates::Remove(::enItemTypes enItemType, BSTR sTabl
 
 STDMETHODIMP ComComparisonTemplates::ItemExists(::enItemTypes enItemType, BSTR sTableName,
                                                 BSTR sElementName, VARIANT_BOOL* value) {
-    return Do([&] {
-        Give(value,
-             core_->ItemExists(ToItemType(enItemType), ViewOf(sTableName), ViewOf(sElementName)));
+    return Answer(value, [&] {
+        return core_->ItemExists(ToItemType(enItemType), ViewOf(sTableName), ViewOf(sElementName));
     });
 }
 
 STDMETHODIMP ComComparisonTemplates::get_Items(::enItemTypes enItemType, VARIANT* value) {
-    return Do(
-        [&] { Give(value, std::visit(ItemsToVariant{}, core_->Items(ToItemType(enItemType)))); });
+    return Answer(
+        value, [&] { return std::visit(ItemsToVariant{}, core_->Items(ToItemType(enItemType))); });
 }
 
 STDMETHODIMP ComComparisonTemplates::get_Database1(BSTR* value) {
-    return Do([&] { Give(value, core_->Database1()); });
+    return Answer(value, [&] { return core_->Database1(); });
 }
 
 STDMETHODIMP ComComparisonTemplates::put_Database1(BSTR sDatabase1) {
@@ -97,7 +96,7 @@ STDMETHODIMP ComComparisonTemplates::put_Database1(BSTR sDatabase1) {
 }
 
 STDMETHODIMP ComComparisonTemplates::get_Database2(BSTR* value) {
-    return Do([&] { Give(value, core_->Database2()); });
+    return Answer(value, [&] { return core_->Database2(); });
 }
 
 STDMETHODIMP ComComparisonTemplates::put_Database2(BSTR sDatabase2) {
@@ -105,7 +104,7 @@ STDMETHODIMP ComComparisonTemplates::put_Database2(BSTR sDatabase2) {
 }
 
 STDMETHODIMP ComComparisonTemplates::get_Database3(BSTR* value) {
-    return Do([&] { Give(value, core_->Database3()); });
+    return Answer(value, [&] { return core_->Database3(); });
 }
 
 STDMETHODIMP ComComparisonTemplates::put_Database3(BSTR sDatabase3) {
@@ -113,7 +112,8 @@ STDMETHODIMP ComComparisonTemplates::put_Database3(BSTR sDatabase3) {
 }
 
 STDMETHODIMP ComComparisonTemplates::get_DatabasesObject(IDispatch** value) {
-    return Do([&] { Give(value, ComDatabases::Of(core_->DatabasesObject()).As<IDispatch>()); });
+    return Answer(value,
+                  [&] { return ComDatabases::Of(core_->DatabasesObject()).As<IDispatch>(); });
 }
 
 STDMETHODIMP ComComparisonTemplates::putref_DatabasesObject(IDispatch* obDatabasesObject) {

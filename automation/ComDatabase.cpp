@@ -9,7 +9,7 @@ STDMETHODIMP ComDatabase::QueryInterface(REFIID iid, void** object) {
 }
 
 STDMETHODIMP ComDatabase::get_Server(BSTR* value) {
-    return Do([&] { Give(value, core_->Server()); });
+    return Answer(value, [&] { return core_->Server(); });
 }
 
 STDMETHODIMP ComDatabase::put_Server(BSTR sServer) {
@@ -17,7 +17,7 @@ STDMETHODIMP ComDatabase::put_Server(BSTR sServer) {
 }
 
 STDMETHODIMP ComDatabase::get_Database(BSTR* value) {
-    return Do([&] { Give(value, core_->DatabaseName()); });
+    return Answer(value, [&] { return core_->DatabaseName(); });
 }
 
 STDMETHODIMP ComDatabase::put_Database(BSTR sDatabase) {
@@ -25,7 +25,7 @@ STDMETHODIMP ComDatabase::put_Database(BSTR sDatabase) {
 }
 
 STDMETHODIMP ComDatabase::get_Username(BSTR* value) {
-    return Do([&] { Give(value, core_->Username()); });
+    return Answer(value, [&] { return core_->Username(); });
 }
 
 STDMETHODIMP ComDatabase::put_Username(BSTR sUsername) {
@@ -33,7 +33,7 @@ STDMETHODIMP ComDatabase::put_Username(BSTR sUsername) {
 }
 
 STDMETHODIMP ComDatabase::get_Password(BSTR* value) {
-    return Do([&] { Give(value, core_->Password()); });
+    return Answer(value, [&] { return core_->Password(); });
 }
 
 STDMETHODIMP ComDatabase::put_Password(BSTR sPassword) {
@@ -41,7 +41,7 @@ STDMETHODIMP ComDatabase::put_Password(BSTR sPassword) {
 }
 
 STDMETHODIMP ComDatabase::get_NTSecurity(VARIANT_BOOL* value) {
-    return Do([&] { Give(value, core_->NTSecurity()); });
+    return Answer(value, [&] { return core_->NTSecurity(); });
 }
 
 STDMETHODIMP ComDatabase::put_NTSecurity(VARIANT_BOOL bNTSecurity) {
@@ -49,7 +49,7 @@ STDMETHODIMP ComDatabase::put_NTSecurity(VARIANT_BOOL bNTSecurity) {
 }
 
 STDMETHODIMP ComDatabase::get_Description(BSTR* value) {
-    return Do([&] { Give(value, core_->Description()); });
+    return Answer(value, [&] { return core_->Description(); });
 }
 
 STDMETHODIMP ComDatabase::put_Description(BSTR sDescription) {
@@ -57,7 +57,7 @@ STDMETHODIMP ComDatabase::put_Description(BSTR sDescription) {
 }
 
 STDMETHODIMP ComDatabase::get_LinkedServer(BSTR* value) {
-    return Do([&] { Give(value, core_->LinkedServer()); });
+    return Answer(value, [&] { return core_->LinkedServer(); });
 }
 
 STDMETHODIMP ComDatabase::put_LinkedServer(BSTR sLinkedServer) {
@@ -65,7 +65,7 @@ STDMETHODIMP ComDatabase::put_LinkedServer(BSTR sLinkedServer) {
 }
 
 STDMETHODIMP ComDatabase::get_CheckDependencies(VARIANT_BOOL* value) {
-    return Do([&] { Give(value, core_->CheckDependencies()); });
+    return Answer(value, [&] { return core_->CheckDependencies(); });
 }
 
 STDMETHODIMP ComDatabase::put_CheckDependencies(VARIANT_BOOL* bCheckDependencies) {
@@ -73,25 +73,25 @@ STDMETHODIMP ComDatabase::put_CheckDependencies(VARIANT_BOOL* bCheckDependencies
 }
 
 STDMETHODIMP ComDatabase::get_ID(LONG* value) {
-    return Do([&] { Give(value, core_->ID()); });
+    return Answer(value, [&] { return core_->ID(); });
 }
 
 STDMETHODIMP ComDatabase::get_LastError(BSTR* value) {
-    return Do([&] { Give(value, core_->LastError()); });
+    return Answer(value, [&] { return core_->LastError(); });
 }
 
 STDMETHODIMP ComDatabase::get_Tables(ITableObjects** value) {
-    return Do([&] { Give(value, ComTableObjects::Of(core_->Tables())); });
+    return Answer(value, [&] { return ComTableObjects::Of(core_->Tables()); });
 }
 
 STDMETHODIMP ComDatabase::Load(VARIANT_BOOL* value) {
-    return Do([&] { Give(value, core_->Load()); });
+    return Answer(value, [&] { return core_->Load(); });
 }
 
 STDMETHODIMP ComDatabase::Refresh(VARIANT* value) {
-    return Do([&] {
+    return Answer(value, [&] {
         core_->Refresh();
-        Give(value, Variant());
+        return Variant();
     });
 }
 
@@ -108,7 +108,7 @@ STDMETHODIMP ComDatabase::WriteProperties(IUnknown* bag) {
 }
 
 STDMETHODIMP ComDatabase::GetClassID(CLSID* id) {
-    return Do([&] { Target(id) = ClassId(); });
+    return Answer(id, [&] { return ClassId(); });
 }
 
 // A new object has its defaults already.

@@ -52,37 +52,50 @@ std::shared_ptr<NameList> ComKeyedList::NamesOf(IUnknown* object) {
     return names;
 }
 
+// A key may be an object of a caller's, whose answer comes from code that sees this list: keys are
+// read first.
 STDMETHODIMP ComKeyedList::Add(VARIANT vItem, VARIANT vKey) {
-    return Do([&] { source_->Add(vItem, ToNewKey(vKey)); });
+    return Do([&] {
+        const auto key = ToNewKey(vKey);
+        source_->Add(vItem, key);
+    });
 }
 
 STDMETHODIMP ComKeyedList::get_Item(VARIANT vKey, VARIANT* value) {
-    return Do([&] { Give(value, source_->Item(ToItemKey(vKey))); });
+    return Answer(value, [&] {
+        const ItemKey key = ToItemKey(vKey);
+        return source_->Item(key);
+    });
 }
 
 STDMETHODIMP ComKeyedList::get_NewEnum(IUnknown** value) {
-    return Do([&] {
+    return Answer(value, [&] {
         auto values = source_->Values();
         const std::size_t count = values.size();
-        Give(value, NewEnumerator(count, [values = std::move(values)](std::size_t index) {
-                 return values[index];
-             }));
+        return NewEnumerator(
+            count, [values = std::move(values)](std::size_t index) { return values[index]; });
     });
 }
 
 STDMETHODIMP ComKeyedList::Remove(VARIANT vKey) {
-    return Do([&] { source_->Remove(ToItemKey(vKey)); });
+    return Do([&] {
+        const ItemKey key = ToItemKey(vKey);
+        source_->Remove(key);
+    });
 }
 
 STDMETHODIMP ComKeyedList::get_Count(LONG* value) {
-    return Do([&] { Give(value, source_->Count()); });
+    return Answer(value, [&] { return source_->Count(); });
 }
 
 STDMETHODIMP ComKeyedList::ItemExists(VARIANT vIndex, VARIANT_BOOL* value) {
-    return Do([&] {
+    return Answer(value, [&] {
         bool exists = false;
-        Succeeds([&] { exists = source_->ItemExists(ToItemKey(vIndex)); });
-        Give(value, exists);
+        Succeeds([&] {
+            const ItemKey key = ToItemKey(vIndex);
+            exists = source_->ItemExists(key);
+        });
+        return exists;
     });
 }
 

@@ -37,15 +37,15 @@ Variant ComRecordset::ValueOf(std::size_t field) const {
 }
 
 STDMETHODIMP ComRecordset::get_Fields(IFields** value) {
-    return Do([&] { Give(value, ComFields::Of(ComPtr<ComRecordset>(this), 0)); });
+    return Answer(value, [&] { return ComFields::Of(ComPtr<ComRecordset>(this), 0); });
 }
 
 STDMETHODIMP ComRecordset::get_BOF(VARIANT_BOOL* value) {
-    return Do([&] { Give(value, Count() == 0 || row_ < 0); });
+    return Answer(value, [&] { return Count() == 0 || row_ < 0; });
 }
 
 STDMETHODIMP ComRecordset::get_EOF(VARIANT_BOOL* value) {
-    return Do([&] { Give(value, row_ >= Count()); });
+    return Answer(value, [&] { return row_ >= Count(); });
 }
 
 void ComRecordset::MoveTo(std::int64_t row) {
@@ -76,7 +76,7 @@ STDMETHODIMP ComRecordset::MoveLast() {
 }
 
 STDMETHODIMP ComRecordset::get_AbsolutePosition(LONG* value) {
-    return Do([&] {
+    return Answer(value, [&] {
         const std::int64_t count = Count();
         LONG position = static_cast<LONG>(row_ + 1);
         if (count == 0) {
@@ -86,7 +86,7 @@ STDMETHODIMP ComRecordset::get_AbsolutePosition(LONG* value) {
         } else if (row_ >= count) {
             position = PastLast;
         }
-        Give(value, std::int32_t{position});
+        return std::int32_t{position};
     });
 }
 
@@ -99,18 +99,20 @@ STDMETHODIMP ComRecordset::put_AbsolutePosition(LONG lPosition) {
 }
 
 STDMETHODIMP ComRecordset::get_RecordCount(LONG* value) {
-    return Do([&] { Give(value, static_cast<std::int32_t>(Count())); });
+    return Answer(value, [&] { return static_cast<std::int32_t>(Count()); });
 }
 
 STDMETHODIMP ComRecordset::GetRows(LONG Rows, VARIANT Start, VARIANT Fields, VARIANT* value) {
-    return Do([&] {
+    return Answer(value, [&] {
         const std::int64_t first = FirstRow(Start, row_, Count());
         if (first < 0 || first >= Count()) ThrowNoCurrentRecord();
         const std::int64_t left = Count() - first;
         const std::int64_t rows = Rows < 0 ? left : std::min<std::int64_t>(Rows, left);
-        Give(value, NewRowArray(*core_, ChosenFields(Fields, *core_),
-                                static_cast<std::size_t>(first), static_cast<std::size_t>(rows)));
+        Variant block =
+            NewRowArray(*core_, ChosenFields(Fields, *core_), static_cast<std::size_t>(first),
+                        static_cast<std::size_t>(rows));
         row_ = first + rows;
+        return block;
     });
 }
 
@@ -119,36 +121,38 @@ STDMETHODIMP ComRecordset::Close() {
 }
 
 STDMETHODIMP ComRecordset::get_State(LONG* value) {
-    return Do([&] { Give(value, core_->IsOpen() ? std::int32_t{OpenState} : 0); });
+    return Answer(value, [&] { return core_->IsOpen() ? std::int32_t{OpenState} : 0; });
 }
 
 STDMETHODIMP ComField::get_Value(VARIANT* value) {
-    return Do([&] { Give(value, recordset_->ValueOf(part_)); });
+    return Answer(value, [&] { return recordset_->ValueOf(part_); });
 }
 
 STDMETHODIMP ComField::get_Name(BSTR* value) {
-    return Do([&] { Give(value, recordset_->Rows().Info(part_).name); });
+    return Answer(value, [&] { return recordset_->Rows().Info(part_).name; });
 }
 
 STDMETHODIMP ComField::get_Type(LONG* value) {
-    return Do([&] { Give(value, std::int32_t{DataType(recordset_->Rows().Info(part_))}); });
+    return Answer(value, [&] { return std::int32_t{DataType(recordset_->Rows().Info(part_))}; });
 }
 
 STDMETHODIMP ComFields::get_Count(LONG* value) {
-    return Do([&] { Give(value, static_cast<std::int32_t>(recordset_->Rows().FieldCount())); });
+    return Answer(value,
+                  [&] { return static_cast<std::int32_t>(recordset_->Rows().FieldCount()); });
 }
 
 STDMETHODIMP ComFields::get_NewEnum(IUnknown** value) {
-    return Do([&] {
-        Give(value, NewEnumerator(recordset_->Rows().FieldCount(),
-                                  [recordset = recordset_](std::size_t index) {
-                                      return Variant::Object(ComField::Of(recordset, index).Get());
-                                  }));
+    return Answer(value, [&] {
+        return NewEnumerator(recordset_->Rows().FieldCount(),
+                             [recordset = recordset_](std::size_t index) {
+                                 return Variant::Object(ComField::Of(recordset, index).Get());
+                             });
     });
 }
 
 STDMETHODIMP ComFields::get_Item(VARIANT Index, IField** value) {
-    return Do([&] { Give(value, ComField::Of(recordset_, FieldIn(Index, recordset_->Rows()))); });
+    return Answer(value,
+                  [&] { return ComField::Of(recordset_, FieldIn(Index, recordset_->Rows())); });
 }
 
 }  // namespace QuillonLib::Automation

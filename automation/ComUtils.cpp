@@ -65,7 +65,7 @@ std::u16string_view OptionalText(const BSTR* text) {
 }  // namespace
 
 STDMETHODIMP ComUtils::get_LastError(BSTR* value) {
-    return Do([&] { Give(value, core_->LastError()); });
+    return Answer(value, [&] { return core_->LastError(); });
 }
 
 STDMETHODIMP ComUtils::putref_EventSink(IEventSink* obEventSink) {
@@ -76,7 +76,7 @@ STDMETHODIMP ComUtils::putref_EventSink(IEventSink* obEventSink) {
 }
 
 STDMETHODIMP ComUtils::get_SuppressCompareProcessErrors(VARIANT_BOOL* value) {
-    return Do([&] { Give(value, core_->SuppressCompareProcessErrors()); });
+    return Answer(value, [&] { return core_->SuppressCompareProcessErrors(); });
 }
 
 STDMETHODIMP ComUtils::put_SuppressCompareProcessErrors(VARIANT_BOOL bValue) {
@@ -86,24 +86,30 @@ STDMETHODIMP ComUtils::put_SuppressCompareProcessErrors(VARIANT_BOOL bValue) {
 STDMETHODIMP ComUtils::CompareContents(IDatabase* obDB1, IDatabase* obDB2, IDatabase* obDB3,
                                        SAFEARRAY** sTables, IDispatch* obIndexCollection,
                                        IDispatch* obColumnCollection, ITableDifferences** value) {
-    return Do([&] {
+    return Answer(value, [&] {
+        const auto database1 = ComDatabase::CoreOf(obDB1);
+        const auto database2 = ComDatabase::CoreOf(obDB2);
+        const auto database3 = ComDatabase::CoreOf(obDB3);
         const TextArray tables = ToTextArray(Target(sTables));
-        Give(value,
-             ComTableDifferences::Of(core_->CompareContents(
-                 ComDatabase::CoreOf(obDB1), ComDatabase::CoreOf(obDB2), ComDatabase::CoreOf(obDB3),
-                 tables, ReadIndexChoices(obIndexCollection, tables),
-                 ReadColumnChoices(obColumnCollection, tables))));
+        const auto indexes = ReadIndexChoices(obIndexCollection, tables);
+        const auto columns = ReadColumnChoices(obColumnCollection, tables);
+        return ComTableDifferences::Of(
+            core_->CompareContents(database1, database2, database3, tables, indexes, columns));
     });
 }
 
 STDMETHODIMP ComUtils::CompareContentsEx(IDatabase* obDB1, IDatabase* obDB2, IDatabase* obDB3,
                                          SAFEARRAY** sTables, IDispatch* obIndexes,
                                          IDispatch* obColumns, ITableDifferences** value) {
-    return Do([&] {
-        Give(value, ComTableDifferences::Of(core_->CompareContentsEx(
-                        ComDatabase::CoreOf(obDB1), ComDatabase::CoreOf(obDB2),
-                        ComDatabase::CoreOf(obDB3), ToTextArray(Target(sTables)),
-                        ReadIndexDictionary(obIndexes), ReadColumnDictionary(obColumns))));
+    return Answer(value, [&] {
+        const auto database1 = ComDatabase::CoreOf(obDB1);
+        const auto database2 = ComDatabase::CoreOf(obDB2);
+        const auto database3 = ComDatabase::CoreOf(obDB3);
+        const TextArray tables = ToTextArray(Target(sTables));
+        const auto indexes = ReadIndexDictionary(obIndexes);
+        const auto columns = ReadColumnDictionary(obColumns);
+        return ComTableDifferences::Of(
+            core_->CompareContentsEx(database1, database2, database3, tables, indexes, columns));
     });
 }
 
@@ -149,34 +155,33 @@ STDMETHODIMP ComUtils::GetUpdateScripts(IDatabase* obDB1, IDatabase* obDB2, IDat
 }
 
 STDMETHODIMP ComUtils::get_AvailableServers(VARIANT* value) {
-    return Do([&] { Give(value, ArrayOrNull(core_->AvailableServers())); });
+    return Answer(value, [&] { return ArrayOrNull(core_->AvailableServers()); });
 }
 
 STDMETHODIMP ComUtils::get_AvailableDatabases(BSTR sServer, BSTR* sUser, BSTR* sPassword,
                                               VARIANT* value) {
-    return Do([&] {
-        Give(value, ArrayOrNull(core_->AvailableDatabases(ViewOf(sServer), OptionalText(sUser),
-                                                          OptionalText(sPassword))));
+    return Answer(value, [&] {
+        return ArrayOrNull(core_->AvailableDatabases(ViewOf(sServer), OptionalText(sUser),
+                                                     OptionalText(sPassword)));
     });
 }
 
 STDMETHODIMP ComUtils::GetSQLStatementsFromScript(BSTR sScript, VARIANT* value) {
-    return Do([&] { Give(value, ToVariant(core_->GetSQLStatementsFromScript(ViewOf(sScript)))); });
+    return Answer(value,
+                  [&] { return ToVariant(core_->GetSQLStatementsFromScript(ViewOf(sScript))); });
 }
 
 STDMETHODIMP ComUtils::EncryptText(BSTR sText, BSTR sPassword, VARIANT* value) {
-    return Do(
-        [&] { Give(value, ToVariant(core_->EncryptText(ViewOf(sText), ViewOf(sPassword)))); });
+    return Answer(value,
+                  [&] { return ToVariant(core_->EncryptText(ViewOf(sText), ViewOf(sPassword))); });
 }
 
 STDMETHODIMP ComUtils::DecryptText(VARIANT vBytes, BSTR sPassword, BSTR* value) {
-    return Do([&] {
+    return Answer(value, [&] {
         const Variant bytes = PlainValue(vBytes);
-        if (bytes.Type() == VT_BSTR) {
-            Give(value, core_->DecryptText(ViewOf(bytes.Get().bstrVal), ViewOf(sPassword)));
-        } else {
-            Give(value, core_->DecryptText(ToBytes(ArrayIn(bytes.Get())), ViewOf(sPassword)));
-        }
+        return bytes.Type() == VT_BSTR
+                   ? core_->DecryptText(ViewOf(bytes.Get().bstrVal), ViewOf(sPassword))
+                   : core_->DecryptText(ToBytes(ArrayIn(bytes.Get())), ViewOf(sPassword));
     });
 }
 

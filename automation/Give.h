@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string_view>
+#include <utility>
 
 #include "automation/AutomationTypes.h"
 #include "automation/ComPtr.h"
@@ -16,6 +17,15 @@ template <class T>
 T& Target(T* pointer) {
     if (pointer == nullptr) throw ComError(E_POINTER);
     return *pointer;
+}
+
+// What a result is before it is made.
+template <class T>
+void Clear(T* target) {
+    Target(target) = T{};
+}
+inline void Clear(VARIANT* target) {
+    VariantInit(&Target(target));
 }
 
 // The target is looked at first: what is made for it would be lost with a null pointer.
@@ -32,6 +42,9 @@ inline void Give(VARIANT_BOOL* target, bool value) {
 inline void Give(VARIANT* target, Variant value) {
     VARIANT& place = Target(target);
     place = value.Detach();
+}
+inline void Give(CLSID* target, const CLSID& id) {
+    Target(target) = id;
 }
 template <class T>
 void Give(T** target, ComPtr<T> object) {

@@ -6,6 +6,7 @@
 #include "automation/AutomationTypes.h"
 #include "automation/Dispatch.h"
 #include "automation/Failure.h"
+#include "automation/Give.h"
 #include "automation/Module.h"
 #include "automation/TypeLibrary.h"
 
@@ -100,6 +101,16 @@ class Object : public Interface,
     HRESULT Do(Work&& work) noexcept {
         const ComPtr<Interface> alive(static_cast<Interface*>(this));  // as in Invoke
         return Guarded(InterfaceId(), std::forward<Work>(work));
+    }
+
+    // Runs one with a result, which `work` makes. Nothing is done where there is no place for it;
+    // after a failure the place holds nothing.
+    template <class Result, class Work>
+    HRESULT Answer(Result* place, Work&& work) noexcept {
+        return Do([&] {
+            Clear(place);
+            Give(place, std::forward<Work>(work)());
+        });
     }
 
   private:

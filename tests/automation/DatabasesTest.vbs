@@ -83,6 +83,8 @@ Sub Failures
     Raised 13, "Type mismatch", "QuillonLib", "a key that is no text"
     databases.Add Null
     Raised 13, "Type mismatch", "QuillonLib", "a key that is Null"
+    Equal 4, databases.Add.ID, "a key of another kind uses up no ID"
+    databases.Remove 3
 
     Set found = databases.Item("Two")
     Raised 5, NoSuchKey, "QuillonLib", "Item of an absent key"

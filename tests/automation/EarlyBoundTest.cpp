@@ -80,12 +80,71 @@ TEST_F(EarlyBound, FailureIsAnErrorObject) {
 TEST_F(EarlyBound, NullPointersAreRefused) {
     const auto databases = Create<IDatabases>(__uuidof(Databases));
     EXPECT_EQ(databases->get_Count(nullptr), E_POINTER);
-    EXPECT_EQ(databases->get_Item(Value(1), nullptr), static_cast<HRESULT>(0x800A0005));
+    EXPECT_EQ(databases->get_Item(Value(1), nullptr), E_POINTER);
     EXPECT_EQ(databases->get_NewEnum(nullptr), E_POINTER);
     EXPECT_EQ(databases->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
     const auto database = Create<IDatabase>(__uuidof(Database));
     EXPECT_EQ(database->put_CheckDependencies(nullptr), E_POINTER);
     EXPECT_EQ(database->put_Server(nullptr), S_OK) << "a null string is the empty one";
+}
+
+// Where there is no place for the result, nothing is done.
+TEST_F(EarlyBound, NothingIsDoneWithoutAPlaceForTheResult) {
+    const auto databases = Create<IDatabases>(__uuidof(Databases));
+    EXPECT_EQ(databases->Add(Value::Missing(), nullptr), E_POINTER);
+    LONG count = 99;
+    databases->get_Count(&count);
+    EXPECT_EQ(count, 0);
+    ComPtr<IDatabase> first;
+    ASSERT_EQ(databases->Add(Value::Missing(), first.Put()), S_OK);
+    LONG id = 0;
+    first->get_ID(&id);
+    EXPECT_EQ(id, 1) << "no ID was used up";
+
+    const auto store = Create<IComparisonTemplates>(__uuidof(ComparisonTemplates));
+    EXPECT_EQ(store->LoadTemplate(Bstr(L"T"), nullptr), E_POINTER);
+    Bstr name(L"old");
+    store->get_CurrentTemplate(name.Put());
+    EXPECT_EQ(name.Text(), L"");
+    EXPECT_EQ(store->RemoveTemplate(Bstr(L"T"), nullptr), E_POINTER);
+    EXPECT_EQ(store->Persist(nullptr), E_POINTER);
+
+    const auto utils = Create<IUtils>(__uuidof(Utils));
+    Strings tables({L"[dbo].[T]"});
+    EXPECT_EQ(utils->CompareContents(nullptr, nullptr, nullptr, tables.Pointer(), nullptr, nullptr,
+                                     nullptr),
+              E_POINTER)
+        << "not 91, of the databases";
+}
+
+TEST_F(EarlyBound, ResultIsNothingAfterAFailure) {
+    const auto databases = Create<IDatabases>(__uuidof(Databases));
+    auto* found = reinterpret_cast<IDatabase*>(this);
+    EXPECT_EQ(databases->get_Item(Value(1), &found), static_cast<HRESULT>(0x800A0005));
+    EXPECT_EQ(found, nullptr);
+    const auto utils = Create<IUtils>(__uuidof(Utils));
+    VARIANT bytes;
+    bytes.vt = VT_BSTR;
+    bytes.bstrVal = reinterpret_cast<BSTR>(this);
+    EXPECT_EQ(utils->EncryptText(nullptr, nullptr, &bytes), static_cast<HRESULT>(0x800A0009));
+    EXPECT_EQ(bytes.vt, VT_EMPTY);
+}
+
+// Of several wrong arguments the first one is told of.
+TEST_F(EarlyBound, ArgumentsAreReadInTheirOrder) {
+    const auto utils = Create<IUtils>(__uuidof(Utils));
+    const auto database = Create<IDatabase>(__uuidof(Database));
+    const auto noDictionary = database.As<IDispatch>();
+    Strings tables({L"[dbo].[T]"});
+    ComPtr<ITableDifferences> results;
+    EXPECT_EQ(
+        utils->CompareContentsEx(database.Get(), database.Get(), database.Get(), tables.Pointer(),
+                                 noDictionary.Get(), nullptr, results.Put()),
+        static_cast<HRESULT>(0x800A01B6));
+    EXPECT_EQ(
+        utils->CompareContentsEx(database.Get(), database.Get(), database.Get(), tables.Pointer(),
+                                 nullptr, noDictionary.Get(), results.Put()),
+        static_cast<HRESULT>(0x800A005B));
 }
 
 // A value that goes may look at the list: it finds it without the value.
