@@ -12,31 +12,34 @@ namespace QuillonLib::Automation {
 
 namespace {
 
-// A row set or text that an operation sets by reference. What it holds goes back to the caller,
-// also after a failure.
+// A row set or text that an operation sets by reference. What the operation put there goes back to
+// the caller, also after a failure; what it left alone stays the caller's own.
 class RowsOut {
   public:
     explicit RowsOut(IRecordset** target)
-        : target_(target), rows(ComRecordset::CoreOf(Target(target))) {}
-    void HandBack() { Replace(target_, ComRecordset::Of(rows)); }
+        : rows(ComRecordset::CoreOf(Target(target))), target_(target), before_(rows) {}
+    void HandBack() {
+        if (rows != before_) Replace(target_, ComRecordset::Of(rows));
+    }
+
+    std::shared_ptr<Recordset> rows;
 
   private:
     IRecordset** target_;
-
-  public:
-    std::shared_ptr<Recordset> rows;
+    std::shared_ptr<Recordset> before_;
 };
 
 class TextOut {
   public:
-    explicit TextOut(BSTR* target) : target_(target), text(TextOf(Target(target))) {}
-    void HandBack() { Replace(target_, text); }
+    explicit TextOut(BSTR* target) : text(TextOf(Target(target))), target_(target) {}
+    void HandBack() {
+        if (text != ViewOf(*target_)) Replace(target_, text);
+    }
+
+    std::u16string text;
 
   private:
     BSTR* target_;
-
-  public:
-    std::u16string text;
 };
 
 template <class Work, class... Outs>

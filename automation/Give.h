@@ -59,10 +59,10 @@ inline void Replace(BSTR* target, std::u16string_view text) {
     SysFreeString(place);
     place = fresh;
 }
+// Whoever hears that the old object goes finds the new one in its place.
 template <class T>
 void Replace(T** target, ComPtr<T> object) {
-    ComPtr<T>::Attach(Target(target));
-    *target = object.Detach();
+    const auto before = ComPtr<T>::Attach(std::exchange(Target(target), object.Detach()));
 }
 
 }  // namespace QuillonLib::Automation

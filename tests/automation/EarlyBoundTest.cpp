@@ -171,6 +171,21 @@ TEST_F(EarlyBound, ListIsWholeWhenAValueGoes) {
     EXPECT_EQ(found.lVal, 5);
 }
 
+TEST_F(EarlyBound, OutputsStayAfterARefusedCall) {
+    const auto utils = Create<IUtils>(__uuidof(Utils));
+    const auto database = Create<IDatabase>(__uuidof(Database));
+    Bstr right(L"right");
+    Bstr left;
+    BSTR const before = right;
+    IRecordset* rows[4] = {};
+    EXPECT_EQ(utils->GetRecordsets(database.Get(), database.Get(), database.Get(), nullptr,
+                                   &rows[0], &rows[1], &rows[2], &rows[3], right.InOut(),
+                                   left.InOut(), static_cast<enShowOptions>(15), 0),
+              static_cast<HRESULT>(0x800A005B));
+    EXPECT_EQ(static_cast<BSTR>(right), before) << "the very same string";
+    EXPECT_EQ(static_cast<BSTR>(left), nullptr);
+}
+
 TEST_F(EarlyBound, ArraysOfTextsAreArraysOfStrings) {
     const auto utils = Create<IUtils>(__uuidof(Utils));
     Value batches;
