@@ -71,6 +71,19 @@ class ClassesKey {
         RegDeleteKeyW(key_, path.c_str());
     }
 
+    // A key that stands there only because something was below it.
+    void RemoveIfEmpty(const wchar_t* path) const {
+        HKEY key = nullptr;
+        if (RegOpenKeyExW(key_, path, 0, KEY_READ, &key) != ERROR_SUCCESS) return;
+        DWORD keys = 0;
+        DWORD values = 0;
+        const LSTATUS status =
+            RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &keys, nullptr, nullptr, &values,
+                             nullptr, nullptr, nullptr, nullptr);
+        RegCloseKey(key);
+        if (status == ERROR_SUCCESS && keys == 0 && values == 0) RegDeleteKeyW(key_, path);
+    }
+
   private:
     HKEY key_ = nullptr;
 };
@@ -138,6 +151,7 @@ void Unregister(Scope scope) {
     const ClassesKey classes(scope);
     for (const Class& one : Classes())
         UnregisterClass(classes, one);
+    if (scope == Scope::User) classes.RemoveIfEmpty(L"CLSID");  // a new user has none
     UnregisterTypes(scope);
 }
 
