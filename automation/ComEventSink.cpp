@@ -10,12 +10,14 @@ struct PointCopies {
     using Element = ComPtr<IConnectionPoint>;
     using Given = IConnectionPoint*;
     static Given Give(Element point) { return point.Detach(); }
+    static void Take(Given point) noexcept { point->Release(); }
 };
 
 struct ConnectionCopies {
     using Element = EventListeners::Listener;
     using Given = CONNECTDATA;
     static Given Give(Element listener) { return {listener.object.Detach(), listener.cookie}; }
+    static void Take(const Given& connection) noexcept { connection.pUnk->Release(); }
 };
 
 }  // namespace
