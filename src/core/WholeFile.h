@@ -32,9 +32,37 @@ class FileOperations {
 
 FileOperations& SystemFiles();
 
-// Writes beside the file, then takes its name: whatever fails, the file is the old one or the new
-// one. Its permissions stay; a symbolic link stays a link. Error 75 names the file and the cause;
-// what is there and no regular file, such as a device, is one.
+// A file that comes piece by piece. It is written beside the file of its name and takes that name
+// at the end: whatever fails, the file is the old one or the new one. Its permissions stay; a
+// symbolic link stays a link.
+//
+// Each operation throws Error 75, which names the file and the cause. What is there and no regular
+// file, such as a device, is one.
+class WholeFile {
+  public:
+    explicit WholeFile(const std::filesystem::path& path, FileOperations& files = SystemFiles());
+    // Takes away what was written, unless Finish has been called.
+    ~WholeFile();
+    WholeFile(const WholeFile&) = delete;
+    WholeFile& operator=(const WholeFile&) = delete;
+
+    void Write(std::string_view bytes);
+    // The last call.
+    void Finish();
+
+  private:
+    void Require(std::error_code result) const;
+
+    std::filesystem::path path_;
+    FileOperations& files_;
+    std::filesystem::path target_;
+    std::filesystem::file_status old_;
+    std::filesystem::path temporary_;
+    std::unique_ptr<FileOperations::File> file_;
+    bool created_ = false;
+};
+
+// A WholeFile of one piece.
 void WriteWholeFile(const std::filesystem::path& path, std::string_view bytes,
                     FileOperations& files = SystemFiles());
 
