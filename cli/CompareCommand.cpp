@@ -2,43 +2,47 @@
 #include <memory>
 
 #include "cli/Commands.h"
+#include "cli/Comparison.h"
 #include "cli/ComparisonOptions.h"
-#include "cli/DirectChoices.h"
+#include "cli/DirectRun.h"
 #include "cli/ResultTable.h"
+#include "cli/Roads.h"
 
 namespace quillon {
 
-namespace {
+int CompareDirect(const ComparisonOptions& options, Console& console) {
+    const DirectRun run = PrepareDirect(options, console);
+    return options.Accepted(PrintResults(console, run, Run(run, console)));
+}
 
-int Compare(const ComparisonOptions& options, const DirectRoadOptions& direct, Console& console) {
-    if (direct.Asked()) return CompareDirect(options, direct, console);
+int CompareByServer(const ComparisonOptions& options, Console& console) {
     const auto comparison = Prepare(options.Request(console), console);
     const LinkedServerCleanup cleanup(*comparison, console);
     const auto results = Run(*comparison, console);
     return options.Accepted(PrintResults(console, *comparison, *results));
 }
 
-}  // namespace
-
 void AddCompareCommand(CLI::App& app, Program& program) {
     auto* command = app.add_subcommand("compare", "Compare the rows of two databases");
     command->footer(
-        std::string("Values are equal if the server takes them for equal: by the collation of the "
-                    "column, which may\ncount upper and lower case, accents or trailing blanks as "
-                    "the same. With --direct they are equal\nif every byte and every UTF-16 unit "
-                    "is.\n") +
+        std::string(
+            "Values are equal if every byte and every UTF-16 unit is. With --by-server they "
+            "are equal if the server\ntakes them for equal: by the collation of the "
+            "column, which may count upper and lower case, accents\nor trailing blanks as "
+            "the same.\n") +
         ExitCodesOfComparisons +
         "\nExample:\n"
         "  QUILLON_PASSWORD=... quillon compare db1/sales db2,1433/sales --user reader");
     auto options = std::make_shared<ComparisonOptions>();
     options->AddDatabasesTo(*command);
-    options->AddChoicesTo(*command);
+    options->AddTablesTo(*command);
     options->AddTemplateTo(*command);
+    options->AddListTo(*command);
     options->AddAcceptTo(*command);
-    auto direct = std::make_shared<DirectRoadOptions>();
-    direct->AddTo(*command);
-    command->callback([options, direct, &program] {
-        program.exitCode = Compare(*options, *direct, program.console);
+    command->callback([options, command, &program] {
+        RequireRoad(*command, options->ByServer());
+        program.exitCode = options->ByServer() ? CompareByServer(*options, program.console)
+                                               : CompareDirect(*options, program.console);
     });
 }
 

@@ -1,4 +1,5 @@
-// A comparison as a command runs it: what is compared, how, and what both catalogs say of it.
+// A comparison by a server, as a command runs it: what is compared, how, and what both catalogs say
+// of it.
 #pragma once
 
 #include <memory>
@@ -25,6 +26,7 @@ struct ComparisonRequest {
     std::vector<ColumnsChoice> columns;
     std::optional<TemplateContents> picks;  // choices for the tables that are compared
     bool dropLinkedServers = false;
+    bool onlyDifferent = false;  // identical tables are not listed
 };
 
 // A comparison that is ready to run. Every name in it stands in the catalogs.
@@ -34,6 +36,7 @@ struct Comparison : TableLists {
     QuillonLib::IndexChoices indexes;
     QuillonLib::ColumnChoices columns;
     bool dropLinkedServers = false;
+    bool onlyDifferent = false;
 
     bool NeedsLinkedServers() const;
     // The columns of the key by which the rows of a table are matched; none without a key.

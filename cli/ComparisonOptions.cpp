@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <utility>
 
+#include "cli/Roads.h"
 #include "cli/TemplateFile.h"
 #include "cli/Verdict.h"
 
@@ -13,13 +14,19 @@ using QuillonLib::ToUtf8;
 
 void ComparisonOptions::AddDatabasesTo(CLI::App& command) {
     databases_.AddTo(command);
-    command.add_flag("--drop-linked-servers", dropLinkedServers_,
-                     "Remove the linked servers KARNOBE_1 and KARNOBE_2 afterwards, which a "
-                     "comparison across servers defines and leaves behind, login and password "
-                     "included");
+    command.add_flag("--by-server", byServer_,
+                     "Let a server compare, by its own rules of equality, in place of reading the "
+                     "rows of both databases and comparing them here");
+    direct_.AddTo(command);
+    command
+        .add_flag("--drop-linked-servers", dropLinkedServers_,
+                  "Remove the linked servers KARNOBE_1 and KARNOBE_2 afterwards, which a "
+                  "comparison across servers defines and leaves behind, login and password "
+                  "included")
+        ->group(ByServerGroup);
 }
 
-void ComparisonOptions::AddChoicesTo(CLI::App& command) {
+void ComparisonOptions::AddTablesTo(CLI::App& command) {
     command
         .add_option("--table,-t", tables_,
                     "Table or indexed view to compare, as name or owner.name, * and ? for any "
@@ -33,18 +40,28 @@ void ComparisonOptions::AddChoicesTo(CLI::App& command) {
         ->type_name("TABLE");
     command.add_option("--index", indexes_, "Unique index whose columns are a table's key")
         ->allow_extra_args(false)
-        ->type_name("TABLE=INDEX");
+        ->type_name("TABLE=INDEX")
+        ->group(ByServerGroup);
     command
         .add_option("--columns", columns_, "Columns of a table that are compared (default: all)")
         ->allow_extra_args(false)
-        ->type_name("TABLE=A,B,...");
+        ->type_name("TABLE=A,B,...")
+        ->group(ByServerGroup);
 }
 
 void ComparisonOptions::AddTemplateTo(CLI::App& command) {
-    command.add_option("--template", template_,
-                       "Template whose databases (as SERVER/DATABASE) and picks are compared");
-    command.add_option("--templates", templates_,
-                       "Template file (default: Templates.xml beside the program)");
+    command
+        .add_option("--template", template_,
+                    "Template whose databases (as SERVER/DATABASE) and picks are compared")
+        ->group(ByServerGroup);
+    command
+        .add_option("--templates", templates_,
+                    "Template file (default: Templates.xml beside the program)")
+        ->group(ByServerGroup);
+}
+
+void ComparisonOptions::AddListTo(CLI::App& command) {
+    command.add_flag("--only-different", onlyDifferent_, "List no tables that are identical");
 }
 
 void ComparisonOptions::AddAcceptTo(CLI::App& command) {
@@ -76,16 +93,9 @@ ComparisonRequest ComparisonOptions::Request(Console& console) const {
     for (const std::string& text : columns_)
         request.columns.push_back(ParseColumnsChoice(text));
     request.dropLinkedServers = dropLinkedServers_;
+    request.onlyDifferent = onlyDifferent_;
     request.databases = databases.Make(console);
     return request;
-}
-
-std::string ComparisonOptions::OnlyByServer() const {
-    if (!indexes_.empty()) return "--index";
-    if (!columns_.empty()) return "--columns";
-    if (!template_.empty()) return "--template";
-    if (dropLinkedServers_) return "--drop-linked-servers";
-    return databases_.HasThird() ? "--via" : "";
 }
 
 int ComparisonOptions::Accepted(int exitCode) const {

@@ -8,6 +8,7 @@
 #include "cli/Comparison.h"
 #include "cli/Console.h"
 #include "cli/DatabaseOptions.h"
+#include "cli/DirectChoices.h"
 
 namespace CLI {
 class App;
@@ -17,18 +18,20 @@ namespace quillon {
 
 class ComparisonOptions {
   public:
-    // The databases and what is done with linked servers; every command has these.
+    // The databases, the road, and what belongs to one road alone; every command has these.
     void AddDatabasesTo(CLI::App& command);
-    // --table, --exclude, --index and --columns.
-    void AddChoicesTo(CLI::App& command);
+    // --table and --exclude, --index and --columns.
+    void AddTablesTo(CLI::App& command);
     // --template and --templates: databases and picks from a template.
     void AddTemplateTo(CLI::App& command);
+    // --only-different.
+    void AddListTo(CLI::App& command);
     // --accept-uncompared.
     void AddAcceptTo(CLI::App& command);
 
+    bool ByServer() const { return byServer_; }
+    const DirectChoices& Direct() const { return direct_; }
     bool ChoosesColumns() const { return !columns_.empty(); }
-    // The first option given that means something only where the servers compare; empty for none.
-    std::string OnlyByServer() const;
     // What the options ask for. Throws the library's Error or CLI::ValidationError for options
     // that make no sense, std::runtime_error for a template that cannot be read.
     ComparisonRequest Request(Console& console) const;
@@ -38,13 +41,16 @@ class ComparisonOptions {
 
   private:
     DatabaseOptions databases_;
+    DirectChoices direct_;
     std::vector<std::string> tables_;
     std::vector<std::string> excluded_;
     std::vector<std::string> indexes_;
     std::vector<std::string> columns_;
     std::string template_;
     std::string templates_;
+    bool byServer_ = false;
     bool dropLinkedServers_ = false;
+    bool onlyDifferent_ = false;
     bool acceptUncompared_ = false;
 };
 

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "cli/Environment.h"
+#include "cli/Roads.h"
 #include "compare/LinkedServers.h"
 
 namespace quillon {
@@ -152,7 +153,8 @@ void DatabaseOptions::AddTo(CLI::App& command) {
         .add_option("--via", location3_,
                     "Database on whose server the queries across both run, with the login of the "
                     "first (default: the first)")
-        ->type_name("SERVER/DATABASE");
+        ->type_name("SERVER/DATABASE")
+        ->group(ByServerGroup);
     login1_.AddTo(command, "", "(for both databases unless --user2 or --integrated2 is given)");
     login2_.AddTo(command, "2", "for the second database");
 }

@@ -45,7 +45,8 @@ struct DatabaseLocation {
     void PutInto(QuillonLib::Database& target) const;
 };
 
-// Databases 1 and 2, and 3, on whose server the queries run across both (default: database 1's).
+// Databases 1 and 2; and 3, on whose server the queries run across both where a server compares
+// (default: database 1's).
 class DatabaseOptions {
   public:
     void AddTo(CLI::App& command);
@@ -61,7 +62,6 @@ class DatabaseOptions {
     static void RequireLinkable(const Databases& databases);
 
     bool Given() const { return !location1_.empty(); }
-    bool HasThird() const { return !location3_.empty(); }
     // Databases as a template describes them; an empty third one is the first.
     void Take(std::string database1, std::string database2, std::string database3) {
         location1_ = std::move(database1);

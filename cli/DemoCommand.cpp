@@ -50,7 +50,7 @@ int RunDemo(Console& console) {
     PrintResults(console, *comparison, *results);
 
     const ScriptPlan plan = PlanScripts(*comparison, results, {});
-    NoteLeftOut(plan, console);
+    NoteLeftOut(plan.leftOut, console);
     const std::u16string script =
         ScriptMaker(*comparison, plan, {}, console).ScriptFor(Target::Database2);
     const auto batches = CutIntoBatches(script, LinesInBatch);

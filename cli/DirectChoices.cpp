@@ -4,10 +4,8 @@
 #include <algorithm>
 
 #include "cli/CatalogSurvey.h"
-#include "cli/DirectResults.h"
-#include "cli/Interrupt.h"
 #include "cli/Names.h"
-#include "cli/TableSelection.h"
+#include "cli/Roads.h"
 #include "core/TableEntry.h"
 
 namespace quillon {
@@ -35,55 +33,10 @@ DirectTable& Chosen(const std::vector<std::u16string>& entries, std::vector<Dire
     throw CLI::ValidationError(std::string(option) + ": " + ToUtf8(table) + " has two choices");
 }
 
-// How far all tables together have come.
-class Progress {
-  public:
-    Progress(Console& console, const std::vector<std::u16string>& entries)
-        : console_(console), entries_(entries) {}
-
-    void Show(const DirectProgress& progress) {
-        const std::uint64_t read = progress.rows1 + progress.rows2;
-        const std::uint64_t all = std::max(read, progress.expected1 + progress.expected2);
-        const double ofTable =
-            all == 0 ? 0.0 : static_cast<double>(read) / static_cast<double>(all);
-        const double done = static_cast<double>(progress.table) + ofTable;
-        console_.Progress(
-            static_cast<int>(100 * done / static_cast<double>(entries_.size())),
-            ToUtf8(entries_[progress.table]) + ": " + std::to_string(read) + " rows read");
-    }
-
-  private:
-    Console& console_;
-    const std::vector<std::u16string>& entries_;
-};
-
-std::vector<DirectTableResult> Compare(const DatabaseOptions::Databases& databases,
-                                       const std::vector<std::u16string>& entries,
-                                       const DirectRoadOptions& options, Console& console) {
-    Progress progress(console, entries);
-    DirectSink sink;
-    sink.Difference = [](const DirectDifference& /*difference*/, bool& cancel) {
-        cancel = Interrupted();
-    };
-    sink.Progress = [&](const DirectProgress& at, bool& cancel) {
-        progress.Show(at);
-        cancel = Interrupted();
-    };
-    auto results = CompareDirectly(*databases.obDB1, *databases.obDB2, options.Tables(entries),
-                                   options.Options(), sink);
-    console.ClearProgress();
-    StopIfInterrupted();
-    return results;
-}
-
 }  // namespace
 
-void DirectRoadOptions::AddTo(CLI::App& command) {
-    auto* direct = command.add_flag(
-        "--direct", direct_,
-        "Read the rows of both databases and compare them here, to the last bit and of every type; "
-        "the servers need not see each other, and the login needs no right but SELECT");
-    const auto mine = [&](CLI::Option* option) { option->needs(direct)->group("With --direct"); };
+void DirectChoices::AddTo(CLI::App& command) {
+    const auto mine = [](CLI::Option* option) { option->group(DirectGroup); };
     mine(command
              .add_option("--key", keys_,
                          "Columns by which the rows of a table are matched (default: the primary "
@@ -114,28 +67,22 @@ void DirectRoadOptions::AddTo(CLI::App& command) {
              ->check(CLI::Range(1, 64)));
 }
 
-void DirectRoadOptions::Check(const ComparisonOptions& comparison) const {
-    const std::string other = comparison.OnlyByServer();
-    if (other.empty()) return;
-    throw CLI::ValidationError(other +
-                               " is for comparisons by the server; it does not go with "
-                               "--direct");
-}
-
-std::vector<DirectTable> DirectRoadOptions::Tables(
-    const std::vector<std::u16string>& entries) const {
+std::vector<DirectTable> DirectChoices::Tables(const TableLists& lists) const {
+    const std::vector<std::u16string>& entries = lists.tables;
     std::vector<DirectTable> tables;
     tables.reserve(entries.size());
     for (const std::u16string& entry : entries)
         tables.push_back({{GetTableOwner(entry), GetTableName(entry)}, {}, {}, {}});
     for (const std::string& text : keys_) {
         const ColumnsChoice choice = ParseColumnsChoice(text);
+        if (lists.IsOneSided(choice.table)) continue;
         DirectTable& table = Chosen(entries, tables, choice.table, "--key");
         if (!table.keyColumns.empty()) ThrowTwoChoices("--key", choice.table);
         table.keyColumns = choice.columns;
     }
     for (const std::string& text : conditions_) {
         const TableText condition = ParseTableText(text, ConditionForm);
+        if (lists.IsOneSided(condition.table)) continue;
         DirectTable& table = Chosen(entries, tables, condition.table, "--where");
         if (!table.where.empty()) ThrowTwoChoices("--where", condition.table);
         table.where = FromUtf8(condition.text);
@@ -143,7 +90,7 @@ std::vector<DirectTable> DirectRoadOptions::Tables(
     return tables;
 }
 
-DirectOptions DirectRoadOptions::Options() const {
+DirectOptions DirectChoices::Options() const {
     DirectOptions options;
     options.equality = {ignoreCase_, ignoreTrailingBlanks_, floatDigits_};
     for (const std::string& column : ignored_)
@@ -153,7 +100,7 @@ DirectOptions DirectRoadOptions::Options() const {
     return options;
 }
 
-std::string DirectRoadOptions::Loosened() const {
+std::string DirectChoices::Loosened() const {
     std::string text;
     const auto add = [&](const std::string& what) { text += (text.empty() ? "" : ", ") + what; };
     if (ignoreCase_) add("without regard to case");
@@ -164,8 +111,8 @@ std::string DirectRoadOptions::Loosened() const {
 
 // A mistyped name would leave a column in that somebody wants left out, or be believed to have
 // left it out.
-void DirectRoadOptions::RequireIgnored(const DatabaseOptions::Databases& databases,
-                                       const std::vector<std::u16string>& entries) const {
+void DirectChoices::RequireIgnored(const DatabaseOptions::Databases& databases,
+                                   const std::vector<std::u16string>& entries) const {
     if (ignored_.empty()) return;
     const FactsByTable facts = ReadFacts(*databases.obDB1, *databases.obDB2, TextArray(entries));
     for (const std::string& name : ignored_) {
@@ -181,26 +128,6 @@ void DirectRoadOptions::RequireIgnored(const DatabaseOptions::Databases& databas
         throw CLI::ValidationError("--ignore: no table that is compared has a column [" + name +
                                    "]");
     }
-}
-
-int CompareDirect(const ComparisonOptions& comparison, const DirectRoadOptions& options,
-                  Console& console) {
-    options.Check(comparison);
-    const ComparisonRequest request = comparison.Request(console);
-    const TableLists lists =
-        SelectTables(request.databases, request.tables, request.excluded, console);
-    const std::vector<DirectTable> tables = options.Tables(lists.tables);
-    options.RequireIgnored(request.databases, lists.tables);
-    if (!options.Loosened().empty())
-        console.Note("quillon: values are compared " + options.Loosened());
-    const auto results = Compare(request.databases, lists.tables, options, console);
-    std::vector<ResultLine> lines;
-    for (std::size_t i = 0; i < results.size(); ++i) {
-        lines.push_back(LineOf(lists.tables[i], results[i], ToUtf8(tables[i].where),
-                               options.Options().snapshot));
-    }
-    const std::size_t oneSided = lists.onlyIn1.size() + lists.onlyIn2.size();
-    return comparison.Accepted(PrintResults(console, lines, oneSided));
 }
 
 }  // namespace quillon

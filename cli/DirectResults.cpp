@@ -1,5 +1,7 @@
 #include "cli/DirectResults.h"
 
+#include <algorithm>
+
 #include "cli/Printable.h"
 #include "core/Text.h"
 
@@ -26,23 +28,34 @@ std::string ReasonOf(const DirectOmitted& column) {
     }
 }
 
+bool IsOneSided(const DirectOmitted& column) {
+    return column.why == DirectOmission::OnlyIn1 || column.why == DirectOmission::OnlyIn2;
+}
+
 void TellOmitted(const DirectTableResult& result, Verdict& verdict) {
-    bool columnsDiffer = false;
     for (const DirectOmitted& column : result.shape.omitted) {
         ++verdict.columnsNotCompared;
-        const bool in1 = column.why == DirectOmission::OnlyIn1;
-        if (in1 || column.why == DirectOmission::OnlyIn2) {
-            verdict.drift.push_back("column " + Bracketed(column.name) +
-                                    (in1 ? " only in 1" : " only in 2"));
-            columnsDiffer = true;
-        } else {
-            verdict.notCompared.push_back("column " + Bracketed(column.name) + ": " +
-                                          ReasonOf(column));
-        }
+        if (IsOneSided(column)) continue;
+        verdict.notCompared.push_back("column " + Bracketed(column.name) + ": " + ReasonOf(column));
     }
-    if (!columnsDiffer || verdict.kind != Verdict::Kind::Identical) return;
+    verdict.drift = OneSidedColumns(result);
+    if (verdict.drift.empty() || verdict.kind != Verdict::Kind::Identical) return;
     verdict.kind = Verdict::Kind::Different;
     verdict.text = "columns differ";
+}
+
+// Whoever ignores a column should know where that cannot be.
+void TellIgnoredKeys(const DirectTableResult& result, const DirectOptions& options,
+                     Verdict& verdict) {
+    for (const std::size_t column : result.shape.key) {
+        const std::u16string& name = result.shape.columns[column].side1.Name;
+        const bool ignored =
+            std::any_of(options.ignoredColumns.begin(), options.ignoredColumns.end(),
+                        [&](const auto& each) { return EqualIgnoringCase(each, name); });
+        if (!ignored) continue;
+        verdict.drift.push_back("column " + Bracketed(name) +
+                                ": not ignored, for rows are matched by it");
+    }
 }
 
 // What a side declares; it may declare nothing: no identity, no primary key.
@@ -84,11 +97,21 @@ std::string FailureOf(const DirectTableResult& result, const std::string& table)
 
 }  // namespace
 
+std::vector<std::string> OneSidedColumns(const DirectTableResult& result) {
+    std::vector<std::string> lines;
+    for (const DirectOmitted& column : result.shape.omitted) {
+        if (!IsOneSided(column)) continue;
+        lines.push_back("column " + Bracketed(column.name) +
+                        (column.why == DirectOmission::OnlyIn1 ? " only in 1" : " only in 2"));
+    }
+    return lines;
+}
+
 ResultLine LineOf(const std::u16string& entry, const DirectTableResult& result,
-                  const std::string& condition, bool snapshot) {
+                  const std::string& condition, const DirectOptions& options) {
     ResultLine line;
     line.table = ToUtf8(entry);
-    line.name = line.table;
+    line.name = line.table + (result.shape.view ? " (view)" : "");
     Verdict& verdict = line.verdict;
     if (!result.complete) {
         verdict.text = "not compared";
@@ -107,11 +130,12 @@ ResultLine LineOf(const std::u16string& entry, const DirectTableResult& result,
     verdict.text = result.Same() ? "identical" : "different";
     TellOmitted(result, verdict);
     TellDrift(result, verdict);
+    TellIgnoredKeys(result, options, verdict);
     TellChangedCells(result, verdict);
     if (!condition.empty()) verdict.notCompared.push_back("rows that do not meet " + condition);
-    if (IsRefusedSnapshot(result.reading1, snapshot))
+    if (IsRefusedSnapshot(result.reading1, options.snapshot))
         verdict.drift.emplace_back("1 allows no snapshot: read under READ COMMITTED");
-    if (IsRefusedSnapshot(result.reading2, snapshot))
+    if (IsRefusedSnapshot(result.reading2, options.snapshot))
         verdict.drift.emplace_back("2 allows no snapshot: read under READ COMMITTED");
     if (verdict.kind == Verdict::Kind::Identical && !verdict.notCompared.empty()) {
         verdict.kind = Verdict::Kind::NotWhole;

@@ -2,15 +2,20 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "cli/ResultTable.h"
+#include "direct/DirectOptions.h"
 #include "direct/DirectResult.h"
 
 namespace quillon {
 
 // `entry`: the table, as the command lists it. `condition`: of the rows that were compared; empty
-// for all. `snapshot`: whether the caller asked for one.
+// for all.
 ResultLine LineOf(const std::u16string& entry, const QuillonLib::DirectTableResult& result,
-                  const std::string& condition, bool snapshot);
+                  const std::string& condition, const QuillonLib::DirectOptions& options);
+
+// "column [a] only in 1", for each column that one side lacks.
+std::vector<std::string> OneSidedColumns(const QuillonLib::DirectTableResult& result);
 
 }  // namespace quillon

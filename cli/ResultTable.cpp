@@ -52,7 +52,7 @@ std::string Plural(std::size_t count, const std::string& what) {
     return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
-void PrintTable(Console& console, const std::vector<ResultLine>& lines) {
+void PrintTable(Console& console, const std::vector<const ResultLine*>& lines) {
     using Align = TextTable::Align;
     TextTable table({Align::Left, Align::Right, Align::Right, Align::Right, Align::Right,
                      Align::Right, Align::Right, Align::Left});
@@ -64,7 +64,8 @@ void PrintTable(Console& console, const std::vector<ResultLine>& lines) {
                   {"Only in 1"},
                   {"Only in 2"},
                   {"Verdict"}});
-    for (const ResultLine& line : lines) {
+    for (const ResultLine* each : lines) {
+        const ResultLine& line = *each;
         const Verdict& verdict = line.verdict;
         const bool counted = verdict.kind != Verdict::Kind::Failed;
         const bool matched = verdict.rowsMatched;
@@ -136,16 +137,22 @@ std::string ErrorText(const TableDifference& result) {
     return text;
 }
 
-int PrintResults(Console& console, const std::vector<ResultLine>& lines, std::size_t oneSided) {
+int PrintResults(Console& console, const std::vector<ResultLine>& lines, std::size_t oneSided,
+                 bool onlyDifferent) {
     Totals totals;
     totals.oneSided = oneSided;
     for (const ResultLine& line : lines)
         totals.Add(line.verdict);
-    PrintTable(console, lines);
-    for (const ResultLine& line : lines)
-        PrintDetails(console, line);
-    for (const ResultLine& line : lines)
-        PrintError(console, line);
+    std::vector<const ResultLine*> shown;
+    for (const ResultLine& line : lines) {
+        const bool identical = line.verdict.kind == Verdict::Kind::Identical;
+        if (!onlyDifferent || !identical) shown.push_back(&line);
+    }
+    if (!onlyDifferent || !shown.empty()) PrintTable(console, shown);
+    for (const ResultLine* line : shown)
+        PrintDetails(console, *line);
+    for (const ResultLine* line : shown)
+        PrintError(console, *line);
     console.Print(console.Coloured(Colour::Bold, LastLine(totals)));
     return ExitCodeOf(totals);
 }
@@ -163,7 +170,8 @@ int PrintResults(Console& console, const Comparison& comparison, const TableDiff
         anyFailed = anyFailed || lines.back().verdict.kind == Verdict::Kind::Failed;
     }
     const int exitCode =
-        PrintResults(console, lines, comparison.onlyIn1.size() + comparison.onlyIn2.size());
+        PrintResults(console, lines, comparison.onlyIn1.size() + comparison.onlyIn2.size(),
+                     comparison.onlyDifferent);
     if (anyFailed && comparison.NeedsLinkedServers()) {
         console.Note(
             "quillon: these databases are on different servers, so the linked servers KARNOBE_1 "

@@ -25,8 +25,10 @@ struct ResultLine {
 
 // A line for each table, in their order; then, for each that needs them, how its columns differ and
 // what was not compared and why; the errors; and a last line that says it all. `oneSided`: tables
-// that only one database has. Returns the exit code that the results ask for (Verdict.h).
-int PrintResults(Console& console, const std::vector<ResultLine>& lines, std::size_t oneSided);
+// that only one database has. `onlyDifferent`: tables that are identical are counted alone. Returns
+// the exit code that the results ask for (Verdict.h).
+int PrintResults(Console& console, const std::vector<ResultLine>& lines, std::size_t oneSided,
+                 bool onlyDifferent);
 
 // The same of the results of a comparison, in the order of its list.
 int PrintResults(Console& console, const Comparison& comparison,

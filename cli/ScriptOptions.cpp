@@ -6,20 +6,24 @@
 #include "catalog/Login.h"
 #include "cli/ForeignKeys.h"
 #include "cli/Interrupt.h"
+#include "cli/Roads.h"
 
 namespace quillon {
 
 using namespace QuillonLib;
 
 void ScriptOptions::AddTo(CLI::App& command) {
-    command.add_flag("--no-comments", noComments, "Leave the comment lines out");
-    command.add_flag("--ignore-replication-columns", ignoreReplication,
-                     "Leave columns named msrepl_tran_version out");
-    command.add_flag("--suspend-constraints", suspendConstraints,
-                     "Switch foreign keys off inside the transaction, and check every row before "
-                     "its end; brings over tables that refer to each other, too");
-    command.add_flag("--whole-rows", wholeRows,
-                     "With --columns: write whole rows although only these columns are compared");
+    const auto add = [&](const char* name, bool& flag, const char* what) {
+        command.add_flag(name, flag, what)->group(ByServerGroup);
+    };
+    add("--no-comments", noComments, "Leave the comment lines out");
+    add("--ignore-replication-columns", ignoreReplication,
+        "Leave columns named msrepl_tran_version out");
+    add("--suspend-constraints", suspendConstraints,
+        "Switch foreign keys off inside the transaction, and check every row before its end; "
+        "brings over tables that refer to each other, too");
+    add("--whole-rows", wholeRows,
+        "With --columns: write whole rows although only these columns are compared");
 }
 
 enShowOptions ScriptOptions::Flags() const {

@@ -1,4 +1,4 @@
-// What the commands that make scripts share.
+// What the commands share that make scripts of procedures, for comparisons by a server.
 #pragma once
 
 #include <memory>

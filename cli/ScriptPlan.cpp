@@ -263,8 +263,8 @@ ScriptPlan PlanScripts(const Comparison& comparison, std::shared_ptr<TableDiffer
     return Planner(comparison, std::move(results), options).Run();
 }
 
-void NoteCascades(const ScriptPlan& plan, const Database& target, Console& console) {
-    const std::vector<std::u16string> tables = plan.Tables();
+void NoteCascades(const std::vector<std::u16string>& tables, const Database& target,
+                  Console& console) {
     const auto isWritten = [&](const std::u16string& entry) {
         return std::any_of(tables.begin(), tables.end(), [&](const std::u16string& table) {
             return EqualIgnoringCase(table, entry);
@@ -278,12 +278,6 @@ void NoteCascades(const ScriptPlan& plan, const Database& target, Console& conso
     }
 }
 
-void NoteLeftOut(const ScriptPlan& plan, Console& console) {
-    for (const LeftOut& table : plan.leftOut) {
-        console.Note("quillon: left out: " + Printable(table.table) + ": " + table.reason);
-    }
-}
-
 std::vector<std::u16string> ScriptPlan::Tables() const {
     std::vector<std::u16string> tables;
     for (const auto& result : *ordered)
@@ -291,16 +285,6 @@ std::vector<std::u16string> ScriptPlan::Tables() const {
     for (const auto& result : cyclic)
         tables.push_back(result->Name());
     return tables;
-}
-
-int ScriptPlan::GravestCode() const {
-    constexpr std::array Gravest{ExitCode::Failed, ExitCode::Different, ExitCode::NotWhole};
-    for (const int code : Gravest) {
-        for (const LeftOut& table : leftOut) {
-            if (table.exitCode == code) return code;
-        }
-    }
-    return ExitCode::Identical;
 }
 
 }  // namespace quillon

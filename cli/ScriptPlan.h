@@ -8,15 +8,9 @@
 #include "QuillonLib.h"
 #include "cli/Comparison.h"
 #include "cli/Console.h"
+#include "cli/LeftOut.h"
 
 namespace quillon {
-
-// A table that differs, or may differ, and that the script does not bring over, or not whole.
-struct LeftOut {
-    std::u16string table;
-    std::string reason;
-    int exitCode;  // that it asks for (Verdict.h)
-};
 
 struct ScriptPlan {
     // The results that have sections in the multi-table script.
@@ -27,8 +21,6 @@ struct ScriptPlan {
 
     // Every table that the script writes to.
     std::vector<std::u16string> Tables() const;
-    // The gravest exit code that something left out asks for; 0 when nothing was.
-    int GravestCode() const;
 };
 
 struct PlanOptions {
@@ -43,11 +35,9 @@ ScriptPlan PlanScripts(const Comparison& comparison,
                        std::shared_ptr<QuillonLib::TableDifferences> results,
                        const PlanOptions& options);
 
-// Names the foreign keys by which a script reaches rows of other tables in its target: what it
-// deletes or changes cascades. Throws the library's Error.
-void NoteCascades(const ScriptPlan& plan, const QuillonLib::Database& target, Console& console);
-
-// Names what was left out.
-void NoteLeftOut(const ScriptPlan& plan, Console& console);
+// Names the foreign keys by which a script that writes to these tables of its target reaches rows
+// of others: what it deletes or changes cascades. Throws the library's Error.
+void NoteCascades(const std::vector<std::u16string>& tables, const QuillonLib::Database& target,
+                  Console& console);
 
 }  // namespace quillon

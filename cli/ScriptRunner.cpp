@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <utility>
 
+#include "cli/CancelOnInterrupt.h"
 #include "cli/Interrupt.h"
 #include "data/BatchText.h"
 
@@ -182,7 +184,8 @@ bool HoldsCommit(std::u16string_view batch) {
     if (batch.find(u"COMMIT") == std::u16string_view::npos) return false;
     LineReader reader(batch);
     for (Line line; reader.Read(line);) {
-        if (IsCommit(line.text)) return true;
+        const std::size_t begin = line.text.find_first_not_of(u" \t");
+        if (begin != std::u16string_view::npos && IsCommit(line.text.substr(begin))) return true;
     }
     return false;
 }
@@ -227,35 +230,89 @@ std::size_t CountCalls(const std::vector<std::u16string>& batches) {
     return calls;
 }
 
-void RunBatches(QuillonLib::Connection& connection, const std::vector<std::u16string>& batches) {
-    bool begun = false;
-    const auto look = [&] {
-        const std::int32_t open = OpenTransactions(connection);
-        if (begun && open == 0) {
-            throw OutcomeUnknown("The transaction ended before its COMMIT.");
+namespace {
+
+class VectorSource : public BatchSource {
+  public:
+    explicit VectorSource(const std::vector<std::u16string>& batches) : batches_(batches) {}
+    std::size_t Count() const override { return batches_.size(); }
+    std::u16string Batch(std::size_t number) override { return batches_[number]; }
+
+  private:
+    const std::vector<std::u16string>& batches_;
+};
+
+[[noreturn]] void ThrowRolledBack() {
+    throw Interruption("everything was rolled back");
+}
+
+// One run, and what it has come to.
+class BatchRun {
+  public:
+    BatchRun(QuillonLib::Connection& connection, BatchSource& batches)
+        : connection_(connection), batches_(batches) {}
+
+    void Run() {
+        for (std::size_t i = 0; i < batches_.Count(); ++i) {
+            if (Interrupted()) {
+                RollBack(connection_, /*mayHaveEnded=*/false);
+                ThrowRolledBack();
+            }
+            RunOne(i);
         }
-        begun = open > 0;
-        return open;
-    };
-    for (std::size_t i = 0; i < batches.size(); ++i) {
-        if (Interrupted()) {
-            RollBack(connection, /*mayHaveEnded=*/false);
-            throw Interruption("everything was rolled back");
-        }
+    }
+
+  private:
+    void RunOne(std::size_t number) {
         bool ends = false;
         try {
-            ends = look() == 1 && HoldsCommit(batches[i]);
-            connection.Execute(batches[i]);
-            if (i + 1 == batches.size() && !ends && look() > 0) {
+            const std::int32_t open = Look();
+            batches_.Look(connection_, number);
+            const std::u16string batch = batches_.Batch(number);
+            ends = open == 1 && HoldsCommit(batch);
+            Execute(batch, ends);
+            if (number + 1 == batches_.Count() && !ends && Look() > 0) {
                 throw QuillonLib::Error(QuillonLib::ErrorNumber::DataAccess,
                                         u"The script leaves its transaction open.");
             }
         } catch (const QuillonLib::Error& error) {
             const std::string cause = error.what();
-            if (!RollBack(connection, ends)) throw OutcomeUnknown(cause);
-            throw BatchFailure(cause, i + 1, batches.size());
+            if (!RollBack(connection_, ends)) throw OutcomeUnknown(cause);
+            if (Interrupted()) ThrowRolledBack();
+            throw BatchFailure(cause, number + 1, batches_.Count());
         }
     }
+
+    void Execute(const std::u16string& batch, bool ends) {
+        std::optional<CancelOnInterrupt> watch;
+        // cancelled, a COMMIT could have happened or not
+        if (!ends) watch.emplace(connection_);
+        connection_.Execute(batch);
+    }
+
+    std::int32_t Look() {
+        const std::int32_t open = OpenTransactions(connection_);
+        if (begun_ && open == 0) {
+            throw OutcomeUnknown("The transaction ended before its COMMIT.");
+        }
+        begun_ = open > 0;
+        return open;
+    }
+
+    QuillonLib::Connection& connection_;
+    BatchSource& batches_;
+    bool begun_ = false;
+};
+
+}  // namespace
+
+void RunBatches(QuillonLib::Connection& connection, BatchSource& batches) {
+    BatchRun(connection, batches).Run();
+}
+
+void RunBatches(QuillonLib::Connection& connection, const std::vector<std::u16string>& batches) {
+    VectorSource source(batches);
+    RunBatches(connection, source);
 }
 
 }  // namespace quillon

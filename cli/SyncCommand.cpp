@@ -1,214 +1,12 @@
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <memory>
-#include <optional>
-#include <stdexcept>
+#include <string>
 
-#include "catalog/Login.h"
+#include "cli/CommandOptions.h"
 #include "cli/Commands.h"
-#include "cli/ComparisonOptions.h"
-#include "cli/ForeignKeys.h"
-#include "cli/Interrupt.h"
-#include "cli/ResultTable.h"
-#include "cli/ScriptOptions.h"
-#include "cli/ScriptRunner.h"
+#include "cli/Roads.h"
 
 namespace quillon {
-
-namespace {
-
-using namespace QuillonLib;
-
-constexpr std::size_t LinesInBatch = 2000;
-
-struct SyncOptions {
-    ComparisonOptions comparison;
-    ScriptOptions script;
-    std::string to;
-    bool yes = false;
-};
-
-// The name in quotes behind "constraint", as the server's messages have it.
-std::string ConstraintIn(const std::string& message) {
-    const std::size_t word = message.find("constraint ");
-    const std::size_t begin = message.find_first_of("\"'", word);
-    if (word == std::string::npos || begin == std::string::npos) return {};
-    const std::size_t end = message.find(message[begin], begin + 1);
-    return end == std::string::npos ? std::string() : message.substr(begin + 1, end - begin - 1);
-}
-
-// The table that a batch is about: the one that the procedures write to which were made last.
-std::string TableOf(const std::vector<std::u16string>& batches, std::size_t batch,
-                    const std::vector<std::u16string>& tables) {
-    constexpr std::u16string_view Create = u"CREATE PROCEDURE prcTmp_QVX_";
-    if (batches[batch - 1].find(u"prcTmp_QVX_") == std::u16string::npos) return {};
-    for (std::size_t i = batch; i-- > 0;) {
-        if (!batches[i].starts_with(Create)) continue;
-        const std::u16string_view definition = batches[i];
-        const std::size_t body = definition.rfind(CrLf, definition.size() - CrLf.size() - 1);
-        if (body == std::u16string_view::npos) return {};
-        for (const std::u16string& table : tables) {
-            if (definition.substr(body).find(u" " + table + u" ") != std::u16string_view::npos) {
-                return ToUtf8(table);
-            }
-        }
-    }
-    return {};
-}
-
-// What a failure of a script means, and what can be done.
-class FailureText {
-  public:
-    FailureText(const Comparison& comparison, const ScriptPlan& plan, const Database& target,
-                bool suspended)
-        : comparison_(comparison), plan_(plan), target_(target), suspended_(suspended) {}
-
-    std::string Of(const BatchFailure& failure, const std::vector<std::u16string>& batches) const {
-        std::string cause = failure.what();
-        std::erase(cause, '\r');
-        const std::string table = TableOf(batches, failure.batch, plan_.Tables());
-        return "batch " + std::to_string(failure.batch) + " of " + std::to_string(failure.batches) +
-               (table.empty() ? "" : ", about " + table + ",") + " failed in " +
-               ToUtf8(target_.Description()) + ", and everything was rolled back:\n" + cause +
-               Advice(cause);
-    }
-
-  private:
-    std::string Advice(const std::string& cause) const {
-        const std::string constraint = ConstraintIn(cause);
-        if (constraint.empty()) return {};
-        const bool foreignKey = cause.find("FOREIGN KEY") != std::string::npos ||
-                                cause.find("REFERENCE constraint") != std::string::npos;
-        if (!foreignKey || suspended_) {
-            return "\nThe constraint " + constraint +
-                   " does not hold at every step, or not for the rows that are brought over; "
-                   "--suspend-constraints suspends foreign keys only.";
-        }
-        if (const auto other = MissingTable(constraint)) return *other;
-        return "\nThe order in which a script deletes, inserts and updates cannot satisfy the "
-               "foreign key " +
-               constraint + " at every step; run it again with --suspend-constraints.";
-    }
-
-    // Where rows refer to a table that is not brought over, no order of statements helps; and rows
-    // of such a table may refer to those that go.
-    std::optional<std::string> MissingTable(const std::string& constraint) const {
-        std::vector<ForeignKey> keys;
-        try {
-            keys = ReadForeignKeys(OpenConnection(target_));
-        } catch (const Error&) {
-            return std::nullopt;
-        }
-        const auto key = std::find_if(keys.begin(), keys.end(), [&](const ForeignKey& each) {
-            return ToUtf8(each.name) == constraint;
-        });
-        if (key == keys.end()) return std::nullopt;
-        const std::string parent = ToUtf8(key->referenced);
-        const std::string begin =
-            "\nThe foreign key " + constraint + " refers to " + parent + ", which ";
-        if (!comparison_.facts.contains(key->referenced)) {
-            return begin + "was not among the tables compared: bring it over, too.";
-        }
-        for (const LeftOut& table : plan_.leftOut) {
-            if (EqualIgnoringCase(table.table, key->referenced)) {
-                return begin + "is not brought over: " + table.reason;
-            }
-        }
-        if (comparison_.facts.contains(key->table)) return std::nullopt;
-        return "\nRows of " + ToUtf8(key->table) +
-               ", which was not among the tables compared, refer by the foreign key " + constraint +
-               " to rows that go: bring it over, too; or, if what they refer to comes back in the "
-               "same transaction, use --suspend-constraints.";
-    }
-
-    const Comparison& comparison_;
-    const ScriptPlan& plan_;
-    const Database& target_;
-    const bool suspended_;
-};
-
-// The answer to the commit was lost: only the database itself can tell what has become of it.
-int LookAgain(const OutcomeUnknown& unknown, const Comparison& comparison,
-              const std::string& target, Console& console) {
-    console.Note("quillon: the connection to " + target +
-                 " ended while the transaction was being committed. Whether the server has "
-                 "committed it is not known:\n" +
-                 unknown.what());
-    console.Note("quillon: comparing again to find out");
-    try {
-        const int found = PrintResults(console, comparison, *Run(comparison, console));
-        if (found == ExitCode::Identical) {
-            console.Note("quillon: the databases are identical now");
-            return ExitCode::Identical;
-        }
-        console.Note(found == ExitCode::Different ? "quillon: the databases differ as shown"
-                     : found == ExitCode::NotWhole
-                         ? "quillon: no difference was found now, but not everything was compared"
-                         : "quillon: not every table could be compared");
-    } catch (const Error& error) {
-        console.Note(std::string("quillon: comparing again failed: ") + error.what());
-    }
-    console.Note("quillon: whether the transaction was committed is still not known");
-    return ExitCode::Failed;
-}
-
-int Sync(const SyncOptions& options, Console& console) {
-    options.script.RequireWholeRows(options.comparison);
-    const auto comparison = Prepare(options.comparison.Request(console), console);
-    const LinkedServerCleanup cleanup(*comparison, console);
-    const auto results = Run(*comparison, console);
-    const int before = PrintResults(console, *comparison, *results);
-    if (before == ExitCode::Identical || before == ExitCode::NotWhole) {
-        console.Print(before == ExitCode::Identical ? "Nothing to do."
-                                                    : "No difference was found: nothing to do.");
-        return options.comparison.Accepted(before);
-    }
-    const ScriptPlan plan =
-        PlanScripts(*comparison, results, options.script.Plan(options.to == "1"));
-    NoteLeftOut(plan, console);
-    const Target to = options.to == "1" ? Target::Database1 : Target::Database2;
-    const auto& target =
-        *(to == Target::Database1 ? comparison->databases.obDB1 : comparison->databases.obDB2);
-    NoteCascades(plan, target, console);
-    const auto batches = CutIntoBatches(
-        ScriptMaker(*comparison, plan, options.script, console).ScriptFor(to), LinesInBatch);
-    const std::size_t lines = CountCalls(batches);
-    if (lines == 0) {
-        console.Print("Nothing that a script can do.");
-        return before;
-    }
-    const std::string name = ToUtf8(target.Server() + u"/" + target.DatabaseName());
-    if (!options.yes &&
-        !console.Confirm("Change " + std::to_string(lines) + " rows in " + name + "?")) {
-        console.Note("quillon: nothing was changed (say yes, or use --yes)");
-        return ExitCode::Failed;
-    }
-
-    const auto connection = OpenConnection(target);
-    try {
-        RunBatches(*connection, batches);
-    } catch (const BatchFailure& failure) {
-        const FailureText text(*comparison, plan, target, options.script.suspendConstraints);
-        throw std::runtime_error(text.Of(failure, batches));
-    } catch (const OutcomeUnknown& unknown) {
-        return LookAgain(unknown, *comparison, name, console);
-    }
-    connection->Close();
-    console.Print();
-    console.Print("Committed " + std::to_string(lines) + " changes in " + name +
-                  ". Compared again:");
-    console.Print();
-    console.Flush();
-    try {
-        return options.comparison.Accepted(
-            PrintResults(console, *comparison, *Run(*comparison, console)));
-    } catch (const Interruption&) {
-        throw Interruption(
-            "the transaction was committed; the comparison after it was interrupted");
-    }
-}
-
-}  // namespace
 
 void AddSyncCommand(CLI::App& app, Program& program) {
     auto* command = app.add_subcommand("sync", "Make one database agree with the other");
@@ -220,14 +18,21 @@ void AddSyncCommand(CLI::App& app, Program& program) {
         "\nExample:\n  quillon sync db1/sales db2/sales --user writer --to 2");
     auto options = std::make_shared<SyncOptions>();
     options->comparison.AddDatabasesTo(*command);
-    options->comparison.AddChoicesTo(*command);
+    options->comparison.AddTablesTo(*command);
+    options->comparison.AddListTo(*command);
     options->comparison.AddAcceptTo(*command);
     options->script.AddTo(*command);
+    AddGuardTo(*command, options->guard, "(default: it does)");
     command->add_option("--to", options->to, "Database that is changed")
         ->check(CLI::IsMember({"1", "2"}))
         ->required();
     command->add_flag("--yes", options->yes, "Do not ask");
-    command->callback([options, &program] { program.exitCode = Sync(*options, program.console); });
+    command->callback([options, command, &program] {
+        const bool byServer = options->comparison.ByServer();
+        RequireRoad(*command, byServer);
+        program.exitCode = byServer ? SyncByServer(*options, program.console)
+                                    : SyncDirect(*options, program.console);
+    });
 }
 
 }  // namespace quillon

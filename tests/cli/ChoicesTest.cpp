@@ -38,7 +38,7 @@ class ChoicesTest : public ProgramTest {
             u"NOT NULL CONSTRAINT UQ_t UNIQUE)\nGO\nCREATE INDEX plain ON t (a)");
     }
     std::string ErrorOf(std::vector<std::string> options) const {
-        options.insert(options.begin(), {"compare", "-t", "t"});
+        options.insert(options.begin(), {"compare", "--by-server", "-t", "t"});
         const Outcome outcome = OnBoth(std::move(options));
         EXPECT_EQ(outcome.exitCode, 2);
         EXPECT_EQ(outcome.out, "");
@@ -80,8 +80,8 @@ TEST_F(ChoicesTest, TwoChoicesForOneTableAreRefused) {
 }
 
 TEST_F(ChoicesTest, NamesAreFoundInAnyCaseAndTablesOnce) {
-    const Outcome outcome =
-        OnBoth({"compare", "-t", "T", "-t", "dbo.t", "--columns", "T=A,a,B", "--index", "T=pk_T"});
+    const Outcome outcome = OnBoth({"compare", "--by-server", "-t", "T", "-t", "dbo.t", "--columns",
+                                    "T=A,a,B", "--index", "T=pk_T"});
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
     EXPECT_NE(outcome.out.find("\n1 table: 1 identical, 0 different\n"), std::string::npos)
         << outcome.out;
@@ -94,7 +94,7 @@ TEST_F(ChoicesTest, AColumnThatTheServerRefusesToCompareCannotBeChosen) {
 }
 
 TEST_F(ChoicesTest, ATableThatNoDatabaseHasIsNamedWithThoseThatAre) {
-    const Outcome outcome = OnBoth({"compare", "-t", "nothing"});
+    const Outcome outcome = OnBoth({"compare", "--by-server", "-t", "nothing"});
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_NE(outcome.err.find("quillon: neither " + one + " nor " + two +
                                " has a table [dbo].[nothing]; tables of the first: [dbo].[c] "
@@ -106,8 +106,9 @@ TEST_F(ChoicesTest, ATableThatNoDatabaseHasIsNamedWithThoseThatAre) {
 TEST_F(ChoicesTest, ScriptsOfFewColumnsAreRefusedUnlessWholeRowsAreMeant) {
     server.Run(u"USE a\nGO\nINSERT t VALUES (1, 2, 3)");
     server.Run(u"USE b\nGO\nINSERT t VALUES (1, 5, 6)");
-    for (std::vector<std::string> call : {std::vector<std::string>{"script", "-o", File("u.sql")},
-                                          std::vector<std::string>{"sync", "--to", "2", "--yes"}}) {
+    for (std::vector<std::string> call :
+         {std::vector<std::string>{"script", "--by-server", "-o", File("u.sql")},
+          std::vector<std::string>{"sync", "--by-server", "--to", "2", "--yes"}}) {
         call.insert(call.end(), {"-t", "t", "--columns", "t=a"});
         const Outcome refused = OnBoth(call);
         EXPECT_EQ(refused.exitCode, 2);
@@ -118,7 +119,8 @@ TEST_F(ChoicesTest, ScriptsOfFewColumnsAreRefusedUnlessWholeRowsAreMeant) {
     }
     EXPECT_FALSE(std::filesystem::exists(folder / "u.sql"));
     EXPECT_EQ(server.Scalar(u"USE b SELECT b FROM t"), u"6");
-    EXPECT_EQ(OnBoth({"sync", "--to", "2", "--yes", "-t", "t", "--columns", "t=a", "--whole-rows"})
+    EXPECT_EQ(OnBoth({"sync", "--by-server", "--to", "2", "--yes", "-t", "t", "--columns", "t=a",
+                      "--whole-rows"})
                   .exitCode,
               3);
     EXPECT_EQ(server.Scalar(u"USE b SELECT b FROM t"), u"3");
@@ -135,8 +137,8 @@ TEST_F(ChoicesTest, PicksOfATemplateWithoutTablesHoldForAllTables) {
     EXPECT_EQ(call({"pick", "index", "t", "UQ_t"}), 0);
     server.Run(u"USE a\nGO\nINSERT t VALUES (1, 2, 3)");
     server.Run(u"USE b\nGO\nINSERT t VALUES (2, 2, 3)");
-    const std::vector<std::string> compare{"compare",     "--template", "x", "--templates",
-                                           File("t.xml"), "--user",     "sa"};
+    const std::vector<std::string> compare{"compare",     "--by-server", "--template", "x",
+                                           "--templates", File("t.xml"), "--user",     "sa"};
     const Outcome picked = Call(compare);
     EXPECT_NE(picked.out.find("[dbo].[t]          1          1          1          0          0  "),
               std::string::npos)
@@ -160,14 +162,14 @@ TEST_F(ChoicesTest, UnnamedPrimaryKeysOfTheSameColumnsAreOneKey) {
     ASSERT_NE(
         server.Scalar(u"USE a SELECT name FROM sys.indexes WHERE object_id = OBJECT_ID('u')"),
         server.Scalar(u"USE b SELECT name FROM sys.indexes WHERE object_id = OBJECT_ID('u')"));
-    const Outcome outcome = OnBoth({"compare", "-t", "u", "-t", "v"});
+    const Outcome outcome = OnBoth({"compare", "--by-server", "-t", "u", "-t", "v"});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_NE(outcome.out.find("2 tables: 1 identical, 1 different\n"), std::string::npos)
         << outcome.out;
     EXPECT_EQ(outcome.err,
               "quillon: primary keys of other names but the same columns are taken for the same "
               "key: [dbo].[u] [dbo].[v]\n");
-    EXPECT_EQ(OnBoth({"sync", "--to", "2", "--yes", "-t", "u"}).exitCode, 0);
+    EXPECT_EQ(OnBoth({"sync", "--by-server", "--to", "2", "--yes", "-t", "u"}).exitCode, 0);
     EXPECT_EQ(server.Scalar(u"USE b SELECT n FROM u"), u"3");
 }
 
@@ -178,7 +180,7 @@ TEST_F(ChoicesTest, PrimaryKeysOfOtherColumnsOrAnotherOrderAreNotOneKey) {
     server.Run(
         u"USE b\nGO\nCREATE TABLE u (a int NOT NULL, b int NOT NULL, CONSTRAINT PK2 PRIMARY "
         u"KEY (b, a))\nGO\nINSERT u VALUES (1, 2)");
-    const Outcome outcome = OnBoth({"compare", "-t", "u"});
+    const Outcome outcome = OnBoth({"compare", "--by-server", "-t", "u"});
     EXPECT_EQ(outcome.exitCode, 3);
     EXPECT_EQ(outcome.err, "");
 }

@@ -73,7 +73,7 @@ class ConnectingTest : public ProgramTest {
     }
     static Outcome CompareWith(const std::string& password, std::vector<std::string> arguments) {
         QuillonLib::test::SetVariable("QUILLON_PASSWORD", password.c_str());
-        arguments.insert(arguments.begin(), "compare");
+        arguments.insert(arguments.begin(), {"compare", "--by-server", "--by-server"});
         return Call(std::move(arguments));
     }
 };
@@ -138,21 +138,22 @@ TEST_F(ConnectingTest, ALoginThatLinkedServersCannotTakeIsRefused) {
 
 TEST_F(ConnectingTest, DatabaseNamesThatWouldBreakQueriesAreRefused) {
     const std::string address = QuillonLib::ToUtf8(server.Address());
-    const Outcome outcome = Call({"compare", address + "/a]b", two, "--user", "sa"});
+    const Outcome outcome = Call({"compare", "--by-server", address + "/a]b", two, "--user", "sa"});
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_NE(
         outcome.err.find("quillon: the database name 'a]b' holds ']', which cannot be carried "
                          "to the server\n"),
         std::string::npos)
         << outcome.err;
-    EXPECT_EQ(Call({"compare", address + "/a;b", two, "--user", "sa"}).exitCode, 2);
+    EXPECT_EQ(Call({"compare", "--by-server", address + "/a;b", two, "--user", "sa"}).exitCode, 2);
 }
 
 TEST_F(ConnectingTest, FailuresToLogInNameServerAndDatabase) {
     const std::string address = QuillonLib::ToUtf8(server.Address());
     for (const std::vector<std::string>& rest :
          {std::vector<std::string>{}, std::vector<std::string>{"-t", "p"}}) {
-        std::vector<std::string> call{"compare", one, address + "/nowhere", "--user", "sa"};
+        std::vector<std::string> call{"compare", "--by-server", one, address + "/nowhere",
+                                      "--user",  "sa"};
         call.insert(call.end(), rest.begin(), rest.end());
         const Outcome outcome = Call(call);
         EXPECT_EQ(outcome.exitCode, 2);
@@ -160,10 +161,10 @@ TEST_F(ConnectingTest, FailuresToLogInNameServerAndDatabase) {
             outcome.err.find("quillon: cannot read the catalog of " + address + "/nowhere:\n"), 0U)
             << outcome.err;
     }
-    const Outcome dead = Call({"compare", one, "127.0.0.1,1/b", "--user", "sa"});
+    const Outcome dead = Call({"compare", "--by-server", one, "127.0.0.1,1/b", "--user", "sa"});
     EXPECT_EQ(dead.err.find("quillon: cannot read the catalog of 127.0.0.1,1/b:\n"), 0U)
         << dead.err;
-    const Outcome via = OnBoth({"compare", "--via", "127.0.0.1,1/c"});
+    const Outcome via = OnBoth({"compare", "--by-server", "--via", "127.0.0.1,1/c"});
     EXPECT_EQ(via.exitCode, 2);
     EXPECT_NE(via.err.find("Error connecting to server 127.0.0.1,1\n"), std::string::npos)
         << via.err;
@@ -174,8 +175,10 @@ TEST_F(ConnectingTest, FailuresToLogInNameServerAndDatabase) {
 
 TEST_F(ConnectingTest, AColonBeforeThePortIsUnderstood) {
     const std::string withColon = "127.0.0.1:" + std::to_string(server.Port());
-    EXPECT_EQ(
-        Call({"compare", withColon + "/a", "tcp:" + withColon + "/b", "--user", "sa"}).exitCode, 1);
+    EXPECT_EQ(Call({"compare", "--by-server", withColon + "/a", "tcp:" + withColon + "/b", "--user",
+                    "sa"})
+                  .exitCode,
+              1);
 }
 
 class LinkedServersOfProgram : public ConnectingTest {
@@ -183,7 +186,7 @@ class LinkedServersOfProgram : public ConnectingTest {
     LinkedServersOfProgram() : other(AddServer(u"OTHER", u"sa", u"sandbox")) {}
     Outcome Compare(std::vector<std::string> options) {
         options.insert(options.begin(),
-                       {"compare", one, At(other, "b"), "--user", "sa", "-t", "p"});
+                       {"compare", "--by-server", one, At(other, "b"), "--user", "sa", "-t", "p"});
         return Call(std::move(options));
     }
     std::u16string LinkedServers() {
@@ -206,9 +209,10 @@ TEST_F(LinkedServersOfProgram, AreDroppedAfterAFailureToo) {
     EXPECT_EQ(LinkedServers(), u"0");
     // The row sets come after the comparison.
     server.AddFault(ErrorIn(u"WHERE NOT EXISTS"));
-    EXPECT_EQ(
-        Call({"rows", "p", one, At(other, "b"), "--user", "sa", "--drop-linked-servers"}).exitCode,
-        2);
+    EXPECT_EQ(Call({"rows", "--by-server", "p", one, At(other, "b"), "--user", "sa",
+                    "--drop-linked-servers"})
+                  .exitCode,
+              2);
     EXPECT_EQ(LinkedServers(), u"0");
 }
 
@@ -230,15 +234,15 @@ TEST_F(LinkedServersOfProgram, ARefusalExplainsItself) {
 
 TEST_F(LinkedServersOfProgram, TwoNamesOfOneServerAreNoticed) {
     const std::string port = std::to_string(server.Port());
-    const Outcome outcome =
-        Call({"compare", one, "localhost," + port + "/b", "--user", "sa", "-t", "p"});
+    const Outcome outcome = Call(
+        {"compare", "--by-server", one, "localhost," + port + "/b", "--user", "sa", "-t", "p"});
     EXPECT_NE(outcome.err.find("quillon: 127.0.0.1," + port + " and localhost," + port +
                                " both call themselves SANDBOX. If they are one server, write its "
                                "name the same way twice: then no linked server is needed.\n"),
               std::string::npos)
         << outcome.err;
     EXPECT_EQ(Compare({}).err.find("both call themselves"), std::string::npos);
-    EXPECT_EQ(OnBoth({"compare"}).err, "");
+    EXPECT_EQ(OnBoth({"compare", "--by-server"}).err, "");
 }
 
 }  // namespace

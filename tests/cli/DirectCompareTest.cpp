@@ -1,40 +1,16 @@
-// compare --direct, against two servers that do not know each other.
+// What compare says where no server compares.
 #include <gtest/gtest.h>
 
-#include "tests/cli/ProgramFixture.h"
+#include "tests/cli/TwoServers.h"
 
 namespace quillon {
 namespace {
 
-class DirectCompareTest : public ProgramTest {
+class DirectCompareTest : public TwoServers {
   protected:
-    DirectCompareTest() : other(otherBox.AddServer()) {
-        const std::u16string create =
-            u"CREATE DATABASE d\nGO\nUSE d\nGO\n"
-            u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, name varchar(20) NULL, "
-            u"note ntext NULL)\nGO\n";
-        server.Run(create +
-                   u"INSERT t VALUES (1, 'same', N'long'), (2, 'Case', N'long'), "
-                   u"(3, 'gone', NULL)");
-        other.Run(create +
-                  u"INSERT t VALUES (1, 'same', N'long'), (2, 'case ', N'LONG'), "
-                  u"(4, 'new', NULL)");
-        first = QuillonLib::ToUtf8(server.Address()) + "/d";
-        second = QuillonLib::ToUtf8(other.Address()) + "/d";
-    }
     Outcome Direct(std::vector<std::string> options) const {
-        options.insert(options.begin(), {"compare", "--direct", first, second, "--user", "sa"});
-        return Call(options);
+        return TwoServers::Direct("compare", std::move(options));
     }
-    void RunOnBothServers(const std::u16string& sql) {
-        server.Run(u"USE d\nGO\n" + sql);
-        other.Run(u"USE d\nGO\n" + sql);
-    }
-
-    sandbox::Sandbox otherBox;
-    sandbox::Server& other;
-    std::string first;
-    std::string second;
 };
 
 TEST_F(DirectCompareTest, CountsRowsAndChangedCellsToTheLastUnit) {
@@ -77,8 +53,7 @@ TEST_F(DirectCompareTest, EqualityIsLooserByTheCallersWordOnly) {
 }
 
 TEST_F(DirectCompareTest, IdenticalTablesAreExitCode0) {
-    const Outcome outcome =
-        Call({"compare", "--direct", first, first, "--user", "sa", "--jobs", "1"});
+    const Outcome outcome = Call({"compare", first, first, "--user", "sa", "--jobs", "1"});
     EXPECT_EQ(outcome.exitCode, 0) << outcome.out << outcome.err;
     EXPECT_NE(outcome.out.find("1 table: 1 identical, 0 different\n"), std::string::npos);
 }
@@ -166,19 +141,34 @@ TEST_F(DirectCompareTest, NamesThatAreNotThereAreErrors) {
 }
 
 TEST_F(DirectCompareTest, OptionsOfTheOtherRoadAreRefused) {
-    const auto error = [&](std::vector<std::string> options) {
-        const Outcome outcome = Direct(std::move(options));
+    const auto error = [&](const char* command, std::vector<std::string> options) {
+        options.insert(options.begin(), {command, first, second, "--user", "sa"});
+        const Outcome outcome = Call(options);
         EXPECT_EQ(outcome.exitCode, 2);
+        EXPECT_EQ(outcome.out, "");
         return outcome.err.substr(0, outcome.err.find('\n'));
     };
-    for (const char* option : {"--index", "--columns"}) {
-        EXPECT_EQ(error({option, "t=id"}),
-                  "quillon: " + std::string(option) +
-                      " is for comparisons by the server; it does not go with --direct");
-    }
-    EXPECT_EQ(error({"--drop-linked-servers"}).find("quillon: --drop-linked-servers is for"), 0U);
-    EXPECT_EQ(error({"--via", first}).find("quillon: --via is for"), 0U);
-    EXPECT_EQ(Call({"compare", first, second, "--user", "sa", "--ignore-case"}).exitCode, 2);
+    const auto byServerOnly = [](const std::string& option) {
+        return "quillon: " + option + " goes with --by-server only: without it no server compares";
+    };
+    for (const char* option : {"--index", "--columns"})
+        EXPECT_EQ(error("compare", {option, "t=id"}), byServerOnly(option));
+    EXPECT_EQ(error("compare", {"--drop-linked-servers"}), byServerOnly("--drop-linked-servers"));
+    EXPECT_EQ(error("compare", {"--via", first}), byServerOnly("--via"));
+    EXPECT_EQ(error("compare", {"--template", "x"}), byServerOnly("--template"));
+    EXPECT_EQ(error("script", {"-o", "-", "--no-comments"}), byServerOnly("--no-comments"));
+    EXPECT_EQ(error("sync", {"--to", "2", "--suspend-constraints"}),
+              byServerOnly("--suspend-constraints"));
+    EXPECT_EQ(error("rows", {"t", "--index", "PK_t"}), byServerOnly("--index"));
+
+    const auto directOnly = [](const std::string& option) {
+        return "quillon: " + option + " does not go with --by-server: there the server compares";
+    };
+    EXPECT_EQ(error("compare", {"--by-server", "--ignore-case"}), directOnly("--ignore-case"));
+    EXPECT_EQ(error("rows", {"t", "--by-server", "--key", "t=id"}), directOnly("--key"));
+    EXPECT_EQ(error("script", {"-o", "-", "--by-server", "--where", "t=id=1"}),
+              directOnly("--where"));
+    EXPECT_EQ(error("sync", {"--to", "2", "--by-server", "--no-guard"}), directOnly("--guard"));
 }
 
 TEST_F(DirectCompareTest, AConditionThatTheServerRefusesIsAnErrorOfThatTable) {
@@ -189,10 +179,10 @@ TEST_F(DirectCompareTest, AConditionThatTheServerRefusesIsAnErrorOfThatTable) {
 
 // A linked server could not be given such a login; none is needed here.
 TEST_F(DirectCompareTest, ALoginWithAQuoteWillDo) {
-    const Outcome direct = Call({"compare", "--direct", first, second, "--user", "o'brien"});
+    const Outcome direct = Call({"compare", first, second, "--user", "o'brien"});
     EXPECT_EQ(direct.exitCode, 2);
     EXPECT_NE(direct.err.find("Login failed for user 'o'brien'"), std::string::npos) << direct.err;
-    const Outcome byServer = Call({"compare", first, second, "--user", "o'brien"});
+    const Outcome byServer = Call({"compare", "--by-server", first, second, "--user", "o'brien"});
     EXPECT_NE(byServer.err.find("cannot be given it"), std::string::npos) << byServer.err;
 }
 

@@ -12,7 +12,7 @@ namespace quillon {
 namespace {
 
 TEST_F(ProgramTest, ComparePrintsATableAndALastLine) {
-    const Outcome outcome = OnBoth({"compare"});
+    const Outcome outcome = OnBoth({"compare", "--by-server"});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_EQ(outcome.out,
               "Table      Rows in 1  Rows in 2  Identical  Differing  Only in 1  Only in 2  "
@@ -27,7 +27,8 @@ TEST_F(ProgramTest, ComparePrintsATableAndALastLine) {
 }
 
 TEST_F(ProgramTest, IdenticalDatabasesAreExitCode0) {
-    const Outcome outcome = Call({"compare", one, one, "--user", "sa", "--table", "p"});
+    const Outcome outcome =
+        Call({"compare", "--by-server", one, one, "--user", "sa", "--table", "p"});
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_NE(outcome.out.find("1 table: 1 identical, 0 different\n"), std::string::npos);
 }
@@ -38,7 +39,7 @@ TEST_F(ProgramTest, TablesOfOneDatabaseAloneAreNamedAndNoIdenticalDatabases) {
         u"PK_p PRIMARY KEY, n nvarchar(20) NULL)\nGO\nINSERT p VALUES (1, N'one'), (2, NULL)\n"
         u"GO\nCREATE TABLE q (id int)\nGO\nCREATE TABLE r (id int)");
     const std::string same = QuillonLib::ToUtf8(server.Address()) + "/same";
-    const Outcome outcome = Call({"compare", one, same, "--user", "sa"});
+    const Outcome outcome = Call({"compare", "--by-server", one, same, "--user", "sa"});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_NE(outcome.out.find("1 table: 1 identical, 0 different, 3 in one database only\n"),
               std::string::npos);
@@ -54,14 +55,14 @@ TEST_F(ProgramTest, TablesOfTheSecondDatabaseAloneAreADifferenceToo) {
         u"less\nGO\nCREATE TABLE k (id int CONSTRAINT PK_k PRIMARY KEY)");
     const std::string more = QuillonLib::ToUtf8(server.Address()) + "/more";
     const std::string less = QuillonLib::ToUtf8(server.Address()) + "/less";
-    EXPECT_EQ(Call({"compare", less, more, "--user", "sa"}).exitCode, 1);
-    EXPECT_EQ(Call({"compare", more, less, "--user", "sa"}).exitCode, 1);
-    EXPECT_EQ(Call({"compare", more, less, "--user", "sa", "-t", "k"}).exitCode, 0);
+    EXPECT_EQ(Call({"compare", "--by-server", less, more, "--user", "sa"}).exitCode, 1);
+    EXPECT_EQ(Call({"compare", "--by-server", more, less, "--user", "sa"}).exitCode, 1);
+    EXPECT_EQ(Call({"compare", "--by-server", more, less, "--user", "sa", "-t", "k"}).exitCode, 0);
 }
 
 TEST_F(ProgramTest, RowsOnEachSideAloneAreCounted) {
     server.Run(u"USE b\nGO\nINSERT p VALUES (4, N'four'), (5, N'five')");
-    EXPECT_EQ(OnBoth({"compare", "-t", "p"}).out,
+    EXPECT_EQ(OnBoth({"compare", "--by-server", "-t", "p"}).out,
               "Table      Rows in 1  Rows in 2  Identical  Differing  Only in 1  Only in 2  "
               "Verdict\n"
               "[dbo].[p]          2          4          0          1          1          3  "
@@ -76,19 +77,19 @@ TEST_F(ProgramTest, ViewsAreMarked) {
                    std::u16string(u"CREATE VIEW v WITH SCHEMABINDING AS SELECT id FROM dbo.p\nGO\n"
                                   u"CREATE UNIQUE CLUSTERED INDEX uix ON v (id)"));
     }
-    const std::string out = OnBoth({"compare", "-t", "v"}).out;
+    const std::string out = OnBoth({"compare", "--by-server", "-t", "v"}).out;
     EXPECT_NE(out.find("\n[dbo].[v] (view)  "), std::string::npos) << out;
 }
 
 TEST_F(ProgramTest, NoTableInCommonIsADifference) {
     server.Run(u"CREATE DATABASE nothing\nGO\nCREATE DATABASE nothing2");
     const std::string nothing = QuillonLib::ToUtf8(server.Address()) + "/nothing";
-    const Outcome outcome = Call({"compare", one, nothing, "--user", "sa"});
+    const Outcome outcome = Call({"compare", "--by-server", one, nothing, "--user", "sa"});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_NE(outcome.out.find("0 tables: 0 identical, 0 different, 2 in one database only\n"),
               std::string::npos);
     EXPECT_EQ(outcome.err, "quillon: only in " + one + ", and left out: [dbo].[c] [dbo].[p]\n");
-    const Outcome none = Call({"compare", nothing, nothing + "2", "--user", "sa"});
+    const Outcome none = Call({"compare", "--by-server", nothing, nothing + "2", "--user", "sa"});
     EXPECT_EQ(none.exitCode, 2);
     EXPECT_EQ(none.out, "");
     EXPECT_EQ(none.err, "quillon: neither " + nothing + " nor " + nothing + "2 has a table\n");
@@ -97,7 +98,7 @@ TEST_F(ProgramTest, NoTableInCommonIsADifference) {
 TEST_F(ProgramTest, ATableWithoutAKeyIsOnlyCounted) {
     for (const auto* use : {u"USE a\nGO\n", u"USE b\nGO\n"})
         server.Run(use + std::u16string(u"CREATE TABLE k (x int)\nGO\nINSERT k VALUES (1)"));
-    const Outcome outcome = OnBoth({"compare", "-t", "dbo.k", "-t", "[dbo].[p]"});
+    const Outcome outcome = OnBoth({"compare", "--by-server", "-t", "dbo.k", "-t", "[dbo].[p]"});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_EQ(outcome.out,
               "Table      Rows in 1  Rows in 2  Identical  Differing  Only in 1  Only in 2  "
@@ -112,7 +113,7 @@ TEST_F(ProgramTest, ATableWithoutAKeyIsOnlyCounted) {
               "\n"
               "2 tables: 0 identical, 1 different, 1 not compared whole; left out: the rows of 1 "
               "table\n");
-    const Outcome rows = OnBoth({"rows", "k"});
+    const Outcome rows = OnBoth({"rows", "--by-server", "k"});
     EXPECT_EQ(rows.exitCode, 2);
     EXPECT_EQ(rows.err,
               "quillon: k has no key that both databases share: its rows cannot be matched\n");
@@ -126,7 +127,7 @@ TEST_F(ProgramTest, ChoicesOfKeyAndColumnsCount) {
     server.Run(u"USE a\nGO\nINSERT k VALUES (1, 10, 5)");
     server.Run(u"USE b\nGO\nINSERT k VALUES (2, 10, 6)");
     const auto lastLine = [&](std::vector<std::string> options) {
-        options.insert(options.begin(), {"compare", "-t", "k"});
+        options.insert(options.begin(), {"compare", "--by-server", "-t", "k"});
         const std::string out = OnBoth(options).out;
         return out.substr(out.find("[dbo].[k]"), 67);
     };
@@ -142,12 +143,13 @@ TEST_F(ProgramTest, ChoicesOfKeyAndColumnsCount) {
     EXPECT_EQ(templates({"new", "t", one, two}), 0);
     EXPECT_EQ(templates({"pick", "table", "k"}), 0);
     EXPECT_EQ(templates({"pick", "index", "k", "UQ_k"}), 0);
-    const std::string out =
-        Call({"compare", "--template", "t", "--templates", File("t.xml"), "--user", "sa"}).out;
+    const std::string out = Call({"compare", "--by-server", "--template", "t", "--templates",
+                                  File("t.xml"), "--user", "sa"})
+                                .out;
     EXPECT_NE(out.find("[dbo].[k]          1          1          0          1          0   "),
               std::string::npos)
         << out;
-    const Outcome bad = OnBoth({"compare", "-t", "k", "--index", "UQ_k"});
+    const Outcome bad = OnBoth({"compare", "--by-server", "-t", "k", "--index", "UQ_k"});
     EXPECT_EQ(bad.exitCode, 2);
     EXPECT_NE(bad.err.find("quillon: 'UQ_k' is not TABLE=NAME\n"), std::string::npos) << bad.err;
 }
@@ -160,7 +162,8 @@ TEST_F(ProgramTest, EachDatabaseMayHaveItsOwnLogin) {
     sandbox::Server& other = box.AddServer(settings);
     other.Run(u"CREATE DATABASE b\nGO\nUSE b\nGO\nCREATE TABLE p (id int)");
     const std::vector<std::string> call{
-        "compare", one,     QuillonLib::ToUtf8(other.Address()) + "/b", "-t", "p", "--user", "sa",
+        "compare", "--by-server", one,      QuillonLib::ToUtf8(other.Address()) + "/b",
+        "-t",      "p",           "--user", "sa",
         "--user2", "reader"};
     setenv("QUILLON_PASSWORD2", "two", 1);
     const Outcome right = Call(call);
@@ -177,7 +180,7 @@ TEST_F(ProgramTest, EachDatabaseMayHaveItsOwnLogin) {
 
 TEST_F(ProgramTest, TheSecondPasswordServesTheSameUserToo) {
     setenv("QUILLON_PASSWORD2", "wrong", 1);
-    const Outcome outcome = OnBoth({"compare"});
+    const Outcome outcome = OnBoth({"compare", "--by-server"});
     unsetenv("QUILLON_PASSWORD2");
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_NE(outcome.err.find("Login failed for user 'sa'."), std::string::npos) << outcome.err;
@@ -189,7 +192,7 @@ TEST_F(ProgramTest, TheQueriesAcrossBothRunWhereViaSays) {
     sandbox::Server& third = box.AddServer(settings);
     third.Run(u"CREATE DATABASE c");
     const std::string via = QuillonLib::ToUtf8(third.Address()) + "/c";
-    const Outcome outcome = OnBoth({"compare", "-t", "p", "--via", via});
+    const Outcome outcome = OnBoth({"compare", "--by-server", "-t", "p", "--via", via});
     EXPECT_NE(outcome.out.find("1 table: 0 identical, 1 different\n"), std::string::npos)
         << outcome.out;
     const auto batches = Batches(third);
@@ -201,7 +204,7 @@ TEST_F(ProgramTest, TheQueriesAcrossBothRunWhereViaSays) {
 }
 
 TEST_F(ProgramTest, ScriptBringsParentsBeforeChildren) {
-    const std::string script = OnBoth({"script", "--to", "2", "-o", "-"}).out;
+    const std::string script = OnBoth({"script", "--by-server", "--to", "2", "-o", "-"}).out;
     const std::size_t parent = script.find("_Insert 2, NULL");
     const std::size_t child = script.find("EXEC prcTmp_QVX_Update 2, 2");
     ASSERT_NE(parent, std::string::npos) << script;
@@ -211,13 +214,13 @@ TEST_F(ProgramTest, ScriptBringsParentsBeforeChildren) {
 
 TEST_F(ProgramTest, AMissingPasswordIsNamed) {
     unsetenv("QUILLON_PASSWORD");
-    EXPECT_EQ(OnBoth({"compare"}).err,
+    EXPECT_EQ(OnBoth({"compare", "--by-server"}).err,
               "quillon: no password for sa: set QUILLON_PASSWORD in the environment\n");
 }
 
 TEST_F(ProgramTest, ATableThatCannotBeComparedIsExitCode2) {
     server.AddFault(ErrorIn(u"SELECT COUNT(*) FROM [dbo].[p]"));
-    const Outcome outcome = OnBoth({"compare"});
+    const Outcome outcome = OnBoth({"compare", "--by-server"});
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_NE(outcome.out.find("Error comparing [dbo].[p]\n"), std::string::npos) << outcome.out;
     EXPECT_NE(outcome.out.find("made to fail"), std::string::npos) << outcome.out;
@@ -227,37 +230,39 @@ TEST_F(ProgramTest, ATableThatCannotBeComparedIsExitCode2) {
 }
 
 TEST_F(ProgramTest, BadCallsAreNamed) {
-    const Outcome place = Call({"compare", "x", "y", "--user", "sa"});
+    const Outcome place = Call({"compare", "--by-server", "x", "y", "--user", "sa"});
     EXPECT_EQ(place.exitCode, 2);
     EXPECT_NE(place.err.find("quillon: 'x' is not SERVER/DATABASE"), std::string::npos)
         << place.err;
-    EXPECT_EQ(Call({"compare", one, two}).exitCode, 2);
-    EXPECT_NE(Call({"compare", one, two}).err.find("--user or --integrated"), std::string::npos);
-    EXPECT_NE(Call({"compare", one, "--user", "sa"}).err.find("Two databases, each as"),
+    EXPECT_EQ(Call({"compare", "--by-server", one, two}).exitCode, 2);
+    EXPECT_NE(Call({"compare", "--by-server", one, two}).err.find("--user or --integrated"),
               std::string::npos);
+    EXPECT_NE(
+        Call({"compare", "--by-server", one, "--user", "sa"}).err.find("Two databases, each as"),
+        std::string::npos);
     EXPECT_EQ(Call({"compare", "\xE9", two, "--user", "sa"}).err,
               "quillon: argument 2 is not UTF-8\n");
-    EXPECT_EQ(OnBoth({"rows", "p", "--limit", "0"}).exitCode, 2);
+    EXPECT_EQ(OnBoth({"rows", "--by-server", "p", "--limit", "0"}).exitCode, 2);
     EXPECT_EQ(Call({"nonsense"}).exitCode, 2);
     EXPECT_EQ(Call({}).exitCode, 2);
 }
 
 TEST_F(ProgramTest, HelpIsNoFailure) {
-    const Outcome outcome = Call({"sync", "--help"});
+    const Outcome outcome = Call({"sync", "--by-server", "--help"});
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_NE(outcome.out.find("--suspend-constraints"), std::string::npos);
 }
 
 TEST_F(ProgramTest, ARefusedLoginShowsTheServersTextAndNoPassword) {
     setenv("QUILLON_PASSWORD", "not the password", 1);
-    const Outcome outcome = OnBoth({"compare"});
+    const Outcome outcome = OnBoth({"compare", "--by-server"});
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_NE(outcome.err.find("Login failed for user 'sa'."), std::string::npos) << outcome.err;
     EXPECT_EQ(outcome.err.find("not the password"), std::string::npos);
 }
 
 TEST_F(ProgramTest, RowsMarksTheCellsThatDiffer) {
-    const Outcome outcome = OnBoth({"rows", "p"});
+    const Outcome outcome = OnBoth({"rows", "--by-server", "p"});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_EQ(outcome.out, "Different: 1\n   id  n\n1  1   *one\n2  1   *uno\n\nOnly in " + one +
                                ": 1\nid  n\n2   NULL\n\nOnly in " + two +
@@ -269,13 +274,15 @@ TEST_F(ProgramTest, RowsShowsTheKindsThatAreAskedForAndNoMoreThanTheLimit) {
     server.Run(u"USE b\nGO\nINSERT p VALUES (7, N'seven'), (8, N'ate'), (9, N'9')");
     const std::string only1 = "Only in " + one + ": 1\nid  n\n2   NULL\n\n";
     const std::string only2 = "Only in " + two + ": 1\nid  n\n3   three\n\n";
-    EXPECT_EQ(OnBoth({"rows", "p", "--identical"}).out, "Identical: 1\nid  n\n7   seven\n\n");
-    EXPECT_EQ(OnBoth({"rows", "p", "--here"}).out, only1);
-    EXPECT_EQ(OnBoth({"rows", "p", "--there"}).out, only2);
-    EXPECT_EQ(OnBoth({"rows", "p", "--different"}).out.substr(0, 13), "Different: 3\n");
-    EXPECT_EQ(OnBoth({"rows", "p", "--different", "--limit", "2"}).out.substr(0, 18),
+    EXPECT_EQ(OnBoth({"rows", "--by-server", "p", "--identical"}).out,
+              "Identical: 1\nid  n\n7   seven\n\n");
+    EXPECT_EQ(OnBoth({"rows", "--by-server", "p", "--here"}).out, only1);
+    EXPECT_EQ(OnBoth({"rows", "--by-server", "p", "--there"}).out, only2);
+    EXPECT_EQ(OnBoth({"rows", "--by-server", "p", "--different"}).out.substr(0, 13),
+              "Different: 3\n");
+    EXPECT_EQ(OnBoth({"rows", "--by-server", "p", "--different", "--limit", "2"}).out.substr(0, 18),
               "Different: 2 of 3\n");
-    EXPECT_EQ(OnBoth({"rows", "nothing"}).exitCode, 2);
+    EXPECT_EQ(OnBoth({"rows", "--by-server", "nothing"}).exitCode, 2);
 }
 
 TEST_F(ProgramTest, RowsShowsEveryValueOnOneLine) {
@@ -285,7 +292,7 @@ TEST_F(ProgramTest, RowsShowsEveryValueOnOneLine) {
     server.Run(u"USE a\nGO\n" + table +
                u"INSERT v VALUES (1, 0x00FF, N'a' + CHAR(13) + CHAR(10) + CHAR(9) + CHAR(1))");
     server.Run(u"USE b\nGO\n" + table);
-    EXPECT_EQ(OnBoth({"rows", "v", "--here"}).out,
+    EXPECT_EQ(OnBoth({"rows", "--by-server", "v", "--here"}).out,
               "Only in " + one + ": 1\nid  b       n\n1   0x00FF  'a\\r\\n\\t\\x01'\n\n");
 }
 
@@ -296,24 +303,29 @@ TEST_F(ProgramTest, RowsTakesAKeyByName) {
                                   u"y int NOT NULL CONSTRAINT UQ_k UNIQUE)"));
     server.Run(u"USE a\nGO\nINSERT k VALUES (1, 10)");
     server.Run(u"USE b\nGO\nINSERT k VALUES (2, 10)");
-    const std::string out = OnBoth({"rows", "k", "--index", "UQ_k", "--different"}).out;
+    const std::string out =
+        OnBoth({"rows", "--by-server", "k", "--index", "UQ_k", "--different"}).out;
     EXPECT_EQ(out.substr(0, 13), "Different: 1\n");
 }
 
 TEST_F(ProgramTest, ScriptGoesToStandardOutputWithoutAMark) {
-    const Outcome outcome = OnBoth({"script", "--to", "1", "-o", "-"});
+    const Outcome outcome = OnBoth({"script", "--by-server", "--to", "1", "-o", "-"});
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_EQ(outcome.out.substr(0, 14), "-- Run this on");
     EXPECT_NE(outcome.out.find("\r\nEXEC prcTmp_QVX_Insert 3, N'three'\r\n"), std::string::npos);
-    EXPECT_EQ(OnBoth({"script", "--to", "both", "-o", "-"}).exitCode, 2);
+    EXPECT_EQ(OnBoth({"script", "--by-server", "--to", "both", "-o", "-"}).exitCode, 2);
 }
 
 TEST_F(ProgramTest, ScriptWritesAFileForEachSide) {
-    EXPECT_EQ(OnBoth({"script", "--to", "both", "-o", File("u.sql"), "--no-comments"}).exitCode, 0);
+    EXPECT_EQ(
+        OnBoth({"script", "--by-server", "--to", "both", "-o", File("u.sql"), "--no-comments"})
+            .exitCode,
+        0);
     EXPECT_NE(Read("u.1.sql").find("_Insert 3, N'three'"), std::string::npos);
     EXPECT_NE(Read("u.2.sql").find("_Insert 2, NULL"), std::string::npos);
     EXPECT_EQ(Read("u.1.sql").find("-- Run"), std::string::npos);
-    EXPECT_EQ(OnBoth({"script", "--to", "2", "-o", File("no folder/u.sql")}).exitCode, 2);
+    EXPECT_EQ(
+        OnBoth({"script", "--by-server", "--to", "2", "-o", File("no folder/u.sql")}).exitCode, 2);
 }
 
 TEST_F(ProgramTest, ScriptLeavesReplicationColumnsOutWhenAsked) {
@@ -322,7 +334,7 @@ TEST_F(ProgramTest, ScriptLeavesReplicationColumnsOutWhenAsked) {
                    std::u16string(u"CREATE TABLE k (x int NOT NULL CONSTRAINT PK_k PRIMARY KEY, "
                                   u"msrepl_tran_version uniqueidentifier NULL)"));
     server.Run(u"USE a\nGO\nINSERT k VALUES (4, '00000000-0000-0000-0000-000000000001')");
-    const std::vector<std::string> call{"script", "-t", "k", "-o", "-"};
+    const std::vector<std::string> call{"script", "--by-server", "-t", "k", "-o", "-"};
     const std::string all = OnBoth(call).out;
     EXPECT_NE(all.find("_Insert 4, '{00000000-0000-0000-0000-000000000001}'"), std::string::npos)
         << all;
@@ -333,7 +345,7 @@ TEST_F(ProgramTest, ScriptLeavesReplicationColumnsOutWhenAsked) {
 
 TEST_F(ProgramTest, ATableThatAScriptLeavesOutIsNamed) {
     server.AddFault(ErrorIn(u"SELECT COUNT(*) FROM [dbo].[c]"));
-    const Outcome outcome = OnBoth({"script", "-o", File("u.sql")});
+    const Outcome outcome = OnBoth({"script", "--by-server", "-o", File("u.sql")});
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_NE(outcome.err.find("quillon: left out: [dbo].[c]: Error comparing [dbo].[c]\n"),
               std::string::npos)
@@ -342,12 +354,14 @@ TEST_F(ProgramTest, ATableThatAScriptLeavesOutIsNamed) {
 }
 
 TEST_F(ProgramTest, ScriptWritesBothEncodingsWithTheirMark) {
-    EXPECT_EQ(OnBoth({"script", "--to", "2", "-o", File("a.sql")}).exitCode, 0);
+    EXPECT_EQ(OnBoth({"script", "--by-server", "--to", "2", "-o", File("a.sql")}).exitCode, 0);
     const std::string utf8 = Read("a.sql");
     EXPECT_EQ(utf8.substr(0, 17), "\xEF\xBB\xBF-- Run this on");
     EXPECT_NE(utf8.find("\r\nEXEC prcTmp_QVX_Insert 2, NULL\r\n"), std::string::npos);
-    EXPECT_EQ(OnBoth({"script", "--to", "2", "-o", File("b.sql"), "--encoding", "utf16"}).exitCode,
-              0);
+    EXPECT_EQ(
+        OnBoth({"script", "--by-server", "--to", "2", "-o", File("b.sql"), "--encoding", "utf16"})
+            .exitCode,
+        0);
     const std::string utf16 = Read("b.sql");
     EXPECT_EQ(utf16.substr(0, 6), std::string("\xFF\xFE-\0-\0", 6));
     EXPECT_EQ(utf16.size(), 2 + (utf8.size() - 3) * 2);
@@ -355,12 +369,14 @@ TEST_F(ProgramTest, ScriptWritesBothEncodingsWithTheirMark) {
 
 TEST_F(ProgramTest, HalfASurrogatePairIsRefusedInUtf8AndNothingIsWritten) {
     server.Run(u"USE a\nGO\nINSERT p VALUES (9, N'" + std::u16string(1, 0xD83D) + u"')");
-    const Outcome outcome = OnBoth({"script", "--to", "2", "-o", File("a.sql")});
+    const Outcome outcome = OnBoth({"script", "--by-server", "--to", "2", "-o", File("a.sql")});
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_NE(outcome.err.find("--encoding utf16"), std::string::npos) << outcome.err;
     EXPECT_FALSE(std::filesystem::exists(folder / "a.sql"));
-    EXPECT_EQ(OnBoth({"script", "--to", "2", "-o", File("a.sql"), "--encoding", "utf16"}).exitCode,
-              0);
+    EXPECT_EQ(
+        OnBoth({"script", "--by-server", "--to", "2", "-o", File("a.sql"), "--encoding", "utf16"})
+            .exitCode,
+        0);
 }
 
 TEST_F(ProgramTest, TemplatesAreMadePickedShownAndRemoved) {
@@ -399,8 +415,8 @@ TEST_F(ProgramTest, CompareTakesDatabasesAndPicksFromATemplate) {
     EXPECT_EQ(call({"pick", "table", "p"}), 0);
     EXPECT_EQ(call({"pick", "column", "p", "id"}), 0);
     EXPECT_EQ(call({"pick", "index", "p", "PK_p"}), 0);
-    const Outcome outcome =
-        Call({"compare", "--template", "nightly", "--templates", File("t.xml"), "--user", "sa"});
+    const Outcome outcome = Call({"compare", "--by-server", "--template", "nightly", "--templates",
+                                  File("t.xml"), "--user", "sa"});
     EXPECT_EQ(outcome.exitCode, 1) << outcome.err;
     EXPECT_EQ(outcome.out,
               "Table      Rows in 1  Rows in 2  Identical  Differing  Only in 1  Only in 2  "
@@ -412,10 +428,10 @@ TEST_F(ProgramTest, CompareTakesDatabasesAndPicksFromATemplate) {
               "  not compared: column [n]: it is not among the columns chosen\n"
               "\n"
               "1 table: 0 identical, 1 different; left out: 1 column\n");
-    EXPECT_EQ(
-        Call({"compare", "--template", "no such", "--templates", File("t.xml"), "--user", "sa"})
-            .exitCode,
-        2);
+    EXPECT_EQ(Call({"compare", "--by-server", "--template", "no such", "--templates", File("t.xml"),
+                    "--user", "sa"})
+                  .exitCode,
+              2);
 }
 
 TEST_F(ProgramTest, DatabasesAreListed) {

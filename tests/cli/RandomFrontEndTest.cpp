@@ -493,7 +493,8 @@ class RandomFrontEnd : public ProgramTest {
 
     void CheckSync(const World& world, const Judgement& before, const Contents& in1,
                    const Contents& old2, bool suspend) {
-        std::vector<std::string> call{"sync", left, right, "--user", "sa", "--to", "2", "--yes"};
+        std::vector<std::string> call{"sync", "--by-server", left, right,  "--user",
+                                      "sa",   "--to",        "2",  "--yes"};
         if (suspend) call.emplace_back("--suspend-constraints");
         const Outcome outcome = Call(call);
         const Contents new2 = ReadAll(world.sides[1], u"r2");
@@ -540,10 +541,11 @@ class RandomFrontEnd : public ProgramTest {
         const Contents in1 = ReadAll(world.sides[0], u"r1");
         const Contents in2 = ReadAll(world.sides[1], u"r2");
         const Judgement judgement = ExpectAll(world, in1, in2);
-        CheckCompare(Call({"compare", left, right, "--user", "sa"}), world, judgement, in1, in2);
+        CheckCompare(Call({"compare", "--by-server", left, right, "--user", "sa"}), world,
+                     judgement, in1, in2);
         for (const bool suspended : {false, true}) {
-            std::vector<std::string> call{"script", left, right,        "--user",
-                                          "sa",     "-o", File("s.sql")};
+            std::vector<std::string> call{"script", "--by-server", left, right,
+                                          "--user", "sa",          "-o", File("s.sql")};
             if (suspended) call.emplace_back("--suspend-constraints");
             const Outcome script = Call(call);
             EXPECT_EQ(script.exitCode, ExpectedScriptCode(world, judgement, suspended))

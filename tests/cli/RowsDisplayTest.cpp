@@ -16,7 +16,7 @@ class RowsDisplayTest : public ProgramTest {
     // How a value stands in database 1 alone. `literal` is T-SQL.
     std::string Shown(const std::u16string& literal) {
         server.Run(u"USE a\nGO\nDELETE v\nGO\nINSERT v VALUES (1, " + literal + u")");
-        const std::string out = OnBoth({"rows", "v", "--here"}).out;
+        const std::string out = OnBoth({"rows", "--by-server", "v", "--here"}).out;
         const std::string row = "\n1   ";
         const std::size_t begin = out.find(row) + row.size();
         return out.substr(begin, out.find('\n', begin) - begin);
@@ -25,7 +25,7 @@ class RowsDisplayTest : public ProgramTest {
     std::string Changed(const std::u16string& literal1, const std::u16string& literal2) {
         server.Run(u"USE a\nGO\nDELETE v\nGO\nINSERT v VALUES (1, " + literal1 + u")");
         server.Run(u"USE b\nGO\nDELETE v\nGO\nINSERT v VALUES (1, " + literal2 + u")");
-        const std::string out = OnBoth({"rows", "v", "--different"}).out;
+        const std::string out = OnBoth({"rows", "--by-server", "v", "--different"}).out;
         return out.substr(std::string("Different: 1\n   id  n\n").size());
     }
 };
@@ -81,7 +81,7 @@ TEST_F(RowsDisplayTest, NamesOfColumnsAreEscapedToo) {
         server.Run(use + std::u16string(u"CREATE TABLE w (id int NOT NULL CONSTRAINT PK_w PRIMARY "
                                         u"KEY, [x\u001b[31m] int)"));
     server.Run(u"USE a\nGO\nINSERT w VALUES (1, 2)");
-    EXPECT_NE(OnBoth({"rows", "w", "--here"}).out.find("\nid  x\\x1B[31m\n1   2\n"),
+    EXPECT_NE(OnBoth({"rows", "--by-server", "w", "--here"}).out.find("\nid  x\\x1B[31m\n1   2\n"),
               std::string::npos);
 }
 
@@ -90,13 +90,13 @@ TEST_F(RowsDisplayTest, ATitleIsOneLine) {
         u"CREATE DATABASE [x\ny]\nGO\nUSE [x\ny]\nGO\nCREATE TABLE p (id int NOT NULL "
         u"CONSTRAINT PK_p PRIMARY KEY, n nvarchar(20) NULL)");
     const std::string odd = QuillonLib::ToUtf8(server.Address()) + "/x\ny";
-    const Outcome outcome = Call({"rows", "p", one, odd, "--user", "sa", "--there"});
+    const Outcome outcome = Call({"rows", "--by-server", "p", one, odd, "--user", "sa", "--there"});
     EXPECT_EQ(outcome.out, "Only in " + QuillonLib::ToUtf8(server.Address()) + "/x\\ny: 0\n")
         << outcome.err;
 }
 
 TEST_F(RowsDisplayTest, TheHelpTellsHowToReadIt) {
-    const std::string help = Call({"rows", "--help"}).out;
+    const std::string help = Call({"rows", "--by-server", "--help"}).out;
     EXPECT_NE(help.find("('NULL', '*x', '0x00',"), std::string::npos) << help;
     EXPECT_NE(help.find("a quote and a backslash are doubled"), std::string::npos) << help;
 }

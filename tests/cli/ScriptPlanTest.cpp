@@ -14,11 +14,11 @@ using Groups = std::vector<std::vector<std::u16string>>;
 class ScriptPlanTest : public ProgramTest {
   protected:
     Outcome Script(std::vector<std::string> options) const {
-        options.insert(options.begin(), {"script", "-o", File("u.sql")});
+        options.insert(options.begin(), {"script", "--by-server", "-o", File("u.sql")});
         return OnBoth(std::move(options));
     }
     Outcome Sync(std::vector<std::string> options) const {
-        options.insert(options.begin(), {"sync", "--to", "2", "--yes"});
+        options.insert(options.begin(), {"sync", "--by-server", "--to", "2", "--yes"});
         return OnBoth(std::move(options));
     }
     std::string Text() const { return Read("u.sql"); }
@@ -145,7 +145,8 @@ TEST_F(CycleTest, AScriptWithSuspendedConstraintsBringsACycleOver) {
     const std::string text = Text();
     EXPECT_EQ(text.substr(3, 23), "BEGIN TRANSACTION\r\nALTE");
     server.Run(u"USE b\nGO\n" + QuillonLib::FromUtf8(text.substr(3)));
-    EXPECT_EQ(OnBoth({"compare", "-t", "r", "-t", "s", "-t", "d", "-t", "q"}).exitCode, 0);
+    EXPECT_EQ(
+        OnBoth({"compare", "--by-server", "-t", "r", "-t", "s", "-t", "d", "-t", "q"}).exitCode, 0);
 }
 
 // A row that breaks a foreign key does not end a batch, so that what follows would run.

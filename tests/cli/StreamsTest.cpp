@@ -20,9 +20,9 @@ class StreamsTest : public ProgramTest {
     std::vector<std::vector<std::string>> Commands() const {
         Write("big.sql", std::string(1 << 20, 'x'));
         Write("t.xml", "<templates><template id=\"a\"/></templates>");
-        return {{"compare", one, two, "--user", "sa"},
-                {"rows", "p", one, two, "--user", "sa"},
-                {"script", one, two, "--user", "sa", "-o", "-"},
+        return {{"compare", "--by-server", one, two, "--user", "sa"},
+                {"rows", "--by-server", "p", one, two, "--user", "sa"},
+                {"script", "--by-server", one, two, "--user", "sa", "-o", "-"},
                 {"databases", QuillonLib::ToUtf8(server.Address()), "--user", "sa"},
                 {"split", File("big.sql")},
                 {"template", "--templates", File("t.xml"), "list"},
@@ -78,7 +78,7 @@ TEST_F(StreamsTest, AFileThatCannotBeWrittenIsToldAndLeftOut) {
         EXPECT_EQ(process.Wait(), 2);
         return process.Err();
     };
-    EXPECT_EQ(end({"script", one, two, "--user", "sa", "-o", File("u.sql")}),
+    EXPECT_EQ(end({"script", "--by-server", one, two, "--user", "sa", "-o", File("u.sql")}),
               "quillon: Cannot write the file '" + File("u.sql") + "': File too large\n");
     EXPECT_EQ(Read("u.sql"), "old");
     EXPECT_EQ(end({"split", File("s.sql"), "--out", File("batches")}),
@@ -118,11 +118,11 @@ TEST_F(StreamsTest, DataGoesOutByteForByte) {
     EXPECT_EQ(split.Wait(), 0);
     EXPECT_EQ(split.Out(), "-- batch 1\n" + text + "\n");
 
-    Process file(folder, {"script", one, two, "--user", "sa", "-o", File("u.sql"), "--encoding",
-                          "utf16", "--no-comments"});
+    Process file(folder, {"script", "--by-server", one, two, "--user", "sa", "-o", File("u.sql"),
+                          "--encoding", "utf16", "--no-comments"});
     EXPECT_EQ(file.Wait(), 0);
-    Process pipe(folder, {"script", one, two, "--user", "sa", "-o", "-", "--encoding", "utf16",
-                          "--no-comments"});
+    Process pipe(folder, {"script", "--by-server", one, two, "--user", "sa", "-o", "-",
+                          "--encoding", "utf16", "--no-comments"});
     EXPECT_EQ(pipe.Wait(), 0);
     EXPECT_EQ("\xFF\xFE" + pipe.Out(), Read("u.sql"));
 }

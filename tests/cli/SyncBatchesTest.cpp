@@ -37,7 +37,7 @@ class SyncBatches : public ProgramTest {
         }
         return testing::AssertionSuccess();
     }
-    Outcome Sync() { return OnBoth({"sync", "--to", "2", "--yes"}); }
+    Outcome Sync() { return OnBoth({"sync", "--by-server", "--to", "2", "--yes"}); }
     void ExpectToAgree(const Outcome& outcome, const std::u16string& table) {
         EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
         EXPECT_TRUE(Agree(table));
@@ -86,7 +86,8 @@ TEST_F(SyncBatches, SeveralTablesAndSuspendedKeys) {
     RunIn(u"b",
           u"SET IDENTITY_INSERT p ON INSERT p (id, n) VALUES (2, N'c'), (3, NCHAR(56832))\nGO\n"
           u"INSERT c VALUES (2, N'x', 3), (3, NCHAR(0), 3)");
-    const Outcome outcome = OnBoth({"sync", "--to", "2", "--yes", "--suspend-constraints"});
+    const Outcome outcome =
+        OnBoth({"sync", "--by-server", "--to", "2", "--yes", "--suspend-constraints"});
     ExpectToAgree(outcome, u"p");
     ExpectToAgree(outcome, u"c");
 }

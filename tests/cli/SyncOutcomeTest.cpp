@@ -21,7 +21,9 @@ class SyncOutcomeTest : public ProgramTest {
         fault.nth = nth;
         server.AddFault(fault);
     }
-    Outcome Sync() const { return OnBoth({"sync", "--to", "2", "--yes", "-t", "p"}); }
+    Outcome Sync() const {
+        return OnBoth({"sync", "--by-server", "--to", "2", "--yes", "-t", "p"});
+    }
     static bool Holds(const std::string& text, const std::string& part) {
         return text.find(part) != std::string::npos;
     }
@@ -85,8 +87,9 @@ TEST_F(SyncOutcomeTest, ASignalBetweenBatchesRollsBack) {
     slow.contains = u"EXEC prcTmp_QVX_Update";
     slow.delay = std::chrono::milliseconds(1500);
     server.AddFault(slow);
-    Process process(folder, {"sync", one, two, "--user", "sa", "-t", "p", "--to", "2", "--yes"}, {},
-                    {{"QUILLON_PASSWORD", "sandbox"}});
+    Process process(
+        folder, {"sync", "--by-server", one, two, "--user", "sa", "-t", "p", "--to", "2", "--yes"},
+        {}, {{"QUILLON_PASSWORD", "sandbox"}});
     const auto isRunning = [&] {
         for (const std::u16string& batch : Batches(server)) {
             if (batch.find(slow.contains) != std::u16string::npos) return true;
@@ -111,7 +114,7 @@ TEST_F(SyncOutcomeTest, ASignalDuringAComparisonEndsIt) {
     slow.delay = std::chrono::milliseconds(1500);
     server.AddFault(slow);
     RunOnBoth(u"CREATE TABLE q (id int NOT NULL CONSTRAINT PK_q PRIMARY KEY)");
-    Process process(folder, {"compare", one, two, "--user", "sa"}, {},
+    Process process(folder, {"compare", "--by-server", one, two, "--user", "sa"}, {},
                     {{"QUILLON_PASSWORD", "sandbox"}});
     const auto tablesCompared = [&] {
         const auto batches = Batches(server);

@@ -11,7 +11,7 @@ namespace quillon {
 namespace {
 
 TEST_F(ProgramTest, SyncWithoutAYesChangesNothing) {
-    const Outcome outcome = OnBoth({"sync", "--to", "2", "--suspend-constraints"});
+    const Outcome outcome = OnBoth({"sync", "--by-server", "--to", "2", "--suspend-constraints"});
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_EQ(outcome.err, "quillon: nothing was changed (say yes, or use --yes)\n");
     EXPECT_EQ(RowsOfB(), u"2 three");
@@ -47,18 +47,19 @@ TEST_F(ProgramTest, SyncAsksOnATerminal) {
     const std::string question = "Change 4 rows in " + two + "? [y/N] ";
     for (const char* no : {"\n", "n\n", "maybe\n"}) {
         const TypingUser user(no);
-        const Outcome outcome = OnBoth({"sync", "--to", "2", "--suspend-constraints"});
+        const Outcome outcome =
+            OnBoth({"sync", "--by-server", "--to", "2", "--suspend-constraints"});
         EXPECT_EQ(outcome.exitCode, 2);
         EXPECT_NE(outcome.err.find(question), std::string::npos) << outcome.err;
         EXPECT_EQ(RowsOfB(), u"2 three");
     }
     const TypingUser user("y\n");
-    EXPECT_EQ(OnBoth({"sync", "--to", "2", "--suspend-constraints"}).exitCode, 0);
+    EXPECT_EQ(OnBoth({"sync", "--by-server", "--to", "2", "--suspend-constraints"}).exitCode, 0);
     EXPECT_EQ(RowsOfB(), u"2 one");
 }
 
 TEST_F(ProgramTest, SyncExplainsAConstraintAndLeavesEverythingAsItWas) {
-    const Outcome outcome = OnBoth({"sync", "--to", "2", "--yes"});
+    const Outcome outcome = OnBoth({"sync", "--by-server", "--to", "2", "--yes"});
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_NE(outcome.err.find(", about [dbo].[p], failed in " + two +
                                ", and everything was rolled back:\n"),
@@ -73,20 +74,22 @@ TEST_F(ProgramTest, SyncExplainsAConstraintAndLeavesEverythingAsItWas) {
 }
 
 TEST_F(ProgramTest, SyncWithSuspendedConstraintsEndsIdentical) {
-    const Outcome outcome = OnBoth({"sync", "--to", "2", "--yes", "--suspend-constraints"});
+    const Outcome outcome =
+        OnBoth({"sync", "--by-server", "--to", "2", "--yes", "--suspend-constraints"});
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
     EXPECT_NE(outcome.out.find("2 tables: 2 identical, 0 different\n"), std::string::npos);
     EXPECT_EQ(RowsOfB(), u"2 one");
     EXPECT_EQ(server.Scalar(u"USE b SELECT COUNT(*) FROM sys.foreign_keys WHERE is_disabled = 1 OR "
                             u"is_not_trusted = 1"),
               u"0");
-    const Outcome again = OnBoth({"sync", "--to", "2", "--yes"});
+    const Outcome again = OnBoth({"sync", "--by-server", "--to", "2", "--yes"});
     EXPECT_EQ(again.exitCode, 0);
     EXPECT_NE(again.out.find("Nothing to do.\n"), std::string::npos);
 }
 
 TEST_F(ProgramTest, SyncIntoDatabase1) {
-    EXPECT_EQ(OnBoth({"sync", "--to", "1", "--yes", "--suspend-constraints"}).exitCode, 0);
+    EXPECT_EQ(
+        OnBoth({"sync", "--by-server", "--to", "1", "--yes", "--suspend-constraints"}).exitCode, 0);
     EXPECT_EQ(server.Scalar(u"USE a SELECT n FROM p WHERE id = 3"), u"three");
 }
 
@@ -95,15 +98,17 @@ TEST_F(ProgramTest, ADroppedConnectionInTheMiddleOfASyncChangesNothing) {
     drop.kind = sandbox::FaultKind::Drop;
     drop.contains = u"EXEC prcTmp_QVX_Update";
     server.AddFault(drop);
-    EXPECT_EQ(OnBoth({"sync", "--to", "2", "--yes", "--suspend-constraints"}).exitCode, 2);
+    EXPECT_EQ(
+        OnBoth({"sync", "--by-server", "--to", "2", "--yes", "--suspend-constraints"}).exitCode, 2);
     EXPECT_EQ(ConnectionsLeft(server), 0);
     EXPECT_EQ(RowsOfB(), u"2 three");
 }
 
 TEST_F(ProgramTest, SyncNamesWhatItIsAboutToDo) {
-    const Outcome outcome = OnBoth({"sync", "--to", "2", "--yes", "-t", "p"});
+    const Outcome outcome = OnBoth({"sync", "--by-server", "--to", "2", "--yes", "-t", "p"});
     EXPECT_EQ(outcome.exitCode, 2);  // row 3 of p is referred to
-    const Outcome done = OnBoth({"sync", "--to", "2", "--yes", "--suspend-constraints"});
+    const Outcome done =
+        OnBoth({"sync", "--by-server", "--to", "2", "--yes", "--suspend-constraints"});
     EXPECT_NE(done.out.find("\nCommitted 4 changes in " + two + ". Compared again:\n"),
               std::string::npos)
         << done.out;
@@ -113,7 +118,8 @@ TEST_F(ProgramTest, SyncSuspendsOnlyTheKeysThatAreOn) {
     server.Run(
         u"USE b\nGO\nCREATE TABLE d (pid int NULL CONSTRAINT FK_d REFERENCES p (id))\nGO\n"
         u"ALTER TABLE d NOCHECK CONSTRAINT FK_d\nGO\nINSERT d VALUES (77)");
-    EXPECT_EQ(OnBoth({"sync", "--to", "2", "--yes", "--suspend-constraints", "-t", "p", "-t", "c"})
+    EXPECT_EQ(OnBoth({"sync", "--by-server", "--to", "2", "--yes", "--suspend-constraints", "-t",
+                      "p", "-t", "c"})
                   .exitCode,
               0);
     EXPECT_EQ(server.Scalar(u"USE b SELECT name FROM sys.foreign_keys WHERE is_disabled = 1"),
@@ -130,8 +136,8 @@ TEST_F(ProgramTest, SyncSuspendsKeysOfOtherTablesThatReferToItsOwn) {
     // The row that d refers to is deleted and comes back with another n.
     server.Run(u"USE a\nGO\nINSERT k VALUES (7, 1)");
     server.Run(u"USE b\nGO\nINSERT k VALUES (7, 2)\nGO\nINSERT d VALUES (7)");
-    const std::vector<std::string> call{"sync", "--to", "2",       "--yes",
-                                        "-t",   "k",    "--index", "k=UQ_k"};
+    const std::vector<std::string> call{"sync", "--by-server", "--to",    "2",     "--yes",
+                                        "-t",   "k",           "--index", "k=UQ_k"};
     EXPECT_EQ(OnBoth(call).exitCode, 2);
     std::vector<std::string> suspending = call;
     suspending.emplace_back("--suspend-constraints");
@@ -144,7 +150,8 @@ TEST_F(ProgramTest, SyncChecksEveryRowBeforeTheEnd) {
     server.Run(
         u"USE b\nGO\nCREATE TABLE d (pid int NULL CONSTRAINT FK_d REFERENCES p (id))\nGO\n"
         u"INSERT d VALUES (3)");
-    const Outcome outcome = OnBoth({"sync", "--to", "2", "--yes", "--suspend-constraints"});
+    const Outcome outcome =
+        OnBoth({"sync", "--by-server", "--to", "2", "--yes", "--suspend-constraints"});
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_NE(outcome.err.find("The constraint FK_d does not hold at every step, or not for the "
                                "rows that are brought over; --suspend-constraints suspends foreign "
@@ -160,7 +167,7 @@ TEST_F(ProgramTest, SyncOfWhatNoScriptCanDoSaysSo) {
     for (const auto* use : {u"USE a\nGO\n", u"USE b\nGO\n"})
         server.Run(use + std::u16string(u"CREATE TABLE k (x int)\nGO\nINSERT k VALUES (1)"));
     server.Run(u"USE b\nGO\nINSERT k VALUES (1)");
-    const Outcome outcome = OnBoth({"sync", "--to", "2", "--yes", "-t", "k"});
+    const Outcome outcome = OnBoth({"sync", "--by-server", "--to", "2", "--yes", "-t", "k"});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_NE(outcome.out.find("Nothing that a script can do.\n"), std::string::npos);
     EXPECT_EQ(outcome.err,

@@ -23,7 +23,7 @@ class TableSelectionTest : public ProgramTest {
 
     // The tables in the list of results, in its order.
     std::vector<std::string> Compared(std::vector<std::string> options) const {
-        options.insert(options.begin(), "compare");
+        options.insert(options.begin(), {"compare", "--by-server", "--by-server"});
         const Outcome outcome = OnBoth(std::move(options));
         std::vector<std::string> tables;
         std::size_t at = outcome.out.find('\n');
@@ -34,7 +34,7 @@ class TableSelectionTest : public ProgramTest {
         return tables;
     }
     std::string ErrorOf(std::vector<std::string> options) const {
-        options.insert(options.begin(), "compare");
+        options.insert(options.begin(), {"compare", "--by-server", "--by-server"});
         const Outcome outcome = OnBoth(std::move(options));
         EXPECT_EQ(outcome.exitCode, 2);
         EXPECT_EQ(outcome.out, "");
@@ -75,7 +75,7 @@ TEST_F(TableSelectionTest, ExcludedTablesAreNotCompared) {
 // A table of one database alone counts as a difference unless it is excluded.
 TEST_F(TableSelectionTest, ExcludedTablesOfOneDatabaseDoNotCount) {
     const auto lastLine = [&](std::vector<std::string> options) {
-        options.insert(options.begin(), {"compare", "-t", "cust*"});
+        options.insert(options.begin(), {"compare", "--by-server", "-t", "cust*"});
         return OnBoth(std::move(options));
     };
     EXPECT_EQ(lastLine({}).exitCode, 1);
@@ -92,7 +92,7 @@ TEST_F(TableSelectionTest, WhatNamesNoTableIsAnError) {
 }
 
 TEST_F(TableSelectionTest, NothingLeftIsAnError) {
-    const Outcome outcome = OnBoth({"compare", "--exclude", "*.*"});
+    const Outcome outcome = OnBoth({"compare", "--by-server", "--exclude", "*.*"});
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_EQ(outcome.err, "quillon: --exclude leaves no table to compare\n");
 }

@@ -9,7 +9,7 @@ namespace {
 class VerdictTest : public ProgramTest {
   protected:
     Outcome Compare(std::vector<std::string> options) const {
-        options.insert(options.begin(), "compare");
+        options.insert(options.begin(), {"compare", "--by-server", "--by-server"});
         return OnBoth(std::move(options));
     }
     // A table of both databases, the same in both.
@@ -211,24 +211,28 @@ TEST_F(VerdictTest, FailureGoesBeforeDifferenceAndDifferenceBeforeDoubt) {
 
 TEST_F(VerdictTest, RowsSaysTheSameAsCompare) {
     Make(std::u16string(Key) + u", c ntext", u"1, N'x'");
-    const Outcome rows = OnBoth({"rows", "t"});
+    const Outcome rows = OnBoth({"rows", "--by-server", "t"});
     EXPECT_EQ(rows.exitCode, 3);
     EXPECT_EQ(rows.err,
               "quillon: not compared: column [c]: the server does not compare values of type "
               "ntext\n");
-    EXPECT_EQ(OnBoth({"rows", "t", "--accept-uncompared"}).exitCode, 0);
-    EXPECT_EQ(OnBoth({"rows", "p"}).exitCode, 1);
+    EXPECT_EQ(OnBoth({"rows", "--by-server", "t", "--accept-uncompared"}).exitCode, 0);
+    EXPECT_EQ(OnBoth({"rows", "--by-server", "p"}).exitCode, 1);
 }
 
 TEST_F(VerdictTest, SyncThatFindsNothingDoesNotCallItIdentical) {
     Make(std::u16string(Key) + u", c ntext", u"1, N'x'");
-    EXPECT_EQ(OnBoth({"sync", "--to", "2", "--yes", "-t", "t"}).exitCode, 3);
-    EXPECT_EQ(OnBoth({"sync", "--to", "2", "--yes", "-t", "t", "--accept-uncompared"}).exitCode, 0);
+    EXPECT_EQ(OnBoth({"sync", "--by-server", "--to", "2", "--yes", "-t", "t"}).exitCode, 3);
+    EXPECT_EQ(
+        OnBoth({"sync", "--by-server", "--to", "2", "--yes", "-t", "t", "--accept-uncompared"})
+            .exitCode,
+        0);
 }
 
 TEST_F(VerdictTest, SyncCountsTablesOfOneDatabaseAlone) {
     server.Run(u"USE b\nGO\nCREATE TABLE extra (id int)");
-    const Outcome outcome = OnBoth({"sync", "--to", "2", "--yes", "--suspend-constraints"});
+    const Outcome outcome =
+        OnBoth({"sync", "--by-server", "--to", "2", "--yes", "--suspend-constraints"});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_TRUE(Holds(outcome, "2 tables: 2 identical, 0 different, 1 in one database only\n"))
         << outcome.out;
@@ -266,7 +270,7 @@ TEST_F(VerdictTest, ARowThatStandsTwiceOnOneSideIsNeverIdentical) {
                       "[dbo].[t]\n  not compared: how often its rows occur: no index promises both "
                       "databases that its key is unique\n"))
         << outcome.out;
-    EXPECT_EQ(OnBoth({"sync", "--to", "2", "--yes", "-t", "t"}).exitCode, 3);
+    EXPECT_EQ(OnBoth({"sync", "--by-server", "--to", "2", "--yes", "-t", "t"}).exitCode, 3);
 }
 
 TEST_F(VerdictTest, ATypeThatTheServerRefusesInEitherDatabaseLeavesTheColumnOut) {
@@ -286,7 +290,7 @@ TEST_F(VerdictTest, ATypeThatTheServerRefusesInEitherDatabaseLeavesTheColumnOut)
 
 TEST_F(VerdictTest, NothingIsCalledNothingToDoWhereNotEverythingWasCompared) {
     Make(std::u16string(Key) + u", c ntext", u"1, N'x'");
-    EXPECT_TRUE(Holds(OnBoth({"sync", "--to", "2", "--yes", "-t", "t"}),
+    EXPECT_TRUE(Holds(OnBoth({"sync", "--by-server", "--to", "2", "--yes", "-t", "t"}),
                       "\nNo difference was found: nothing to do.\n"));
 }
 

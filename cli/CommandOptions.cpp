@@ -1,0 +1,31 @@
+#include "cli/CommandOptions.h"
+
+#include <CLI/CLI.hpp>
+
+#include "cli/Roads.h"
+
+namespace quillon {
+
+void ScriptFileOptions::RequireSense() const {
+    if (to == "both" && file == "-") throw CLI::ValidationError("--to both needs a file (-o)");
+}
+
+std::vector<int> ScriptFileOptions::Sides() const {
+    if (to == "both") return {1, 2};
+    return {to == "1" ? 1 : 2};
+}
+
+std::string ScriptFileOptions::FileFor(int side) const {
+    return to == "both" ? WithSide(file, side) : file;
+}
+
+void AddGuardTo(CLI::App& command, bool& guard, const char* otherwise) {
+    command
+        .add_flag("--guard,!--no-guard", guard,
+                  std::string("The script ends, and changes nothing, where a row is not as it was "
+                              "compared ") +
+                      otherwise)
+        ->group(DirectGroup);
+}
+
+}  // namespace quillon

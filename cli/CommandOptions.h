@@ -1,0 +1,59 @@
+// What the commands that show rows, write scripts and run them are asked for, whichever road they
+// take.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "cli/ComparisonOptions.h"
+#include "cli/ScriptFile.h"
+#include "cli/ScriptOptions.h"
+
+namespace quillon {
+
+struct RowsOptions {
+    ComparisonOptions comparison;
+    std::string table;
+    std::string index;
+    bool identical = false;
+    bool different = false;
+    bool here = false;
+    bool there = false;
+    int limit = 0;  // of each kind; 0: none
+
+    // All but the identical rows, where no kind is named.
+    bool NoKind() const { return !identical && !different && !here && !there; }
+};
+
+struct ScriptFileOptions {
+    ComparisonOptions comparison;
+    ScriptOptions script;
+    bool guard = false;
+    std::string to = "2";
+    std::string file;
+    std::string encoding = "utf8";
+
+    // Throws CLI::ValidationError for options that do not go with each other.
+    void RequireSense() const;
+    std::vector<int> Sides() const;  // the databases that scripts are for
+    std::string FileFor(int side) const;
+    ScriptEncoding Encoding() const {
+        return encoding == "utf16" ? ScriptEncoding::Utf16 : ScriptEncoding::Utf8;
+    }
+};
+
+struct SyncOptions {
+    ComparisonOptions comparison;
+    ScriptOptions script;
+    bool guard = true;
+    std::string to;
+    bool yes = false;
+
+    int Side() const { return to == "1" ? 1 : 2; }
+};
+
+// --guard and --no-guard. `otherwise`: what goes where neither is given.
+void AddGuardTo(CLI::App& command, bool& guard, const char* otherwise);
+
+}  // namespace quillon

@@ -1,0 +1,125 @@
+#include "cli/DirectScripts.h"
+
+#include <algorithm>
+
+#include "cli/DirectResults.h"
+#include "cli/Interrupt.h"
+#include "cli/Printable.h"
+
+namespace quillon {
+
+namespace {
+
+using namespace QuillonLib;
+
+std::string Joined(const std::vector<std::string>& lines) {
+    std::string text;
+    for (const std::string& line : lines)
+        text += (text.empty() ? "" : "; ") + Printable(line);
+    return text;
+}
+
+}  // namespace
+
+DirectScripts::DirectScripts(const DirectRun& run, const std::vector<int>& sides, bool guard,
+                             Console& console)
+    : run_(run) {
+    for (const int side : sides) {
+        DirectScriptOptions options;
+        options.target = side;
+        options.guard = guard;
+        scripts_.push_back(
+            {side, std::make_unique<DirectScriptWriter>(run.Target(side), options), {}});
+    }
+    results_ = Run(run, console, [this](const DirectDifference& difference) {
+        for (const Script& script : scripts_)
+            script.writer->Add(difference);
+        return false;
+    });
+}
+
+const DirectScripts::Script& DirectScripts::Of(int side) const {
+    return scripts_.front().side == side ? scripts_.front() : scripts_.back();
+}
+
+void DirectScripts::Write(int side, const std::function<void(std::u16string_view)>& out) {
+    Script& script = scripts_.front().side == side ? scripts_.front() : scripts_.back();
+    script.written = script.writer->Write(results_, [&](std::u16string_view piece) {
+        StopIfInterrupted();
+        out(piece);
+    });
+}
+
+const std::vector<DirectScriptTable>& DirectScripts::Written(int side) const {
+    return Of(side).written;
+}
+
+std::uint64_t DirectScripts::RowsWritten(int side) const {
+    std::uint64_t rows = 0;
+    for (const DirectScriptTable& table : Of(side).written) {
+        if (!table.view) rows += table.deletes + table.updates + table.inserts;
+    }
+    return rows;
+}
+
+std::vector<std::u16string> DirectScripts::TablesWritten(int side) const {
+    std::vector<std::u16string> tables;
+    for (const DirectScriptTable& table : Of(side).written) {
+        if (!table.view) tables.push_back(run_.tables[table.table]);
+    }
+    return tables;
+}
+
+std::vector<LeftOut> DirectScripts::NotBroughtOver() const {
+    std::vector<LeftOut> list;
+    const std::vector<ResultLine> lines = Judge(run_, results_);
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        if (lines[i].verdict.kind == Verdict::Kind::Failed) {
+            list.push_back({run_.tables[i], lines[i].error, ExitCode::Failed});
+        } else {
+            LeaveOutTable(i, lines[i].verdict, list);
+        }
+    }
+    for (const auto* side : {&run_.onlyIn1, &run_.onlyIn2}) {
+        for (const std::u16string& table : *side)
+            list.push_back({table, "only one database has it", ExitCode::Different});
+    }
+    return list;
+}
+
+void DirectScripts::LeaveOutTable(std::size_t table, const Verdict& verdict,
+                                  std::vector<LeftOut>& list) const {
+    const std::u16string& entry = run_.tables[table];
+    std::vector<std::string> parts = OneSidedColumns(results_[table]);
+    const bool oneSided = !parts.empty();
+    parts.insert(parts.end(), verdict.notCompared.begin(), verdict.notCompared.end());
+    if (!parts.empty()) {
+        list.push_back({entry, "not whole: " + Joined(parts),
+                        oneSided ? ExitCode::Different : ExitCode::NotWhole});
+    }
+    if (!LeavesOutView(table)) return;
+    list.push_back({entry, "it is a view: its rows follow from its tables", CodeOfView(table)});
+}
+
+bool DirectScripts::LeavesOutView(std::size_t table) const {
+    return std::any_of(scripts_.begin(), scripts_.end(), [&](const Script& script) {
+        return std::any_of(
+            script.written.begin(), script.written.end(),
+            [&](const DirectScriptTable& each) { return each.view && each.table == table; });
+    });
+}
+
+// A view agrees by itself where one of its tables is brought over.
+int DirectScripts::CodeOfView(std::size_t table) const {
+    const std::vector<std::u16string> written = TablesWritten(scripts_.front().side);
+    const auto parents =
+        run_.databases.obDB1->Tables()->Item(run_.tables[table])->ParentDependencies();
+    const bool follows = std::any_of(parents->begin(), parents->end(), [&](const auto& parent) {
+        return std::any_of(written.begin(), written.end(), [&](const std::u16string& entry) {
+            return EqualIgnoringCase(entry, parent->Name());
+        });
+    });
+    return follows ? ExitCode::Identical : ExitCode::Different;
+}
+
+}  // namespace quillon

@@ -1,0 +1,52 @@
+// Scripts of direct comparisons, and what they leave out.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "cli/DirectRun.h"
+#include "cli/LeftOut.h"
+#include "direct/DirectScript.h"
+
+namespace quillon {
+
+// Compares, and gathers what scripts for one or both databases need.
+class DirectScripts {
+  public:
+    // Throws as Run does.
+    DirectScripts(const DirectRun& run, const std::vector<int>& sides, bool guard,
+                  Console& console);
+
+    const std::vector<QuillonLib::DirectTableResult>& Results() const { return results_; }
+
+    // The script for one of the databases, once each. `out` gets it line by line. Throws as
+    // DirectScriptWriter::Write does, and Interruption.
+    void Write(int side, const std::function<void(std::u16string_view)>& out);
+
+    // Of the scripts that have been written: what they do to their tables.
+    const std::vector<QuillonLib::DirectScriptTable>& Written(int side) const;
+    std::uint64_t RowsWritten(int side) const;
+    std::vector<std::u16string> TablesWritten(int side) const;
+    // What they do not bring over. Throws the library's Error.
+    std::vector<LeftOut> NotBroughtOver() const;
+
+  private:
+    struct Script {
+        int side = 0;
+        std::unique_ptr<QuillonLib::DirectScriptWriter> writer;
+        std::vector<QuillonLib::DirectScriptTable> written;
+    };
+    const Script& Of(int side) const;
+    void LeaveOutTable(std::size_t table, const Verdict& verdict, std::vector<LeftOut>& list) const;
+    bool LeavesOutView(std::size_t table) const;
+    int CodeOfView(std::size_t table) const;
+
+    const DirectRun& run_;
+    std::vector<Script> scripts_;
+    std::vector<QuillonLib::DirectTableResult> results_;
+};
+
+}  // namespace quillon

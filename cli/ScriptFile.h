@@ -1,0 +1,40 @@
+// Where the scripts go that a command writes: a file, which is written whole or not at all, or
+// standard output.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "cli/Console.h"
+#include "core/WholeFile.h"
+#include "direct/SpillFile.h"
+
+namespace quillon {
+
+enum class ScriptEncoding { Utf8, Utf16 };
+
+// With a byte-order mark in files. Throws std::runtime_error for half a surrogate pair, which UTF-8
+// cannot carry; a pair stands in one piece.
+std::string EncodeScript(std::u16string_view piece, ScriptEncoding encoding);
+
+// "update.sql" for database 2 becomes "update.2.sql".
+std::string WithSide(const std::string& file, int side);
+
+// A script that comes piece by piece. What was written is gone with the object, unless Finish was
+// called.
+class ScriptSink {
+  public:
+    virtual ~ScriptSink() = default;
+
+    // `file`: "-" for standard output, which gets nothing before Finish.
+    static std::unique_ptr<ScriptSink> Open(const std::string& file, ScriptEncoding encoding,
+                                            Console& console);
+
+    // Throws Error FileAccess where there is no room, and std::runtime_error as EncodeScript.
+    virtual void Write(std::u16string_view piece) = 0;
+    // Throws Error FileAccess, and OutputFailure.
+    virtual void Finish() = 0;
+};
+
+}  // namespace quillon

@@ -1,0 +1,33 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <vector>
+
+#include "cli/CommandOptions.h"
+#include "cli/Roads.h"
+#include "cli/ScriptFile.h"
+#include "cli/ScriptPlan.h"
+
+namespace quillon {
+
+int WriteScriptsByServer(const ScriptFileOptions& options, Console& console) {
+    options.script.RequireWholeRows(options.comparison);
+    const auto comparison = Prepare(options.comparison.Request(console), console);
+    const LinkedServerCleanup cleanup(*comparison, console);
+    const ScriptPlan plan =
+        PlanScripts(*comparison, Run(*comparison, console), options.script.Plan(options.to != "2"));
+    const ScriptMaker maker(*comparison, plan, options.script, console);
+    std::vector<std::unique_ptr<ScriptSink>> files;
+    for (const int side : options.Sides()) {
+        files.push_back(ScriptSink::Open(options.FileFor(side), options.Encoding(), console));
+        files.back()->Write(maker.ScriptFor(side == 1 ? Target::Database1 : Target::Database2));
+    }
+    for (const auto& file : files)
+        file->Finish();
+    const auto tables = plan.Tables();
+    if (options.to != "2") NoteCascades(tables, *comparison->databases.obDB1, console);
+    if (options.to != "1") NoteCascades(tables, *comparison->databases.obDB2, console);
+    NoteLeftOut(plan.leftOut, console);
+    return options.comparison.Accepted(GravestCode(plan.leftOut));
+}
+
+}  // namespace quillon

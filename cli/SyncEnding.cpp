@@ -1,0 +1,75 @@
+#include "cli/SyncEnding.h"
+
+#include <utility>
+
+#include "QuillonLib.h"
+#include "cli/Interrupt.h"
+#include "cli/Verdict.h"
+
+namespace quillon {
+
+using QuillonLib::ToUtf8;
+
+bool NothingToDo(int exitCode, Console& console) {
+    if (exitCode == ExitCode::Identical) console.Print("Nothing to do.");
+    if (exitCode == ExitCode::NotWhole) {
+        console.Print("No difference was found: nothing to do.");
+    }
+    return exitCode == ExitCode::Identical || exitCode == ExitCode::NotWhole;
+}
+
+SyncEnding::SyncEnding(const QuillonLib::Database& target, std::uint64_t rows, Console& console,
+                       std::function<int()> compareAgain)
+    : target_(ToUtf8(target.Server() + u"/" + target.DatabaseName())),
+      rows_(rows),
+      console_(console),
+      compareAgain_(std::move(compareAgain)) {
+}
+
+bool SyncEnding::MayChange(bool yes) const {
+    if (yes) return true;
+    if (console_.Confirm("Change " + std::to_string(rows_) + " rows in " + target_ + "?")) {
+        return true;
+    }
+    console_.Note("quillon: nothing was changed (say yes, or use --yes)");
+    return false;
+}
+
+int SyncEnding::Committed(const std::string& pace) const {
+    console_.Print();
+    console_.Print("Committed " + std::to_string(rows_) + " changes in " + target_ + pace +
+                   ". Compared again:");
+    console_.Print();
+    console_.Flush();
+    try {
+        return compareAgain_();
+    } catch (const Interruption&) {
+        throw Interruption(
+            "the transaction was committed; the comparison after it was interrupted");
+    }
+}
+
+int SyncEnding::LookAgain(const OutcomeUnknown& unknown) const {
+    console_.Note("quillon: the connection to " + target_ +
+                  " ended while the transaction was being committed. Whether the server has "
+                  "committed it is not known:\n" +
+                  unknown.what());
+    console_.Note("quillon: comparing again to find out");
+    try {
+        const int found = compareAgain_();
+        if (found == ExitCode::Identical) {
+            console_.Note("quillon: the databases are identical now");
+            return ExitCode::Identical;
+        }
+        console_.Note(found == ExitCode::Different ? "quillon: the databases differ as shown"
+                      : found == ExitCode::NotWhole
+                          ? "quillon: no difference was found now, but not everything was compared"
+                          : "quillon: not every table could be compared");
+    } catch (const QuillonLib::Error& error) {
+        console_.Note(std::string("quillon: comparing again failed: ") + error.what());
+    }
+    console_.Note("quillon: whether the transaction was committed is still not known");
+    return ExitCode::Failed;
+}
+
+}  // namespace quillon
