@@ -20,7 +20,15 @@ bool Holds(const std::vector<std::u16string>& list, const std::u16string& table)
     });
 }
 
-// "*" for any units, "?" for one. Goes back to the last "*" only, which is enough.
+// The units of the character that begins at `at`: a surrogate pair is one character.
+std::size_t CharacterAt(std::u16string_view text, std::size_t at) {
+    const auto is = [&](std::size_t unit, char16_t kind) {
+        return unit < text.size() && (text[unit] & 0xFC00) == kind;
+    };
+    return is(at, 0xD800) && is(at + 1, 0xDC00) ? 2 : 1;
+}
+
+// "*" for any characters, "?" for one. Goes back to the last "*" only, which is enough.
 bool MatchesWildcards(std::u16string_view pattern, std::u16string_view text) {
     std::size_t p = 0;
     std::size_t t = 0;
@@ -30,12 +38,16 @@ bool MatchesWildcards(std::u16string_view pattern, std::u16string_view text) {
         if (p < pattern.size() && pattern[p] == u'*') {
             star = p++;
             starText = t;
-        } else if (p < pattern.size() && (pattern[p] == u'?' || pattern[p] == text[t])) {
+        } else if (p < pattern.size() && pattern[p] == u'?') {
+            ++p;
+            t += CharacterAt(text, t);
+        } else if (p < pattern.size() && pattern[p] == text[t]) {
             ++p;
             ++t;
         } else if (star != std::u16string_view::npos) {
             p = star + 1;
-            t = ++starText;
+            starText += CharacterAt(text, starText);
+            t = starText;
         } else {
             return false;
         }

@@ -56,6 +56,14 @@ TEST_F(TableSelectionTest, AQuestionMarkStandsForOneCharacter) {
     EXPECT_EQ(Compared({"-t", "?"}), (Tables{"[dbo].[c]", "[dbo].[p]"}));
 }
 
+TEST_F(TableSelectionTest, ACharacterBeyondTheBasicPlaneIsOne) {
+    RunOnBoth(u"CREATE TABLE [g\U0001D11E] (id int NOT NULL CONSTRAINT PK_clef PRIMARY KEY)");
+    EXPECT_EQ(Compared({"-t", "g?"}), (Tables{"[dbo].[g\U0001D11E]"}));
+    EXPECT_EQ(Compared({"-t", "*\U0001D11E"}), (Tables{"[dbo].[g\U0001D11E]"}));
+    EXPECT_TRUE(ErrorOf({"-t", "g??"}).starts_with("quillon: neither "));
+    EXPECT_TRUE(ErrorOf({"-t", "*?g?"}).starts_with("quillon: neither "));
+}
+
 TEST_F(TableSelectionTest, WithinBracketsTheyMeanThemselves) {
     EXPECT_EQ(Compared({"-t", "[cu*]"}), (Tables{"[dbo].[cu*]"}));
     EXPECT_EQ(Compared({"-t", "[*].[customer]", "-t", "p"}), Tables{});
