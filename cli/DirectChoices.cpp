@@ -105,7 +105,8 @@ std::string DirectChoices::Loosened() const {
     const auto add = [&](const std::string& what) { text += (text.empty() ? "" : ", ") + what; };
     if (ignoreCase_) add("without regard to case");
     if (ignoreTrailingBlanks_) add("without blanks at the end");
-    if (floatDigits_ > 0) add("real and float to " + std::to_string(floatDigits_) + " digits");
+    if (floatDigits_ > 0)
+        add("with real and float rounded to " + std::to_string(floatDigits_) + " digits");
     return text;
 }
 

@@ -186,5 +186,111 @@ TEST_F(DirectCompareTest, ALoginWithAQuoteWillDo) {
     EXPECT_NE(byServer.err.find("cannot be given it"), std::string::npos) << byServer.err;
 }
 
+TEST_F(DirectCompareTest, OnlyDifferentTablesAreListedWhereThatIsAskedFor) {
+    RunOnBothServers(
+        u"CREATE TABLE same (id int NOT NULL CONSTRAINT PK_same PRIMARY KEY)\nGO\n"
+        u"CREATE TABLE comp (id int NOT NULL CONSTRAINT PK_comp PRIMARY KEY, c AS id * 2)");
+    const Outcome outcome = Direct({"--only-different"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_TRUE(Holds(outcome.out, "\n[dbo].[t] "));
+    EXPECT_TRUE(Holds(outcome.out, "\n[dbo].[comp] ")) << "not compared whole";
+    EXPECT_FALSE(Holds(outcome.out, "[dbo].[same]")) << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, "3 tables: 1 identical, 1 different, 1 not compared whole"));
+    EXPECT_EQ(Direct({"--only-different", "-t", "same"}).out,
+              "1 table: 1 identical, 0 different\n");
+    EXPECT_EQ(OnBoth({"compare", "--by-server", "--only-different", "-t", "p"}).exitCode, 1);
+}
+
+TEST_F(DirectCompareTest, AViewIsMarkedAsOne) {
+    RunOnBothServers(
+        u"CREATE VIEW v WITH SCHEMABINDING AS SELECT id, name FROM dbo.t\nGO\n"
+        u"CREATE UNIQUE CLUSTERED INDEX ix ON v (id)");
+    const Outcome outcome = Direct({"-t", "v"});
+    EXPECT_TRUE(Holds(outcome.out, "\n[dbo].[v] (view) ")) << outcome.out;
+}
+
+TEST_F(DirectCompareTest, ChoicesOfATableThatOneSideHasAreLeftAside) {
+    RunOnFirst(u"CREATE TABLE mine (a int)");
+    const Outcome outcome = Direct({"--key", "mine=a", "--where", "mine=a=1"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.err, "quillon: only in " + first + ", and left out: [dbo].[mine]\n");
+    EXPECT_TRUE(Holds(outcome.out, "1 different, 1 in one database only\n")) << outcome.out;
+}
+
+TEST_F(DirectCompareTest, AnIgnoredColumnOfOneSideIsNoDifference) {
+    RunOnFirst(u"ALTER TABLE t ADD extra int NULL");
+    const Outcome outcome = Direct({"--where", "t=id = 1", "--ignore", "extra"});
+    EXPECT_EQ(outcome.exitCode, 3);
+    EXPECT_TRUE(
+        Holds(outcome.out, "  not compared: column [extra]: it is ignored, as asked for\n"));
+    EXPECT_FALSE(Holds(outcome.out, "only in 1\n")) << outcome.out;
+}
+
+TEST_F(DirectCompareTest, AKeyThatCannotBeIgnoredIsTold) {
+    const Outcome outcome = Direct({"--ignore", "ID"});
+    EXPECT_TRUE(Holds(outcome.out, "  column [id]: not ignored, for rows are matched by it\n"))
+        << outcome.out;
+    EXPECT_FALSE(Holds(outcome.out, "it is ignored"));
+}
+
+TEST_F(DirectCompareTest, NumbersOutOfRangeAreRefused) {
+    for (const auto& [option, value] :
+         {std::pair("--float-digits", "0"), std::pair("--float-digits", "18"),
+          std::pair("--jobs", "0"), std::pair("--jobs", "65"), std::pair("--jobs", "many")}) {
+        const Outcome outcome = Direct({option, value});
+        EXPECT_EQ(outcome.exitCode, 2) << option << value;
+        EXPECT_TRUE(Holds(outcome.err, option)) << outcome.err;
+    }
+    EXPECT_EQ(Direct({"--jobs", "64"}).exitCode, 1);
+}
+
+TEST_F(DirectCompareTest, FloatsAreRoundedWhereThatIsAskedFor) {
+    RunOnBothServers(u"CREATE TABLE f (id int NOT NULL CONSTRAINT PK_f PRIMARY KEY, v float)");
+    RunOnFirst(u"INSERT f VALUES (1, 0.30000000000000004e0)");
+    RunOnSecond(u"INSERT f VALUES (1, 0.3e0)");
+    EXPECT_EQ(Direct({"-t", "f"}).exitCode, 1);
+    EXPECT_EQ(Direct({"-t", "f", "--float-digits", "17"}).exitCode, 1);
+    const Outcome rounded = Direct({"-t", "f", "--float-digits", "15"});
+    EXPECT_EQ(rounded.exitCode, 0);
+    EXPECT_EQ(rounded.err,
+              "quillon: values are compared with real and float rounded to 15 digits\n");
+}
+
+TEST_F(DirectCompareTest, ASnapshotIsReadWhereTheDatabaseAllowsIt) {
+    RunOnSecond(u"ALTER DATABASE d SET ALLOW_SNAPSHOT_ISOLATION ON");
+    other.ClearLog();
+    server.ClearLog();
+    const Outcome outcome = Direct({"--snapshot"});
+    EXPECT_TRUE(Holds(outcome.out, "  1 allows no snapshot: read under READ COMMITTED\n"))
+        << outcome.out;
+    EXPECT_FALSE(Holds(outcome.out, "  2 allows no snapshot"));
+    const auto asked = [](sandbox::Server& on) {
+        for (const std::u16string& batch : Batches(on)) {
+            if (Holds(QuillonLib::ToUtf8(batch), "ISOLATION LEVEL SNAPSHOT")) return true;
+        }
+        return false;
+    };
+    EXPECT_FALSE(asked(server));
+    EXPECT_TRUE(asked(other));
+}
+
+TEST_F(DirectCompareTest, AServerThatIsLostIsAnErrorOfThatTable) {
+    RunOnBothServers(u"CREATE TABLE u (id int NOT NULL CONSTRAINT PK_u PRIMARY KEY)");
+    sandbox::Fault lost;
+    lost.kind = sandbox::FaultKind::DropAfterRows;
+    lost.contains = u"FROM [dbo].[t]";
+    lost.rows = 1;
+    other.AddFault(lost);
+    const Outcome outcome = Direct({});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_TRUE(Holds(outcome.out, "2 tables: 1 identical, 0 different, 1 not compared\n"))
+        << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, "Error comparing [dbo].[t]\n"));
+    other.Kill();
+    EXPECT_EQ(Direct({}).exitCode, 2);
+    EXPECT_EQ(Direct({}).out, "");
+    other.Restart();
+}
+
 }  // namespace
 }  // namespace quillon
