@@ -1,5 +1,4 @@
-// A table of eight mixed columns, served over TDS by a process of its own, so that what is measured
-// is the client alone.
+// Rows served over TDS by a process of its own, so that what is measured is the client alone.
 #pragma once
 
 #include <sys/resource.h>
@@ -13,67 +12,14 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "bench/ChildProcess.h"
+#include "bench/MixedRows.h"
 #include "data/ConnectionString.h"
 #include "sandbox/Backend.h"
 #include "sandbox/wire/WireServer.h"
 
 namespace bench {
-
-// So many rows of eight mixed columns. With two sides every column stands twice, as in the row set
-// of differing rows, and the sides differ in `Amount`.
-inline void SendRows(sandbox::ResultSink& sink, std::int64_t rows, std::size_t sides = 1) {
-    using sandbox::TypeId;
-    std::vector<sandbox::ColumnInfo> columns;
-    const auto add = [&](const char16_t* name, TypeId id, int length = 0, int precision = 0,
-                         int scale = 0) {
-        for (std::size_t side = 1; side <= sides; ++side) {
-            const std::u16string suffix = sides == 1 ? u"" : side == 1 ? u"_1" : u"_2";
-            columns.push_back({name + suffix,
-                               {id, length, static_cast<std::uint8_t>(precision),
-                                static_cast<std::uint8_t>(scale)},
-                               true,
-                               false,
-                               false});
-        }
-    };
-    add(u"Id", TypeId::Int);
-    add(u"Serial", TypeId::BigInt);
-    add(u"Name", TypeId::NVarChar, 50);
-    add(u"Code", TypeId::VarChar, 20);
-    add(u"Changed", TypeId::DateTime);
-    add(u"Amount", TypeId::Decimal, 0, 18, 4);
-    add(u"Active", TypeId::Bit);
-    add(u"Ratio", TypeId::Float);
-    sink.Columns(columns);
-    std::vector<sandbox::Cell> cells(columns.size());
-    for (auto& cell : cells)
-        cell.null = false;
-    const std::u16string names = u"Jo\x00E3o O'Neill-\x0141uczak \x4E2D\x6587 Holding & Sons, Ltd.";
-    const std::u16string codes = u"AB-1234/5678-XYZ-0001";
-    for (std::int64_t i = 0; i < rows; ++i) {
-        for (std::size_t side = 0; side < sides; ++side) {
-            const auto cell = [&](std::size_t column) -> sandbox::Cell& {
-                return cells[column * sides + side];
-            };
-            cell(0).i = i;
-            cell(1).i = i * 1000003;
-            cell(2).null = i % 16 == 15;
-            cell(2).data = reinterpret_cast<const std::uint8_t*>(names.data() + i % 8);
-            cell(2).size = static_cast<std::size_t>(16 + i % 16) * 2;
-            cell(3).data = reinterpret_cast<const std::uint8_t*>(codes.data());
-            cell(3).size = static_cast<std::size_t>(10 + i % 10) * 2;
-            cell(4).i = 45000LL * 25920000 + i * 7919;
-            cell(5).big = i * 12345 - 5000000 + static_cast<std::int64_t>(side);
-            cell(6).i = i & 1;
-            cell(7).d = static_cast<double>(i) / 7;
-        }
-        if (!sink.Row(cells.data())) return;
-    }
-    sink.StatementDone(rows, true, false);
-}
 
 // Answers any batch that is a number with so many rows.
 class RowSource : public sandbox::Backend {
@@ -164,10 +110,10 @@ int ExitStatusOf(const Run& run) {
     }
 }
 
-// Processor time of this process, in seconds.
-inline double CpuSeconds() {
+// Processor time in seconds, of this process or of the children that it waited for.
+inline double CpuSeconds(int who = RUSAGE_SELF) {
     rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
+    getrusage(who, &usage);
     const auto seconds = [](const timeval& t) {
         return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_usec) * 1e-6;
     };

@@ -25,10 +25,7 @@ class DifferingTables : public sandbox::Backend {
         for (const char16_t* database : {u"one", u"two"}) {
             const std::u16string name = database;
             Run(u"CREATE DATABASE " + name);
-            Run(u"CREATE TABLE " + name +
-                u"..t (Id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, Serial bigint NULL, Name "
-                u"nvarchar(50) NULL, Code varchar(20) NULL, Changed datetime NULL, Amount "
-                u"decimal(18,4) NULL, Active bit NULL, Ratio float NULL)");
+            Run(u"CREATE TABLE " + name + u".." + MixedTable);
         }
         Run(u"INSERT one..t (Id, Amount) VALUES (1, 1)");
         Run(u"INSERT two..t (Id, Amount) VALUES (1, 2)");

@@ -2,9 +2,6 @@
 // into the same kinds of buffers, and memory against the payload.
 //
 //   quillon_recordset_bench [rows]
-#include <sql.h>
-#include <sqlext.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -14,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "BareFetch.h"
 #include "BenchSupport.h"
 #include "cli/Driver.h"
 #include "data/Recordset.h"
@@ -21,76 +19,6 @@
 namespace {
 
 using bench::Measured;
-
-struct BareColumn {
-    SQLSMALLINT cType;
-    std::size_t width;
-};
-
-// As Recordset asks for the columns of the served table.
-constexpr BareColumn BareColumns[] = {
-    {SQL_C_SLONG, 4},           {SQL_C_SBIGINT, 8}, {SQL_C_BINARY, 100}, {SQL_C_WCHAR, 42},
-    {SQL_C_TYPE_TIMESTAMP, 16}, {SQL_C_CHAR, 48},   {SQL_C_BIT, 1},      {SQL_C_DOUBLE, 8}};
-constexpr std::size_t BareRows = 1024;
-
-void Expect(SQLRETURN result, const char* what) {
-    if (!SQL_SUCCEEDED(result)) throw std::runtime_error(std::string(what) + " failed");
-}
-
-SQLWCHAR* Wide(const std::u16string& text) {
-    return reinterpret_cast<SQLWCHAR*>(const_cast<char16_t*>(text.data()));
-}
-
-class BareConnection {
-  public:
-    explicit BareConnection(const std::u16string& text) {
-        Expect(SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &environment_), "environment");
-        SQLSetEnvAttr(environment_, SQL_ATTR_ODBC_VERSION,
-                      reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
-        Expect(SQLAllocHandle(SQL_HANDLE_DBC, environment_, &link_), "connection");
-        Expect(SQLDriverConnectW(link_, nullptr, Wide(text), static_cast<SQLSMALLINT>(text.size()),
-                                 nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT),
-               "connect");
-    }
-    ~BareConnection() {
-        SQLDisconnect(link_);
-        SQLFreeHandle(SQL_HANDLE_DBC, link_);
-        SQLFreeHandle(SQL_HANDLE_ENV, environment_);
-    }
-    BareConnection(const BareConnection&) = delete;
-    BareConnection& operator=(const BareConnection&) = delete;
-
-    // Fetches and forgets; returns the number of rows.
-    std::size_t Fetch(const std::u16string& batch) {
-        SQLHSTMT statement = nullptr;
-        Expect(SQLAllocHandle(SQL_HANDLE_STMT, link_, &statement), "statement");
-        Expect(SQLExecDirectW(statement, Wide(batch), static_cast<SQLINTEGER>(batch.size())),
-               "execute");
-        SQLULEN fetched = 0;
-        SQLSetStmtAttr(statement, SQL_ATTR_ROW_ARRAY_SIZE, reinterpret_cast<SQLPOINTER>(BareRows),
-                       0);
-        SQLSetStmtAttr(statement, SQL_ATTR_ROWS_FETCHED_PTR, &fetched, 0);
-        std::vector<std::unique_ptr<char[]>> cells;
-        std::vector<std::vector<SQLLEN>> indicators;
-        for (const BareColumn& column : BareColumns) {
-            cells.push_back(std::make_unique<char[]>(column.width * BareRows));
-            indicators.emplace_back(BareRows);
-            Expect(SQLBindCol(statement, static_cast<SQLUSMALLINT>(cells.size()), column.cType,
-                              cells.back().get(), static_cast<SQLLEN>(column.width),
-                              indicators.back().data()),
-                   "bind");
-        }
-        std::size_t rows = 0;
-        while (SQL_SUCCEEDED(SQLFetch(statement)))
-            rows += fetched;
-        SQLFreeHandle(SQL_HANDLE_STMT, statement);
-        return rows;
-    }
-
-  private:
-    SQLHENV environment_ = nullptr;
-    SQLHDBC link_ = nullptr;
-};
 
 // Bytes of the values themselves.
 std::size_t Payload(const QuillonLib::Recordset& rows) {
@@ -150,10 +78,10 @@ int Run(std::size_t count) {
     const std::u16string batch = u"SELECT " + std::u16string(digits.begin(), digits.end());
 
     const bench::ServerProcess server;
-    BareConnection bare(server.ConnectionString());
+    bench::BareConnection bare(server.ConnectionString());
     const auto connection = std::make_shared<QuillonLib::Connection>();
     connection->Open(server.ConnectionString());
-    bare.Fetch(batch);  // warms the server
+    bare.Fetch(batch, bench::MixedColumns);  // warms the server
     PrintMemory(batch, connection);
 
     // As scripts are read: with the code pages of the catalog.
@@ -161,7 +89,8 @@ int Run(std::size_t count) {
     Measured bareBest, recordsetBest, exactBest;
     for (int run = 0; run < 5; ++run) {
         std::size_t bareRows = 0;
-        bench::KeepBest(bareBest, bench::Measure([&] { bareRows = bare.Fetch(batch); }));
+        bench::KeepBest(bareBest,
+                        bench::Measure([&] { bareRows = bare.Fetch(batch, bench::MixedColumns); }));
         QuillonLib::Recordset rows;
         bench::KeepBest(recordsetBest, bench::Measure([&] { rows.Open(batch, connection); }));
         QuillonLib::Recordset exact;

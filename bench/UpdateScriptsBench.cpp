@@ -2,23 +2,23 @@
 // fetch the rows, and how much memory it takes. Every figure is taken in a process of its own.
 //
 //   quillon_update_scripts_bench [rows]
-#include <sql.h>
-#include <sqlext.h>
 #include <sqlite3.h>
-#include <sys/mman.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "BareFetch.h"
+#include "Bars.h"
 #include "DifferingTables.h"
+#include "PeakMemory.h"
 #include "QuillonLib.h"
+#include "ScratchFolder.h"
+#include "Tools.h"
 #include "cli/Driver.h"
 #include "core/Text.h"
 #include "data/Recordset.h"
@@ -27,9 +27,11 @@
 namespace {
 
 using namespace QuillonLib;
+using bench::InChild;
 using bench::Measured;
+using bench::Mebibyte;
+using bench::ScratchFolder;
 
-constexpr double Mebibyte = 1024.0 * 1024.0;
 constexpr double MaxCpuRatio = 1.35;
 constexpr double MinLinesPerSecond = 5e6;
 
@@ -41,95 +43,20 @@ struct Findings {
     double peakGrowth = 0;  // bytes
 };
 
-double PeakBytes() {
-    std::ifstream status("/proc/self/status");
-    for (std::string word; status >> word;) {
-        double kilobytes = 0;
-        if (word == "VmHWM:" && status >> kilobytes) return kilobytes * 1024;
-    }
-    return 0;
-}
-
-// Sets the peak back to what is in use now.
-void ForgetPeak() {
-    std::ofstream("/proc/self/clear_refs") << "5";
-}
-
-Findings InChild(const std::function<void(Findings&)>& work) {
-    auto* shared = static_cast<Findings*>(
-        mmap(nullptr, sizeof(Findings), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    *shared = {};
-    const int status = bench::ChildProcess([&] { work(*shared); }).Wait();
-    const Findings findings = *shared;
-    munmap(shared, sizeof(Findings));
-    if (status != 0) throw std::runtime_error("a measured process failed");
-    return findings;
-}
-
 // Measures the action with its peak memory.
 template <class Action>
 void MeasureInto(Findings& findings, const Action& action) {
-    ForgetPeak();
-    const double before = PeakBytes();
+    bench::ForgetPeak();
+    const double before = bench::PeakBytes();
     findings.time = bench::Measure(action);
-    findings.peakGrowth = PeakBytes() - before;
+    findings.peakGrowth = bench::PeakBytes() - before;
 }
-
-void Expect(SQLRETURN result, const char* what) {
-    if (!SQL_SUCCEEDED(result)) throw std::runtime_error(std::string(what) + " failed");
-}
-
-SQLWCHAR* Wide(const std::u16string& text) {
-    return reinterpret_cast<SQLWCHAR*>(const_cast<char16_t*>(text.data()));
-}
-
-// As Recordset asks for them, each column twice.
-struct BareColumn {
-    SQLSMALLINT cType;
-    std::size_t width;
-};
-constexpr BareColumn BareColumns[] = {
-    {SQL_C_SLONG, 4},           {SQL_C_SBIGINT, 8}, {SQL_C_BINARY, 100}, {SQL_C_WCHAR, 42},
-    {SQL_C_TYPE_TIMESTAMP, 16}, {SQL_C_CHAR, 48},   {SQL_C_BIT, 1},      {SQL_C_DOUBLE, 8}};
-constexpr std::size_t BareRows = 1024;
 
 // As a client does that asks for nothing special: packets of the driver's own size, too.
 void FetchBare(Findings& findings, const std::u16string& connectionString,
                const std::u16string& query) {
-    SQLHENV environment = nullptr;
-    SQLHDBC link = nullptr;
-    SQLHSTMT statement = nullptr;
-    Expect(SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &environment), "environment");
-    SQLSetEnvAttr(environment, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3),
-                  0);
-    Expect(SQLAllocHandle(SQL_HANDLE_DBC, environment, &link), "connection");
-    Expect(SQLDriverConnectW(link, nullptr, Wide(connectionString),
-                             static_cast<SQLSMALLINT>(connectionString.size()), nullptr, 0, nullptr,
-                             SQL_DRIVER_NOPROMPT),
-           "connect");
-    Expect(SQLAllocHandle(SQL_HANDLE_STMT, link, &statement), "statement");
-    std::vector<std::unique_ptr<char[]>> cells;
-    std::vector<std::vector<SQLLEN>> indicators;
-    SQLULEN fetched = 0;
-    MeasureInto(findings, [&] {
-        Expect(SQLExecDirectW(statement, Wide(query), static_cast<SQLINTEGER>(query.size())),
-               "execute");
-        SQLSetStmtAttr(statement, SQL_ATTR_ROW_ARRAY_SIZE, reinterpret_cast<SQLPOINTER>(BareRows),
-                       0);
-        SQLSetStmtAttr(statement, SQL_ATTR_ROWS_FETCHED_PTR, &fetched, 0);
-        for (const BareColumn& column : BareColumns) {
-            for (int side = 0; side < 2; ++side) {
-                cells.push_back(std::make_unique<char[]>(column.width * BareRows));
-                indicators.emplace_back(BareRows);
-                Expect(SQLBindCol(statement, static_cast<SQLUSMALLINT>(cells.size()), column.cType,
-                                  cells.back().get(), static_cast<SQLLEN>(column.width),
-                                  indicators.back().data()),
-                       "bind");
-            }
-        }
-        while (SQL_SUCCEEDED(SQLFetch(statement)))
-            findings.rows += fetched;
-    });
+    bench::BareConnection connection(connectionString);
+    MeasureInto(findings, [&] { findings.rows = connection.Fetch(query, bench::MixedColumns, 2); });
 }
 
 struct Comparison {
@@ -202,9 +129,9 @@ void MeasureCallLines(Findings& findings, const std::u16string& connectionString
 
 // The quickest of three: what the work costs without the machine's other work.
 Findings Best(const std::function<void(Findings&)>& work) {
-    Findings best = InChild(work);
+    Findings best = InChild<Findings>(work);
     for (int run = 1; run < 3; ++run) {
-        const Findings next = InChild(work);
+        const Findings next = InChild<Findings>(work);
         if (next.time.cpu < best.time.cpu) best = next;
     }
     return best;
@@ -217,61 +144,16 @@ void Print(const char* name, const Findings& findings) {
                 static_cast<double>(findings.scriptBytes) / Mebibyte);
 }
 
-bool Bar(const char* name, double value, double limit, bool atMost) {
-    const bool held = atMost ? value <= limit : value >= limit;
-    std::printf("%-34s %10.2f  (%s %.2f)  %s\n", name, value, atMost ? "at most" : "at least",
-                limit, held ? "held" : "MISSED");
-    return held;
-}
-
-// Runs a tool of everyday use, for scale.
+// For scale.
 void MeasureTool(const char* name, const std::string& command, std::size_t rows) {
-    const auto childSeconds = [] {
-        rusage usage{};
-        getrusage(RUSAGE_CHILDREN, &usage);
-        const auto seconds = [](const timeval& t) {
-            return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_usec) * 1e-6;
-        };
-        return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-    };
-    int status = 0;
-    const double before = childSeconds();
-    const Measured time = bench::Measure([&] { status = std::system(command.c_str()); });
-    const double cpu = childSeconds() - before;
-    if (status != 0) {
-        std::printf("%-22s ended with status %d: skipped\n", name, status);
-        return;
-    }
-    std::printf("%-22s %8.3f s CPU  %8.3f s  %9zu rows\n", name, cpu, time.wall, rows);
+    const auto time = bench::MeasureCommand(name, command);
+    if (!time) return;
+    std::printf("%-22s %8.3f s CPU  %8.3f s  %9zu rows\n", name, time->cpu, time->wall, rows);
 }
-
-bool IsInstalled(const char* program) {
-    if (std::system(("command -v " + std::string(program) + " > /dev/null 2>&1").c_str()) == 0)
-        return true;
-    std::printf("%-22s is not installed: skipped\n", program);
-    return false;
-}
-
-// A folder for what the tools read and write.
-class ScratchFolder {
-  public:
-    ScratchFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "quillonXXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp");
-        path_ = pattern;
-    }
-    ~ScratchFolder() { std::filesystem::remove_all(path_); }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-    std::string File(const char* name) const { return (path_ / name).string(); }
-
-  private:
-    std::filesystem::path path_;
-};
 
 // The rows of the differing row set, written to a file.
 void CompareWithBulkCopy(const std::string& server, const ScratchFolder& folder, std::size_t rows) {
-    if (!IsInstalled("freebcp")) return;
+    if (!bench::IsInstalled("freebcp")) return;
     MeasureTool("freebcp queryout",
                 "timeout 120 freebcp \"SELECT T1.*, T2.* FROM one..t T1 INNER JOIN two..t T2 ON "
                 "T1.Id=T2.Id\" queryout " +
@@ -283,7 +165,7 @@ void CompareWithBulkCopy(const std::string& server, const ScratchFolder& folder,
 // Two SQLite files with the same rows, and the statements that make one agree with the other. It
 // reads from disk what the others read from a server.
 void CompareWithSqlDiff(const ScratchFolder& folder, std::size_t rows) {
-    if (!IsInstalled("sqldiff")) return;
+    if (!bench::IsInstalled("sqldiff")) return;
     for (int side = 0; side < 2; ++side) {
         sqlite3* database = nullptr;
         const std::string file = folder.File(side == 0 ? "one" : "two");
@@ -337,12 +219,12 @@ int Run(std::size_t rows) {
         std::fprintf(stderr, "rows were lost\n");
         return 1;
     }
-    bool held = Bar("GetUpdateScripts CPU / bare fetch", scripts.time.cpu / bare.time.cpu,
-                    MaxCpuRatio, true);
-    held &= Bar("call lines, M/s", static_cast<double>(lines.rows) / lines.time.cpu / 1e6,
-                MinLinesPerSecond / 1e6, false);
-    held &= Bar("GetUpdateScripts peak, MiB", scripts.peakGrowth / Mebibyte,
-                1.3 * static_cast<double>(scripts.scriptBytes) / Mebibyte + 64, true);
+    bool held = bench::Bar("GetUpdateScripts CPU / bare fetch", scripts.time.cpu / bare.time.cpu,
+                           MaxCpuRatio, true);
+    held &= bench::Bar("call lines, M/s", static_cast<double>(lines.rows) / lines.time.cpu / 1e6,
+                       MinLinesPerSecond / 1e6, false);
+    held &= bench::Bar("GetUpdateScripts peak, MiB", scripts.peakGrowth / Mebibyte,
+                       1.3 * static_cast<double>(scripts.scriptBytes) / Mebibyte + 64, true);
     return held ? 0 : 1;
 }
 
