@@ -4,6 +4,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -137,6 +138,18 @@ Measured Measure(const Action& action) {
 // The smallest of several runs: what the work costs without the machine's other work.
 inline void KeepBest(Measured& best, const Measured& run) {
     if (best.wall == 0 || run.cpu < best.cpu) best = run;
+}
+
+// The least of each, which need not be of one run.
+inline void KeepLeast(Measured& least, const Measured& run) {
+    const bool first = least.wall == 0;
+    least.cpu = first ? run.cpu : std::min(least.cpu, run.cpu);
+    least.wall = first ? run.wall : std::min(least.wall, run.wall);
+}
+
+inline void PrintTime(const char* name, const Measured& time, std::size_t rows) {
+    std::printf("%-22s %8.3f s CPU  %8.3f s  %6.2f M rows/s\n", name, time.cpu, time.wall,
+                static_cast<double>(rows) / time.wall / 1e6);
 }
 
 }  // namespace bench

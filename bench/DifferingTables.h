@@ -4,13 +4,12 @@
 
 #include <atomic>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "BenchSupport.h"
-#include "sandbox/Engine.h"
+#include "EngineServer.h"
 
 namespace bench {
 
@@ -18,10 +17,9 @@ namespace bench {
 inline constexpr const char16_t* DifferingRowsQuery =
     u"SELECT T1.*, T2.* FROM [one].[dbo].[t] T1 INNER JOIN [two].[dbo].[t] T2 ON T1.[Id]=T2.[Id]";
 
-class DifferingTables : public sandbox::Backend {
+class DifferingTables : public EngineServer {
   public:
-    explicit DifferingTables(std::size_t rows)
-        : rows_(static_cast<std::int64_t>(rows)), engine_(host_.AddServer({})) {
+    explicit DifferingTables(std::size_t rows) : rows_(static_cast<std::int64_t>(rows)) {
         for (const char16_t* database : {u"one", u"two"}) {
             const std::u16string name = database;
             Run(u"CREATE DATABASE " + name);
@@ -32,10 +30,8 @@ class DifferingTables : public sandbox::Backend {
     }
 
     std::unique_ptr<sandbox::Session> Login(const sandbox::LoginRequest& request) override {
-        return std::make_unique<DifferingSession>(engine_->Login(request), rows_);
+        return std::make_unique<DifferingSession>(EngineServer::Login(request), rows_);
     }
-    std::u16string ServerName() const override { return engine_->ServerName(); }
-    std::string Version() const override { return engine_->Version(); }
 
   private:
     class DifferingSession : public sandbox::Session {
@@ -60,26 +56,7 @@ class DifferingTables : public sandbox::Backend {
         std::int64_t rows_;
     };
 
-    class Quiet : public sandbox::ResultSink {
-      public:
-        void Columns(const std::vector<sandbox::ColumnInfo>&) override {}
-        bool Row(const sandbox::Cell*) override { return true; }
-        void StatementDone(std::optional<std::int64_t>, bool, bool) override {}
-        void Say(const sandbox::Message& message) override {
-            if (message.severity > 10) throw std::runtime_error("the tables cannot be made");
-        }
-        void DatabaseChanged(const std::u16string&, const std::u16string&) override {}
-    };
-
-    void Run(const std::u16string& batch) {
-        Quiet sink;
-        const std::atomic<bool> cancelled{false};
-        engine_->Login({u"sa", u"sandbox", false, {}, {}, {}})->Execute(batch, sink, cancelled);
-    }
-
     std::int64_t rows_;
-    sandbox::EngineHost host_;
-    std::unique_ptr<sandbox::Backend> engine_;
 };
 
 }  // namespace bench
