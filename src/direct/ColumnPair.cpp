@@ -22,6 +22,14 @@ bool HoldCommonValues(const ColumnFacts& side1, const ColumnFacts& side2, CellCl
     return cells1 == cells2 || (IsTextClass(cells1) && IsTextClass(cells2));
 }
 
+// The same bytes are not the same text in different code pages; the cells of a variant are several
+// fields.
+bool SameBitsAreEqual(const ColumnPair& pair) {
+    const bool pages =
+        pair.type1.cells == CellClass::PageText && pair.type2.cells == CellClass::PageText;
+    return pages ? pair.samePage : pair.type1.cells != CellClass::Variant;
+}
+
 // Decimals come as digits, which can be written in more than one way.
 bool BitsDecide(const ColumnFacts& side1, const ColumnFacts& side2, const ColumnPair& pair) {
     switch (pair.type1.cells) {
@@ -72,6 +80,7 @@ std::variant<ColumnPair, std::u16string> PairColumns(const ColumnFacts& side1,
     if (type2->cells == CellClass::PageText) pair.page2 = CodePage::Find(side2.CodePage);
     pair.samePage = type1->cells == CellClass::PageText && type2->cells == CellClass::PageText &&
                     side1.CodePage == side2.CodePage && side1.CodePage != 0;
+    pair.sameBitsAreEqual = SameBitsAreEqual(pair);
     pair.bitsDecide = BitsDecide(side1, side2, pair);
     return pair;
 }

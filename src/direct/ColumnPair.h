@@ -24,8 +24,9 @@ struct ColumnPair {
     bool samePage = false;
     const CodePage* page1 = nullptr;  // null: not known here, or no text of a code page
     const CodePage* page2 = nullptr;
-    // Declared alike: the packed cells are the same bits where the values are the same, and nowhere
-    // else.
+    // Packed cells of one kind that hold the same bits are equal, and so are two that are null.
+    bool sameBitsAreEqual = false;
+    // Declared alike: all others differ.
     bool bitsDecide = false;
     std::size_t field = 0;  // of the first in the row sets of both sides
 

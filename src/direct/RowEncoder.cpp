@@ -1,5 +1,6 @@
 #include "direct/RowEncoder.h"
 
+#include <array>
 #include <bit>
 #include <cstdio>
 #include <cstring>
@@ -13,8 +14,10 @@ namespace QuillonLib {
 namespace {
 
 void AppendBigEndian(std::string& out, std::uint64_t number, int bytes) {
-    for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
-        out.push_back(static_cast<char>(number >> shift));
+    std::array<char, sizeof number> text{};
+    for (int i = bytes - 1; i >= 0; --i, number >>= 8)
+        text[static_cast<std::size_t>(i)] = static_cast<char>(number);
+    out.append(text.data(), static_cast<std::size_t>(bytes));
 }
 
 // In the order of signed numbers.
@@ -75,10 +78,6 @@ void AppendVariant(std::string& out, const VariantCell& cell) {
     AppendSized(out, AsChars(cell.Bytes()));
 }
 
-bool SameBits(const PackedColumn& a, std::size_t rowA, const PackedColumn& b, std::size_t rowB) {
-    return a.IsSame(rowA, b, rowB);
-}
-
 }  // namespace
 
 bool CellEncoder::IsLoose(const ColumnPair& pair) const {
@@ -88,15 +87,12 @@ bool CellEncoder::IsLoose(const ColumnPair& pair) const {
 
 bool CellEncoder::Equal(const ColumnPair& pair, const RowAt& row1, const RowAt& row2) {
     const std::size_t field = pair.field;
-    if (pair.type1.cells != CellClass::Variant) {
-        const bool null1 = row1.IsNull(field);
-        if (null1 != row2.IsNull(field)) return false;
-        if (null1) return true;
-        if (pair.bitsDecide) {
-            if (SameBits(row1.Column(field), row1.row, row2.Column(field), row2.row)) return true;
-            if (!IsLoose(pair)) return false;
-        }
+    if (pair.sameBitsAreEqual) {
+        if (row1.Column(field).IsSame(row1.row, row2.Column(field), row2.row)) return true;
+        if (pair.bitsDecide && !IsLoose(pair)) return false;
     }
+    const bool null1 = row1.IsNull(field);
+    if (null1 || row2.IsNull(field)) return null1 && row2.IsNull(field);
     first_.clear();
     second_.clear();
     Append(first_, pair, row1, 1);
