@@ -1,12 +1,15 @@
 #include "direct/TableFeed.h"
 
+#include <iterator>
 #include <utility>
 
 namespace QuillonLib {
 
 namespace {
 
-constexpr std::size_t Room = std::size_t{8} << 20;  // bytes of rows, about
+// Bytes of rows, about: that wait, and as many are in the hands of the caller.
+constexpr std::size_t Room = std::size_t{4} << 20;
+constexpr std::size_t HandedAtOnce = std::size_t{64} << 10;
 
 std::size_t SizeOf(const std::optional<DirectRow>& row) {
     if (!row) return 0;
@@ -26,29 +29,42 @@ std::size_t SizeOf(const std::optional<DirectRow>& row) {
 void TableFeed::Found(FoundDifference difference) {
     const std::size_t size =
         sizeof(FoundDifference) + SizeOf(difference.row1) + SizeOf(difference.row2);
-    Push(std::move(difference), size);
+    Keep(std::move(difference), size);
+    if (size_ >= HandedAtOnce) Hand();
 }
 
 void TableFeed::Read(const DirectTableResult& result) {
     if (stopped_.load(std::memory_order_relaxed)) throw ComparisonStopped();
     if ((result.rows1 + result.rows2) % ReportEvery != 0) return;
-    Push(RowsRead{result.rows1, result.rows2}, sizeof(RowsRead));
+    Keep(RowsRead{result.rows1, result.rows2}, sizeof(Item));
+    Hand();
 }
 
-void TableFeed::Push(Item item, std::size_t size) {
+void TableFeed::Keep(Item item, std::size_t size) {
+    found_.push_back(std::move(item));
+    size_ += size;
+}
+
+void TableFeed::Hand() {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return held_ < Room || stopped_; });
     if (stopped_) throw ComparisonStopped();
-    items_.emplace_back(std::move(item), size);
-    held_ += size;
+    Append();
+}
+
+// Under the lock.
+void TableFeed::Append() {
+    std::move(found_.begin(), found_.end(), std::back_inserter(items_));
+    found_.clear();
+    held_ += std::exchange(size_, 0);
     changed_.notify_all();
 }
 
 void TableFeed::Close(std::exception_ptr failure) {
     const std::lock_guard lock(mutex_);
+    Append();
     closed_ = true;
     failure_ = std::move(failure);
-    changed_.notify_all();
 }
 
 bool TableFeed::Await(std::chrono::milliseconds limit) {
@@ -57,17 +73,20 @@ bool TableFeed::Await(std::chrono::milliseconds limit) {
 }
 
 std::optional<TableFeed::Item> TableFeed::Take() {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return !items_.empty() || closed_; });
-    if (items_.empty()) {
-        if (failure_ != nullptr) std::rethrow_exception(failure_);
-        return std::nullopt;
+    if (told_ == taken_.size()) {
+        taken_.clear();
+        told_ = 0;
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return !items_.empty() || closed_; });
+        if (items_.empty()) {
+            if (failure_ != nullptr) std::rethrow_exception(failure_);
+            return std::nullopt;
+        }
+        std::swap(taken_, items_);
+        held_ = 0;
+        changed_.notify_all();
     }
-    Item item = std::move(items_.front().first);
-    held_ -= items_.front().second;
-    items_.pop_front();
-    changed_.notify_all();
-    return item;
+    return std::move(taken_[told_++]);
 }
 
 void TableFeed::Stop() {

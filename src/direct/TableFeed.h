@@ -5,11 +5,11 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <exception>
 #include <mutex>
 #include <optional>
 #include <variant>
+#include <vector>
 
 #include "direct/Outlet.h"
 
@@ -19,7 +19,9 @@ namespace QuillonLib {
 struct ComparisonStopped {};
 
 // Differences wait here until it is their table's turn. A worker that is ahead of its turn waits as
-// soon as they fill `room`, so that memory stays bounded whatever differs.
+// soon as they fill a room, so that memory stays bounded whatever differs. They change hands some
+// at a time, at the latest with a report of progress: one by one they would cost more than to find
+// them.
 class TableFeed : public Outlet {
   public:
     struct RowsRead {
@@ -50,16 +52,26 @@ class TableFeed : public Outlet {
     void Stop();
 
   private:
-    void Push(Item item, std::size_t size);
+    void Keep(Item item, std::size_t size);
+    void Hand();
+    void Append();
+
+    // The worker's.
+    std::vector<Item> found_;
+    std::size_t size_ = 0;  // bytes of `found_`
 
     const bool wantsSame_;
     std::mutex mutex_;
     std::condition_variable changed_;
-    std::deque<std::pair<Item, std::size_t>> items_;
-    std::size_t held_ = 0;
+    std::vector<Item> items_;
+    std::size_t held_ = 0;  // bytes of `items_`
     bool closed_ = false;
     std::exception_ptr failure_;
     std::atomic<bool> stopped_ = false;
+
+    // The caller's.
+    std::vector<Item> taken_;
+    std::size_t told_ = 0;  // of `taken_`
 };
 
 }  // namespace QuillonLib
