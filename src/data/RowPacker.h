@@ -73,6 +73,8 @@ class RowBlock {
 
     std::size_t FirstRow() const noexcept { return firstRow_; }
     std::size_t RowCount() const noexcept { return rows_; }
+    // None when the cells were released.
+    const std::vector<PackedColumn>& Columns() const noexcept { return columns_; }
     // Throws Error ObjectClosed when the cells were released.
     PackedColumn Column(std::size_t index) const;
     std::size_t MemoryUsed() const noexcept;

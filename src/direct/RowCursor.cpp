@@ -4,17 +4,11 @@
 
 namespace QuillonLib {
 
-bool RowCursor::Next() {
-    if (block_ == nullptr || ++row_ == block_->RowCount()) {
-        columns_.clear();
-        block_ = stream_.Next();
-        row_ = 0;
-        if (block_ == nullptr) return false;
-        for (std::size_t i = 0; i < stream_.Fields().size(); ++i)
-            columns_.push_back(block_->Column(i));
-    }
-    ++read_;
-    return true;
+bool RowCursor::NextBlock() {
+    block_ = reader_.Next();
+    row_ = 0;
+    rows_ = block_ == nullptr ? 0 : block_->RowCount();
+    return block_ != nullptr;
 }
 
 DirectRow MakeRow(const std::vector<ColumnPair>& pairs, const RowAt& row) {

@@ -1,14 +1,15 @@
 // One side of a table, row by row. Not installed.
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <memory>
-#include <string_view>
+#include <string>
+#include <utility>
 #include <vector>
 
-#include "data/RowStream.h"
 #include "direct/CellValue.h"
 #include "direct/DirectResult.h"
+#include "direct/SideReader.h"
 
 namespace QuillonLib {
 
@@ -16,22 +17,32 @@ class Connection;
 
 class RowCursor {
   public:
-    // Stands before the first row.
-    RowCursor(std::u16string_view sql, std::shared_ptr<Connection> connection)
-        : stream_(sql, std::move(connection)) {}
+    // Has `reader`, which must outlive the cursor, send the query. Stands before the first row.
+    RowCursor(SideReader& reader, std::u16string sql, std::shared_ptr<Connection> connection)
+        : reader_(reader) {
+        reader_.Start(std::move(sql), std::move(connection));
+    }
+    ~RowCursor() { reader_.Stop(); }
+    RowCursor(const RowCursor&) = delete;
+    RowCursor& operator=(const RowCursor&) = delete;
 
-    // False after the last row. Throws as RowStream::Next does.
-    bool Next();
+    // False after the last row. Throws as SideReader::Next does.
+    bool Next() {
+        if (block_ == nullptr || ++row_ == rows_) return NextBlock();
+        return true;
+    }
     // The row that Next stepped to; valid until it steps on.
-    RowAt Current() const { return {&columns_, row_}; }
-    std::uint64_t RowsRead() const noexcept { return read_; }
+    RowAt Current() const { return {&block_->Columns(), row_}; }
+    // Rows from the current one on that lie behind it in Current()'s columns, itself included.
+    std::size_t RowsInHand() const noexcept { return rows_ - row_; }
 
   private:
-    RowStream stream_;
+    bool NextBlock();
+
+    SideReader& reader_;
     std::shared_ptr<const RowBlock> block_;
-    std::vector<PackedColumn> columns_;
     std::size_t row_ = 0;
-    std::uint64_t read_ = 0;
+    std::size_t rows_ = 0;  // of the block
 };
 
 // The row as a caller gets it.

@@ -103,8 +103,8 @@ void TableRunner::Compare(const DirectTable& table, DirectTableResult& result, O
     result.reading1 = side1_.Begin();
     result.reading2 = side2_.Begin();
     {
-        RowCursor rows1(TableQuery(plan, 1, table.where), side1_.connection);
-        RowCursor rows2(TableQuery(plan, 2, table.where), side2_.connection);
+        RowCursor rows1(side1_.reader, TableQuery(plan, 1, table.where), side1_.connection);
+        RowCursor rows2(side2_.reader, TableQuery(plan, 2, table.where), side2_.connection);
         if (plan.shape.key.empty()) {
             WalkKeyless(plan, options_.equality, rows1, rows2, result, outlet);
         } else {

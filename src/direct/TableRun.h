@@ -10,6 +10,7 @@
 #include "core/Error.h"
 #include "direct/DirectOptions.h"
 #include "direct/Outlet.h"
+#include "direct/SideReader.h"
 
 namespace QuillonLib {
 
@@ -38,10 +39,11 @@ class TableRunner {
         explicit Side(const Database& of) : database(of) {}
 
         const Database& database;
-        std::shared_ptr<Connection> connection = nullptr;
+        std::shared_ptr<Connection> connection;
         std::int32_t version = 0;
         bool snapshot = false;  // the database allows it, and the caller wants it
         std::mutex taken;       // while `connection` is set, or used by another thread
+        SideReader reader;
 
         void Connect(bool wantSnapshot);
         ObjectFacts ReadFacts(const ObjectName& name) const;

@@ -114,8 +114,9 @@ TEST_F(KeylessTables, BringRowsBackFromFiles) {
     const DirectTable table{{u"dbo", u"t"}, {}, {}, {}};
     const TablePlan plan = PlanTable(reader1.Objects(std::array{table.name}).at(0),
                                      reader2.Objects(std::array{table.name}).at(0), table, {});
-    RowCursor rows1(TableQuery(plan, 1, u""), connection1);
-    RowCursor rows2(TableQuery(plan, 2, u""), connection2);
+    SideReader side1, side2;
+    RowCursor rows1(side1, TableQuery(plan, 1, u""), connection1);
+    RowCursor rows2(side2, TableQuery(plan, 2, u""), connection2);
     DirectTableResult result;
     class Rows : public Outlet {
       public:

@@ -1,0 +1,59 @@
+// Reads one side of a table ahead of those who compare it. Not installed.
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <exception>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "data/RowStream.h"
+
+namespace QuillonLib {
+
+class Connection;
+
+// One query at a time, on a thread of its own, so that both servers work and both connections
+// deliver while rows are compared. What is ready and not yet taken is bounded. All calls come from
+// one thread.
+class SideReader {
+  public:
+    SideReader() = default;
+    ~SideReader();
+    SideReader(const SideReader&) = delete;
+    SideReader& operator=(const SideReader&) = delete;
+
+    // Sends the query, and does not wait for its answer. From here to the end of the rows, or to
+    // Stop, the connection belongs to the reader. No other query may be under way.
+    void Start(std::u16string sql, std::shared_ptr<Connection> connection);
+
+    // As RowStream::Next; throws what running the query threw, too.
+    std::shared_ptr<const RowBlock> Next();
+
+    // Lets go of the rest. Waits for the block that is being read.
+    void Stop() noexcept;
+
+  private:
+    using Block = std::shared_ptr<const RowBlock>;
+
+    void Work();
+    void ReadAll(RowStream& rows);
+    bool Hand(Block block);
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::thread thread_;  // made for the first query
+    bool quit_ = false;
+    // Of the query under way.
+    std::u16string sql_;
+    std::shared_ptr<Connection> connection_;  // null: there is none
+    std::deque<Block> ready_;
+    std::size_t held_ = 0;  // bytes of `ready_`
+    std::exception_ptr failure_;
+    bool stopped_ = false;
+};
+
+}  // namespace QuillonLib
