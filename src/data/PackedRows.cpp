@@ -1,8 +1,31 @@
 #include "data/PackedRows.h"
 
+#include <cstring>
 #include <string>
 
 namespace QuillonLib {
+
+// Cells that are null take no room, or hold zeros.
+bool PackedColumn::IsSameRun(std::size_t row, const PackedColumn& other, std::size_t otherRow,
+                             std::size_t count) const noexcept {
+    if (kind_ != other.kind_) return false;
+    if (nulls_ != nullptr || other.nulls_ != nullptr) {
+        for (std::size_t i = 0; i < count; ++i) {
+            if (IsNull(row + i) != other.IsNull(otherRow + i)) return false;
+        }
+    }
+    if (width_ != 0) {
+        return std::memcmp(cells_ + row * width_, other.cells_ + otherRow * width_,
+                           count * width_) == 0;
+    }
+    const std::size_t begin = Begin(row), otherBegin = other.Begin(otherRow);
+    for (std::size_t i = 0; i < count; ++i) {
+        if (ends_[row + i] - begin != other.ends_[otherRow + i] - otherBegin) return false;
+    }
+    const std::size_t unit = kind_ == ValueKind::String ? sizeof(char16_t) : 1;
+    return std::memcmp(cells_ + begin * unit, other.cells_ + otherBegin * unit,
+                       (Begin(row + count) - begin) * unit) == 0;
+}
 
 Value PackedColumn::Value(std::size_t row) const {
     using QuillonLib::Value;

@@ -82,6 +82,10 @@ class PackedColumn {
         return Digits(row) == other.Digits(otherRow);
     }
 
+    // The same of `count` cells from each of the two rows on, all at once.
+    bool IsSameRun(std::size_t row, const PackedColumn& other, std::size_t otherRow,
+                   std::size_t count) const noexcept;
+
     // The cell as a Value, Null included.
     QuillonLib::Value Value(std::size_t row) const;
 

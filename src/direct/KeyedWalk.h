@@ -17,6 +17,7 @@ class KeyedSide {
     bool Next();
     bool AtEnd() const noexcept { return atEnd_; }
     RowAt Row() const { return cursor_.Current(); }
+    std::size_t RowsInHand() const noexcept { return cursor_.RowsInHand(); }
     const std::string& Key() const noexcept { return key_; }
 
   private:
