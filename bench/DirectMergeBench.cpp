@@ -30,15 +30,10 @@ const std::u16string Query =
     u"SELECT [Id], [Serial], [Name], [Code], [Changed], [Amount], [Active], [Ratio]"
     u" FROM [dbo].[t] ORDER BY [Id]";
 
-// As the library asks for the columns, in packets as large as its own.
+// As the library asks for the columns.
 constexpr bench::BareColumn Columns[] = {
     {SQL_C_SLONG, 4},           {SQL_C_SBIGINT, 8}, {SQL_C_BINARY, 100}, {SQL_C_BINARY, 20},
     {SQL_C_TYPE_TIMESTAMP, 16}, {SQL_C_CHAR, 48},   {SQL_C_BIT, 1},      {SQL_C_DOUBLE, 8}};
-
-std::u16string BareText(const std::u16string& address, const char16_t* database) {
-    return u"TDS_Version=7.4;PacketSize=16000;" +
-           QuillonLib::BuildConnectionString(address, database, false, u"sa", u"sandbox");
-}
 
 void CheckRows(std::size_t rows, std::size_t found) {
     if (found != rows) throw std::runtime_error("rows were lost");
@@ -104,8 +99,8 @@ int Run(std::size_t rows) {
         [&] { return std::make_unique<bench::DirectTables>(tables); });
     const auto one = bench::Describe(server.Address(), u"one");
     const auto two = bench::Describe(server.Address(), u"two");
-    BareConnection bare1(BareText(server.Address(), u"one"));
-    BareConnection bare2(BareText(server.Address(), u"two"));
+    BareConnection bare1(bench::TextOfLogin(server, u"one"));
+    BareConnection bare2(bench::TextOfLogin(server, u"two"));
     const std::size_t served = rows - rows / 2000;
 
     Measured inTurn, sideBySide, comparison;

@@ -5,7 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "BenchSupport.h"
 #include "catalog/Database.h"
+#include "data/ConnectionString.h"
 #include "direct/DirectComparison.h"
 
 namespace bench {
@@ -18,6 +20,12 @@ inline std::shared_ptr<QuillonLib::Database> Describe(const std::u16string& addr
     database->Username(u"sa");
     database->Password(u"sandbox");
     return database;
+}
+
+// For a bare connection, with packets as large as those of the library.
+inline std::u16string TextOfLogin(const ServerProcess& server, const char16_t* database) {
+    return u"TDS_Version=7.4;PacketSize=16000;" +
+           QuillonLib::BuildConnectionString(server.Address(), database, false, u"sa", u"sandbox");
 }
 
 inline std::vector<QuillonLib::DirectTableResult> CompareTables(

@@ -48,7 +48,6 @@ inline void SendSide(sandbox::ResultSink& sink, const MadeUpTables& tables, int 
 
 class DirectTables : public EngineServer {
   public:
-    // `tables` lies in memory that the processes share: the client chooses between two queries.
     explicit DirectTables(const MadeUpTables& tables) : tables_(tables) {
         for (const std::u16string name : {u"one", u"two"}) {
             Run(u"CREATE DATABASE " + name);
