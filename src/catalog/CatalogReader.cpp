@@ -150,19 +150,6 @@ bool FlagOf(const Recordset& rows, std::size_t field) {
     return NumberOf(rows, field) != 0;
 }
 
-// Object ids as the server works them out from names, so that names are matched by the server's
-// own rules and the catalog is read by id.
-std::u16string ObjectIdList(std::span<const ObjectName> names) {
-    std::u16string list;
-    for (const ObjectName& name : names) {
-        if (!list.empty()) list.append(u", ");
-        const std::u16string entry =
-            QuoteIdentifier(name.Owner).append(u".").append(QuoteIdentifier(name.Name));
-        list.append(u"OBJECT_ID(").append(QuoteText(entry)).append(u")");
-    }
-    return list;
-}
-
 std::int32_t LengthInTypeUnits(std::u16string_view dataType, std::int32_t bytes) {
     const bool twoByteUnits = dataType == u"nchar" || dataType == u"nvarchar";
     return twoByteUnits && bytes > 0 ? bytes / 2 : bytes;

@@ -27,4 +27,15 @@ std::u16string QuoteText(std::u16string_view text) {
     return quoted;
 }
 
+std::u16string ObjectIdList(std::span<const ObjectName> names) {
+    std::u16string list;
+    for (const ObjectName& name : names) {
+        if (!list.empty()) list.append(u", ");
+        const std::u16string entry =
+            QuoteIdentifier(name.Owner).append(u".").append(QuoteIdentifier(name.Name));
+        list.append(u"OBJECT_ID(").append(QuoteText(entry)).append(u")");
+    }
+    return list;
+}
+
 }  // namespace QuillonLib
