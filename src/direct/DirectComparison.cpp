@@ -11,6 +11,7 @@
 #include <thread>
 #include <utility>
 
+#include "catalog/Database.h"
 #include "core/Error.h"
 #include "direct/TableFeed.h"
 #include "direct/TableRun.h"
@@ -35,15 +36,13 @@ void RequireSense(const DirectOptions& options) {
 // work, and nobody waits for one that is not.
 class Workers {
   public:
-    Workers(const Database& database1, const Database& database2,
-            const std::vector<DirectTable>& tables, const DirectOptions& options)
-        : database1_(database1),
-          database2_(database2),
-          tables_(tables),
-          options_(options),
-          results_(tables.size()) {
-        for (std::size_t i = 0; i < tables.size(); ++i)
-            feeds_.emplace_back(options.sameRows);
+    explicit Workers(const DirectJob& job)
+        : job_(job),
+          facts1_(job.tables, job.database1.DatabaseName()),
+          facts2_(job.tables, job.database2.DatabaseName()),
+          results_(job.tables.size()) {
+        for (std::size_t i = 0; i < job.tables.size(); ++i)
+            feeds_.emplace_back(job.options.sameRows);
     }
     ~Workers() { Stop(); }
     Workers(const Workers&) = delete;
@@ -51,14 +50,13 @@ class Workers {
 
     // Throws the Error of the first worker's logins.
     void Start() {
-        auto first = std::make_unique<TableRunner>(database1_, database2_, options_);
+        auto first = std::make_unique<TableRunner>(job_, facts1_, facts2_);
         first->Connect();
-        const std::size_t jobs = std::min(static_cast<std::size_t>(options_.jobs), tables_.size());
+        const std::size_t jobs =
+            std::min(static_cast<std::size_t>(job_.options.jobs), job_.tables.size());
         for (std::size_t i = 0; i < jobs; ++i) {
-            auto runner = i == 0 ? std::move(first)
-                                 : std::make_unique<TableRunner>(database1_, database2_, options_);
-            runners_.push_back(std::move(runner));
-            Begins();
+            runners_.push_back(i == 0 ? std::move(first)
+                                      : std::make_unique<TableRunner>(job_, facts1_, facts2_));
             threads_.emplace_back([this, &mine = *runners_.back()] { Work(mine); });
         }
     }
@@ -73,6 +71,7 @@ class Workers {
         for (std::thread& thread : threads_)
             thread.join();
         threads_.clear();
+        ended_ = 0;
         runners_.clear();
     }
 
@@ -85,33 +84,26 @@ class Workers {
     // Again and again: a worker may just be about to begin its next call.
     void CancelCalls() {
         std::unique_lock lock(mutex_);
-        while (!ended_.wait_for(lock, CancelEvery, [this] { return working_ == 0; })) {
+        while (
+            !changed_.wait_for(lock, CancelEvery, [this] { return ended_ == threads_.size(); })) {
             for (const auto& runner : runners_)
                 runner->Cancel();
         }
     }
 
-    void Begins() {
-        const std::lock_guard lock(mutex_);
-        ++working_;
-    }
-    void Ends() {
-        const std::lock_guard lock(mutex_);
-        --working_;
-        ended_.notify_all();
-    }
-
     void Work(TableRunner& runner) {
         WorkThrough(runner);
-        Ends();
+        const std::lock_guard lock(mutex_);
+        ++ended_;
+        changed_.notify_all();
     }
 
     void WorkThrough(TableRunner& runner) {
         for (;;) {
             const std::size_t table = next_++;
-            if (table >= tables_.size()) return;
+            if (table >= job_.tables.size()) return;
             try {
-                runner.Run(tables_[table], results_[table], feeds_[table]);
+                runner.Run(table, results_[table], feeds_[table]);
                 feeds_[table].Close(nullptr);
             } catch (const ComparisonStopped&) {
                 feeds_[table].Close(nullptr);
@@ -123,18 +115,17 @@ class Workers {
         }
     }
 
-    const Database& database1_;
-    const Database& database2_;
-    const std::vector<DirectTable>& tables_;
-    const DirectOptions& options_;
+    const DirectJob& job_;
+    FactsAhead facts1_;
+    FactsAhead facts2_;
     std::vector<DirectTableResult> results_;
     std::deque<TableFeed> feeds_;
     std::atomic<std::size_t> next_ = 0;
     std::vector<std::unique_ptr<TableRunner>> runners_;
     std::vector<std::thread> threads_;
     std::mutex mutex_;
-    std::condition_variable ended_;
-    std::size_t working_ = 0;
+    std::condition_variable changed_;
+    std::size_t ended_ = 0;
 };
 
 // Hands the items of one table to the caller's handlers. True: one of them wants no more.
@@ -199,7 +190,8 @@ std::vector<DirectTableResult> CompareDirectly(const Database& database1, const 
                                                const DirectOptions& options,
                                                const DirectSink& sink) {
     RequireSense(options);
-    Workers workers(database1, database2, tables, options);
+    const DirectJob job{database1, database2, tables, options};
+    Workers workers(job);
     workers.Start();
     std::size_t told = 0;
     for (bool cancelled = false; !cancelled && told < tables.size();) {

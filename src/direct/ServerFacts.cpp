@@ -1,7 +1,9 @@
 #include "direct/ServerFacts.h"
 
 #include <string>
+#include <string_view>
 
+#include "catalog/CatalogReader.h"
 #include "catalog/Identifiers.h"
 #include "data/Connection.h"
 #include "data/Recordset.h"
@@ -11,6 +13,24 @@ namespace QuillonLib {
 namespace {
 
 constexpr std::int32_t FirstVersionWithSystemViews = 9;
+
+// Owner, name and count of objects; the list of their ids stands between the parts.
+struct CountsQuery {
+    std::u16string_view begin;
+    std::u16string_view end;
+};
+constexpr CountsQuery Partitions{
+    u"SELECT s.name, o.name, SUM(p.rows) FROM sys.partitions p"
+    u" INNER JOIN sys.objects o ON o.object_id = p.object_id"
+    u" INNER JOIN sys.schemas s ON s.schema_id = o.schema_id"
+    u" WHERE p.index_id IN (0, 1) AND p.object_id IN (",
+    u") GROUP BY s.name, o.name"};
+constexpr CountsQuery SystemIndexes{
+    u"SELECT u.name, o.name, CAST(i.rows AS bigint) FROM sysindexes i"
+    u" INNER JOIN sysobjects o ON o.id = i.id"
+    u" INNER JOIN sysusers u ON u.uid = o.uid"
+    u" WHERE i.indid IN (0, 1) AND i.id IN (",
+    u")"};
 
 // 0 for a NULL, and without a row.
 std::int64_t ReadNumber(const std::shared_ptr<Connection>& connection, std::u16string_view sql) {
@@ -35,26 +55,32 @@ bool AllowsSnapshot(const std::shared_ptr<Connection>& connection, std::int32_t 
                       u" WHERE name = DB_NAME()") == 1;
 }
 
-std::uint64_t CountedRows(const std::shared_ptr<Connection>& connection, std::int32_t version,
-                          const ObjectName& table) {
-    const std::u16string id =
-        u"OBJECT_ID(" +
-        QuoteText(QuoteIdentifier(table.Owner) + u"." + QuoteIdentifier(table.Name)) + u")";
-    const std::u16string query =
-        version >= FirstVersionWithSystemViews
-            ? u"SELECT SUM(p.rows) FROM sys.partitions p WHERE p.index_id IN (0, 1)"
-              u" AND p.object_id = " +
-                  id
-            : u"SELECT CAST(i.rows AS bigint) FROM sysindexes i WHERE i.indid IN (0, 1)"
-              u" AND i.id = " +
-                  id;
+std::vector<std::uint64_t> CountedRows(const std::shared_ptr<Connection>& connection,
+                                       std::int32_t version, std::span<const ObjectFacts> objects) {
+    std::vector<std::uint64_t> counts(objects.size());
+    if (objects.empty()) return counts;
+    const CountsQuery& query = version >= FirstVersionWithSystemViews ? Partitions : SystemIndexes;
+    std::vector<ObjectName> names;
+    for (const ObjectFacts& object : objects)
+        names.push_back(object.Object);
     try {
-        const std::int64_t rows = ReadNumber(connection, query);
-        return rows < 0 ? 0 : static_cast<std::uint64_t>(rows);
+        Recordset rows;
+        rows.Open(std::u16string(query.begin).append(ObjectIdList(names)).append(query.end),
+                  connection);
+        for (; !rows.EndOfSet(); rows.MoveNext()) {
+            const ObjectFacts* const object =
+                FindObject(objects, {rows.Fields(std::size_t{0}).Value().Get<std::u16string>(),
+                                     rows.Fields(1).Value().Get<std::u16string>()});
+            const Value count = rows.Fields(2).Value();
+            if (object == nullptr || count.IsNull() || ToInt64(count) < 0) continue;
+            counts[static_cast<std::size_t>(object - objects.data())] =
+                static_cast<std::uint64_t>(ToInt64(count));
+        }
     } catch (const Error&) {
         if (!connection->IsOpen()) throw;
-        return 0;  // it only serves to show how far the reading has come
+        // they only serve to show how far the reading has come
     }
+    return counts;
 }
 
 }  // namespace QuillonLib

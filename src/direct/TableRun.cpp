@@ -1,10 +1,8 @@
 #include "direct/TableRun.h"
 
-#include <array>
+#include <future>
 #include <utility>
-#include <vector>
 
-#include "catalog/CatalogReader.h"
 #include "catalog/Database.h"
 #include "catalog/Login.h"
 #include "core/TableEntry.h"
@@ -18,6 +16,7 @@ namespace QuillonLib {
 
 void TableRunner::Side::Connect(bool wantSnapshot) {
     if (connection != nullptr && connection->IsOpen()) return;
+    catalog.reset();
     auto opened = OpenConnection(database);
     {
         const std::lock_guard lock(taken);
@@ -32,13 +31,13 @@ void TableRunner::Side::Cancel() noexcept {
     if (connection != nullptr) connection->Cancel();
 }
 
-ObjectFacts TableRunner::Side::ReadFacts(const ObjectName& name) const {
-    CatalogReader reader(connection);
-    reader.UseDatabase(database.DatabaseName());
-    const std::vector<ObjectFacts> objects = reader.Objects(std::array{name});
-    const ObjectFacts* const found = FindObject(objects, name);
-    if (found == nullptr) ThrowObjectNotFound(name, database.DatabaseName());
-    return *found;
+TableFacts TableRunner::Side::ReadFacts(std::size_t table) {
+    if (!catalog) {
+        CatalogReader reader(connection);
+        reader.UseDatabase(database.DatabaseName());
+        catalog = std::move(reader);
+    }
+    return facts.Of(table, *catalog, connection, version);
 }
 
 DirectReading TableRunner::Side::Begin() const {
@@ -51,14 +50,13 @@ void TableRunner::Side::End() const {
     if (snapshot) connection->Execute(u"COMMIT TRANSACTION");
 }
 
-TableRunner::TableRunner(const Database& database1, const Database& database2,
-                         const DirectOptions& options)
-    : options_(options), side1_(database1), side2_(database2) {
+TableRunner::TableRunner(const DirectJob& job, FactsAhead& facts1, FactsAhead& facts2)
+    : job_(job), side1_(job.database1, facts1), side2_(job.database2, facts2) {
 }
 
 void TableRunner::Connect() {
-    side1_.Connect(options_.snapshot);
-    side2_.Connect(options_.snapshot);
+    side1_.Connect(job_.options.snapshot);
+    side2_.Connect(job_.options.snapshot);
 }
 
 void TableRunner::Cancel() noexcept {
@@ -66,8 +64,8 @@ void TableRunner::Cancel() noexcept {
     side2_.Cancel();
 }
 
-void TableRunner::Run(const DirectTable& table, DirectTableResult& result, Outlet& outlet) {
-    result.shape.table = result.shape.table2 = table.name;
+void TableRunner::Run(std::size_t table, DirectTableResult& result, Outlet& outlet) {
+    result.shape.table = result.shape.table2 = job_.tables[table].name;
     result.error = unreachable_;
     if (unreachable_) return;
     try {
@@ -87,9 +85,20 @@ void TableRunner::Run(const DirectTable& table, DirectTableResult& result, Outle
     }
 }
 
-void TableRunner::Compare(const DirectTable& table, DirectTableResult& result, Outlet& outlet) {
-    const TablePlan plan = PlanTable(side1_.ReadFacts(table.name), side2_.ReadFacts(table.name),
-                                     table, options_.ignoredColumns);
+std::pair<TableFacts, TableFacts> TableRunner::ReadFacts(std::size_t table) {
+    // from both servers at once, where they have to be asked
+    const auto policy = side2_.facts.Knows(table) ? std::launch::deferred : std::launch::async;
+    std::future<TableFacts> facts2 =
+        std::async(policy, [this, table] { return side2_.ReadFacts(table); });
+    TableFacts facts1 = side1_.ReadFacts(table);
+    return {std::move(facts1), facts2.get()};
+}
+
+void TableRunner::Compare(std::size_t index, DirectTableResult& result, Outlet& outlet) {
+    const DirectTable& table = job_.tables[index];
+    const auto [facts1, facts2] = ReadFacts(index);
+    const TablePlan plan =
+        PlanTable(facts1.object, facts2.object, table, job_.options.ignoredColumns);
     result.shape = plan.shape;
     result.changedCells.resize(plan.pairs.size());
     if (plan.pairs.empty()) {
@@ -97,8 +106,8 @@ void TableRunner::Compare(const DirectTable& table, DirectTableResult& result, O
                                                  MakeTableEntry(table.name.Owner, table.name.Name) +
                                                  u" has no column that can be compared.");
     }
-    result.expected1 = CountedRows(side1_.connection, side1_.version, plan.shape.table);
-    result.expected2 = CountedRows(side2_.connection, side2_.version, plan.shape.table2);
+    result.expected1 = facts1.rows;
+    result.expected2 = facts2.rows;
     outlet.Read(result);
     result.reading1 = side1_.Begin();
     result.reading2 = side2_.Begin();
@@ -106,9 +115,9 @@ void TableRunner::Compare(const DirectTable& table, DirectTableResult& result, O
         RowCursor rows1(side1_.reader, TableQuery(plan, 1, table.where), side1_.connection);
         RowCursor rows2(side2_.reader, TableQuery(plan, 2, table.where), side2_.connection);
         if (plan.shape.key.empty()) {
-            WalkKeyless(plan, options_.equality, rows1, rows2, result, outlet);
+            WalkKeyless(plan, job_.options.equality, rows1, rows2, result, outlet);
         } else {
-            WalkKeyed(plan, options_.equality, rows1, rows2, result, outlet);
+            WalkKeyed(plan, job_.options.equality, rows1, rows2, result, outlet);
         }
     }
     side1_.End();

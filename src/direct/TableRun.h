@@ -1,14 +1,18 @@
 // The comparison of one table, from its catalog to its last row. Not installed.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <utility>
+#include <vector>
 
-#include "catalog/CatalogFacts.h"
+#include "catalog/CatalogReader.h"
 #include "core/Error.h"
 #include "direct/DirectOptions.h"
+#include "direct/FactsAhead.h"
 #include "direct/Outlet.h"
 #include "direct/SideReader.h"
 
@@ -17,11 +21,19 @@ namespace QuillonLib {
 class Connection;
 class Database;
 
+// What a comparison is asked to do.
+struct DirectJob {
+    const Database& database1;
+    const Database& database2;
+    const std::vector<DirectTable>& tables;
+    const DirectOptions& options;
+};
+
 // Two connections, one for each side, used for one table after another by one thread at a time.
 class TableRunner {
   public:
-    // Sends nothing yet. All three must outlive the object.
-    TableRunner(const Database& database1, const Database& database2, const DirectOptions& options);
+    // Sends nothing yet. All must outlive the object.
+    TableRunner(const DirectJob& job, FactsAhead& facts1, FactsAhead& facts2);
 
     // Logs in where a connection is not open. Throws the Error of the login.
     void Connect();
@@ -29,32 +41,35 @@ class TableRunner {
     // An Error goes into the result; what `outlet` throws that is no Error is thrown. Connections
     // that were lost are made again for the next table; where that fails, all later tables have the
     // Error of that login.
-    void Run(const DirectTable& table, DirectTableResult& result, Outlet& outlet);
+    void Run(std::size_t table, DirectTableResult& result, Outlet& outlet);
 
     // From any thread: cancels what either connection is at; see Connection::Cancel.
     void Cancel() noexcept;
 
   private:
     struct Side {
-        explicit Side(const Database& of) : database(of) {}
+        Side(const Database& of, FactsAhead& ahead) : database(of), facts(ahead) {}
 
         const Database& database;
+        FactsAhead& facts;
         std::shared_ptr<Connection> connection;
+        std::optional<CatalogReader> catalog;  // of the connection, when it was first needed
         std::int32_t version = 0;
         bool snapshot = false;  // the database allows it, and the caller wants it
         std::mutex taken;       // while `connection` is set, or used by another thread
         SideReader reader;
 
         void Connect(bool wantSnapshot);
-        ObjectFacts ReadFacts(const ObjectName& name) const;
+        TableFacts ReadFacts(std::size_t table);
         void Cancel() noexcept;
         DirectReading Begin() const;
         void End() const;
     };
 
-    void Compare(const DirectTable& table, DirectTableResult& result, Outlet& outlet);
+    std::pair<TableFacts, TableFacts> ReadFacts(std::size_t table);
+    void Compare(std::size_t table, DirectTableResult& result, Outlet& outlet);
 
-    const DirectOptions& options_;
+    const DirectJob& job_;
     Side side1_;
     Side side2_;
     std::optional<Error> unreachable_;
