@@ -13,7 +13,10 @@ namespace QuillonLib {
 
 namespace {
 
+// Of a list of rows. Servers compile one with more than 1,000 literals many times as long for each
+// row as a shorter one.
 constexpr std::size_t MaxListRows = 500;
+constexpr std::size_t MaxListCells = 500;
 constexpr std::size_t MaxRowsTogether = 4000;
 constexpr std::size_t MaxListText = std::size_t{32} << 10;     // characters
 constexpr std::size_t MaxGatheredText = std::size_t{1} << 20;  // of all groups
@@ -179,7 +182,7 @@ void StatementWriter::Insert(const DirectRow& source,
     insertsGathered_ += Size(values);
     inserts_.push_back(std::move(values));
     if (alone || !style_.lists || inserts_.size() == MaxListRows ||
-        insertsGathered_ >= MaxListText) {
+        inserts_.size() * source.size() >= MaxListCells || insertsGathered_ >= MaxListText) {
         FlushInserts();
     }
 }
@@ -295,7 +298,10 @@ std::u16string StatementWriter::Check(std::size_t expected, const Line& first) c
 void StatementWriter::Write(const Shape& shape, const std::vector<Line>& lines) {
     std::vector<Line> part;
     std::size_t size = 0;
-    const std::size_t rows = shape.together ? MaxRowsTogether : MaxListRows;
+    const std::size_t cells = shape.conditions.size() + shape.columns.size();
+    const std::size_t rows = shape.together
+                                 ? MaxRowsTogether
+                                 : std::clamp<std::size_t>(MaxListCells / cells, 1, MaxListRows);
     const std::size_t room = shape.together ? MaxGatheredText : MaxListText;
     for (const Line& line : lines) {
         size += Size(line.values);
