@@ -1,5 +1,6 @@
 #include "direct/SideReader.h"
 
+#include <chrono>
 #include <utility>
 
 #include "data/Connection.h"
@@ -11,6 +12,9 @@ namespace {
 // Bytes of blocks that may wait: enough to read on while the other side is behind, and little
 // enough to be in the processor's cache when they are taken.
 constexpr std::size_t Room = std::size_t{256} << 10;
+
+constexpr std::chrono::milliseconds CancelEvery{50};
+constexpr std::chrono::milliseconds LookEvery{100};
 
 }  // namespace
 
@@ -28,6 +32,7 @@ void SideReader::Start(std::u16string sql, std::shared_ptr<Connection> connectio
     const std::lock_guard lock(mutex_);
     if (!thread_.joinable()) thread_ = std::thread([this] { Work(); });
     failure_ = nullptr;
+    failed_ = false;
     stopped_ = false;
     sql_ = std::move(sql);
     connection_ = std::move(connection);
@@ -36,7 +41,10 @@ void SideReader::Start(std::u16string sql, std::shared_ptr<Connection> connectio
 
 std::shared_ptr<const RowBlock> SideReader::Next() {
     std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return !ready_.empty() || connection_ == nullptr; });
+    while (!changed_.wait_for(lock, LookEvery,
+                              [this] { return !ready_.empty() || connection_ == nullptr; })) {
+        if (other_ != nullptr) other_->ThrowFailure();
+    }
     if (ready_.empty()) {
         if (failure_ != nullptr) std::rethrow_exception(failure_);
         return nullptr;
@@ -48,11 +56,21 @@ std::shared_ptr<const RowBlock> SideReader::Next() {
     return block;
 }
 
+void SideReader::ThrowFailure() {
+    if (!failed_) return;
+    const std::lock_guard lock(mutex_);
+    if (failure_ != nullptr) std::rethrow_exception(failure_);
+}
+
 void SideReader::Stop() noexcept {
     std::unique_lock lock(mutex_);
     stopped_ = true;
     changed_.notify_all();
-    changed_.wait(lock, [this] { return connection_ == nullptr; });
+    // Again and again: the reader may just be about to begin its next call.
+    while (connection_ != nullptr) {
+        connection_->Cancel();
+        changed_.wait_for(lock, CancelEvery, [this] { return connection_ == nullptr; });
+    }
     ready_.clear();
     held_ = 0;
 }
@@ -73,6 +91,7 @@ void SideReader::Work() {
         }
         lock.lock();
         failure_ = std::move(failure);
+        failed_ = failure_ != nullptr;
         connection_ = nullptr;
         changed_.notify_all();
     }

@@ -1,6 +1,7 @@
 // Reads one side of a table ahead of those who compare it. Not installed.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
@@ -30,21 +31,27 @@ class SideReader {
     // Stop, the connection belongs to the reader. No other query may be under way.
     void Start(std::u16string sql, std::shared_ptr<Connection> connection);
 
+    // The reader of the other side of the table. What it fails with ends a wait for rows here, too:
+    // they would be of no use.
+    void Beside(SideReader& other) noexcept { other_ = &other; }
+
     // As RowStream::Next; throws what running the query threw, too.
     std::shared_ptr<const RowBlock> Next();
 
-    // Lets go of the rest. Waits for the block that is being read.
+    // Lets go of the rest: a query that is under way is cancelled.
     void Stop() noexcept;
 
   private:
     using Block = std::shared_ptr<const RowBlock>;
 
+    void ThrowFailure();
     void Work();
     void ReadAll(RowStream& rows);
     bool Hand(Block block);
 
     std::mutex mutex_;
     std::condition_variable changed_;
+    SideReader* other_ = nullptr;
     std::thread thread_;  // made for the first query
     bool quit_ = false;
     // Of the query under way.
@@ -53,6 +60,7 @@ class SideReader {
     std::deque<Block> ready_;
     std::size_t held_ = 0;  // bytes of `ready_`
     std::exception_ptr failure_;
+    std::atomic<bool> failed_ = false;  // there is a `failure_`
     bool stopped_ = false;
 };
 

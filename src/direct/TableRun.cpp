@@ -52,6 +52,8 @@ void TableRunner::Side::End() const {
 
 TableRunner::TableRunner(const DirectJob& job, FactsAhead& facts1, FactsAhead& facts2)
     : job_(job), side1_(job.database1, facts1), side2_(job.database2, facts2) {
+    side1_.reader.Beside(side2_.reader);
+    side2_.reader.Beside(side1_.reader);
 }
 
 void TableRunner::Connect() {

@@ -88,6 +88,29 @@ TEST_F(FaultsTest, AConnectionThatIsLostAtAnyRowIsAnErrorOfItsTable) {
     EXPECT_EQ(ConnectionsLeft(server2), 0);
 }
 
+// Nobody waits for the rows of the other side then.
+TEST_F(FaultsTest, AFailureOfOneSideEndsAWaitForTheOther) {
+    options.jobs = 1;
+    for (const int side : {1, 2}) {
+        sandbox::Server& failing = side == 1 ? server : server2;
+        sandbox::Server& silent = side == 1 ? server2 : server;
+        failing.AddFault(ErrorIn(u"FROM [dbo].[keyed]"));
+        sandbox::Fault fault;
+        fault.kind = sandbox::FaultKind::Delay;
+        fault.contains = u"FROM [dbo].[keyed]";
+        fault.delay = std::chrono::seconds(60);
+        silent.AddFault(fault);
+        const auto start = std::chrono::steady_clock::now();
+        const auto results = CompareBoth();
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+        ASSERT_TRUE(results.at(0).error);
+        EXPECT_NE(results[0].error->Description().find(u"made to fail"), std::u16string::npos);
+        ExpectWhole(results.at(1));
+        failing.ClearFaults();
+        silent.ClearFaults();
+    }
+}
+
 TEST_F(FaultsTest, AConnectionThatIsLostAtAnyBatchIsAnError) {
     options.jobs = 1;
     CompareBoth();
