@@ -13,11 +13,20 @@ namespace scripthost {
 TestGround::TestGround(const std::filesystem::path& script)
     : folder_(QuillonLib::test::MakeTemporaryFolder()) {
     const std::wstring text = ReadFile(script);
-    sandbox::Server& server = box_.AddServer();
-    server.Run(std::u16string(text.begin(), text.end()));
-    const std::u16string address = server.Address();
-    _wputenv_s(L"QUILLON_TEST_SERVER", std::wstring(address.begin(), address.end()).c_str());
+    const std::u16string sql(text.begin(), text.end());
+    AddServer(u"SANDBOX", sql, L"QUILLON_TEST_SERVER");
+    AddServer(u"OTHER", sql, L"QUILLON_TEST_OTHER");
     _wputenv_s(L"QUILLON_TEST_FOLDER", folder_.c_str());
+}
+
+void TestGround::AddServer(const char16_t* name, const std::u16string& sql,
+                           const wchar_t* variable) {
+    sandbox::ServerSettings settings;
+    settings.name = name;
+    sandbox::Server& server = box_.AddServer(settings);
+    server.Run(sql);
+    const std::u16string address = server.Address();
+    _wputenv_s(variable, std::wstring(address.begin(), address.end()).c_str());
 }
 
 TestGround::~TestGround() {

@@ -1,4 +1,4 @@
-// What the test scripts work on: a server with two databases, and an empty folder.
+// What the test scripts work on: two servers with the same databases, and an empty folder.
 #pragma once
 
 #include <filesystem>
@@ -8,17 +8,19 @@
 
 namespace scripthost {
 
-// Scripts find it by the environment: QUILLON_TEST_SERVER is the server's address,
-// QUILLON_TEST_FOLDER the folder.
+// Scripts find it by the environment: QUILLON_TEST_SERVER and QUILLON_TEST_OTHER are the addresses
+// of the servers, QUILLON_TEST_FOLDER the folder.
 class TestGround {
   public:
-    // `script`: a file of SQL, in UTF-8, that is run on the server first.
+    // `script`: a file of SQL, in UTF-8, that is run on each server first.
     explicit TestGround(const std::filesystem::path& script);
     TestGround(const TestGround&) = delete;
     TestGround& operator=(const TestGround&) = delete;
     ~TestGround();
 
   private:
+    void AddServer(const char16_t* name, const std::u16string& sql, const wchar_t* variable);
+
     sandbox::Sandbox box_;
     std::filesystem::path folder_;
 };
