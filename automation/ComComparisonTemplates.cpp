@@ -4,14 +4,11 @@
 
 #include "automation/Arrays.h"
 #include "automation/ComKeyedList.h"
+#include "automation/Enumerations.h"
 
 namespace QuillonLib::Automation {
 
 namespace {
-
-QuillonLib::enItemTypes ToItemType(::enItemTypes type) {
-    return static_cast<QuillonLib::enItemTypes>(type);
-}
 
 struct ItemsToVariant {
     Variant operator()(std::monostate) const { return {}; }

@@ -7,6 +7,7 @@
 #include "automation/Arrays.h"
 #include "automation/Choices.h"
 #include "automation/ComRecordset.h"
+#include "automation/Enumerations.h"
 
 namespace QuillonLib::Automation {
 
@@ -51,10 +52,6 @@ void WithOutputs(Work&& work, Outs&... outs) {
         throw;
     }
     (outs.HandBack(), ...);
-}
-
-QuillonLib::enShowOptions ToOptions(::enShowOptions options) {
-    return static_cast<QuillonLib::enShowOptions>(options);
 }
 
 Variant ArrayOrNull(const std::optional<TextArray>& texts) {

@@ -10,7 +10,7 @@
 #include <set>
 #include <string>
 
-#include "Client.h"
+#include "TypeInfo.h"
 
 namespace client {
 
@@ -19,13 +19,6 @@ namespace {
 // "Class", and the rows of its table: "`member(arguments)` | access".
 using Rows = std::set<std::string>;
 using Tables = std::map<std::string, Rows>;
-
-std::string Narrow(const Bstr& text) {
-    std::string narrow;
-    for (const wchar_t c : text.Text())
-        narrow += static_cast<char>(c);
-    return narrow;
-}
 
 std::string Trimmed(const std::string& text) {
     const auto first = text.find_first_not_of(' ');
@@ -124,14 +117,6 @@ Rows RowsOf(const MembersByName& members) {
     return rows;
 }
 
-TYPEATTR AttributesOf(ITypeInfo* info) {
-    TYPEATTR* attributes = nullptr;
-    info->GetTypeAttr(&attributes);
-    const TYPEATTR copy = *attributes;
-    info->ReleaseTypeAttr(attributes);
-    return copy;
-}
-
 // The functions of an interface but for those of IDispatch.
 Rows RowsOfInterface(ITypeInfo* info, const std::string& method) {
     MembersByName members;
@@ -165,9 +150,8 @@ Rows RowsOfEnumeration(ITypeInfo* info) {
     for (UINT i = 0; i < AttributesOf(info).cVars; ++i) {
         VARDESC* constant = nullptr;
         info->GetVarDesc(i, &constant);
-        Bstr name;
-        info->GetDocumentation(constant->memid, name.Put(), nullptr, nullptr, nullptr);
-        rows.insert("`" + Narrow(name) + "` | " + std::to_string(constant->lpvarValue->lVal));
+        rows.insert("`" + NameOf(info, constant->memid) + "` | " +
+                    std::to_string(constant->lpvarValue->lVal));
         info->ReleaseVarDesc(constant);
     }
     return rows;
@@ -180,11 +164,9 @@ Tables ReadTypeLibrary() {
     for (UINT i = 0; library && i < library->GetTypeInfoCount(); ++i) {
         ComPtr<ITypeInfo> info;
         library->GetTypeInfo(i, info.Put());
-        Bstr name;
-        info->GetDocumentation(MEMBERID_NIL, name.Put(), nullptr, nullptr, nullptr);
         const TYPEKIND kind = AttributesOf(info.Get()).typekind;
-        if (kind == TKIND_COCLASS) tables[Narrow(name)] = RowsOfClass(info.Get());
-        if (kind == TKIND_ENUM) tables[Narrow(name)] = RowsOfEnumeration(info.Get());
+        if (kind == TKIND_COCLASS) tables[NameOf(info.Get())] = RowsOfClass(info.Get());
+        if (kind == TKIND_ENUM) tables[NameOf(info.Get())] = RowsOfEnumeration(info.Get());
     }
     return tables;
 }
