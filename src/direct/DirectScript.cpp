@@ -170,7 +170,9 @@ class DirectScriptWriter::Impl {
             if (unique && !column.key) target.unique.push_back(i);
             written.columns.push_back(own.Name);
             written.changed.push_back(target.updates > 0 && result.changedCells[i] > 0);
-            written.mayBeNull.push_back(own.AllowNulls && !unique && !column.key);
+            // without a key a row is found by all of its values only: none can change in between
+            const bool found = !target.shape.key.empty();
+            written.mayBeNull.push_back(found && own.AllowNulls && !unique && !column.key);
             if (written.changed.back() && own.Identity) {
                 throw Error(ErrorNumber::Comparison, u"Table " +
                                                          MakeTableEntry(name.Owner, name.Name) +

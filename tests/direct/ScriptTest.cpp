@@ -530,6 +530,18 @@ TEST_F(FailingScripts, AreWholeTexts) {
         u"GO\r\n");
 }
 
+// The key is the target's alone, so that rows are matched as wholes.
+TEST_P(Scripts, RowsWithoutAKeyThatReferToTheirOwnTable) {
+    RunOn1(u"CREATE TABLE t (id int, parent int)");
+    RunOn2(u"CREATE TABLE t (id int PRIMARY KEY, parent int CONSTRAINT FK_t REFERENCES t (id))");
+    RunOn1(u"INSERT t VALUES (1, 2), (2, 3), (3, NULL), (6, 6)");
+    RunOn2(u"INSERT t VALUES (4, NULL), (5, 5), (1, 4)\nGO\nUPDATE t SET parent = 1 WHERE id = 4");
+    ExpectToConverge({u"t"});
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM sys.foreign_keys WHERE is_disabled = 1 OR "
+                  u"is_not_trusted = 1"),
+              u"0");
+}
+
 TEST_P(Scripts, TellWhatTheyDoToEachTable) {
     RunOnBoth(u"CREATE TABLE same (id int PRIMARY KEY)");
     RunOnBoth(
