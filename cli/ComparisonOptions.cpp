@@ -18,6 +18,7 @@ void ComparisonOptions::AddDatabasesTo(CLI::App& command) {
                      "Let a server compare, by its own rules of equality, in place of reading the "
                      "rows of both databases and comparing them here");
     direct_.AddTo(command);
+    databases_.AddThirdTo(command);
     command
         .add_flag("--drop-linked-servers", dropLinkedServers_,
                   "Remove the linked servers KARNOBE_1 and KARNOBE_2 afterwards, which a "

@@ -149,14 +149,17 @@ void DatabaseOptions::AddTo(CLI::App& command) {
     login2_.passwordVariable = "QUILLON_PASSWORD2";
     command.add_option("database1", location1_, "First database")->type_name("SERVER/DATABASE");
     command.add_option("database2", location2_, "Second database")->type_name("SERVER/DATABASE");
+    login1_.AddTo(command, "", "(for both databases unless --user2 or --integrated2 is given)");
+    login2_.AddTo(command, "2", "for the second database");
+}
+
+void DatabaseOptions::AddThirdTo(CLI::App& command) {
     command
         .add_option("--via", location3_,
                     "Database on whose server the queries across both run, with the login of the "
                     "first (default: the first)")
         ->type_name("SERVER/DATABASE")
         ->group(ByServerGroup);
-    login1_.AddTo(command, "", "(for both databases unless --user2 or --integrated2 is given)");
-    login2_.AddTo(command, "2", "for the second database");
 }
 
 DatabaseOptions::Databases DatabaseOptions::Make(Console& console) const {

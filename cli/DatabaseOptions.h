@@ -50,6 +50,7 @@ struct DatabaseLocation {
 class DatabaseOptions {
   public:
     void AddTo(CLI::App& command);
+    void AddThirdTo(CLI::App& command);
 
     struct Databases {
         std::shared_ptr<QuillonLib::Database> obDB1;

@@ -10,10 +10,11 @@ namespace quillon {
 void AddScriptCommand(CLI::App& app, Program& program) {
     auto* command = app.add_subcommand("script", "Write the script that makes databases agree");
     command->footer(
-        "Exit codes: 0 the script brings everything over; 1 a table that differs has no section, "
-        "or "
-        "not all of\nits columns (it is named, with the reason); 2 failed; 3 not everything could "
-        "be compared.\n"
+        "Without --by-server the script is one of plain INSERT, UPDATE and DELETE statements; with "
+        "it, one of\ntemporary procedures and their calls. Both run in one transaction.\n"
+        "Exit codes: 0 the script brings everything over; 1 a table that differs is not in it, or "
+        "not with all of\nits columns (it is named, with the reason); 2 failed, and no file was "
+        "written, or a table could not be\ncompared; 3 not everything could be compared.\n"
         "Example:\n  quillon script db1/sales db2/sales --user reader --to 2 -o update.sql");
     auto options = std::make_shared<ScriptFileOptions>();
     options->comparison.AddDatabasesTo(*command);
