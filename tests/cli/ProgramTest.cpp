@@ -248,7 +248,7 @@ TEST_F(ProgramTest, BadCallsAreNamed) {
 }
 
 TEST_F(ProgramTest, HelpIsNoFailure) {
-    const Outcome outcome = Call({"sync", "--by-server", "--help"});
+    const Outcome outcome = Call({"sync", "--help"});
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_NE(outcome.out.find("--suspend-constraints"), std::string::npos);
 }

@@ -1,0 +1,62 @@
+#include "cli/SpooledScript.h"
+
+#include "catalog/Login.h"
+#include "tests/cli/ProgramFixture.h"
+
+namespace quillon {
+namespace {
+
+class SpooledScriptTest : public ProgramTest {
+  protected:
+    SpooledScriptTest() { RunOnBoth(u"DROP TABLE c"); }
+    // As a script comes: a piece for each line, and one for its end.
+    void Add(std::initializer_list<std::u16string_view> lines) {
+        for (const std::u16string_view line : lines) {
+            script.Add(line);
+            script.Add(QuillonLib::CrLf);
+        }
+    }
+    void Run() {
+        const auto connection = QuillonLib::OpenConnection(*MakeDatabase(u"b"));
+        RunBatches(*connection, script);
+    }
+    SpooledScript script;
+};
+
+TEST_F(SpooledScriptTest, IsCutAtTheLinesThatHoldGo) {
+    Add({u"a", u"b", u"GO", u"c GO", u"GO", u"d"});
+    ASSERT_EQ(script.Count(), 3U);
+    EXPECT_EQ(script.Batch(2), u"d\r\n");
+    EXPECT_EQ(script.Batch(0), u"a\r\nb\r\n");
+    EXPECT_EQ(script.Batch(1), u"c GO\r\n");
+}
+
+TEST_F(SpooledScriptTest, RunsBatchesThatLeaveTheirNumber) {
+    Add({u"BEGIN TRANSACTION", u"SET CONTEXT_INFO 0x01", u"GO", u"DELETE p WHERE id = 1",
+         u"SET CONTEXT_INFO 0x02", u"GO", u"    COMMIT TRANSACTION"});
+    std::vector<std::size_t> done;
+    script.progress = [&](std::size_t number, std::size_t count) {
+        done.push_back(number);
+        EXPECT_EQ(count, 3U);
+    };
+    Run();
+    EXPECT_EQ(done, (std::vector<std::size_t>{0, 1, 2}));
+    EXPECT_EQ(RowsOfB(), u"1 three");
+}
+
+// Its statements may not all have run, and nobody has told of an error.
+TEST_F(SpooledScriptTest, ABatchThatEndsEarlyIsRolledBack) {
+    Add({u"BEGIN TRANSACTION", u"SET CONTEXT_INFO 0x01", u"GO", u"DELETE p WHERE id = 1", u"RETURN",
+         u"SET CONTEXT_INFO 0x02", u"GO", u"    COMMIT TRANSACTION"});
+    try {
+        Run();
+        FAIL();
+    } catch (const BatchFailure& failure) {
+        EXPECT_STREQ(failure.what(),
+                     "Batch 2 did not come to its end, and the server gave no reason.");
+    }
+    EXPECT_EQ(RowsOfB(), u"2 three");
+}
+
+}  // namespace
+}  // namespace quillon
