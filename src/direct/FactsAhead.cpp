@@ -10,7 +10,6 @@ namespace QuillonLib {
 namespace {
 
 constexpr std::size_t BlockSize = 100;
-constexpr std::chrono::seconds GoodFor{2};
 
 }  // namespace
 
@@ -20,7 +19,7 @@ bool FactsAhead::Knows(std::size_t index) {
 }
 
 bool FactsAhead::IsFresh(std::size_t index) const {
-    return index >= begin_ && index < end_ && Clock::now() - read_ <= GoodFor;
+    return index >= begin_ && index < end_ && Clock::now() - read_ < goodFor_;
 }
 
 TableFacts FactsAhead::Of(std::size_t index, CatalogReader& reader,

@@ -28,9 +28,15 @@ struct TableFacts {
 // workers at once, who take the tables in their order.
 class FactsAhead {
   public:
-    // `tables` must outlive the object.
-    FactsAhead(const std::vector<DirectTable>& tables, std::u16string database)
-        : tables_(tables), database_(std::move(database)) {}
+    using Clock = std::chrono::steady_clock;
+
+    // Many small tables are read within it, and it is nothing beside a large one.
+    static constexpr std::chrono::seconds GoodFor{2};
+
+    // `tables` must outlive the object. `goodFor`: how long facts are used.
+    FactsAhead(const std::vector<DirectTable>& tables, std::u16string database,
+               Clock::duration goodFor = GoodFor)
+        : tables_(tables), database_(std::move(database)), goodFor_(goodFor) {}
 
     // Whether Of need not ask, as far as can be told now.
     bool Knows(std::size_t index);
@@ -42,14 +48,13 @@ class FactsAhead {
                   const std::shared_ptr<Connection>& connection, std::int32_t version);
 
   private:
-    using Clock = std::chrono::steady_clock;
-
     bool IsFresh(std::size_t index) const;
     void Read(std::size_t begin, CatalogReader& reader,
               const std::shared_ptr<Connection>& connection, std::int32_t version);
 
     const std::vector<DirectTable>& tables_;
     std::u16string database_;
+    Clock::duration goodFor_;
     std::mutex mutex_;
     std::size_t begin_ = 0, end_ = 0;  // of the known entries of `tables_`
     std::vector<ObjectFacts> objects_;

@@ -24,6 +24,9 @@ class RowBag {
 
     void Add(const RowHash& hash, std::string_view row);
 
+    // Bytes of rows in memory; the others are in the file.
+    std::size_t Held() const noexcept { return held_; }
+
     // Each row of the partition, in the order in which they were added.
     void Visit(std::size_t partition,
                const std::function<void(const RowHash& hash, std::string_view row)>& visit);

@@ -3,13 +3,13 @@
 
 #include <cstddef>
 #include <memory>
-#include <string>
-#include <utility>
+#include <string_view>
 #include <vector>
 
 #include "direct/CellValue.h"
 #include "direct/DirectResult.h"
 #include "direct/SideReader.h"
+#include "direct/TableShape.h"
 
 namespace QuillonLib {
 
@@ -17,16 +17,16 @@ class Connection;
 
 class RowCursor {
   public:
-    // Has `reader`, which must outlive the cursor, send the query. Stands before the first row.
-    RowCursor(SideReader& reader, std::u16string sql, std::shared_ptr<Connection> connection)
-        : reader_(reader) {
-        reader_.Start(std::move(sql), std::move(connection));
-    }
+    // Has `reader` send the query of that side. Both must outlive the cursor. Stands before the
+    // first row.
+    RowCursor(const TablePlan& plan, int side, std::u16string_view where, SideReader& reader,
+              std::shared_ptr<Connection> connection);
     ~RowCursor() { reader_.Stop(); }
     RowCursor(const RowCursor&) = delete;
     RowCursor& operator=(const RowCursor&) = delete;
 
-    // False after the last row. Throws as SideReader::Next does.
+    // False after the last row. Throws as SideReader::Next does, and Error Comparison where the
+    // table is no longer declared as planned.
     bool Next() {
         if (block_ == nullptr || ++row_ == rows_) return NextBlock();
         return true;
@@ -38,7 +38,10 @@ class RowCursor {
 
   private:
     bool NextBlock();
+    void RequirePlannedKinds() const;
 
+    const TablePlan& plan_;
+    int side_;
     SideReader& reader_;
     std::shared_ptr<const RowBlock> block_;
     std::size_t row_ = 0;

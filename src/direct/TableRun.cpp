@@ -10,7 +10,6 @@
 #include "direct/KeyedWalk.h"
 #include "direct/KeylessWalk.h"
 #include "direct/ServerFacts.h"
-#include "direct/TableQuery.h"
 
 namespace QuillonLib {
 
@@ -114,8 +113,8 @@ void TableRunner::Compare(std::size_t index, DirectTableResult& result, Outlet& 
     result.reading1 = side1_.Begin();
     result.reading2 = side2_.Begin();
     {
-        RowCursor rows1(side1_.reader, TableQuery(plan, 1, table.where), side1_.connection);
-        RowCursor rows2(side2_.reader, TableQuery(plan, 2, table.where), side2_.connection);
+        RowCursor rows1(plan, 1, table.where, side1_.reader, side1_.connection);
+        RowCursor rows2(plan, 2, table.where, side2_.reader, side2_.connection);
         if (plan.shape.key.empty()) {
             WalkKeyless(plan, job_.options.equality, rows1, rows2, result, outlet);
         } else {

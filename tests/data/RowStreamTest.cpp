@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include "sandbox/text/Collations.h"
 #include "tests/data/ScriptedServer.h"
@@ -109,6 +111,28 @@ TEST_F(RowStreamTest, EndsWithTheErrorThatEndedTheRows) {
 TEST_F(RowStreamTest, NeedsARowSet) {
     EXPECT_THROW(RowStream(u"nothing", connection), Error);
     EXPECT_THROW(RowStream(u"rows", nullptr), Error);
+}
+
+// A table of any size may be let go of after its first rows.
+TEST_F(RowStreamTest, HasTheServerStopWhenItIsLetGo) {
+    constexpr int Count = 2000000;
+    std::atomic<int> sent{0};
+    std::atomic<bool> ended{false};
+    server.On(u"rows", [&](ResultSink& sink) {
+        sink.Columns({Column(u"Number", Type(TypeId::Int))});
+        const sandbox::Cell cell = IntegerCell(1);
+        while (sent < Count && sink.Row(&cell))
+            ++sent;
+        sink.StatementDone(sent, true, false);
+        ended = true;
+    });
+    {
+        RowStream stream(u"rows", connection);
+        ASSERT_NE(stream.Next(), nullptr);
+    }
+    while (!ended)
+        std::this_thread::yield();
+    EXPECT_LT(sent, Count);
 }
 
 TEST_F(RowStreamTest, LeavesItsConnectionUsableWhenItIsLetGo) {

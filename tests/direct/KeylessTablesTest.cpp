@@ -10,7 +10,6 @@
 #include "direct/KeylessWalk.h"
 #include "direct/RowBag.h"
 #include "direct/RowHash.h"
-#include "direct/TableQuery.h"
 #include "direct/VariantCell.h"
 #include "tests/direct/DirectFixture.h"
 
@@ -54,7 +53,90 @@ TEST(RowBags, GiveBackFromFilesWhatDoesNotFit) {
     }
 }
 
-class KeylessTables : public DirectFixture {};
+TEST(RowBags, GoToTheFileWhenTheRoomIsFull) {
+    constexpr std::size_t Room = 1000, RowSize = 100;
+    RowBag bag(Room);
+    std::size_t most = 0;
+    int spills = 0;
+    for (int i = 0; i < 100; ++i) {
+        const std::size_t before = bag.Held();
+        bag.Add(HashRow(std::to_string(i)), std::string(RowSize, 'x'));
+        if (bag.Held() < before) {
+            ++spills;
+            EXPECT_EQ(bag.Held(), 0U);
+        }
+        most = std::max(most, bag.Held());
+    }
+    EXPECT_GE(most, Room - 2 * RowSize);
+    EXPECT_LE(most, Room);
+    EXPECT_GE(spills, 10);  // of 10,000 bytes and more
+}
+
+class KeylessTables : public DirectFixture {
+  protected:
+    struct Walked {
+        DirectTableResult result;
+        Texts found;  // in order of text
+    };
+
+    // Compares table t with so much room for each side.
+    Walked Walk(std::size_t room) {
+        auto connection1 = OpenConnection(*one);
+        auto connection2 = OpenConnection(*two);
+        const DirectTable table{{u"dbo", u"t"}, {}, {}, {}};
+        const TablePlan plan = PlanTable(Facts(connection1), Facts(connection2), table, {});
+        SideReader side1, side2;
+        RowCursor rows1(plan, 1, u"", side1, connection1);
+        RowCursor rows2(plan, 2, u"", side2, connection2);
+        Walked walked;
+        class Rows : public Outlet {
+          public:
+            explicit Rows(Texts& found) : found_(found) {}
+            void Found(FoundDifference difference) override {
+                const bool first = difference.change == DirectChange::OnlyIn1;
+                found_.push_back((first ? u"1: " : u"2: ") +
+                                 ShownRow(first ? *difference.row1 : *difference.row2));
+            }
+            void Read(const DirectTableResult&) override {}
+
+          private:
+            Texts& found_;
+        } rows(walked.found);
+        WalkKeyless(plan, {}, rows1, rows2, walked.result, rows, room);
+        std::sort(walked.found.begin(), walked.found.end());
+        return walked;
+    }
+
+  private:
+    static ObjectFacts Facts(const std::shared_ptr<Connection>& connection) {
+        CatalogReader reader(connection);
+        reader.UseDatabase(u"w");
+        return reader.Objects(std::array{ObjectName{u"dbo", u"t"}}).at(0);
+    }
+};
+
+// The same from memory, from files, and from both.
+TEST_F(KeylessTables, AreTheSameHoweverMuchRoomThereIs) {
+    RunOnBoth(u"CREATE TABLE t (a int, b nvarchar(20))");
+    const auto fill = [](int from, int to) {
+        return u"DECLARE @i int SET @i = " + ToText(from) + u" WHILE @i < " + ToText(to) +
+               u" BEGIN INSERT t VALUES (@i % 70, N'row ' + CAST(@i % 9 AS nvarchar(9)))"
+               u" SET @i = @i + 1 END";
+    };
+    RunOn1(fill(0, 900));
+    RunOn2(fill(100, 1200));
+    const Walked inMemory = Walk(KeylessRoom);
+    EXPECT_EQ(inMemory.result.rows1, 900U);
+    EXPECT_EQ(inMemory.result.rows2, 1100U);
+    EXPECT_GT(inMemory.result.identical, 500U);
+    EXPECT_GT(inMemory.found.size(), 100U);
+    EXPECT_EQ(inMemory.result.identical * 2 + inMemory.found.size(), 2000U);
+    for (const std::size_t room : {0, 1000, 20000}) {
+        const Walked walked = Walk(room);
+        EXPECT_EQ(walked.result.identical, inMemory.result.identical) << room;
+        EXPECT_EQ(walked.found, inMemory.found) << room;
+    }
+}
 
 TEST_F(KeylessTables, CountEqualRowsByTheirNumber) {
     RunOnBoth(u"CREATE TABLE t (a int, b nvarchar(9), c float)");
@@ -115,8 +197,8 @@ TEST_F(KeylessTables, BringRowsBackFromFiles) {
     const TablePlan plan = PlanTable(reader1.Objects(std::array{table.name}).at(0),
                                      reader2.Objects(std::array{table.name}).at(0), table, {});
     SideReader side1, side2;
-    RowCursor rows1(side1, TableQuery(plan, 1, u""), connection1);
-    RowCursor rows2(side2, TableQuery(plan, 2, u""), connection2);
+    RowCursor rows1(plan, 1, u"", side1, connection1);
+    RowCursor rows2(plan, 2, u"", side2, connection2);
     DirectTableResult result;
     class Rows : public Outlet {
       public:
