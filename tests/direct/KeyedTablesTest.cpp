@@ -160,6 +160,30 @@ TEST_F(KeyedTables, NeverCallsRowsWholeThatAnErrorCutShort) {
     EXPECT_TRUE(CompareOne().Same());
 }
 
+// Among many rows that are the same: at the borders of the runs and of the blocks in which they are
+// read, and where only the place of a cell's end differs.
+TEST_F(KeyedTables, FindsTheOneThatDiffersAmongMany) {
+    RunOnBoth(
+        u"CREATE TABLE t (id int PRIMARY KEY, a int, b varchar(20), c nvarchar(20), d datetime)"
+        u" DECLARE @i int SET @i = 0 WHILE @i < 2200 BEGIN INSERT t VALUES (@i, @i % 3,"
+        u" 'b' + CAST(@i % 7 AS varchar(9)), N'c' + CAST(@i % 5 AS nvarchar(9)), '20240101')"
+        u" SET @i = @i + 1 END UPDATE t SET a = NULL, b = NULL WHERE id % 50 = 7");
+    RunOn1(
+        u"UPDATE t SET a = 0, b = '' WHERE id = 207 UPDATE t SET b = 'xy' WHERE id = 100"
+        u" UPDATE t SET b = 'z' WHERE id = 101 UPDATE t SET c = N'' WHERE id = 1500");
+    RunOn2(
+        u"UPDATE t SET a = NULL, b = NULL WHERE id = 207 UPDATE t SET b = 'x' WHERE id = 100"
+        u" UPDATE t SET b = 'yz' WHERE id = 101 UPDATE t SET c = NULL WHERE id = 1500"
+        u" UPDATE t SET d = DATEADD(ms, 3, d) WHERE id IN (31, 32, 1023, 1024, 2199)"
+        u" DELETE t WHERE id IN (64, 2047)");
+    const DirectTableResult result = CompareOne();
+    EXPECT_EQ(result.rows1, 2200U);
+    EXPECT_EQ(result.differing, 9U);
+    EXPECT_EQ(result.onlyIn1, 2U);
+    EXPECT_EQ(result.identical, 2189U);
+    EXPECT_EQ(result.changedCells, (std::vector<std::uint64_t>{0, 1, 3, 1, 5}));
+}
+
 TEST_F(KeyedTables, LetsTheHandlersFailurePass) {
     RunOnBoth(u"CREATE TABLE t (id int PRIMARY KEY)");
     RunOn1(u"INSERT t VALUES (1)");
