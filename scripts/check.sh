@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
-# Format and lint: fails on a file that clang-format would change, or that clang-tidy objects to.
+# Format and lint: fails on an include that no room may have, a file that clang-format would change,
+# or one that clang-tidy objects to.
 # The library and the front end are linted; `scripts/check.sh all` lints the sandbox too, and
 # `scripts/check.sh format` leaves the lint out.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
 
+scripts/check-includes.sh
 need "${check_packages[@]}"
 git ls-files '*.cpp' '*.h' | xargs clang-format-14 --dry-run --Werror
 if [ "${1:-}" = format ]; then
