@@ -25,15 +25,19 @@ Sub Round(rounds)
 End Sub
 
 Sub Comparison(rounds)
-    Dim i, databases, database1, database2, utils, results, same, different, missing, additional, toRight, toLeft
-    Set databases = CreateObject("QuillonLib.Databases")
-    Set database1 = NewDatabase(databases, "Source")
-    Set database2 = NewDatabase(databases, "Target")
-    Set utils = CreateObject("QuillonLib.Utils")
+    Dim i, databases, database1, database2, utils, sink, results, same, different, missing, additional, toRight, toLeft
     For i = 1 To rounds
+        Set databases = CreateObject("QuillonLib.Databases")
+        Set database1 = NewDatabase(databases, "Source")
+        Set database2 = NewDatabase(databases, "Target")
+        Set utils = CreateObject("QuillonLib.Utils")
+        Set sink = CreateObject("QuillonLib.EventSink")
+        Host.Connect sink, "Nobody_"
+        Set utils.EventSink = sink
         Set results = utils.CompareContents(database1, database2, database2, Array("[dbo].[Orders]"), Nothing, Nothing)
         utils.GetRecordsets database1, database2, database2, results(1), same, different, missing, additional, _
             toRight, toLeft, 15, 0
+        Host.Disconnect sink
     Next
 End Sub
 
@@ -60,5 +64,5 @@ Steady bytes, handles, 1000, "Objects"
 Comparison 20
 bytes = Host.HeapBytes
 handles = Host.HandleCount
-Comparison 100
-Steady bytes, handles, 100, "Comparisons"
+Comparison 1000
+Steady bytes, handles, 1000, "Comparisons"
