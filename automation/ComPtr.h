@@ -43,6 +43,8 @@ class ComPtr {
         *this = nullptr;
         return &object_;
     }
+    // For a function that may replace the reference.
+    T** InOut() noexcept { return &object_; }
     void** PutVoid() noexcept { return reinterpret_cast<void**>(Put()); }
 
     // Null where the object has no such interface, and for null.

@@ -1,0 +1,187 @@
+// Comparisons and their row sets as a compiled client has them, against servers of the test's own.
+#include <memory>
+
+#include "Calls.h"
+#include "TestGround.h"
+
+namespace client {
+
+namespace {
+
+class Compared : public ClientTest {
+  protected:
+    static void SetUpTestSuite() {
+        ground_ = std::make_unique<scripthost::TestGround>(QUILLON_TEST_DATABASES);
+    }
+    static void TearDownTestSuite() { ground_ = nullptr; }
+
+    void SetUp() override {
+        ClientTest::SetUp();
+        utils_ = Create<IUtils>(__uuidof(Utils));
+        source_ = NewDatabase(L"Source", L"QUILLON_TEST_SERVER");
+        target_ = NewDatabase(L"Target", L"QUILLON_TEST_SERVER");
+    }
+    void TearDown() override {
+        utils_ = nullptr;
+        source_ = nullptr;
+        target_ = nullptr;
+        ClientTest::TearDown();
+    }
+
+    static ComPtr<IDatabase> NewDatabase(const wchar_t* name, const wchar_t* server) {
+        auto database = Create<IDatabase>(__uuidof(Database));
+        database->put_Server(Bstr(_wgetenv(server)));
+        database->put_Database(Bstr(name));
+        database->put_Username(Bstr(L"sa"));
+        database->put_Password(Bstr(L"sandbox"));
+        return database;
+    }
+
+    // The queries run on the server of `third`.
+    ComPtr<ITableDifference> Compare(IDatabase* second, IDatabase* third) {
+        Strings tables({L"[dbo].[Rows]"}, 5);
+        ComPtr<ITableDifferences> results;
+        EXPECT_EQ(utils_->CompareContents(source_.Get(), second, third, tables.Pointer(), nullptr,
+                                          nullptr, results.Put()),
+                  S_OK);
+        ComPtr<ITableDifference> result;
+        if (results) results->get_Item(Value(1), result.Put());
+        return result;
+    }
+
+    static LONG RowsOf(IRecordset* rows) {
+        LONG count = -1;
+        if (rows != nullptr) rows->get_RecordCount(&count);
+        return count;
+    }
+    static LONG RowsOf(IUnknown* rows) {
+        return RowsOf(ComPtr<IUnknown>(rows).As<IRecordset>().Get());
+    }
+
+    ComPtr<IUtils> utils_;
+    ComPtr<IDatabase> source_;
+    ComPtr<IDatabase> target_;
+
+  private:
+    static inline std::unique_ptr<scripthost::TestGround> ground_;
+};
+
+TEST_F(Compared, OptionsAndLimit) {
+    const auto result = Compare(target_.Get(), target_.Get());
+    ASSERT_TRUE(result);
+    ComPtr<IRecordset> rows[4];
+    Bstr right;
+    Bstr left;
+    const auto read = [&](int options, LONG limit) {
+        return utils_->GetRecordsets(source_.Get(), target_.Get(), target_.Get(), result.Get(),
+                                     rows[0].InOut(), rows[1].InOut(), rows[2].InOut(),
+                                     rows[3].InOut(), right.InOut(), left.InOut(),
+                                     static_cast<enShowOptions>(options), limit);
+    };
+    ASSERT_EQ(read(15, 2), S_OK);
+    EXPECT_EQ(RowsOf(rows[0].Get()), 3);
+    EXPECT_EQ(RowsOf(rows[1].Get()), 5);
+    EXPECT_EQ(RowsOf(rows[2].Get()), 5);
+    EXPECT_EQ(RowsOf(rows[3].Get()), 4);
+    EXPECT_NE(right.Text().find(L"EXEC prcTmp_QVX_Insert 11, 100"), std::wstring::npos);
+    EXPECT_NE(left.Text().find(L"EXEC prcTmp_QVX_Insert 21, 200"), std::wstring::npos);
+    EXPECT_EQ(right.Text().find(L"EXEC prcTmp_QVX_Insert 21, 200"), std::wstring::npos);
+
+    const ComPtr<IRecordset> kept = rows[1];
+    ASSERT_EQ(read(cpoShowMissing | cpoLimitRecordsReturned | cpoNoScriptComments, 2), S_OK);
+    EXPECT_FALSE(rows[0]);
+    EXPECT_FALSE(rows[1]);
+    EXPECT_EQ(RowsOf(rows[2].Get()), 2);
+    EXPECT_EQ(RowsOf(kept.Get()), 5) << "an earlier row set is its holder's";
+    EXPECT_EQ(right.Text().find(L"--"), std::wstring::npos);
+}
+
+TEST_F(Compared, OutputsGoToReferencesOfEveryKind) {
+    const auto result = Compare(target_.Get(), target_.Get());
+    ASSERT_TRUE(result);
+    ComPtr<IUnknown> same;
+    ComPtr<IDispatch> different;
+    Value missing;
+    Bstr right;
+    VARIANT rightVariable =
+        Reference(VT_BSTR, right.InOut());  // a typed variable, seen as a VARIANT
+    Value left(5);
+    const auto late = utils_.As<IDispatch>();
+    const VARIANT second = ObjectValue(target_.Get());
+    const auto call = [&](const VARIANT& toRight, UINT* bad) {
+        return Call(late.Get(), IdOf(late.Get(), L"GetRecordsets"), DISPATCH_METHOD,
+                    {Value(0), Value(15), Reference(VT_VARIANT, &left), toRight,
+                     ObjectValue(nullptr), Reference(VT_VARIANT, &missing),
+                     Reference(VT_DISPATCH, different.InOut()), Reference(VT_UNKNOWN, same.InOut()),
+                     ObjectValue(result.Get()), second, second, ObjectValue(source_.Get())},
+                    nullptr, {}, bad);
+    };
+    ASSERT_EQ(call(Reference(VT_VARIANT, &rightVariable), nullptr), S_OK);
+    EXPECT_EQ(RowsOf(same.Get()), 3);
+    EXPECT_EQ(RowsOf(different.Get()), 5);
+    ASSERT_EQ(missing.vt, VT_DISPATCH);
+    EXPECT_EQ(RowsOf(missing.pdispVal), 5);
+    EXPECT_EQ(rightVariable.vt, VT_BYREF | VT_BSTR) << "the variable keeps its type";
+    EXPECT_NE(right.Text().find(L"BEGIN TRANSACTION"), std::wstring::npos);
+    EXPECT_EQ(left.vt, VT_BSTR);
+
+    double number = 1.5;
+    UINT bad = 99;
+    const auto before = same;
+    EXPECT_EQ(call(Reference(VT_R8, &number), &bad), DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(bad, 3u);
+    EXPECT_EQ(number, 1.5);
+    EXPECT_NE(same.Get(), before.Get()) << "what fits arrives all the same";
+    EXPECT_EQ(RowsOf(same.Get()), 3);
+}
+
+TEST_F(Compared, FailedOperationLeavesOutputsAlone) {
+    const auto result = Compare(target_.Get(), target_.Get());
+    ASSERT_TRUE(result);
+    ComPtr<IRecordset> rows[4];
+    Bstr right(L"right");
+    Bstr left(L"left");
+    const BSTR before[] = {right, left};
+    target_->put_Password(Bstr(L"wrong"));
+    EXPECT_EQ(
+        utils_->GetRecordsets(source_.Get(), target_.Get(), target_.Get(), result.Get(),
+                              rows[0].InOut(), rows[1].InOut(), rows[2].InOut(), rows[3].InOut(),
+                              right.InOut(), left.InOut(), static_cast<enShowOptions>(15), 0),
+        static_cast<HRESULT>(0x80040E4D));
+    EXPECT_EQ(static_cast<BSTR>(right), before[0]);
+    EXPECT_EQ(static_cast<BSTR>(left), before[1]);
+    EXPECT_FALSE(rows[0]);
+}
+
+TEST_F(Compared, DatabasesOnOtherServers) {
+    const auto other = NewDatabase(L"Target", L"QUILLON_TEST_OTHER");
+    for (IDatabase* third : {other.Get(), source_.Get()}) {
+        const auto result = Compare(other.Get(), third);
+        ASSERT_TRUE(result);
+        LONG differing = 0;
+        result->get_RecordsDiffering(&differing);
+        EXPECT_EQ(differing, 5);
+    }
+    Bstr linked;
+    source_->get_LinkedServer(linked.Put());
+    EXPECT_EQ(linked.Text(), L"KARNOBE_1");
+    other->get_LinkedServer(linked.Put());
+    EXPECT_EQ(linked.Text(), L"KARNOBE_2");
+}
+
+// A list is walked with 16 bits.
+TEST_F(Compared, TooManyDatabasesToWalk) {
+    const auto databases = Create<IDatabases>(__uuidof(Databases));
+    for (int i = 0; i < 32768; ++i) {
+        ComPtr<IDatabase> added;
+        ASSERT_EQ(databases->Add(Value::Missing(), added.Put()), S_OK);
+    }
+    EXPECT_EQ(databases->RemoveID(1), static_cast<HRESULT>(0x800A0006));
+    EXPECT_EQ(LastErrorText().description, L"Overflow");
+    ASSERT_EQ(databases->Remove(Value(32768)), S_OK);
+    EXPECT_EQ(databases->RemoveID(1), S_OK);
+}
+
+}  // namespace
+
+}  // namespace client
