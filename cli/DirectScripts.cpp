@@ -42,12 +42,14 @@ const DirectScripts::Script& DirectScripts::Of(int side) const {
     return scripts_.front().side == side ? scripts_.front() : scripts_.back();
 }
 
-void DirectScripts::Write(int side, const std::function<void(std::u16string_view)>& out) {
+void DirectScripts::Write(int side, const std::function<void(std::u16string_view)>& out,
+                          const std::function<void(std::size_t)>& begins) {
     Script& script = scripts_.front().side == side ? scripts_.front() : scripts_.back();
-    script.written = script.writer->Write(results_, [&](std::u16string_view piece) {
+    const auto stoppable = [&](std::u16string_view piece) {
         StopIfInterrupted();
         out(piece);
-    });
+    };
+    script.written = script.writer->Write(results_, stoppable, begins);
 }
 
 const std::vector<DirectScriptTable>& DirectScripts::Written(int side) const {

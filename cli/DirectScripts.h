@@ -22,9 +22,10 @@ class DirectScripts {
 
     const std::vector<QuillonLib::DirectTableResult>& Results() const { return results_; }
 
-    // The script for one of the databases, once each. `out` gets it line by line. Throws as
-    // DirectScriptWriter::Write does, and Interruption.
-    void Write(int side, const std::function<void(std::u16string_view)>& out);
+    // The script for one of the databases, once each. `out` gets it line by line;
+    // `begins` as with DirectScriptWriter::Write. Throws as that does, and Interruption.
+    void Write(int side, const std::function<void(std::u16string_view)>& out,
+               const std::function<void(std::size_t table)>& begins = {});
 
     // Of the scripts that have been written: what they do to their tables.
     const std::vector<QuillonLib::DirectScriptTable>& Written(int side) const;

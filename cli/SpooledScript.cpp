@@ -1,6 +1,8 @@
 #include "cli/SpooledScript.h"
 
+#include <algorithm>
 #include <memory>
+#include <utility>
 
 namespace quillon {
 
@@ -23,13 +25,36 @@ void SpooledScript::Add(std::u16string_view piece) {
     if (piece == u"GO") return EndBatch();
     if (open_.empty() && piece == CrLf) return;
     open_ += piece;
+    if (!table_) return;
+    if (parts_.empty() || parts_.back().table != *table_) parts_.push_back({*table_, 0});
+    parts_.back().size += piece.size();
 }
 
 void SpooledScript::EndBatch() {
     const std::string_view bytes(reinterpret_cast<const char*>(open_.data()),
                                  open_.size() * sizeof(char16_t));
-    batches_.push_back({file_.Append(bytes), bytes.size()});
+    batches_.push_back({file_.Append(bytes), bytes.size(), std::move(parts_)});
     open_.clear();
+    parts_.clear();
+}
+
+std::vector<std::size_t> SpooledScript::TablesOf(std::size_t number) const {
+    std::vector<std::size_t> tables;
+    if (number >= batches_.size()) return tables;
+    for (const Part& part : batches_[number].parts) {
+        if (std::find(tables.begin(), tables.end(), part.table) == tables.end()) {
+            tables.push_back(part.table);
+        }
+    }
+    return tables;
+}
+
+void SpooledScript::AddTime(const Place& place, std::chrono::duration<double> time) {
+    std::size_t all = 0;
+    for (const Part& part : place.parts)
+        all += part.size;
+    for (const Part& part : place.parts)
+        times_[part.table] += time * part.size / all;
 }
 
 std::u16string SpooledScript::Batch(std::size_t number) {
@@ -41,7 +66,9 @@ std::u16string SpooledScript::Batch(std::size_t number) {
 }
 
 void SpooledScript::Look(Connection& connection, std::size_t number) {
-    if (progress) progress(number, Count());
+    const auto now = std::chrono::steady_clock::now();
+    if (number > 0) AddTime(batches_[number - 1], now - begin_);
+    if (progress) progress(number);
     ByteArray mark = MarkOf(connection);
     if (number > 0 && mark == mark_) {
         throw Error(ErrorNumber::DataAccess,
@@ -49,6 +76,7 @@ void SpooledScript::Look(Connection& connection, std::size_t number) {
                         u" did not come to its end, and the server gave no reason.");
     }
     mark_ = std::move(mark);
+    begin_ = std::chrono::steady_clock::now();
 }
 
 }  // namespace quillon

@@ -30,42 +30,42 @@ void PrintPlan(const DirectRun& run, const DirectScripts& scripts, int side, Con
     console.Flush();
 }
 
-// The time that a script takes, and how far it has come.
-class Pace {
-  public:
-    Pace(std::uint64_t rows, Console& console) : rows_(rows), console_(console) {}
+// " in 2.5 s (400 rows/s)", as far as a time so short says something.
+std::string PaceText(std::uint64_t rows, std::chrono::duration<double> time) {
+    const auto tenths = std::llround(10 * time.count());
+    if (tenths == 0) return " in less than 0.1 s";
+    const auto rate = std::llround(static_cast<double>(rows) / time.count());
+    return " in " + std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s (" +
+           std::to_string(rate) + " rows/s)";
+}
 
-    void Show(std::size_t done, std::size_t count) const {
-        const double part = static_cast<double>(done) / static_cast<double>(count);
-        console_.Progress(static_cast<int>(100 * part),
-                          "batch " + std::to_string(done + 1) + " of " + std::to_string(count));
+void PrintPaces(const DirectRun& run, const DirectScripts& scripts, int side,
+                const SpooledScript& script, Console& console) {
+    console.Print();
+    for (const DirectScriptTable& table : scripts.Written(side)) {
+        const auto time = script.Times().find(table.table);
+        if (table.view || time == script.Times().end()) continue;
+        const std::uint64_t rows = table.deletes + table.updates + table.inserts;
+        console.Print(ToUtf8(run.tables[table.table]) + ": " + std::to_string(rows) +
+                      (rows == 1 ? " row" : " rows") + PaceText(rows, time->second));
     }
-    // " in 2.5 s (400 rows/s)"
-    std::string Text() const {
-        const auto tenths = std::chrono::duration_cast<std::chrono::milliseconds>(
-                                std::chrono::steady_clock::now() - begin_)
-                                .count() /
-                            100;
-        std::string text =
-            " in " + std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
-        if (tenths == 0) return text;
-        const auto rate = static_cast<std::uint64_t>(
-            std::llround(10.0 * static_cast<double>(rows_) / static_cast<double>(tenths)));
-        return text + " (" + std::to_string(rate) + " rows/s)";
-    }
+}
 
-  private:
-    const std::uint64_t rows_;
-    Console& console_;
-    const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
-};
+// "[dbo].[a], [dbo].[b]"; empty for a batch that is about no table.
+std::string TablesOf(const SpooledScript& script, std::size_t batch, const DirectRun& run) {
+    std::string text;
+    for (const std::size_t table : script.TablesOf(batch))
+        text += (text.empty() ? "" : ", ") + Printable(run.tables[table]);
+    return text;
+}
 
-std::string FailureText(const BatchFailure& failure, const Database& target) {
+std::string FailureText(const BatchFailure& failure, const std::string& tables,
+                        const Database& target) {
     std::string cause = failure.what();
     std::erase(cause, '\r');
     return "batch " + std::to_string(failure.batch) + " of " + std::to_string(failure.batches) +
-           " failed in " + ToUtf8(target.Description()) + ", and everything was rolled back:\n" +
-           cause;
+           (tables.empty() ? "" : ", about " + tables + ",") + " failed in " +
+           ToUtf8(target.Description()) + ", and everything was rolled back:\n" + cause;
 }
 
 }  // namespace
@@ -78,7 +78,9 @@ int SyncDirect(const SyncOptions& options, Console& console) {
     const int before = PrintResults(console, run, scripts.Results());
     if (NothingToDo(before, console)) return options.comparison.Accepted(before);
     SpooledScript script;
-    scripts.Write(side, [&](std::u16string_view piece) { script.Add(piece); });
+    scripts.Write(
+        side, [&](std::u16string_view piece) { script.Add(piece); },
+        [&](std::size_t table) { script.BeginTable(table); });
     NoteLeftOut(scripts.NotBroughtOver(), console);
     const std::uint64_t rows = scripts.RowsWritten(side);
     if (rows == 0) {
@@ -90,20 +92,26 @@ int SyncDirect(const SyncOptions& options, Console& console) {
     SyncEnding ending(target, rows, console,
                       [&] { return PrintResults(console, run, Run(run, console)); });
     if (!ending.MayChange(options.yes)) return ExitCode::Failed;
-    const Pace pace(rows, console);
-    script.progress = [&](std::size_t done, std::size_t count) { pace.Show(done, count); };
+    script.progress = [&](std::size_t number) {
+        console.Progress(static_cast<int>(100 * number / script.Count()),
+                         TablesOf(script, number, run) + ": batch " + std::to_string(number + 1) +
+                             " of " + std::to_string(script.Count()));
+    };
+    const auto begin = std::chrono::steady_clock::now();
     const auto connection = OpenConnection(target);
     try {
         RunBatches(*connection, script);
     } catch (const BatchFailure& failure) {
-        throw std::runtime_error(FailureText(failure, target));
+        throw std::runtime_error(
+            FailureText(failure, TablesOf(script, failure.batch - 1, run), target));
     } catch (const OutcomeUnknown& unknown) {
         return ending.LookAgain(unknown);
     }
     connection->Close();
-    const std::string text = pace.Text();
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
     console.ClearProgress();
-    return options.comparison.Accepted(ending.Committed(text));
+    PrintPaces(run, scripts, side, script, console);
+    return options.comparison.Accepted(ending.Committed(PaceText(rows, time)));
 }
 
 }  // namespace quillon

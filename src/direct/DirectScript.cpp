@@ -57,7 +57,9 @@ class DirectScriptWriter::Impl {
     DifferenceSpool spool;
 
     std::vector<DirectScriptTable> Write(const std::vector<DirectTableResult>& results,
-                                         const std::function<void(std::u16string_view)>& out) {
+                                         const std::function<void(std::u16string_view)>& out,
+                                         const std::function<void(std::size_t)>& begins) {
+        begins_ = begins;
         targets_.clear();
         told_.clear();
         comments_.clear();
@@ -276,6 +278,7 @@ class DirectScriptWriter::Impl {
         if (childrenFirst) std::reverse(order.begin(), order.end());
         const StatementStyle style{version_ >= FirstVersionWithLists, options_.guard};
         for (const std::size_t i : order) {
+            if (begins_) begins_(targets_[i].table);
             StatementWriter writer(targets_[i].shape, options_.target, style, batches);
             action(i, writer);
             writer.Flush();
@@ -380,6 +383,7 @@ class DirectScriptWriter::Impl {
     std::int32_t page_ = 0;
     std::vector<Target> targets_;
     std::vector<DirectScriptTable> told_;
+    std::function<void(std::size_t)> begins_;
     std::vector<std::u16string> comments_;
     std::vector<std::u16string> identityTables_;
     WriteOrder order_;
@@ -400,8 +404,9 @@ void DirectScriptWriter::Add(const DirectDifference& difference) {
 
 std::vector<DirectScriptTable> DirectScriptWriter::Write(
     const std::vector<DirectTableResult>& results,
-    const std::function<void(std::u16string_view)>& out) {
-    return impl_->Write(results, out);
+    const std::function<void(std::u16string_view)>& out,
+    const std::function<void(std::size_t)>& begins) {
+    return impl_->Write(results, out, begins);
 }
 
 }  // namespace QuillonLib

@@ -60,8 +60,9 @@ class DirectScriptWriter {
 
     // Writes the script piece by piece. Tables that were not compared to their end are left out,
     // and named in the script's head, as are views. `results`: what the comparison returned.
-    // Can be called again.
-    // Returns the tables of which rows are, or would be, written, in their order.
+    // Can be called again. `begins`, if there is one, is called with a table before statements that
+    // are about it: twice or more for most. Returns the tables of which rows are, or would be,
+    // written, in their order.
     //
     // Throws Error, and what has been written is no script then:
     //   InvalidArgument  differences of a table that were not added, or more than once
@@ -71,7 +72,8 @@ class DirectScriptWriter {
     //   FileAccess  the temporary file
     // What `out` throws passes through.
     std::vector<DirectScriptTable> Write(const std::vector<DirectTableResult>& results,
-                                         const std::function<void(std::u16string_view)>& out);
+                                         const std::function<void(std::u16string_view)>& out,
+                                         const std::function<void(std::size_t table)>& begins = {});
 
   private:
     class Impl;

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <regex>
 #include <thread>
 
 #include "tests/cli/Process.h"
@@ -70,6 +71,22 @@ TEST_F(DirectSyncTest, ManyRowsTakeManyBatches) {
     EXPECT_GT(batches, 4);
 }
 
+TEST_F(DirectSyncTest, TellsHowFastTheTablesWere) {
+    sandbox::Fault slow = Strike(sandbox::FaultKind::Delay, u"INSERT INTO [dbo].[t]");
+    slow.delay = std::chrono::milliseconds(500);
+    other.AddFault(slow);
+    const Outcome outcome = Sync();
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_TRUE(std::regex_search(
+        outcome.out,
+        std::regex("\n\\[dbo\\]\\.\\[t\\]: 3 rows in [0-9.]+ s \\([1-6] rows/s\\)\n")))
+        << outcome.out;
+    EXPECT_TRUE(std::regex_search(
+        outcome.out,
+        std::regex("Committed 3 changes in .* in [0-9.]+ s \\([1-6] rows/s\\)\\. Comp")))
+        << outcome.out;
+}
+
 TEST_F(DirectSyncTest, TablesThatReferToEachOtherComeInOrder) {
     RunOnBothServers(
         u"CREATE TABLE a (id int NOT NULL CONSTRAINT PK_a PRIMARY KEY, b int NULL)\nGO\n"
@@ -101,7 +118,8 @@ TEST_F(DirectSyncTest, AGuardRefusesARowThatHasChanged) {
     const Outcome outcome = Sync();
     changer.join();
     EXPECT_EQ(outcome.exitCode, 2);
-    EXPECT_TRUE(Holds(outcome.err, " failed in " + second + ", and everything was rolled back:\n"))
+    EXPECT_TRUE(Holds(outcome.err, "quillon: batch 2 of 3, about [dbo].[t], failed in " + second +
+                                       ", and everything was rolled back:\n"))
         << outcome.err;
     EXPECT_TRUE(Holds(outcome.err, "Table [dbo].[t], key (2): a row is not as it was compared."))
         << outcome.err;

@@ -35,13 +35,30 @@ TEST_F(SpooledScriptTest, RunsBatchesThatLeaveTheirNumber) {
     Add({u"BEGIN TRANSACTION", u"SET CONTEXT_INFO 0x01", u"GO", u"DELETE p WHERE id = 1",
          u"SET CONTEXT_INFO 0x02", u"GO", u"    COMMIT TRANSACTION"});
     std::vector<std::size_t> done;
-    script.progress = [&](std::size_t number, std::size_t count) {
-        done.push_back(number);
-        EXPECT_EQ(count, 3U);
-    };
+    script.progress = [&](std::size_t number) { done.push_back(number); };
     Run();
     EXPECT_EQ(done, (std::vector<std::size_t>{0, 1, 2}));
     EXPECT_EQ(RowsOfB(), u"1 three");
+}
+
+TEST_F(SpooledScriptTest, KnowsWhatItsBatchesAreAboutAndHowLongTheyTook) {
+    Add({u"BEGIN TRANSACTION", u"SET CONTEXT_INFO 0x01", u"GO"});
+    script.BeginTable(7);
+    Add({u"DELETE p WHERE id = 1", u"SET CONTEXT_INFO 0x02", u"GO", u"DELETE p WHERE id = 9"});
+    script.BeginTable(3);
+    Add({u"DELETE p WHERE id = 8", u"SET CONTEXT_INFO 0x03", u"GO", u"    COMMIT TRANSACTION"});
+    EXPECT_EQ(script.TablesOf(0), std::vector<std::size_t>{});
+    EXPECT_EQ(script.TablesOf(1), std::vector<std::size_t>{7});
+    EXPECT_EQ(script.TablesOf(2), (std::vector<std::size_t>{7, 3}));
+    sandbox::Fault slow;
+    slow.kind = sandbox::FaultKind::Delay;
+    slow.contains = u"id = 1";
+    slow.delay = std::chrono::milliseconds(300);
+    server.AddFault(slow);
+    Run();
+    ASSERT_EQ(script.Times().size(), 2U);
+    EXPECT_GE(script.Times().at(7).count(), 0.3);
+    EXPECT_LT(script.Times().at(3).count(), script.Times().at(7).count());
 }
 
 // Its statements may not all have run, and nobody has told of an error.
