@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds quillon and runs its demo: two databases on the embedded sandbox are compared, the script
+# Builds quillon and runs its demo: databases on two embedded sandboxes are compared, the script
 # that makes them agree is run, and they are compared again.
 set -euo pipefail
 cd "$(dirname "$0")/.."

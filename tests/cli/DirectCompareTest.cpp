@@ -292,5 +292,13 @@ TEST_F(DirectCompareTest, AServerThatIsLostIsAnErrorOfThatTable) {
     other.Restart();
 }
 
+TEST_F(DirectCompareTest, PatternsChooseTables) {
+    RunOnBothServers(u"CREATE TABLE tall (id int NOT NULL CONSTRAINT PK_tall PRIMARY KEY)");
+    const Outcome outcome = Direct({"-t", "t*", "--exclude", "?"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, "1 table: 1 identical, 0 different\n"));
+    EXPECT_EQ(Direct({"--exclude", "*.*"}).exitCode, 2);
+}
+
 }  // namespace
 }  // namespace quillon
