@@ -28,8 +28,9 @@ DirectScripts::DirectScripts(const DirectRun& run, const std::vector<int>& sides
         DirectScriptOptions options;
         options.target = side;
         options.guard = guard;
-        scripts_.push_back(
-            {side, std::make_unique<DirectScriptWriter>(run.Target(side), options), {}});
+        Script& script = scripts_.emplace_back();
+        script.side = side;
+        script.writer = std::make_unique<DirectScriptWriter>(run.Target(side), options);
     }
     results_ = Run(run, console, [this](const DirectDifference& difference) {
         for (const Script& script : scripts_)
