@@ -97,6 +97,7 @@ class KeylessTables : public DirectFixture {
                 found_.push_back((first ? u"1: " : u"2: ") +
                                  ShownRow(first ? *difference.row1 : *difference.row2));
             }
+            bool WantsSame() const override { return false; }
             void Read(const DirectTableResult&) override {}
 
           private:
