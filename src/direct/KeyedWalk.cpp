@@ -84,11 +84,8 @@ class Merge {
         outlet_.Found({DirectChange::OnlyIn2, std::nullopt, MakeRow(plan_.pairs, row), {}});
     }
     void Both(const KeyedSide& side1, const KeyedSide& side2) {
-        if (same_(side1, side2)) {
-            ++result_.identical;
-            return;
-        }
         const RowAt row1 = side1.Row(), row2 = side2.Row();
+        if (same_(side1, side2)) return Same(row2);
         std::vector<bool> changed;
         for (std::size_t i = 0; i < plan_.pairs.size(); ++i) {
             if (encoder_.Equal(plan_.pairs[i], row1, row2)) continue;
@@ -96,18 +93,19 @@ class Merge {
             changed[i] = true;
             ++result_.changedCells[i];
         }
-        if (changed.empty()) {
-            ++result_.identical;
-            if (!outlet_.WantsSame()) return;
-            outlet_.Found({DirectChange::Same, std::nullopt, MakeRow(plan_.pairs, row2), {}});
-            return;
-        }
+        if (changed.empty()) return Same(row2);
         ++result_.differing;
         outlet_.Found({DirectChange::Differs, MakeRow(plan_.pairs, row1),
                        MakeRow(plan_.pairs, row2), std::move(changed)});
     }
 
   private:
+    void Same(const RowAt& row) {
+        ++result_.identical;
+        if (!outlet_.WantsSame()) return;
+        outlet_.Found({DirectChange::Same, std::nullopt, MakeRow(plan_.pairs, row), {}});
+    }
+
     const TablePlan& plan_;
     CellEncoder encoder_;
     SameRows same_;

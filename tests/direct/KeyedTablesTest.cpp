@@ -208,5 +208,22 @@ TEST_F(KeyedTables, RowsThatAreTheSameAreToldWhereTheyAreWanted) {
     EXPECT_EQ(differences, (Texts{u"= 1|1", u"2|2 -> 2|0 (2)", u"1: 3|3", u"2: 4|4"}));
 }
 
+// However many of them come one behind the other.
+TEST_F(KeyedTables, EachOfManyRowsThatAreTheSameIsTold) {
+    constexpr int Rows = 1000;
+    RunOnBoth(
+        u"CREATE TABLE t (id int PRIMARY KEY, a int)\n"
+        u"DECLARE @i int SET @i = 0 WHILE @i < " +
+        ToText(Rows) + u" BEGIN INSERT t VALUES (@i, @i * 2) SET @i = @i + 1 END");
+    RunOn2(u"UPDATE t SET a = 7 WHERE id = 500");
+    options.sameRows = true;
+    EXPECT_EQ(CompareOne().identical, Rows - 1U);
+    ASSERT_EQ(differences.size(), std::size_t{Rows});
+    EXPECT_EQ(differences[0], u"= 0|0");
+    EXPECT_EQ(differences[499], u"= 499|998");
+    EXPECT_EQ(differences[500], u"500|1000 -> 500|7 (2)");
+    EXPECT_EQ(differences[999], u"= 999|1998");
+}
+
 }  // namespace
 }  // namespace QuillonLib

@@ -100,10 +100,16 @@ TEST_F(SeveralTables, ALostConnectionIsMadeAgain) {
 }
 
 TEST_F(SeveralTables, AServerThatIsGoneFailsTheTablesThatAreLeft) {
+    sandbox::Fault late;  // so that the server is gone before this table is read
+    late.kind = sandbox::FaultKind::Delay;
+    late.contains = u"FROM [dbo].[t5]";
+    late.delay = std::chrono::seconds(60);
+    server2.AddFault(late);
     sink.Table = [this](std::size_t table, const DirectTableResult&, bool&) {
-        if (table == 0) server2.Kill();
+        if (table == 4) server2.Kill();
     };
     const auto results = Run(1);
+    EXPECT_TRUE(results.at(4).complete);
     EXPECT_TRUE(results.at(0).complete);
     EXPECT_TRUE(results.at(6).error.has_value());
     EXPECT_FALSE(results.at(6).complete);
