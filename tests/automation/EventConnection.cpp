@@ -104,33 +104,6 @@ void EventConnection::Close() {
     script_ = nullptr;
 }
 
-STDMETHODIMP EventConnection::QueryInterface(REFIID iid, void** object) {
-    *object = nullptr;
-    if (iid != IID_IUnknown && iid != IID_IDispatch && iid != events_) return E_NOINTERFACE;
-    *object = static_cast<IDispatch*>(this);
-    AddRef();
-    return S_OK;
-}
-
-STDMETHODIMP_(ULONG) EventConnection::Release() {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
-}
-
-STDMETHODIMP EventConnection::GetTypeInfoCount(UINT* count) {
-    *count = 0;
-    return S_OK;
-}
-
-STDMETHODIMP EventConnection::GetTypeInfo(UINT, LCID, ITypeInfo**) {
-    return E_NOTIMPL;
-}
-
-STDMETHODIMP EventConnection::GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) {
-    return DISP_E_UNKNOWNNAME;
-}
-
 STDMETHODIMP EventConnection::Invoke(DISPID member, REFIID, LCID locale, WORD,
                                      DISPPARAMS* arguments, VARIANT* result, EXCEPINFO* exception,
                                      UINT* badArgument) {

@@ -1,7 +1,7 @@
 // Calls the handlers of a script for the events of an object.
 #pragma once
 
-#include "automation/AutomationTypes.h"
+#include "HostDispatch.h"
 
 #include <map>
 #include <string>
@@ -14,7 +14,7 @@ using QuillonLib::Automation::ComPtr;
 
 // The handler of an event is the script's procedure of the prefix and the event's name; an event
 // without one is passed over.
-class EventConnection final : public IDispatch {
+class EventConnection final : public HostDispatch {
   public:
     // Finds the default source interface of the object and connects to it.
     static HRESULT Open(const ComPtr<IUnknown>& source, const std::wstring& prefix,
@@ -22,20 +22,13 @@ class EventConnection final : public IDispatch {
     void Close();
     bool IsOf(IUnknown* source) const { return source_.Get() == source; }
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) override;
-    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
-    STDMETHODIMP_(ULONG) Release() override;
-    STDMETHODIMP GetTypeInfoCount(UINT* count) override;
-    STDMETHODIMP GetTypeInfo(UINT index, LCID locale, ITypeInfo** info) override;
-    STDMETHODIMP GetIDsOfNames(REFIID iid, LPOLESTR* names, UINT count, LCID locale,
-                               DISPID* ids) override;
     STDMETHODIMP Invoke(DISPID member, REFIID iid, LCID locale, WORD flags, DISPPARAMS* arguments,
                         VARIANT* result, EXCEPINFO* exception, UINT* badArgument) override;
 
   private:
+    bool AnswersTo(REFIID iid) const override { return iid == events_; }
     HRESULT Describe();
 
-    ULONG references_ = 0;
     ComPtr<IUnknown> source_;
     ComPtr<IConnectionPoint> point_;
     ComPtr<IDispatch> script_;

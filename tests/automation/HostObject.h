@@ -1,7 +1,7 @@
 // What the script host offers to scripts under the name "Host".
 #pragma once
 
-#include "automation/AutomationTypes.h"
+#include "HostDispatch.h"
 
 #include <memory>
 #include <string>
@@ -20,7 +20,7 @@ class EventConnection;
 // and Disconnect object, for events; OpenSql connection string,
 // RunSql(batch), which gives the server's messages, CloseSql;
 // CreateObject(name); Environment(name); LibraryInUse; HeapBytes; HandleCount.
-class HostObject final : public IDispatch {
+class HostObject final : public HostDispatch {
   public:
     // `script`: where the handlers of events are found; set before any event is connected.
     void Script(ComPtr<IDispatch> script) { script_ = std::move(script); }
@@ -29,11 +29,6 @@ class HostObject final : public IDispatch {
     // Ends all connections and lets go of the script.
     void Close();
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) override;
-    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
-    STDMETHODIMP_(ULONG) Release() override;
-    STDMETHODIMP GetTypeInfoCount(UINT* count) override;
-    STDMETHODIMP GetTypeInfo(UINT index, LCID locale, ITypeInfo** info) override;
     STDMETHODIMP GetIDsOfNames(REFIID iid, LPOLESTR* names, UINT count, LCID locale,
                                DISPID* ids) override;
     STDMETHODIMP Invoke(DISPID member, REFIID iid, LCID locale, WORD flags, DISPPARAMS* arguments,
@@ -43,7 +38,6 @@ class HostObject final : public IDispatch {
     HRESULT Connect(const VARIANT& source, const VARIANT& prefix);
     HRESULT Disconnect(const VARIANT& source);
 
-    ULONG references_ = 0;
     bool failed_ = false;
     int passed_ = 0;
     ComPtr<IDispatch> script_;
