@@ -35,10 +35,10 @@ ComEventSink::ComEventSink(std::shared_ptr<EventSink> core) : Wrapper(std::move(
 }
 
 STDMETHODIMP ComEventSink::EnumConnectionPoints(IEnumConnectionPoints** points) {
-    return Do([&] {
+    return Answer(points, [&] {
         const std::vector<ComPtr<IConnectionPoint>> all = {ComPtr<IConnectionPoint>(&point_)};
-        Give(points, ComPtr<IEnumConnectionPoints>(
-                         new ListEnumerator<IEnumConnectionPoints, PointCopies>(all)));
+        return ComPtr<IEnumConnectionPoints>(
+            new ListEnumerator<IEnumConnectionPoints, PointCopies>(all));
     });
 }
 
@@ -90,6 +90,7 @@ STDMETHODIMP ComEventSink::Point::Unadvise(DWORD cookie) {
 
 STDMETHODIMP ComEventSink::Point::EnumConnections(IEnumConnections** connections) {
     return Guarded(IID_IConnectionPoint, [&] {
+        Clear(connections);
         Give(connections,
              ComPtr<IEnumConnections>(
                  new ListEnumerator<IEnumConnections, ConnectionCopies>(owner_.listeners_->All())));
