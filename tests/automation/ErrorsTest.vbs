@@ -30,6 +30,7 @@ Sub TemplateFiles
     store.Database1 = "One"
     On Error Resume Next
     done = store.Persist
+    Contains "Cannot write the file '", Err.Description, "its description"
     Raised 75, "*", "QuillonLib", "Persist where a folder is"
     On Error Goto 0
     Equal "One", store.Database1, "nothing is lost"
@@ -46,6 +47,12 @@ Sub TemplateFiles
     WriteFile "broken.xml", "<templates><lasttemplate"
     Set store = CreateObject("QuillonLib.ComparisonTemplates")
     Equal False, store.Load(folder & "\broken.xml"), "Load of what is no XML"
+    store.LoadTemplate "T"
+    On Error Resume Next
+    done = store.NewTemplate("O'Brien")
+    Contains "template[@id='O'Brien']", Err.Description, "its description"
+    Raised -2147467259, "*", "QuillonLib", "a name that a path cannot hold"
+    On Error Goto 0
 End Sub
 
 ' A property bag that holds one value.
@@ -79,6 +86,10 @@ Sub Tables
     Contains started & "[dbo].[Different]" & vbCrLf & "All columns differ", utils.LastError, "its text"
     Set results = Compare(Array("[dbo].[KeyDiffers]"))
     Raised 3704, utils.LastError, "QuillonLib", "a key column that the other side lacks"
+    Set results = Compare(Array("[dbo].[Types]"))
+    Raised -2147217900, utils.LastError, "QuillonLib", "a query that the server refuses"
+    Contains started & "[dbo].[Types]" & vbCrLf, utils.LastError, "its text"
+    Contains "xml", utils.LastError, "and its cause"
     On Error Goto 0
     utils.SuppressCompareProcessErrors = True
     Set results = Compare(Array("[dbo].[KeyDiffers]", "[dbo].[Different]", "[dbo].[Rows]"))
@@ -97,7 +108,8 @@ Sub Tables
     toRight = "as it was"
     On Error Resume Next
     utils.GetRecordsets database1, database2, database2, results(2), same, different, missing, additional, toRight, toLeft, 15, 0
-    RaisedNumber -2147217865, "a table that is gone"
+    Contains "Invalid object name", Err.Description, "its description"
+    Raised -2147217865, "*", "QuillonLib", "a table that is gone"
     On Error Goto 0
     Equal "as it was", toRight, "a script that could not be written"
     IsTrue IsEmpty(toLeft), "a variable that was never set stays so"
@@ -126,9 +138,11 @@ Sub Gone
     database2.Password = "wrong"
     On Error Resume Next
     utils.GetRecordsets database1, database2, database2, results(1), same, different, missing, additional, toRight, toLeft, 15, 0
-    RaisedNumber -2147217843, "GetRecordsets without a login"
+    Contains "Login failed for user 'sa'", Err.Description, "its description"
+    Raised -2147217843, "*", "QuillonLib", "GetRecordsets without a login"
     utils.GetUpdateScripts database1, database2, database2, results, toLeft, toRight, 15, 0
-    RaisedNumber -2147217843, "GetUpdateScripts without a login"
+    Contains "Login failed for user 'sa'", Err.Description, "its description"
+    Raised -2147217843, "*", "QuillonLib", "GetUpdateScripts without a login"
     On Error Goto 0
     database2.Password = "sandbox"
 End Sub

@@ -66,7 +66,7 @@ Sub Cursor
     On Error Resume Next
     Dim value
     rows.AbsolutePosition = 3
-    RaisedNumber 3001, "AbsolutePosition past the end"
+    Raised 3001, "An argument is of the wrong type or out of the acceptable range.", "QuillonLib", "AbsolutePosition past the end"
     rows.AbsolutePosition = 0
     RaisedNumber 3001, "AbsolutePosition 0"
     rows.MoveLast
