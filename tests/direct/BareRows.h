@@ -1,0 +1,19 @@
+// Rows read through the bare driver, one by one, with nothing of the library in between.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace QuillonLib::test {
+
+// Bytes as they came; nothing for NULL.
+using BareCell = std::optional<std::string>;
+using BareRow = std::vector<BareCell>;
+
+// All rows of the query, whose columns are all binary. Throws std::runtime_error where the driver
+// or the server fails.
+std::vector<BareRow> ReadBareRows(const std::u16string& connectionString,
+                                  const std::u16string& query);
+
+}  // namespace QuillonLib::test
