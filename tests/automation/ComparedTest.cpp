@@ -169,6 +169,22 @@ TEST_F(Compared, DatabasesOnOtherServers) {
     EXPECT_EQ(linked.Text(), L"KARNOBE_2");
 }
 
+TEST_F(Compared, DatabasesOfAServerAreAnArrayOfStringsFromOne) {
+    Bstr user(L"sa");
+    Bstr password(L"sandbox");
+    Value names;
+    ASSERT_EQ(utils_->get_AvailableDatabases(Bstr(_wgetenv(L"QUILLON_TEST_SERVER")), user.InOut(),
+                                             password.InOut(), &names),
+              S_OK);
+    ASSERT_EQ(names.vt, VT_ARRAY | VT_BSTR);
+    LONG lower = 99;
+    SafeArrayGetLBound(names.parray, 1, &lower);
+    EXPECT_EQ(lower, 1);
+    EXPECT_EQ(utils_->get_AvailableDatabases(Bstr(_wgetenv(L"QUILLON_TEST_SERVER")), nullptr,
+                                             nullptr, nullptr),
+              E_POINTER);
+}
+
 // A list is walked with 16 bits.
 TEST_F(Compared, TooManyDatabasesToWalk) {
     const auto databases = Create<IDatabases>(__uuidof(Databases));

@@ -147,30 +147,6 @@ TEST_F(EarlyBound, ArgumentsAreReadInTheirOrder) {
         static_cast<HRESULT>(0x800A005B));
 }
 
-// A value that goes may look at the list: it finds it without the value.
-TEST_F(EarlyBound, ListIsWholeWhenAValueGoes) {
-    const auto list = Create<IKeyedList>(__uuidof(KeyedList));
-    ForeignObject object;
-    ASSERT_EQ(list->Add(ObjectValue(&object), Value(L"object")), S_OK);
-    ASSERT_EQ(list->Add(Value(L"other"), Value(L"other")), S_OK);
-    LONG count = 99;
-    VARIANT_BOOL exists = VARIANT_TRUE;
-    HRESULT again = E_FAIL;
-    object.onLastRelease = [&] {
-        list->get_Count(&count);
-        list->ItemExists(Value(L"object"), &exists);
-        again = list->Add(Value(5), Value(L"object"));
-    };
-    EXPECT_EQ(list->Remove(Value(L"object")), S_OK);
-    EXPECT_EQ(object.References(), 0u);
-    EXPECT_EQ(count, 1);
-    EXPECT_EQ(exists, VARIANT_FALSE);
-    EXPECT_EQ(again, S_OK);
-    Value found;
-    EXPECT_EQ(list->get_Item(Value(2), &found), S_OK);
-    EXPECT_EQ(found.lVal, 5);
-}
-
 TEST_F(EarlyBound, OutputsStayAfterARefusedCall) {
     const auto utils = Create<IUtils>(__uuidof(Utils));
     const auto database = Create<IDatabase>(__uuidof(Database));
@@ -202,6 +178,22 @@ TEST_F(EarlyBound, ArraysOfTextsAreArraysOfStrings) {
     ASSERT_EQ(none.vt, VT_ARRAY | VT_BSTR);
     SafeArrayGetUBound(none.parray, 1, &upper);
     EXPECT_EQ(upper, -1);
+}
+
+TEST_F(EarlyBound, PicksOfTablesAreAnArrayOfStrings) {
+    const auto store = Create<IComparisonTemplates>(__uuidof(ComparisonTemplates));
+    Value ignored;
+    ASSERT_EQ(store->LoadTemplate(Bstr(L"T"), &ignored), S_OK);
+    ASSERT_EQ(store->Add(tmpTable, Bstr(L"[dbo].[T]"), nullptr), S_OK);
+    Value tables;
+    ASSERT_EQ(store->get_Items(tmpTable, &tables), S_OK);
+    EXPECT_EQ(tables.vt, VT_ARRAY | VT_BSTR);
+    const auto late = store.As<IDispatch>();
+    Value shown;
+    ASSERT_EQ(
+        Call(late.Get(), IdOf(late.Get(), L"Items"), DISPATCH_PROPERTYGET, {Value(0)}, &shown),
+        S_OK);
+    EXPECT_EQ(shown.vt, VT_ARRAY | VT_VARIANT);
 }
 
 TEST_F(EarlyBound, BytesBeginAtZero) {
