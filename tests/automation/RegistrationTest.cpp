@@ -7,6 +7,7 @@
 
 #include "QuillonLib_h.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cwchar>
 #include <map>
@@ -33,31 +34,34 @@ struct NameOrder {
 // "Hive\path" and, for each of its values, "Hive\path:name", with what it holds.
 using Registry = std::map<std::wstring, std::vector<BYTE>, NameOrder>;
 
-void ReadValues(HKEY key, const std::wstring& path, Registry& registry) {
+void ReadValue(HKEY key, DWORD index, const std::wstring& path, Registry& registry) {
     wchar_t name[16384];
-    for (DWORD i = 0;; ++i) {
-        DWORD length = 16384;
-        DWORD size = 0;
-        DWORD type = 0;
-        if (RegEnumValueW(key, i, name, &length, nullptr, &type, nullptr, &size) != ERROR_SUCCESS) {
-            return;
-        }
-        std::vector<BYTE>& data = registry[path + L":" + name];
-        data.resize(size);
-        RegQueryValueExW(key, name, nullptr, &type, data.data(), &size);
-        data.push_back(static_cast<BYTE>(type));
+    BYTE data[1024];
+    DWORD length = 16384;
+    DWORD size = sizeof(data);
+    DWORD type = 0;
+    const LSTATUS status = RegEnumValueW(key, index, name, &length, nullptr, &type, data, &size);
+    if (status != ERROR_SUCCESS && status != ERROR_MORE_DATA) return;
+    std::vector<BYTE>& held = registry[path + L":" + name];
+    held.assign(data, data + std::min<DWORD>(size, sizeof(data)));
+    if (status == ERROR_MORE_DATA) {
+        held.resize(size);
+        RegQueryValueExW(key, name, nullptr, &type, held.data(), &size);
     }
+    held.push_back(static_cast<BYTE>(type));
 }
 
 void ReadKey(HKEY key, const std::wstring& path, Registry& registry) {
-    ReadValues(key, path, registry);
+    DWORD keys = 0;
+    DWORD values = 0;
+    RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &keys, nullptr, nullptr, &values, nullptr,
+                     nullptr, nullptr, nullptr);
+    for (DWORD i = 0; i < values; ++i)
+        ReadValue(key, i, path, registry);
     wchar_t name[256];
-    for (DWORD i = 0;; ++i) {
+    for (DWORD i = 0; i < keys; ++i) {
         DWORD length = 256;
-        if (RegEnumKeyExW(key, i, name, &length, nullptr, nullptr, nullptr, nullptr) !=
-            ERROR_SUCCESS) {
-            return;
-        }
+        RegEnumKeyExW(key, i, name, &length, nullptr, nullptr, nullptr, nullptr);
         const std::wstring below = path + L"\\" + name;
         registry[below];
         HKEY child = nullptr;
