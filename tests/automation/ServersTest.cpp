@@ -26,7 +26,11 @@ class Browser {
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         address.sin_port = htons(1434);
-        listens_ = bind(socket_, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
+        // The port is one for the whole machine: another run of this test may have it for a while.
+        for (int tries = 0; tries < 200 && !listens_; ++tries) {
+            listens_ = bind(socket_, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
+            if (!listens_) Sleep(100);
+        }
         thread_ = std::thread([this] { Answer(); });
     }
     Browser(const Browser&) = delete;
