@@ -78,8 +78,7 @@ TEST_F(DirectSyncTest, TellsHowFastTheTablesWere) {
     const Outcome outcome = Sync();
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_TRUE(std::regex_search(
-        outcome.out,
-        std::regex("\n\\[dbo\\]\\.\\[t\\]: 3 rows in [0-9.]+ s \\([1-6] rows/s\\)\n")))
+        outcome.out, std::regex("\n\\[dbo\\]\\.\\[t\\]: 3 rows in [0-9.]+ s \\([1-6] rows/s\\)\n")))
         << outcome.out;
     EXPECT_TRUE(std::regex_search(
         outcome.out,
