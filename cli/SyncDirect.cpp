@@ -93,9 +93,11 @@ int SyncDirect(const SyncOptions& options, Console& console) {
                       [&] { return PrintResults(console, run, Run(run, console)); });
     if (!ending.MayChange(options.yes)) return ExitCode::Failed;
     script.progress = [&](std::size_t number) {
+        const std::string tables = TablesOf(script, number, run);
         console.Progress(static_cast<int>(100 * number / script.Count()),
-                         TablesOf(script, number, run) + ": batch " + std::to_string(number + 1) +
-                             " of " + std::to_string(script.Count()));
+                         "batch " + std::to_string(number + 1) + " of " +
+                             std::to_string(script.Count()) +
+                             (tables.empty() ? "" : ": " + tables));
     };
     const auto begin = std::chrono::steady_clock::now();
     const auto connection = OpenConnection(target);
