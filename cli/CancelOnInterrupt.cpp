@@ -9,14 +9,19 @@ namespace quillon {
 namespace {
 
 constexpr std::chrono::milliseconds LookEvery{50};
+// For a call that ends by itself: see Connection::Cancel.
+constexpr std::chrono::milliseconds Grace{500};
 
 }  // namespace
 
 CancelOnInterrupt::CancelOnInterrupt(QuillonLib::Connection& connection)
     : watcher_([this, &connection] {
           std::unique_lock lock(mutex_);
-          while (!ended_.wait_for(lock, LookEvery, [this] { return over_; })) {
-              if (Interrupted()) connection.Cancel();
+          const auto over = [this] { return over_; };
+          while (!ended_.wait_for(lock, LookEvery, over)) {
+              if (!Interrupted()) continue;
+              if (ended_.wait_for(lock, Grace, over)) return;
+              connection.Cancel();
           }
       }) {
 }

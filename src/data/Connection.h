@@ -46,6 +46,10 @@ class Connection {
     // From any thread: asks the server to stop the statement that runs, if there is one. Its call
     // fails then, unless it has just come to its end; the connection stays open. A statement that
     // begins a moment later runs: whoever wants none to run asks again.
+    //
+    // FreeTDS (1.3) can lose the wake-up of a call that reads from the network at the very moment in
+    // which it is cancelled, and the call never returns then. One that has been waiting for the
+    // server is safe: give a call half a second to end by itself.
     void Cancel() noexcept;
 
     // Rolls an open transaction back. Nothing happens when the connection is not open.

@@ -21,7 +21,8 @@ namespace QuillonLib {
 namespace {
 
 constexpr std::chrono::milliseconds AskEvery{100};
-constexpr std::chrono::milliseconds CancelEvery{50};
+// Only a server that is silent has its query cancelled: see Connection::Cancel.
+constexpr std::chrono::milliseconds CancelEvery{500};
 
 void RequireSense(const DirectOptions& options) {
     if (options.equality.floatDigits < 0 || options.equality.floatDigits > 17) {

@@ -13,7 +13,8 @@ namespace {
 // enough to be in the processor's cache when they are taken.
 constexpr std::size_t Room = std::size_t{256} << 10;
 
-constexpr std::chrono::milliseconds CancelEvery{50};
+// Only a server that is silent has its query cancelled: see Connection::Cancel.
+constexpr std::chrono::milliseconds CancelEvery{500};
 constexpr std::chrono::milliseconds LookEvery{100};
 
 }  // namespace
@@ -67,10 +68,8 @@ void SideReader::Stop() noexcept {
     stopped_ = true;
     changed_.notify_all();
     // Again and again: the reader may just be about to begin its next call.
-    while (connection_ != nullptr) {
+    while (!changed_.wait_for(lock, CancelEvery, [this] { return connection_ == nullptr; }))
         connection_->Cancel();
-        changed_.wait_for(lock, CancelEvery, [this] { return connection_ == nullptr; });
-    }
     ready_.clear();
     held_ = 0;
 }
