@@ -47,8 +47,8 @@ class Connection {
     // fails then, unless it has just come to its end; the connection stays open. A statement that
     // begins a moment later runs: whoever wants none to run asks again.
     //
-    // FreeTDS (1.3) can lose the wake-up of a call that reads from the network at the very moment in
-    // which it is cancelled, and the call never returns then. One that has been waiting for the
+    // FreeTDS (1.3) can lose the wake-up of a call that reads from the network at the very moment
+    // in which it is cancelled, and the call never returns then. One that has been waiting for the
     // server is safe: give a call half a second to end by itself.
     void Cancel() noexcept;
 

@@ -38,8 +38,8 @@ class SideReader {
     // As RowStream::Next; throws what running the query threw, too.
     std::shared_ptr<const RowBlock> Next();
 
-    // Lets go of the rest, behind the block that is being read; the query of a server that is silent
-    // is cancelled.
+    // Lets go of the rest, behind the block that is being read; the query of a server that is
+    // silent is cancelled.
     void Stop() noexcept;
 
   private:

@@ -28,8 +28,7 @@ struct Result {
 class Client {
   public:
     explicit Client(Backend& backend, std::u16string_view database = u"",
-                    std::u16string_view user = u"sa",
-                    std::u16string_view password = u"sandbox");
+                    std::u16string_view user = u"sa", std::u16string_view password = u"sandbox");
 
     Result Run(std::u16string_view batch);
     std::string Text(std::u16string_view batch) { return Run(batch).text; }
