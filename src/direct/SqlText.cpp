@@ -91,6 +91,10 @@ std::u16string HexText(std::span<const std::uint8_t> bytes) {
     return text;
 }
 
+std::u16string HexDigits(std::u16string_view text) {
+    return HexText(AsBytes(text)).substr(2);
+}
+
 std::u16string NationalText(std::u16string_view text) {
     if (IsPlain(text)) return u"N" + Quoted(text);
     return u"CAST(" + HexText(AsBytes(text)) + u" AS " +
@@ -237,6 +241,18 @@ std::u16string ColumnLiterals::Text(const Value& value) const {
     }
     if (toType_.cells == CellClass::PageText && IsAscii(text) && IsPlain(text)) return Quoted(text);
     return NationalText(text);
+}
+
+std::u16string ColumnLiterals::BytesOf(const Value& value) const {
+    const std::u16string literal = Of(value);
+    const bool ofPage = toType_.cells == CellClass::PageText;
+    if (value.Kind() == ValueKind::Bytes && (!ofPage || from_.CodePage == to_.CodePage)) {
+        if (fromType_.cells == toType_.cells) return BytesText(value);
+    }
+    if (ofPage && literal.front() != u'\'' && to_.CodePage != to_.DatabaseCodePage) {
+        Refuse(u"it is of another code page than the database's");
+    }
+    return u"CAST(CAST(" + literal + u" AS " + DeclaredType(to_) + u") AS varbinary(max))";
 }
 
 bool ColumnLiterals::StandsAlone(const Value& value) const {

@@ -24,6 +24,10 @@ class ColumnLiterals {
     // column would not hold the very value.
     std::u16string Of(const Value& value) const;
 
+    // An expression for the bytes that the column will hold of a text or of bytes. Throws
+    // NotCarried where the server would have to know another code page than the database's.
+    std::u16string BytesOf(const Value& value) const;
+
     // Whether the literal must not share a list of values with others: text that is written as the
     // bytes of its code page loses them where the list is text of Unicode.
     bool StandsAlone(const Value& value) const;
@@ -51,6 +55,8 @@ class ColumnLiterals {
 std::u16string BytesText(const Value& value);
 // "0x" and two digits for each byte.
 std::u16string HexText(std::span<const std::uint8_t> bytes);
+// The digits of each byte of a text of UTF-16, without "0x".
+std::u16string HexDigits(std::u16string_view text);
 // N'...' or, where it has to, CAST(0x... AS nvarchar(...)).
 std::u16string NationalText(std::u16string_view text);
 

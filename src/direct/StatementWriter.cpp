@@ -22,6 +22,9 @@ constexpr std::size_t MaxListText = std::size_t{32} << 10;     // characters
 constexpr std::size_t MaxGatheredText = std::size_t{1} << 20;  // of all groups
 constexpr std::size_t MaxShownKey = 200;
 
+// Behind bytes that are compared: the server takes bytes for equal where only zeros follow.
+constexpr std::u16string_view Terminator = u"01";
+
 bool Contains(const std::vector<std::size_t>& list, std::size_t item) {
     return std::find(list.begin(), list.end(), item) != list.end();
 }
@@ -45,6 +48,13 @@ std::u16string Joined(const std::vector<std::u16string>& parts) {
 std::size_t Size(const std::vector<std::u16string>& parts) {
     return std::accumulate(parts.begin(), parts.end(), std::size_t{0},
                            [](std::size_t size, const auto& part) { return size + part.size(); });
+}
+
+// No half of a surrogate pair.
+std::u16string_view Beginning(std::u16string_view text, std::size_t most) {
+    if (text.size() <= most) return text;
+    const bool cuts = text[most] >= 0xDC00 && text[most] < 0xE000;
+    return text.substr(0, cuts ? most - 1 : most);
 }
 
 // RAISERROR takes "%" for a place.
@@ -109,9 +119,18 @@ bool StatementWriter::ByBytes(std::size_t column) const {
 // ---- conditions --------------------------------------------------------------------------------
 
 // The key as the server compares it, where the server keeps it unique: an index can find the row.
-void StatementWriter::AddConditions(Shape& shape, const std::vector<std::size_t>& guarded) const {
+// A literal of Unicode has a key of a code page compared by the rules of Unicode, which need not
+// tell apart what those of the index do: then the bytes decide, too.
+void StatementWriter::AddConditions(Shape& shape, const DirectRow& row, bool ofTarget,
+                                    const std::vector<std::size_t>& guarded) const {
     for (const std::size_t column : shape_.key)
         shape.conditions.push_back({column, !shape_.keyIsUnique && ByBytes(column)});
+    for (const std::size_t column : shape_.key) {
+        const bool ofPage = ClassifyType(TargetFacts(column)).value().cells == CellClass::PageText;
+        if (!shape_.keyIsUnique || !ofPage || row[column].IsNull()) continue;
+        const ColumnLiterals& literals = (ofTarget ? ofTarget_ : ofSource_)[column];
+        if (literals.Of(row[column]).front() != u'\'') shape.conditions.push_back({column, true});
+    }
     if (!style_.guard) return;
     for (const std::size_t column : guarded)
         shape.conditions.push_back({column, ByBytes(column)});
@@ -126,12 +145,16 @@ std::u16string StatementWriter::LeftSide(const Condition& condition,
     if (cells == CellClass::Float || cells == CellClass::Offset) {
         return u"CAST(" + name + u" AS varbinary(20))";
     }
-    if (cells == CellClass::Variant) return u"CAST(" + name + u" AS varbinary(8000))";
+    if (cells == CellClass::Variant) {
+        return u"CAST(CAST(" + name + u" AS varbinary(8000)) AS varbinary(max)) + 0x" +
+               std::u16string(Terminator) + u" + CAST(CAST(SQL_VARIANT_PROPERTY(" + name +
+               u", 'BaseType') AS nvarchar(128)) AS varbinary(256))";
+    }
     if (facts.DataType == u"text") name = u"CAST(" + name + u" AS varchar(max))";
     if (facts.DataType == u"ntext" || facts.DataType == u"xml") {
         name = u"CAST(" + name + u" AS nvarchar(max))";
     }
-    return u"CAST(" + name + u" AS varbinary(max))";
+    return u"CAST(" + name + u" AS varbinary(max)) + 0x" + std::u16string(Terminator);
 }
 
 StatementWriter::Cell StatementWriter::ConditionCell(const Condition& condition,
@@ -139,24 +162,28 @@ StatementWriter::Cell StatementWriter::ConditionCell(const Condition& condition,
     const Value& value = row[condition.column];
     const ColumnLiterals& literals = (ofTarget ? ofTarget_ : ofSource_)[condition.column];
     if (value.IsNull()) return {condition.exact ? u"NULL" : literals.Of(value), true};
-    if (!condition.exact) return {literals.Of(value), false};
     const ColumnFacts& facts = TargetFacts(condition.column);
+    if (!condition.exact) {
+        // which is a float by itself
+        const bool real = facts.DataType == u"real";
+        return {real ? u"CAST(" + literals.Of(value) + u" AS real)" : literals.Of(value), false};
+    }
     switch (ClassifyType(facts).value().cells) {
         case CellClass::Float:
         case CellClass::Offset:
             return {u"CAST(CAST(" + literals.Of(value) + u" AS " + DeclaredType(facts) +
                         u") AS varbinary(20))",
                     false};
-        case CellClass::Variant:
-            return {u"CAST(" + literals.Of(value) + u" AS varbinary(8000))", false};
+        case CellClass::Variant: {
+            const VariantCell cell(value);
+            return {HexText(cell.Bytes()).append(Terminator).append(HexDigits(cell.BaseType())),
+                    false};
+        }
         default:
             break;
     }
-    if (ofTarget) return {BytesText(value), false};
-    // of another type or code page, perhaps: as the column will hold it
-    return {u"CAST(CAST(" + literals.Of(value) + u" AS " + DeclaredType(facts) +
-                u") AS varbinary(max))",
-            false};
+    if (ofTarget) return {BytesText(value).append(Terminator), false};
+    return {literals.BytesOf(value).append(u" + 0x").append(Terminator), false};
 }
 
 StatementWriter::Line StatementWriter::MakeLine(const Shape& shape, const DirectRow& row,
@@ -194,7 +221,7 @@ void StatementWriter::Delete(const DirectRow& row, const std::vector<std::size_t
     for (std::size_t i = 0; i < row.size(); ++i) {
         if (!shape_.columns[i].key && !Contains(unguarded, i)) guarded.push_back(i);
     }
-    AddConditions(shape, guarded);
+    AddConditions(shape, row, true, guarded);
     Line line = MakeLine(shape, row, true);
     Take(shape, std::move(line), false);
 }
@@ -203,7 +230,7 @@ void StatementWriter::Update(const DirectRow& row, const DirectRow& source,
                              const std::vector<std::size_t>& columns, bool together) {
     if (columns.empty()) return;
     Shape shape{Kind::Update, {}, columns, together};
-    AddConditions(shape, columns);
+    AddConditions(shape, row, true, columns);
     Line line = MakeLine(shape, row, true);
     bool alone = false;
     for (const std::size_t column : columns) {
@@ -215,14 +242,14 @@ void StatementWriter::Update(const DirectRow& row, const DirectRow& source,
 
 void StatementWriter::Empty(const DirectRow& row, const std::vector<std::size_t>& columns) {
     Shape shape{Kind::Empty, {}, columns, false};
-    AddConditions(shape, columns);
+    AddConditions(shape, row, true, columns);
     Line line = MakeLine(shape, row, true);
     Take(shape, std::move(line), false);
 }
 
 void StatementWriter::Complete(const DirectRow& source, const std::vector<std::size_t>& columns) {
     Shape shape{Kind::Update, {}, columns, false};
-    AddConditions(shape, {});
+    AddConditions(shape, source, false, {});
     Line line = MakeLine(shape, source, false);
     bool alone = false;
     for (const std::size_t column : columns) {
@@ -287,7 +314,7 @@ std::u16string StatementWriter::Check(std::size_t expected, const Line& first) c
     std::u16string where = u"Table " + table_;
     if (!key.empty()) {
         where += expected > 1 ? u", among the rows from key (" : u", key (";
-        where += key.substr(0, MaxShownKey) + u")";
+        where.append(Beginning(key, MaxShownKey)).append(u")");
     }
     return u"\r\nIF @@ROWCOUNT <> " + ToText(static_cast<std::int64_t>(expected)) +
            u"\r\nBEGIN\r\n    RAISERROR(N'" +
@@ -320,7 +347,12 @@ void StatementWriter::WriteList(const Shape& shape, const std::vector<Line>& lin
     if (lines.size() == 1) return WriteSingle(shape, lines.front());
     std::u16string names, join, sets;
     for (std::size_t i = 0; i < shape.conditions.size(); ++i) {
-        const std::u16string own = u"v." + Numbered(u'k', i);
+        std::u16string own = u"v." + Numbered(u'k', i);
+        // that of the list is the database's
+        const ColumnFacts& facts = TargetFacts(shape.conditions[i].column);
+        if (!shape.conditions[i].exact && !facts.Collation.empty()) {
+            own += u" COLLATE " + facts.Collation;
+        }
         const std::u16string column = LeftSide(shape.conditions[i], u"t.");
         AppendTerm(names, u", ", Numbered(u'k', i));
         const bool anyNull = std::any_of(lines.begin(), lines.end(),
@@ -378,30 +410,6 @@ void StatementWriter::WriteSingle(const Shape& shape, const Line& line) {
     batches_.Add(text + u"\r\nWHERE " + where + Check(1, line));
 }
 
-// What the bytes alone do not say: their number, for the server takes bytes for equal where only
-// zeros follow, and the base type of a sql_variant.
-std::u16string StatementWriter::Beyond(std::size_t column, const Value& value) const {
-    const std::u16string bytes = LeftSide({column, true}, u"");
-    const auto length = [&](std::size_t size) {
-        return u" AND DATALENGTH(" + bytes + u") = " + ToText(static_cast<std::int64_t>(size));
-    };
-    switch (ClassifyType(TargetFacts(column)).value().cells) {
-        case CellClass::PageText:
-        case CellClass::WideText:
-        case CellClass::Xml:
-        case CellClass::Bytes:
-            return length(BytesText(value).size() / 2 - 1);
-        case CellClass::Variant: {
-            const VariantCell cell(value);
-            return length(cell.Bytes().size()) + u" AND CAST(SQL_VARIANT_PROPERTY(" +
-                   QuoteIdentifier(TargetFacts(column).Name) +
-                   u", 'BaseType') AS nvarchar(128)) = " + QuoteText(cell.BaseType());
-        }
-        default:
-            return {};
-    }
-}
-
 // One of the rows that are exactly this.
 void StatementWriter::DeleteWhole(const DirectRow& row) {
     Shape shape;
@@ -412,9 +420,8 @@ void StatementWriter::DeleteWhole(const DirectRow& row) {
     for (std::size_t i = 0; i < shape.conditions.size(); ++i) {
         const std::u16string column = LeftSide(shape.conditions[i], u"");
         AppendTerm(where, u" AND ",
-                   line.conditions[i].null
-                       ? column + u" IS NULL"
-                       : column + u" = " + line.conditions[i].literal + Beyond(i, row[i]));
+                   line.conditions[i].null ? column + u" IS NULL"
+                                           : column + u" = " + line.conditions[i].literal);
     }
     batches_.Add(u"DELETE TOP (1) FROM " + table_ + u"\r\nWHERE " + where + Check(1, line));
 }

@@ -57,7 +57,7 @@ class StatementWriter {
     // A column in a condition.
     struct Condition {
         std::size_t column = 0;
-        bool exact = false;  // by its bytes
+        bool exact = false;  // by its bytes and their number, a sql_variant by its base type, too
         bool operator<(const Condition& other) const {
             return column != other.column ? column < other.column : exact < other.exact;
         }
@@ -73,7 +73,8 @@ class StatementWriter {
 
     const ColumnFacts& TargetFacts(std::size_t column) const;
     bool ByBytes(std::size_t column) const;
-    void AddConditions(Shape& shape, const std::vector<std::size_t>& guarded) const;
+    void AddConditions(Shape& shape, const DirectRow& row, bool ofTarget,
+                       const std::vector<std::size_t>& guarded) const;
     Line MakeLine(const Shape& shape, const DirectRow& row, bool ofTarget) const;
     Cell ConditionCell(const Condition& condition, const DirectRow& row, bool ofTarget) const;
     void Take(const Shape& shape, Line line, bool alone);
@@ -83,7 +84,6 @@ class StatementWriter {
     void DeleteWhole(const DirectRow& row);
     void FlushInserts();
     std::u16string LeftSide(const Condition& condition, const std::u16string& prefix) const;
-    std::u16string Beyond(std::size_t column, const Value& value) const;
     std::u16string Check(std::size_t expected, const Line& first) const;
     std::u16string TypedNull(std::size_t column) const;
 
