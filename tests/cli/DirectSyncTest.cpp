@@ -169,15 +169,7 @@ TEST_F(DirectSyncTest, ASignalRollsBackWhateverTheServerIsAt) {
     other.AddFault(slow);
     Process process(folder, {"sync", first, second, "--user", "sa", "--to", "2", "--yes"}, {},
                     {{"QUILLON_PASSWORD", "sandbox"}});
-    const auto isRunning = [&] {
-        for (const std::u16string& batch : Batches(other)) {
-            if (batch.find(slow.contains) != std::u16string::npos) return true;
-        }
-        return false;
-    };
-    for (int i = 0; i < 1000 && !isRunning(); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    ASSERT_TRUE(isRunning());
+    ASSERT_TRUE(Gets(other, slow.contains));
     const auto begin = std::chrono::steady_clock::now();
     process.Signal(SIGINT);
     EXPECT_EQ(process.Wait(), 130);
@@ -193,15 +185,7 @@ TEST_F(DirectSyncTest, ASignalEndsAComparisonWhoseServerIsSilent) {
     other.AddFault(slow);
     Process process(folder, {"compare", first, second, "--user", "sa"}, {},
                     {{"QUILLON_PASSWORD", "sandbox"}});
-    const auto isRunning = [&] {
-        for (const std::u16string& batch : Batches(other)) {
-            if (batch.find(slow.contains) != std::u16string::npos) return true;
-        }
-        return false;
-    };
-    for (int i = 0; i < 1000 && !isRunning(); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    ASSERT_TRUE(isRunning());
+    ASSERT_TRUE(Gets(other, slow.contains));
     const auto begin = std::chrono::steady_clock::now();
     process.Signal(SIGTERM);
     EXPECT_EQ(process.Wait(), 143);

@@ -90,15 +90,7 @@ TEST_F(SyncOutcomeTest, ASignalBetweenBatchesRollsBack) {
     Process process(
         folder, {"sync", "--by-server", one, two, "--user", "sa", "-t", "p", "--to", "2", "--yes"},
         {}, {{"QUILLON_PASSWORD", "sandbox"}});
-    const auto isRunning = [&] {
-        for (const std::u16string& batch : Batches(server)) {
-            if (batch.find(slow.contains) != std::u16string::npos) return true;
-        }
-        return false;
-    };
-    for (int i = 0; i < 1000 && !isRunning(); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    ASSERT_TRUE(isRunning());
+    ASSERT_TRUE(Gets(server, slow.contains));
     process.Signal(SIGINT);
     EXPECT_EQ(process.Wait(), 130);
     EXPECT_TRUE(Holds(process.Err(), "quillon: interrupted; ")) << process.Err();

@@ -58,6 +58,16 @@ class SandboxTest : public ::testing::Test {
         }
         return batches;
     }
+    // Whether a batch that holds the text has arrived, within ten seconds.
+    static bool Gets(const sandbox::Server& on, std::u16string_view text) {
+        for (int tries = 0; tries < 1000; ++tries) {
+            for (const std::u16string& batch : Batches(on)) {
+                if (batch.find(text) != std::u16string::npos) return true;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return false;
+    }
     static int Logins(const sandbox::Server& on) {
         int logins = 0;
         for (const sandbox::LogEntry& entry : on.Log()) {
