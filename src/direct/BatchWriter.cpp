@@ -6,6 +6,9 @@ namespace QuillonLib {
 
 namespace {
 
+// What tells that a transaction is the script's own.
+constexpr std::u16string_view MarkBegin = u"0x51756C6E";
+
 constexpr std::size_t BatchSize = std::size_t{64} << 10;  // characters, about
 
 std::u16string OneLine(std::u16string text) {
@@ -21,7 +24,7 @@ std::u16string OneLine(std::u16string text) {
 
 std::u16string BatchWriter::Mark() const {
     static constexpr std::u16string_view Digits = u"0123456789ABCDEF";
-    std::u16string mark = u"0x51756C6E";
+    std::u16string mark(MarkBegin);
     for (int shift = 28; shift >= 0; shift -= 4)
         mark.push_back(Digits[(batch_ >> shift) & 0xF]);
     return mark;
@@ -48,6 +51,15 @@ void BatchWriter::Begin(const std::vector<std::u16string>& comments) {
     Line(u"SET IMPLICIT_TRANSACTIONS OFF");
     Line(u"SET ROWCOUNT 0");
     Line(u"SET NOCOUNT, XACT_ABORT ON");
+    // COMMIT would end no more than the inner one
+    Line(u"IF @@TRANCOUNT > 0");
+    Line(u"BEGIN");
+    Line(
+        u"    RAISERROR(N'A transaction is open already: the script has to begin its own.', 16, "
+        u"1)");
+    Line(u"    SET CONTEXT_INFO 0x00");
+    Line(u"    RETURN");
+    Line(u"END");
     Line(u"BEGIN TRANSACTION");
     Line(u"SET CONTEXT_INFO " + Mark());
     Line(u"GO");
@@ -82,7 +94,9 @@ void BatchWriter::End(const std::vector<std::u16string>& cleanUp) {
     Line(u"END");
     Line(u"ELSE");
     Line(u"BEGIN");
-    Line(u"    IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION");
+    Line(u"    IF @@TRANCOUNT > 0 AND ISNULL(CAST(CONTEXT_INFO() AS varbinary(4)), 0x) = " +
+         std::u16string(MarkBegin));
+    Line(u"        ROLLBACK TRANSACTION");
     Line(u"    SET @outcome = N'The script did not run to its end: nothing has been changed.'");
     Line(u"END");
     Line(u"SET CONTEXT_INFO 0x00");

@@ -533,7 +533,28 @@ TEST_F(FailingScripts, GuardAgainstRowsThatHaveChanged) {
     EXPECT_EQ(On2(u"SELECT COUNT(*) FROM t"), u"10");
 }
 
-// To whom the server takes the new value for the old one.
+// Its COMMIT would leave everything to that one.
+TEST_F(FailingScripts, ChangeNothingInATransactionThatIsNotTheirs) {
+    const std::u16string script = Script({u"t"});
+    auto connection = OpenConnection(*two);
+    connection->Execute(u"BEGIN TRANSACTION INSERT t VALUES (99, N'mine', 1)");
+    Texts errors;
+    for (const std::u16string& batch : BatchesOf(script)) {
+        try {
+            connection->Execute(batch);
+        } catch (const Error& error) {
+            errors.push_back(error.Description());
+        }
+    }
+    ASSERT_EQ(errors.size(), 1U);
+    EXPECT_NE(errors[0].find(u"A transaction is open already"), std::u16string::npos);
+    connection->Execute(u"COMMIT TRANSACTION");
+    connection->Close();
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM t"), u"2");
+    EXPECT_EQ(On2(u"SELECT a FROM t WHERE id = 99"), u"mine");
+}
+
+// Where the server takes the new value for the old one.
 TEST_F(FailingScripts, GuardAgainstChangesThatTheServerDoesNotSee) {
     scripted.guard = true;
     RunOnBoth(u"CREATE TABLE s (id int PRIMARY KEY, b varbinary(9), n nvarchar(9), v sql_variant)");
@@ -573,6 +594,13 @@ TEST_F(FailingScripts, AreWholeTexts) {
         u"SET IMPLICIT_TRANSACTIONS OFF\r\n"
         u"SET ROWCOUNT 0\r\n"
         u"SET NOCOUNT, XACT_ABORT ON\r\n"
+        u"IF @@TRANCOUNT > 0\r\n"
+        u"BEGIN\r\n"
+        u"    RAISERROR(N'A transaction is open already: the script has to begin its own.', 16, "
+        u"1)\r\n"
+        u"    SET CONTEXT_INFO 0x00\r\n"
+        u"    RETURN\r\n"
+        u"END\r\n"
         u"BEGIN TRANSACTION\r\n"
         u"SET CONTEXT_INFO 0x51756C6E00000000\r\n"
         u"GO\r\n"
@@ -623,7 +651,9 @@ TEST_F(FailingScripts, AreWholeTexts) {
         u"END\r\n"
         u"ELSE\r\n"
         u"BEGIN\r\n"
-        u"    IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\r\n"
+        u"    IF @@TRANCOUNT > 0 AND ISNULL(CAST(CONTEXT_INFO() AS varbinary(4)), 0x) = "
+        u"0x51756C6E\r\n"
+        u"        ROLLBACK TRANSACTION\r\n"
         u"    SET @outcome = N'The script did not run to its end: nothing has been changed.'\r\n"
         u"END\r\n"
         u"SET CONTEXT_INFO 0x00\r\n"
