@@ -53,9 +53,8 @@ class Workers {
     void Start() {
         auto first = std::make_unique<TableRunner>(job_, facts1_, facts2_);
         first->Connect();
-        const std::size_t jobs =
-            std::min(static_cast<std::size_t>(job_.options.jobs), job_.tables.size());
-        for (std::size_t i = 0; i < jobs; ++i) {
+        jobs_ = std::min(static_cast<std::size_t>(job_.options.jobs), job_.tables.size());
+        for (std::size_t i = 0; i < jobs_; ++i) {
             runners_.push_back(i == 0 ? std::move(first)
                                       : std::make_unique<TableRunner>(job_, facts1_, facts2_));
             threads_.emplace_back([this, &mine = *runners_.back()] { Work(mine); });
@@ -99,8 +98,18 @@ class Workers {
         changed_.notify_all();
     }
 
+    // False for the last worker: the tables that are left are its own to fail.
+    bool LeaveToOthers() {
+        const std::lock_guard lock(mutex_);
+        if (left_ + 1 == jobs_) return false;
+        ++left_;
+        return true;
+    }
+
     void WorkThrough(TableRunner& runner) {
         for (;;) {
+            // before a table is taken, which another worker can compare
+            if (!runner.TryConnect() && LeaveToOthers()) return;
             const std::size_t table = next_++;
             if (table >= job_.tables.size()) return;
             try {
@@ -126,7 +135,9 @@ class Workers {
     std::vector<std::thread> threads_;
     std::mutex mutex_;
     std::condition_variable changed_;
+    std::size_t jobs_ = 0;
     std::size_t ended_ = 0;
+    std::size_t left_ = 0;  // workers that have no connection
 };
 
 // Hands the items of one table to the caller's handlers. True: one of them wants no more.

@@ -48,6 +48,7 @@ void WalkKeyless(const TablePlan& plan, const DirectEquality& equality, RowCurso
     }
 
     for (std::size_t partition = 0; partition < RowBag::Partitions; ++partition) {
+        outlet.Look();
         Counts unmatched;
         bag1.Visit(partition, [&](const RowHash& hash, std::string_view) { ++unmatched[hash]; });
         bag2.Visit(partition, [&](const RowHash& hash, std::string_view row) {

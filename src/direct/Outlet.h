@@ -22,6 +22,8 @@ class Outlet {
     virtual void Found(FoundDifference difference) = 0;
     // Whether rows that are the same are wanted, too.
     virtual bool WantsSame() const = 0;
+    // Throws where nobody wants more.
+    virtual void Look() const = 0;
     // A row more has been read: `result` counts it.
     virtual void Read(const DirectTableResult& result) = 0;
 };

@@ -33,8 +33,12 @@ void TableFeed::Found(FoundDifference difference) {
     if (size_ >= HandedAtOnce) Hand();
 }
 
-void TableFeed::Read(const DirectTableResult& result) {
+void TableFeed::Look() const {
     if (stopped_.load(std::memory_order_relaxed)) throw ComparisonStopped();
+}
+
+void TableFeed::Read(const DirectTableResult& result) {
+    Look();
     if ((result.rows1 + result.rows2) % ReportEvery != 0) return;
     Keep(RowsRead{result.rows1, result.rows2}, sizeof(Item));
     Hand();

@@ -39,6 +39,7 @@ class TableFeed : public Outlet {
     // The worker's calls.
     void Found(FoundDifference difference) override;
     bool WantsSame() const override { return wantsSame_; }
+    void Look() const override;
     void Read(const DirectTableResult& result) override;
     // The last call: the table is done, or `failure`, if there is any, ends the comparison.
     void Close(std::exception_ptr failure);

@@ -60,6 +60,16 @@ void TableRunner::Connect() {
     side2_.Connect(job_.options.snapshot);
 }
 
+bool TableRunner::TryConnect() noexcept {
+    if (unreachable_) return false;
+    try {
+        Connect();
+    } catch (const Error& error) {
+        unreachable_ = error;
+    }
+    return !unreachable_;
+}
+
 void TableRunner::Cancel() noexcept {
     side1_.Cancel();
     side2_.Cancel();
@@ -67,12 +77,8 @@ void TableRunner::Cancel() noexcept {
 
 void TableRunner::Run(std::size_t table, DirectTableResult& result, Outlet& outlet) {
     result.shape.table = result.shape.table2 = job_.tables[table].name;
-    result.error = unreachable_;
-    if (unreachable_) return;
-    try {
-        Connect();
-    } catch (const Error& error) {
-        result.error = unreachable_ = error;
+    if (!TryConnect()) {
+        result.error = unreachable_;
         return;
     }
     try {

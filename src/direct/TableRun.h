@@ -38,6 +38,9 @@ class TableRunner {
     // Logs in where a connection is not open. Throws the Error of the login.
     void Connect();
 
+    // Connect, if it can; false from the first failure on, which tables get as their error.
+    bool TryConnect() noexcept;
+
     // An Error goes into the result; what `outlet` throws that is no Error is thrown. Connections
     // that were lost are made again for the next table; where that fails, all later tables have the
     // Error of that login.

@@ -98,6 +98,7 @@ class KeylessTables : public DirectFixture {
                                  ShownRow(first ? *difference.row1 : *difference.row2));
             }
             bool WantsSame() const override { return false; }
+            void Look() const override {}
             void Read(const DirectTableResult&) override {}
 
           private:
@@ -204,6 +205,7 @@ TEST_F(KeylessTables, BringRowsBackFromFiles) {
     class Rows : public Outlet {
       public:
         bool WantsSame() const override { return false; }
+        void Look() const override {}
         void Found(FoundDifference difference) override {
             EXPECT_EQ(difference.change, DirectChange::OnlyIn1);
             found.push_back(std::move(*difference.row1));

@@ -115,6 +115,22 @@ TEST_F(SeveralTables, AServerThatIsGoneFailsTheTablesThatAreLeft) {
     EXPECT_FALSE(results.at(6).complete);
 }
 
+// Its tables are compared by those that have connections.
+TEST_F(SeveralTables, AWorkerThatCannotLogInLeavesItsTablesToTheOthers) {
+    options.snapshot = true;  // which is asked for with each login
+    for (int nth = 2; nth <= 3; ++nth) {
+        server2.AddFault(ErrorIn(u"snapshot_isolation_state", nth));
+        const auto results = Run(3);
+        server2.ClearFaults();
+        for (const DirectTableResult& result : results)
+            EXPECT_TRUE(result.complete) << ToUtf8(result.error->Description());
+    }
+    server2.AddFault(ErrorIn(u"snapshot_isolation_state", 2));
+    server2.AddFault(ErrorIn(u"snapshot_isolation_state", 3));
+    for (const DirectTableResult& result : Run(3))
+        EXPECT_TRUE(result.complete) << ToUtf8(result.error->Description());
+}
+
 TEST_F(SeveralTables, ASilentServerIsCancelled) {
     sandbox::Fault silent;
     silent.kind = sandbox::FaultKind::Delay;
