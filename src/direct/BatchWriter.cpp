@@ -11,13 +11,24 @@ constexpr std::u16string_view MarkBegin = u"0x51756C6E";
 
 constexpr std::size_t BatchSize = std::size_t{64} << 10;  // characters, about
 
-std::u16string OneLine(std::u16string text) {
-    for (char16_t& unit : text) {
-        if (unit < 0x20 || unit == 0x7F || unit == 0x85 || unit == 0x2028 || unit == 0x2029) {
-            unit = u' ';
+// For a comment: no line break, no variable of a client, no half of a surrogate pair.
+std::u16string OneLine(std::u16string_view text) {
+    std::u16string line;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char16_t unit = text[i];
+        const bool pair = unit >= 0xD800 && unit < 0xDC00 && i + 1 < text.size() &&
+                          text[i + 1] >= 0xDC00 && text[i + 1] < 0xE000;
+        if (pair) {
+            line.append(text.substr(i++, 2));
+        } else if (unit < 0x20 || unit == 0x7F || unit == 0x85 || unit == 0x2028 ||
+                   unit == 0x2029) {
+            line.push_back(u' ');
+        } else {
+            line.push_back(unit >= 0xD800 && unit < 0xE000 ? u'\uFFFD' : unit);
         }
+        if (unit == u'$') line.push_back(u' ');
     }
-    return text;
+    return line;
 }
 
 }  // namespace

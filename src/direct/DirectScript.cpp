@@ -169,7 +169,8 @@ class DirectScriptWriter::Impl {
             ColumnFacts& own = FactsOf(column);
             own.DatabaseCodePage = page_;
             const bool unique = IsInUniqueIndex(*facts, own.Name);
-            if (unique && !column.key) target.unique.push_back(i);
+            // an identity is never set: see below
+            if (unique && !column.key && !own.Identity) target.unique.push_back(i);
             written.columns.push_back(own.Name);
             written.changed.push_back(target.updates > 0 && result.changedCells[i] > 0);
             // without a key a row is found by all of its values only: none can change in between

@@ -197,12 +197,31 @@ TEST_P(Scripts, RefuseAnIdentityThatDiffers) {
               u"Table [dbo].[t]: identity column id differs, and cannot be updated.");
 }
 
+TEST_P(Scripts, NeverSetAnIdentityBesideAnotherUniqueColumn) {
+    keyColumns = {u"code"};
+    RunOnBoth(
+        u"CREATE TABLE t (id int IDENTITY PRIMARY KEY, code varchar(9) UNIQUE, mail varchar(9)"
+        u" UNIQUE)");
+    RunOn1(u"INSERT t VALUES ('a', 'x')");
+    RunOn2(u"INSERT t VALUES ('a', 'y')");
+    ExpectToConverge({u"t"});
+}
+
 TEST_P(Scripts, LeaveAloneWhatTheServerMakes) {
     RunOnBoth(u"CREATE TABLE t (id int PRIMARY KEY, a int, c AS a * 2, v rowversion)");
     RunOn1(u"INSERT t (id, a) VALUES (1,1),(2,2)");
     RunOn2(u"INSERT t (id, a) VALUES (1,3)");
     ExpectToConverge({u"t"});
     EXPECT_EQ(On2(u"SELECT c FROM t WHERE id = 1"), u"2");
+}
+
+// Its head names it in a comment.
+TEST_P(Scripts, LeaveNoVariableOfAClientToANameInAComment) {
+    RunOnBoth(u"CREATE TABLE [a$(x)\u2028b] (id int PRIMARY KEY)");
+    RunOn1(u"INSERT [a$(x)\u2028b] VALUES (1)");
+    const std::u16string script = Script({u"a$(x)\u2028b"});
+    EXPECT_EQ(script.find(u"-- [dbo].[a$ (x) b]: 0 deleted, 0 updated, 1 inserted\r\n"),
+              script.find(u"-- [dbo]"));
 }
 
 TEST_P(Scripts, QuoteNames) {
