@@ -57,6 +57,10 @@ std::string Translator::CompareSides(Bound& a, Bound& b, const std::u16string& o
         adapt(a);
         adapt(b);
     }
+    // The server takes bytes for equal where only zeros follow.
+    if (IsBinary(a.type.id) && IsBinary(b.type.id) && a.type.id != TypeId::Timestamp) {
+        return "(ms_significant(" + a.sql + ")" + Narrow(op) + "ms_significant(" + b.sql + "))";
+    }
     return "(" + CollatedSide(a, b, OperatorName(op) + u" operation") + Narrow(op) + b.sql + ")";
 }
 

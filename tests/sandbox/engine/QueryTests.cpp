@@ -210,6 +210,17 @@ TEST_F(Queries, BytesAreOrderedByWhatIsNotTrailingZeros) {
               "4\n3\n2\n1\n");
 }
 
+TEST_F(Queries, BytesAreEqualWhereOnlyZerosFollow) {
+    EXPECT_EQ(box.Text(u"SELECT CASE WHEN 0x41 = 0x4100 THEN 1 END,"
+                       u" CASE WHEN 0x4100 <> 0x41 THEN 1 END, CASE WHEN 0x41 = 0x4101 THEN 1 END,"
+                       u" CASE WHEN 0x = 0x00 THEN 1 END, CASE WHEN 0x41 < 0x4101 THEN 1 END"),
+              "1|NULL|NULL|1|1\n");
+    box.Text(u"CREATE TABLE v (b varbinary(max)) SET NOCOUNT ON INSERT v VALUES (0x0100)");
+    EXPECT_EQ(box.Text(u"SELECT COUNT(*) FROM v WHERE b = 0x01 SELECT COUNT(*) FROM v WHERE"
+                       u" b + 0x01 = 0x0101"),
+              "1\n0\n");
+}
+
 TEST_F(Queries, ManyRowsOfValues) {
     std::u16string rows = u"(0, N'x')";
     for (int i = 1; i < 1000; ++i)
