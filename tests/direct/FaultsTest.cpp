@@ -22,12 +22,12 @@ class FaultsTest : public ScriptFixture {
   protected:
     static constexpr int Rows = 300;
 
-    // Two tables, the second without a key; in each, rows that differ and rows of one side. The
-    // long text makes blocks of few rows.
+    // Two tables, the second without a key; in each, rows that differ and rows of one side. A
+    // column of unbounded length is read in blocks of 256 rows: there are two.
     FaultsTest() {
         RunOnBoth(
-            u"CREATE TABLE keyed (id int NOT NULL PRIMARY KEY, a varchar(8000) NULL)\n"
-            u"CREATE TABLE bag (id int NULL, a varchar(8000) NULL)");
+            u"CREATE TABLE keyed (id int NOT NULL PRIMARY KEY, a varchar(max) NULL)\n"
+            u"CREATE TABLE bag (id int NULL, a varchar(max) NULL)");
         for (sandbox::Server* on : {&server, &server2}) {
             std::u16string rows;
             for (int i = 0; i < Rows; ++i) {
