@@ -9,7 +9,6 @@
 namespace QuillonLib::Automation {
 
 Variant::Variant(const VARIANT& other) {
-    VariantInit(&value_);
     Check(VariantCopyInd(&value_, const_cast<VARIANT*>(&other)));
 }
 
@@ -42,13 +41,12 @@ Variant Variant::Object(IDispatch* object) noexcept {
 
 VARIANT* Variant::Put() noexcept {
     VariantClear(&value_);
+    value_ = VARIANT{};
     return &value_;
 }
 
 VARIANT Variant::Detach() noexcept {
-    const VARIANT value = value_;
-    VariantInit(&value_);
-    return value;
+    return std::exchange(value_, VARIANT{});
 }
 
 Variant Variant::As(VARTYPE type, LCID locale) const {

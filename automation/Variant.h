@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "automation/AutomationTypes.h"
 #include "automation/ComPtr.h"
@@ -11,11 +12,11 @@ namespace QuillonLib::Automation {
 
 class Variant {
   public:
-    Variant() noexcept { VariantInit(&value_); }
+    Variant() noexcept = default;
     // A copy; what stands behind a reference is copied, too.
     explicit Variant(const VARIANT& other);
     Variant(const Variant& other) : Variant(other.value_) {}
-    Variant(Variant&& other) noexcept : value_(other.value_) { VariantInit(&other.value_); }
+    Variant(Variant&& other) noexcept : value_(std::exchange(other.value_, VARIANT{})) {}
     Variant& operator=(Variant other) noexcept {
         std::swap(value_, other.value_);
         return *this;
@@ -32,7 +33,7 @@ class Variant {
 
     const VARIANT& Get() const noexcept { return value_; }
     VARTYPE Type() const noexcept { return value_.vt; }
-    // Empty, to be filled by a function that gives a VARIANT, or field by field.
+    // Empty, to be filled by a function that gives a VARIANT.
     VARIANT* Put() noexcept;
     // The VARIANT as it is, to be changed in place.
     VARIANT* InPlace() noexcept { return &value_; }
@@ -43,7 +44,9 @@ class Variant {
     Variant As(VARTYPE type, LCID locale = LOCALE_INVARIANT) const;
 
   private:
-    VARIANT value_;
+    // All fields: a type that is set without a value holds null then. VariantInit promises the type
+    // only.
+    VARIANT value_{};
 };
 
 Variant NewText(std::u16string_view text);
