@@ -91,7 +91,8 @@ EncryptedText ToBytes(SAFEARRAY* array) {
 
 Variant ToVariantArray(SAFEARRAY* array) {
     auto values = Elements(array);
-    Variant result = NewArray(VT_VARIANT, values.size(), array->rgsabound[0].lLbound);
+    const LONG lowerBound = array == nullptr ? 0 : array->rgsabound[0].lLbound;
+    Variant result = NewArray(VT_VARIANT, values.size(), lowerBound);
     const ArrayData data(result.Get().parray);
     for (std::size_t i = 0; i < values.size(); ++i)
         data.As<VARIANT>()[i] = values[i].Detach();

@@ -42,7 +42,8 @@ EncryptedText ToBytes(SAFEARRAY* array);
 // The values of a one-dimensional array of strings or of variants. Error 13 for any other.
 std::vector<Variant> Elements(SAFEARRAY* array);
 
-// The same array with its strings in variants.
+// The same one-dimensional array of strings with its strings in variants; an empty one for null.
+// Error 13 for any other.
 Variant ToVariantArray(SAFEARRAY* array);
 
 // The array in a VARIANT, at whatever depth of reference; it stays the caller's. Error 13 where

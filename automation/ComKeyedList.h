@@ -24,6 +24,8 @@ class ComKeyedList final : public Object<ComKeyedList, ::KeyedList, IKeyedList> 
     // list that holds anything but texts.
     static std::shared_ptr<NameList> NamesOf(IUnknown* object);
 
+    static bool GivesOthersValues() { return true; }
+
     STDMETHODIMP Add(VARIANT vItem, VARIANT vKey) override;
     STDMETHODIMP get_Item(VARIANT vKey, VARIANT* value) override;
     STDMETHODIMP get_NewEnum(IUnknown** value) override;

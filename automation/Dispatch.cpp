@@ -78,8 +78,8 @@ std::vector<VARIANT*> InOrder(const FUNCDESC& function, const DISPPARAMS& argume
     return given;
 }
 
-// Scripts can read the elements of an array of variants only. Who calls through the interface
-// itself gets the strings as an array of strings.
+// Of an array that the library made. Scripts can read the elements of an array of variants only. Who
+// calls through the interface itself gets the strings as an array of strings.
 void MakeReadable(VARIANT& result) {
     if (result.vt != (VT_ARRAY | VT_BSTR)) return;
     const Variant strings = Variant::Take(result);
@@ -118,7 +118,7 @@ class TypedCall {
             if (call_.result != nullptr) VariantClear(call_.result);
             return handedBack;
         }
-        if (call_.result != nullptr) MakeReadable(*call_.result);
+        if (call_.result != nullptr && !call_.givesOthersValues) MakeReadable(*call_.result);
         return result;
     }
 
@@ -182,6 +182,20 @@ HRESULT CallDefaultMember(ITypeInfo* type, IDispatch* object, const Function& fu
                                          call.badArgument);
 }
 
+// To be called in a handler: gives the current exception as the failure of a member would come.
+HRESULT TellFailure(EXCEPINFO* exception) noexcept {
+    const HRESULT failure = ReportFailure(IID_IDispatch);
+    ComPtr<IErrorInfo> error;
+    if (GetErrorInfo(0, error.Put()) != S_OK) return failure;
+    if (exception != nullptr) {
+        *exception = EXCEPINFO{};
+        exception->scode = failure;
+        error->GetDescription(&exception->bstrDescription);
+        error->GetSource(&exception->bstrSource);
+    }
+    return DISP_E_EXCEPTION;
+}
+
 }  // namespace
 
 HRESULT Invoke(ITypeInfo* type, IDispatch* object, const Invocation& call) noexcept {
@@ -192,12 +206,8 @@ HRESULT Invoke(ITypeInfo* type, IDispatch* object, const Invocation& call) noexc
             return CallDefaultMember(type, object, function, call);
         }
         return TypedCall(type, function, call).Run(object);
-    } catch (const ComError& error) {
-        return error.Number();
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
     } catch (...) {
-        return E_FAIL;
+        return TellFailure(call.exception);
     }
 }
 

@@ -13,6 +13,7 @@ struct Invocation {
     VARIANT* result;
     EXCEPINFO* exception;
     UINT* badArgument;
+    bool givesOthersValues;  // what members give are values of callers, which stay as they are
 };
 
 // What IDispatch::Invoke does, for an object whose dual interface `type` describes.

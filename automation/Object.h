@@ -68,8 +68,9 @@ class Object : public Interface,
             Guarded(InterfaceId(), [&] { type = TypeLibrary::Describe(InterfaceId()); });
         if (FAILED(described)) return described;
         const ComPtr<IDispatch> alive(this);  // a handler may drop the last reference
-        return Automation::Invoke(
-            type.Get(), this, {member, locale, flags, arguments, result, exception, badArgument});
+        return Automation::Invoke(type.Get(), this,
+                                  {member, locale, flags, arguments, result, exception, badArgument,
+                                   Derived::GivesOthersValues()});
     }
 
     STDMETHODIMP InterfaceSupportsErrorInfo(REFIID iid) override {
@@ -91,6 +92,8 @@ class Object : public Interface,
 
     // The events of the class; none.
     static const IID& EventsId() { return IID_NULL; }
+    // Whether the members give what callers have put in; no.
+    static bool GivesOthersValues() { return false; }
 
   protected:
     Object() noexcept { Module::AddUse(); }

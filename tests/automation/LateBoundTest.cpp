@@ -158,6 +158,36 @@ TEST_F(LateBound, ArraysOfStringsComeAsArraysOfVariants) {
     EXPECT_EQ(bytes.vt, VT_ARRAY | VT_UI1) << "bytes stay bytes";
 }
 
+// What a caller put into a list comes out as it went in.
+TEST_F(LateBound, ArraysOfCallersStayAsTheyAre) {
+    const auto list = Create<IKeyedList>(__uuidof(KeyedList));
+    Value one;
+    one.vt = VT_ARRAY | VT_BSTR;
+    one.parray = SafeArrayCreateVector(VT_BSTR, 3, 2);
+    SAFEARRAYBOUND bounds[] = {{2, 0}, {3, 1}};
+    Value table;
+    table.vt = VT_ARRAY | VT_BSTR;
+    table.parray = SafeArrayCreate(VT_BSTR, 2, bounds);
+    Value none;  // a variable of an array without elements
+    none.vt = VT_ARRAY | VT_BSTR;
+    const auto late = list.As<IDispatch>();
+    for (const Value* given : {&one, &table, &none}) {
+        ASSERT_EQ(list->Add(*given, Value::Missing()), S_OK);
+        LONG count = 0;
+        list->get_Count(&count);
+        Value found;
+        ASSERT_EQ(Call(late.Get(), DISPID_VALUE, DISPATCH_PROPERTYGET, {Value(count)}, &found),
+                  S_OK);
+        ASSERT_EQ(found.vt, VT_ARRAY | VT_BSTR);
+        ASSERT_EQ(found.parray == nullptr, given->parray == nullptr);
+        if (found.parray == nullptr) continue;
+        EXPECT_EQ(SafeArrayGetDim(found.parray), SafeArrayGetDim(given->parray));
+        LONG upper = 99;
+        SafeArrayGetUBound(found.parray, 1, &upper);
+        EXPECT_EQ(upper, given == &one ? 4 : 1);
+    }
+}
+
 TEST_F(LateBound, MoreNamesThanArgumentsAreRefused) {
     const auto databases = Create<IDispatch>(__uuidof(Databases));
     Value key(L"key");
