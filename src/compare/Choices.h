@@ -4,11 +4,13 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <variant>
 #include <vector>
 
+#include "core/Error.h"
 #include "core/KeyedList.h"
 
 namespace QuillonLib {
@@ -17,7 +19,11 @@ namespace QuillonLib {
 using IndexChoices = KeyedList<std::u16string>;
 
 // The names of the columns that are compared. A name given twice is error 457.
-using ColumnChoice = KeyedList<std::u16string>;
+struct ColumnChoice : KeyedList<std::u16string> {
+    // Of a list that could not be read to its end: fails its table, which would else be compared by
+    // other columns than were chosen.
+    std::optional<Error> Failure;
+};
 using ColumnChoices = KeyedList<std::shared_ptr<ColumnChoice>>;
 
 // The same choices as callers hold them in a dictionary: entries in order, under keys that are

@@ -168,6 +168,7 @@ void TableComparison::CollectColumns(TableDifference& result, const ObjectFacts&
     if (columnChoices_.ItemExists(sTable)) choice = columnChoices_.Item(sTable).get();
     ColumnChoice chosen;
     if (choice != nullptr) {
+        if (choice->Failure) throw Error(*choice->Failure);
         for (const std::u16string& column : *choice)
             chosen.Add(column, column);
     }

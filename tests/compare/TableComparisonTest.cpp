@@ -433,6 +433,19 @@ TEST_F(TableComparisonTest, AColumnChosenTwiceFailsTheTable) {
     EXPECT_EQ(processErrors[0].number, 3704);
 }
 
+TEST_F(TableComparisonTest, AListOfColumnsThatCannotBeReadFailsTheTable) {
+    RunInBoth(Keyed);
+    auto choice = std::make_shared<ColumnChoice>();
+    choice->Add(u"a");
+    choice->Failure = Error(13, u"Type mismatch");
+    columns.Add(choice, u"[dbo].[t]");
+    const auto result = CompareOne(u"[dbo].[t]");
+    EXPECT_EQ(result->Error(), u"Error comparing [dbo].[t]\r\nType mismatch");
+    EXPECT_EQ(result->RecordsIn1(), 0);
+    ASSERT_EQ(processErrors.size(), 1U);
+    EXPECT_EQ(processErrors[0].number, 3704);
+}
+
 TEST_F(TableComparisonTest, IndexedViewsAreComparedByTheirUniqueIndex) {
     RunInBoth(u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, a int NOT NULL)");
     RunInBoth(
