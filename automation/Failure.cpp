@@ -4,6 +4,8 @@
 #include <string_view>
 
 #include "automation/ComPtr.h"
+#include "automation/Text.h"
+#include "automation/Variant.h"
 #include "core/Error.h"
 #include "core/Text.h"
 
@@ -38,6 +40,22 @@ HRESULT Report(const IID& source, const Error& error) {
 
 }  // namespace
 
+void ForgetFailure() noexcept {
+    SetErrorInfo(0, nullptr);
+}
+
+void ThrowTold(HRESULT failure) {
+    ComPtr<IErrorInfo> told;
+    if (GetErrorInfo(0, told.Put()) != S_OK) throw ComError(failure);
+    Variant description;
+    Variant source;
+    description.InPlace()->vt = VT_BSTR;
+    source.InPlace()->vt = VT_BSTR;
+    told->GetDescription(&description.InPlace()->bstrVal);
+    told->GetSource(&source.InPlace()->bstrVal);
+    throw Error(failure, TextOf(description.Get().bstrVal), TextOf(source.Get().bstrVal));
+}
+
 void ThrowTypeMismatch() {
     throw Error(ErrorNumber::TypeMismatch, u"Type mismatch");
 }
@@ -48,7 +66,7 @@ HRESULT ToResult(std::int32_t errorNumber) noexcept {
 }
 
 HRESULT ReportFailure(const IID& source) noexcept {
-    SetErrorInfo(0, nullptr);  // of an earlier failure
+    ForgetFailure();
     try {
         throw;
     } catch (const Error& error) {

@@ -22,6 +22,12 @@ inline void Check(HRESULT result) {
     if (FAILED(result)) throw ComError(result);
 }
 
+// Takes the thread's error object away: it is of an earlier failure.
+void ForgetFailure() noexcept;
+
+// The failure that another's object just gave, with what its error object tells.
+[[noreturn]] void ThrowTold(HRESULT failure);
+
 // Error 13.
 [[noreturn]] void ThrowTypeMismatch();
 
@@ -29,6 +35,16 @@ inline void Check(HRESULT result) {
 // other number is one of that kind already and stays as it is, but for the bit that tells of a
 // failure, which it never lacks.
 HRESULT ToResult(std::int32_t errorNumber) noexcept;
+
+// Calls a member of a caller's object. What it tells of its failure (the thread's error object) is
+// thrown as an Error, a failure of which it tells nothing as a ComError.
+template <class Call>
+HRESULT CallOther(Call&& call) {
+    ForgetFailure();
+    const HRESULT result = std::forward<Call>(call)();
+    if (FAILED(result)) ThrowTold(result);
+    return result;
+}
 
 // To be called in a handler: makes the current exception the thread's error object, as one that
 // this interface raised, and returns its number.

@@ -62,7 +62,7 @@ class Object : public Interface,
     STDMETHODIMP Invoke(DISPID member, REFIID, LCID locale, WORD flags, DISPPARAMS* arguments,
                         VARIANT* result, EXCEPINFO* exception, UINT* badArgument) override {
         if (arguments == nullptr) return E_POINTER;
-        SetErrorInfo(0, nullptr);  // of an earlier failure
+        ForgetFailure();
         ComPtr<ITypeInfo> type;
         const HRESULT described =
             Guarded(InterfaceId(), [&] { type = TypeLibrary::Describe(InterfaceId()); });

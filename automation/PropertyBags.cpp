@@ -20,14 +20,17 @@ class SystemBag final : public Settings {
     // E_INVALIDARG: the bag has nothing of that name.
     Variant Read(std::u16string_view name) override {
         Variant value;
-        const HRESULT result = bag_->Read(Name(name), value.Put(), nullptr);
-        if (result == E_INVALIDARG) return {};
-        Check(result);
-        return value;
+        bool absent = false;
+        CallOther([&] {
+            const HRESULT result = bag_->Read(Name(name), value.Put(), nullptr);
+            absent = result == E_INVALIDARG;
+            return absent ? S_FALSE : result;
+        });
+        return absent ? Variant() : value;
     }
     void Write(std::u16string_view name, const Variant& value) override {
         Variant copy = value;
-        Check(bag_->Write(Name(name), copy.InPlace()));
+        CallOther([&] { return bag_->Write(Name(name), copy.InPlace()); });
     }
 
   private:

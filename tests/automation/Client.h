@@ -102,6 +102,15 @@ inline ErrorText LastErrorText() {
     return {description.Text(), source.Text()};
 }
 
+// Makes the thread's error object.
+inline void SetErrorText(const wchar_t* description, const wchar_t* source) {
+    ComPtr<ICreateErrorInfo> error;
+    CreateErrorInfo(error.Put());
+    error->SetDescription(const_cast<LPOLESTR>(description));
+    error->SetSource(const_cast<LPOLESTR>(source));
+    SetErrorInfo(0, error.As<IErrorInfo>().Get());
+}
+
 // Whether the DLL could be unloaded.
 inline bool LibraryIsUnused() {
     HMODULE library = GetModuleHandleW(L"QuillonLib.dll");

@@ -17,13 +17,19 @@ class Bag final : public IPropertyBag {
     STDMETHODIMP_(ULONG) AddRef() override { return 2; }
     STDMETHODIMP_(ULONG) Release() override { return 1; }
     STDMETHODIMP Read(LPCOLESTR name, VARIANT* value, IErrorLog*) override {
-        if (readFailure != S_OK && unreadable == name) return readFailure;
+        if (readFailure != S_OK && unreadable == name) {
+            TellWhy();
+            return readFailure;
+        }
         const auto found = values.find(name);
         if (found == values.end()) return E_INVALIDARG;
         return VariantCopy(value, &found->second);
     }
     STDMETHODIMP Write(LPCOLESTR name, VARIANT* value) override {
-        if (full) return STG_E_MEDIUMFULL;
+        if (full) {
+            TellWhy();
+            return STG_E_MEDIUMFULL;
+        }
         return VariantCopy(&values[name], value);
     }
 
@@ -31,6 +37,12 @@ class Bag final : public IPropertyBag {
     bool full = false;
     std::wstring unreadable;
     HRESULT readFailure = S_OK;
+    const wchar_t* reason = nullptr;  // null where it tells no reason
+
+  private:
+    void TellWhy() const {
+        if (reason != nullptr) SetErrorText(reason, L"Bag");
+    }
 };
 
 std::wstring ServerOf(IDatabase* database) {
@@ -90,6 +102,28 @@ TEST_F(Persist, BagsFailureReachesTheCaller) {
     const auto persist = Create<IPersistPropertyBag>(__uuidof(Database));
     EXPECT_EQ(persist->Save(&bag, FALSE, TRUE), STG_E_MEDIUMFULL);
     EXPECT_EQ(persist->Save(nullptr, FALSE, TRUE), static_cast<HRESULT>(0x800A005B));
+}
+
+TEST_F(Persist, WhatTheBagTellsReachesTheCaller) {
+    const auto persist = Create<IPersistPropertyBag>(__uuidof(Database));
+    Bag bag;
+    bag.full = true;
+    bag.unreadable = L"Server";
+    bag.readFailure = STG_E_READFAULT;
+    bag.reason = L"the bag is torn";
+    EXPECT_EQ(persist->Save(&bag, FALSE, TRUE), STG_E_MEDIUMFULL);
+    ErrorText error = LastErrorText();
+    EXPECT_EQ(error.description, L"the bag is torn");
+    EXPECT_EQ(error.source, L"Bag");
+    EXPECT_EQ(persist->Load(&bag, nullptr), STG_E_READFAULT);
+    error = LastErrorText();
+    EXPECT_EQ(error.description, L"the bag is torn");
+    EXPECT_EQ(error.source, L"Bag");
+
+    bag.reason = nullptr;
+    SetErrorText(L"an earlier failure", L"Another");
+    EXPECT_EQ(persist->Load(&bag, nullptr), STG_E_READFAULT);
+    EXPECT_EQ(LastErrorText().description, L"") << "not what another call told";
 }
 
 // Only E_INVALIDARG says that there is no such value.
