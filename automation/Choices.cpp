@@ -28,8 +28,7 @@ std::vector<Variant> Walk(IEnumVARIANT& enumerator) {
     for (;;) {
         Variant value;
         ULONG fetched = 0;
-        const HRESULT result = enumerator.Next(1, value.Put(), &fetched);
-        Check(result);
+        const HRESULT result = CallOther([&] { return enumerator.Next(1, value.Put(), &fetched); });
         if (result != S_OK || fetched == 0) return values;
         values.push_back(std::move(value));
     }
@@ -53,14 +52,33 @@ std::vector<Variant> ValuesOf(const LateBound& list) {
     return values;
 }
 
-std::vector<std::u16string> NamesIn(const VARIANT& value) {
-    const Variant held(value);
-    if ((held.Type() & VT_ARRAY) != 0) return ToTextArray(ArrayIn(held.Get())).Items;
+bool IsObject(const Variant& value) {
+    return value.Type() == VT_DISPATCH || value.Type() == VT_UNKNOWN;
+}
+
+bool IsList(const Variant& value) {
+    return (value.Type() & VT_ARRAY) != 0 || (IsObject(value) && value.Get().punkVal != nullptr);
+}
+
+std::vector<std::u16string> NamesIn(const Variant& list) {
+    if (!IsObject(list)) return ToTextArray(ArrayIn(list.Get())).Items;
     std::vector<std::u16string> names;
-    for (const Variant& name : ValuesOf(LateBound(ObjectIn(held.Get())))) {
+    for (const Variant& name : ValuesOf(LateBound(ObjectIn(list.Get())))) {
         names.push_back(TextIn(name.Get()));
     }
     return names;
+}
+
+// Without keys: a name that stands there twice fails its table, not all of them.
+void AddNames(const Variant& list, ColumnChoice& choice) {
+    try {
+        for (const std::u16string& name : NamesIn(list))
+            choice.Add(name);
+    } catch (const Error& error) {
+        choice.Failure = error;
+    } catch (const ComError& error) {
+        choice.Failure = Error(error.Number(), u"The list of the chosen columns cannot be read");
+    }
 }
 
 // What `read` gives; nothing where it fails.
@@ -81,12 +99,9 @@ std::optional<std::u16string> ToIndexChoice(const Variant& value) {
 }
 
 std::optional<std::shared_ptr<ColumnChoice>> ToColumnChoice(const Variant& value) {
-    const auto names = Usable([&] { return NamesIn(value.Get()); });
-    if (!names) return std::nullopt;
+    if (!IsList(value)) return std::nullopt;
     auto choice = std::make_shared<ColumnChoice>();
-    // Without keys: a name that stands there twice fails its table, not all of them.
-    for (const std::u16string& name : *names)
-        choice->Add(name);
+    AddNames(value, *choice);
     return choice;
 }
 
@@ -97,7 +112,7 @@ std::optional<Variant> Find(const LateBound& collection, const std::u16string& k
         if (collection.Has(L"Exists") && !FlagIn(collection.Call(L"Exists", {name}).Get())) {
             return Variant();
         }
-        return collection.Call(L"Item", {name});
+        return Variant(collection.Call(L"Item", {name}).Get());  // not a reference to one
     });
 }
 

@@ -12,11 +12,12 @@ namespace QuillonLib::Automation {
 // choice has none; so has every table where the collection is null. Error 13 for what has no Item.
 IndexChoices ReadIndexChoices(IDispatch* collection, const TextArray& tables);
 // The choice for a table is a list of names: an array, or any object that For Each can walk, or
-// with Count and Item by position. A name that stands in a list twice fails the table when it is
-// compared.
+// with Count and Item by position. Any other value is no choice. A list that cannot be read to its
+// end, or with an element that has no text, fails the table when it is compared, and so does a name
+// that stands in a list twice.
 ColumnChoices ReadColumnChoices(IDispatch* collection, const TextArray& tables);
 
-// Of a dictionary: any object with Keys and Items. Entries that are no usable choice are left out.
+// Of a dictionary: any object with Keys and Items. Entries that are no choice are left out.
 // Error 438 for another object, 91 for null, 94 for a key that is Null, 13 for one without a text.
 IndexDictionary ReadIndexDictionary(IDispatch* dictionary);
 ColumnDictionary ReadColumnDictionary(IDispatch* dictionary);

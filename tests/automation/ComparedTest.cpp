@@ -124,6 +124,92 @@ TEST_F(Compared, DatabasesOfAServerAreAnArrayOfStringsFromOne) {
               E_POINTER);
 }
 
+// Gives one name, and fails then; told through the thread's error object.
+class TornWalk final : public IEnumVARIANT {
+  public:
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+        const bool known = iid == IID_IUnknown || iid == IID_IEnumVARIANT;
+        *object = known ? this : nullptr;
+        return known ? S_OK : E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
+    STDMETHODIMP_(ULONG) Release() override { return 1; }
+    STDMETHODIMP Next(ULONG, VARIANT* value, ULONG* fetched) override {
+        if (walked_++ == 0) return GiveName(value, fetched);
+        SetErrorText(L"the walk is torn", L"List");
+        return E_UNEXPECTED;
+    }
+    STDMETHODIMP Skip(ULONG) override { return E_NOTIMPL; }
+    STDMETHODIMP Reset() override { return E_NOTIMPL; }
+    STDMETHODIMP Clone(IEnumVARIANT**) override { return E_NOTIMPL; }
+
+    static HRESULT GiveName(VARIANT* value, ULONG* fetched) {
+        value->vt = VT_BSTR;
+        value->bstrVal = SysAllocString(L"id");
+        *fetched = 1;
+        return S_OK;
+    }
+
+  private:
+    int walked_ = 0;
+};
+
+// The same as a list: to be walked, or by position.
+class TornList final : public ForeignObject {
+  public:
+    explicit TornList(bool walkable) : walkable_(walkable) {}
+    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR* names, UINT, LCID, DISPID* id) override {
+        *id = std::wstring(names[0]) == L"Count" ? 1 : 2;
+        return S_OK;
+    }
+    STDMETHODIMP Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* arguments, VARIANT* result,
+                        EXCEPINFO* exception, UINT*) override {
+        ULONG fetched = 0;
+        if (id == DISPID_NEWENUM && walkable_) {
+            result->vt = VT_UNKNOWN;
+            result->punkVal = &walk_;
+            return S_OK;
+        }
+        if (id == 1) {
+            result->vt = VT_I4;
+            result->lVal = 2;
+            return S_OK;
+        }
+        if (id != 2) return DISP_E_MEMBERNOTFOUND;
+        if (arguments->rgvarg[0].lVal == 1) return TornWalk::GiveName(result, &fetched);
+        exception->scode = E_UNEXPECTED;
+        exception->bstrDescription = SysAllocString(L"the list is torn");
+        return DISP_E_EXCEPTION;
+    }
+
+  private:
+    const bool walkable_;
+    TornWalk walk_;
+};
+
+// Never compared by more columns than were chosen.
+TEST_F(Compared, ListThatCannotBeReadToItsEndFailsItsTable) {
+    utils_->put_SuppressCompareProcessErrors(VARIANT_TRUE);
+    for (const bool walkable : {true, false}) {
+        TornList list(walkable);
+        list.AddRef();
+        const auto columns = Create<IKeyedList>(__uuidof(KeyedList));
+        ASSERT_EQ(columns->Add(ObjectValue(&list), Value(L"[dbo].[Rows]")), S_OK);
+        Strings tables({L"[dbo].[Rows]"});
+        ComPtr<ITableDifferences> results;
+        ASSERT_EQ(
+            utils_->CompareContents(source_.Get(), target_.Get(), target_.Get(), tables.Pointer(),
+                                    nullptr, columns.As<IDispatch>().Get(), results.Put()),
+            S_OK);
+        ComPtr<ITableDifference> result;
+        ASSERT_EQ(results->get_Item(Value(1), result.Put()), S_OK);
+        Bstr error;
+        result->get_Error(error.Put());
+        EXPECT_EQ(error.Text(), std::wstring(L"Error comparing [dbo].[Rows]\r\n") +
+                                    (walkable ? L"the walk is torn" : L"the list is torn"));
+    }
+}
+
 // A list is walked with 16 bits.
 TEST_F(Compared, TooManyDatabasesToWalk) {
     const auto databases = Create<IDatabases>(__uuidof(Databases));
