@@ -8,6 +8,7 @@
 #include "automation/Choices.h"
 #include "automation/ComRecordset.h"
 #include "automation/Enumerations.h"
+#include "automation/Outputs.h"
 
 namespace QuillonLib::Automation {
 
@@ -17,17 +18,23 @@ namespace {
 // the caller, also after a failure; what it left alone stays the caller's own.
 class RowsOut {
   public:
+    // An object of another kind in its place is refused.
     explicit RowsOut(IRecordset** target)
-        : rows(ComRecordset::CoreOf(Target(target))), target_(target), before_(rows) {}
+        : rows(std::make_shared<Recordset>()), target_(target), unset_(rows) {
+        ComRecordset::CoreOf(Target(target));
+    }
     void HandBack() {
-        if (rows != before_) Replace(target_, ComRecordset::Of(rows));
+        if (rows == unset_) return;
+        Replace(target_, ComRecordset::Of(rows));
+        Outputs::NoteSet(target_);
     }
 
     std::shared_ptr<Recordset> rows;
 
   private:
     IRecordset** target_;
-    std::shared_ptr<Recordset> before_;
+    // None that an operation gives: where there was nothing before, it may set just that.
+    std::shared_ptr<Recordset> unset_;
 };
 
 class TextOut {

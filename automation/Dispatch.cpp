@@ -5,6 +5,7 @@
 
 #include "automation/Arrays.h"
 #include "automation/Failure.h"
+#include "automation/Outputs.h"
 #include "automation/Parameter.h"
 #include "core/Error.h"
 
@@ -78,8 +79,8 @@ std::vector<VARIANT*> InOrder(const FUNCDESC& function, const DISPPARAMS& argume
     return given;
 }
 
-// Of an array that the library made. Scripts can read the elements of an array of variants only. Who
-// calls through the interface itself gets the strings as an array of strings.
+// Of an array that the library made. Scripts can read the elements of an array of variants only.
+// Who calls through the interface itself gets the strings as an array of strings.
 void MakeReadable(VARIANT& result) {
     if (result.vt != (VT_ARRAY | VT_BSTR)) return;
     const Variant strings = Variant::Take(result);
@@ -109,10 +110,11 @@ class TypedCall {
             passed.rgdispidNamedArgs = &put;
             passed.cNamedArgs = 1;
         }
+        const Outputs outputs;
         const HRESULT result =
             type_->Invoke(object, call_.member, static_cast<WORD>(function_->invkind), &passed,
                           call_.result, call_.exception, call_.badArgument);
-        const HRESULT handedBack = HandBack(result);
+        const HRESULT handedBack = HandBack(outputs);
         if (FAILED(result)) return result;
         if (FAILED(handedBack)) {
             if (call_.result != nullptr) VariantClear(call_.result);
@@ -124,10 +126,10 @@ class TypedCall {
 
   private:
     // All of them; the failure of the first one that fails.
-    HRESULT HandBack(HRESULT called) noexcept {
+    HRESULT HandBack(const Outputs& outputs) noexcept {
         HRESULT failure = S_OK;
         for (Parameter& parameter : parameters_) {
-            const HRESULT result = parameter.HandBack(called);
+            const HRESULT result = parameter.HandBack(outputs);
             if (SUCCEEDED(failure) && FAILED(result)) {
                 failure = result;
                 Complain(parameter.Given());

@@ -127,9 +127,9 @@ VARIANT Parameter::Argument() {
     return reference;
 }
 
-HRESULT Parameter::HandBack(HRESULT called) noexcept {
+HRESULT Parameter::HandBack(const Outputs& outputs) noexcept {
     if (passThrough_ || !type_.byReference || given_ == nullptr) return S_OK;
-    if (!Changed() && (FAILED(called) || !BecomesNothing())) return S_OK;
+    if (!IsSet(outputs)) return S_OK;
     VARIANT& variable = Variable(*given_);
     if ((variable.vt & VT_BYREF) == 0) {
         // The value of an expression is nobody's variable.
@@ -146,13 +146,10 @@ HRESULT Parameter::HandBack(HRESULT called) noexcept {
     }
 }
 
-bool Parameter::Changed() const noexcept {
-    return held_.Get().byref != before_;
-}
-
-// An object variable that was never set is not Nothing yet.
-bool Parameter::BecomesNothing() const noexcept {
-    return type_.type == VT_DISPATCH && Variable(*given_).vt == VT_EMPTY;
+// A variable that held no object before may be set to Nothing.
+bool Parameter::IsSet(const Outputs& outputs) const noexcept {
+    const void* const& place = held_.Get().byref;
+    return place != before_ || outputs.WasSet(&place);
 }
 
 }  // namespace QuillonLib::Automation

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "automation/AutomationTypes.h"
+#include "automation/Outputs.h"
 #include "automation/Variant.h"
 
 namespace QuillonLib::Automation {
@@ -32,16 +33,15 @@ class Parameter {
     // Owned by the parameter.
     VARIANT Argument();
     // Hands what the member put into a reference to the caller's variable, in the variable's type;
-    // a variable that the member left alone keeps its own value, of its own type. `called`: how the
-    // member ended. A failure where the variable's type has no such value.
-    HRESULT HandBack(HRESULT called) noexcept;
+    // a variable that the member left alone keeps its own value, of its own type. `outputs`: what
+    // the member has set. A failure where the variable's type has no such value.
+    HRESULT HandBack(const Outputs& outputs) noexcept;
 
   private:
     // What the member gets for an argument that is left out.
     void FillIn();
     void Convert(const VARIANT& given);
-    bool Changed() const noexcept;
-    bool BecomesNothing() const noexcept;
+    bool IsSet(const Outputs& outputs) const noexcept;
 
     const ParameterType& type_;
     VARIANT* given_;

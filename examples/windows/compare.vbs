@@ -106,6 +106,7 @@ Sub ShowMissingRows(database1, database2, result)
     Dim same, different, missing, additional, toRight, toLeft, line, field
     utils.GetRecordsets database1, database2, database2, result, same, different, missing, additional, _
         toRight, toLeft, cpoShowMissing, 0
+    If Not IsObject(missing) Then Exit Sub  ' nothing is set for a table without a key, or an error
     If missing Is Nothing Then Exit Sub
     Do Until missing.EOF
         line = "  missing:"

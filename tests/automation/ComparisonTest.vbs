@@ -87,6 +87,71 @@ Sub Choices
     utils.SuppressCompareProcessErrors = False
     Contains "This key is already associated", results(1).Error, "a column chosen twice"
     Equal "", results(2).Error, "it fails its table alone"
+    UnreadableLists
+End Sub
+
+' A list of columns that cannot be read fails its table: fewer columns were to be compared than all.
+Sub FailsItsTable(list)
+    Dim columns, results
+    Set columns = CreateObject("Scripting.Dictionary")
+    columns.Add "[dbo].[Customers]", list
+    Set results = Compare(Array("[dbo].[Customers]", "[dbo].[NoKey]"), Nothing, columns)
+    Contains "Error comparing [dbo].[Customers]" & vbCrLf, results(1).Error, "a list that cannot be read"
+    Equal 0, results(1).RecordsIn1, "nothing is compared"
+    Equal "", results(2).Error, "it fails its table alone"
+    Set results = utils.CompareContentsEx(database1, database2, database2, Array("[dbo].[Customers]"), _
+        CreateObject("Scripting.Dictionary"), columns)
+    Contains "Error comparing [dbo].[Customers]" & vbCrLf, results(1).Error, "of CompareContentsEx"
+End Sub
+
+Sub IsNoChoice(list)
+    Dim columns, results
+    Set columns = CreateObject("Scripting.Dictionary")
+    columns.Add "[dbo].[Customers]", list
+    Set results = Compare(Array("[dbo].[Customers]"), Nothing, columns)
+    Equal "", results(1).Error, "no list at all"
+    Equal False, results(1).Columns("name").CannotCompare, "is no choice"
+End Sub
+
+Sub UnreadableLists
+    utils.SuppressCompareProcessErrors = True
+    FailsItsTable Array("id", Null)
+    FailsItsTable Array("id", Array("name"))
+    FailsItsTable Array("id", database1)
+    FailsItsTable database1
+    IsNoChoice Null
+    IsNoChoice Empty
+    IsNoChoice Nothing
+    utils.SuppressCompareProcessErrors = False
+End Sub
+
+' What an operation does not set stays as it was; what it sets to nothing becomes Nothing.
+Sub UnsetOutputs
+    Dim results, before, same, different, missing, additional, toRight, toLeft
+    Set results = Compare(Array("[dbo].[NoKey]", "[dbo].[Same]"), Nothing, Nothing)
+    different = Null
+    Set missing = Nothing
+    utils.GetRecordsets database1, database2, database2, results(1), same, different, missing, additional, toRight, toLeft, 15, 0
+    IsTrue IsEmpty(same), "a variable that was never set, of a table without a key"
+    IsTrue IsNull(different), "a variable that held Null"
+    IsTrue missing Is Nothing, "a variable that held Nothing"
+    IsTrue IsEmpty(additional), "the last row set"
+    IsTrue IsEmpty(toRight) And IsEmpty(toLeft), "the scripts"
+    utils.GetRecordsets database1, database2, database2, results(2), same, different, missing, additional, "", "", cpoShowMissing, 0
+    Equal "Nothing", Shown(same), "a row set that was not asked for, in a variable never set"
+    Equal "Nothing", Shown(different), "in one that held Null"
+    Equal 0, missing.RecordCount, "one that was asked for"
+    Set before = missing
+    utils.GetRecordsets database1, database2, database2, results(1), same, different, missing, additional, toRight, toLeft, 15, 0
+    IsTrue missing Is before, "a row set of an earlier call"
+    additional = Empty
+    database2.Password = "wrong"
+    On Error Resume Next
+    utils.GetRecordsets database1, database2, database2, results(2), same, different, missing, additional, toRight, toLeft, 15, 0
+    RaisedNumber -2147217843, "no login"
+    On Error Goto 0
+    database2.Password = "sandbox"
+    IsTrue IsEmpty(additional), "nothing is set by what failed before"
 End Sub
 
 Sub ResultMembers
@@ -244,6 +309,7 @@ Sub FailedTables
 End Sub
 
 Choices
+UnsetOutputs
 ResultMembers
 TableLists
 Arguments
