@@ -49,10 +49,12 @@ HRESULT WINAPI DllUnregisterServer() {
     return Guarded(IID_IUnknown, [] { Unregister(Scope::Machine); });
 }
 
-// regsvr32 /n /i:user: for the user alone, who needs no rights of an administrator.
+// regsvr32 /n /i:user: for the user alone, who needs no rights of an administrator; /n /i: for
+// everybody.
 HRESULT WINAPI DllInstall(BOOL install, LPCWSTR commandLine) {
-    const bool user = commandLine != nullptr && _wcsicmp(commandLine, L"user") == 0;
-    const Scope scope = user ? Scope::User : Scope::Machine;
+    const bool everybody = commandLine == nullptr || *commandLine == L'\0';
+    if (!everybody && _wcsicmp(commandLine, L"user") != 0) return E_INVALIDARG;
+    const Scope scope = everybody ? Scope::Machine : Scope::User;
     return Guarded(IID_IUnknown, [&] { install != FALSE ? Register(scope) : Unregister(scope); });
 }
 }

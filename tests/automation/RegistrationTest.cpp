@@ -174,6 +174,18 @@ void ForOneUser(const std::wstring& file, const Registry& before) {
     ExpectSame(before, ReadRegistry(), "nothing of the user's is left behind");
 }
 
+// What is meant for whom has to be told in words that are known.
+void UnknownScopeIsRefused(const std::wstring& file, const Registry& before) {
+    Expect(Regsvr32(L"/n /i:everyone", file) != 0, "a scope that there is not");
+    ExpectSame(before, ReadRegistry(), "nothing is registered for it");
+    Expect(Regsvr32(L"/n /i", file) == 0, "registered for everybody");
+    Expect(Has(ReadRegistry(), L"Machine\\QuillonLib.Utils.1"), "the name for everybody");
+    Expect(Regsvr32(L"/u /n /i:users", file) != 0, "another one");
+    Expect(Has(ReadRegistry(), L"Machine\\QuillonLib.Utils.1"), "nothing is taken away for it");
+    Expect(Regsvr32(L"/u /n /i", file) == 0, "unregistered for everybody");
+    ExpectSame(before, ReadRegistry(), "nothing is left behind of them");
+}
+
 // Types that the system cannot take away: it no longer finds the file that describes them.
 void FailureIsTold(const std::wstring& file, const Registry& before) {
     Expect(Regsvr32(L"", file) == 0, "registered");
@@ -195,6 +207,7 @@ extern "C" int wmain(int count, wchar_t** arguments) {
     Expect(!before.empty(), "there are classes of others");
     ForEverybody(file, before);
     ForOneUser(file, before);
+    UnknownScopeIsRefused(file, before);
     FailureIsTold(file, before);
     return failed ? 1 : 0;
 }
