@@ -118,15 +118,26 @@ Sub ShowMissingRows(database1, database2, result)
     Loop
 End Sub
 
+' Runs the batches of a script. A batch is many statements, each with a result of its own, and the
+' error of one is raised only when its result is reached: all of them are walked. An error ends the
+' script; the server rolls its transaction back (XACT_ABORT), and the COMMIT is never sent. Many rows
+' take long, so nothing ends a batch after the usual 30 seconds.
 Sub RunScript(database, script)
-    Dim connection, login, batch
+    Dim connection, login, batch, results
     login = ";uid=" & database.Username & ";pwd=" & database.Password
     If database.NTSecurity Then login = ";trusted_connection=yes"
     Set connection = CreateObject("ADODB.Connection")
     connection.Open "driver={SQL Server};server=" & database.Server & ";database=" & _
         database.Database & login
+    connection.CommandTimeout = 0
+    connection.Execute "SET XACT_ABORT ON"
     For Each batch In utils.GetSQLStatementsFromScript(script)
-        If batch <> "" Then connection.Execute batch
+        If batch <> "" Then
+            Set results = connection.Execute(batch)
+            Do Until results Is Nothing
+                Set results = results.NextRecordset
+            Loop
+        End If
     Next
     connection.Close
 End Sub

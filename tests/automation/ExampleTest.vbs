@@ -50,15 +50,33 @@ Class ScriptingHost
     End Function
 End Class
 
+' The results of a batch. As with ADO, an error is raised when its own result is reached.
+Class SqlResults
+    Public Function NextRecordset
+        Dim messages
+        messages = Host.NextSql
+        Set NextRecordset = Nothing
+        If IsNull(messages) Then Exit Function
+        If messages <> "" Then Err.Raise vbObjectError, "Server", messages
+        Set NextRecordset = Me
+    End Function
+End Class
+
 Class SqlConnection
+    Public CommandTimeout
+    Private Sub Class_Initialize
+        CommandTimeout = 30
+    End Sub
     Public Sub Open(text)
         Host.OpenSql text
     End Sub
-    Public Sub Execute(batch)
+    Public Function Execute(batch)
         Dim messages
-        messages = Host.RunSql(batch)
-        If messages <> "" Then Host.Fail "The server refused " & batch & ": " & messages
-    End Sub
+        If CommandTimeout <> 0 Then Host.Fail "A long batch would end after " & CommandTimeout & " seconds"
+        messages = Host.StartSql(batch)
+        If messages <> "" Then Err.Raise vbObjectError, "Server", messages
+        Set Execute = New SqlResults
+    End Function
     Public Sub Close
         Host.CloseSql
     End Sub

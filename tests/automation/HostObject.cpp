@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cwchar>
 #include <iterator>
+#include <optional>
 
 #include "EventConnection.h"
 
@@ -26,6 +27,8 @@ enum Member : DISPID {
     RunSqlMember,
     CloseSqlMember,
     CreateObjectMember,
+    StartSqlMember,
+    NextSqlMember,
 };
 
 struct MemberName {
@@ -45,6 +48,8 @@ constexpr MemberName Members[] = {
     {L"Pass", PassMember},
     {L"OpenSql", OpenSqlMember},
     {L"RunSql", RunSqlMember},
+    {L"StartSql", StartSqlMember},
+    {L"NextSql", NextSqlMember},
     {L"CloseSql", CloseSqlMember},
     {L"CreateObject", CreateObjectMember},
 };
@@ -118,6 +123,11 @@ void SetText(VARIANT* result, const std::wstring& text) {
     result->bstrVal = SysAllocStringLen(text.c_str(), static_cast<UINT>(text.size()));
 }
 
+void SetTextOrNull(VARIANT* result, const std::optional<std::wstring>& text) {
+    if (text) return SetText(result, *text);
+    if (result != nullptr) result->vt = VT_NULL;
+}
+
 std::wstring Environment(const std::wstring& name) {
     const wchar_t* value = _wgetenv(name.c_str());
     return value == nullptr ? L"" : value;
@@ -144,6 +154,7 @@ UINT ArgumentCount(DISPID member) {
         case EchoMember:
         case OpenSqlMember:
         case RunSqlMember:
+        case StartSqlMember:
         case CreateObjectMember:
         case FailMember:
         case DisconnectMember:
@@ -245,6 +256,14 @@ STDMETHODIMP HostObject::Invoke(DISPID member, REFIID, LCID, WORD, DISPPARAMS* a
         case RunSqlMember:
             if (session_ == nullptr) return E_UNEXPECTED;
             SetText(result, session_->Run(TextOf(given[0])));
+            return S_OK;
+        case StartSqlMember:
+            if (session_ == nullptr) return E_UNEXPECTED;
+            SetText(result, session_->Start(TextOf(given[0])));
+            return S_OK;
+        case NextSqlMember:
+            if (session_ == nullptr) return E_UNEXPECTED;
+            SetTextOrNull(result, session_->Next());
             return S_OK;
         case CreateObjectMember:
             return CreateObject(TextOf(given[0]), result);

@@ -18,7 +18,8 @@ class EventConnection;
 
 // Echo text; Pass, for a check that holds; Fail text, for one that does not; Connect object, prefix
 // and Disconnect object, for events; OpenSql connection string,
-// RunSql(batch), which gives the server's messages, CloseSql;
+// RunSql(batch), which gives the server's messages, CloseSql; StartSql(batch), which gives those of
+// the first result, NextSql, which gives those of the next, Null behind the last one;
 // CreateObject(name); Environment(name); LibraryInUse; HeapBytes; HandleCount.
 class HostObject final : public HostDispatch {
   public:

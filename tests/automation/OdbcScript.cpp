@@ -57,7 +57,10 @@ class SqlSession::State {
     }
     State(const State&) = delete;
     State& operator=(const State&) = delete;
-    ~State() { SQLDisconnect(connection.Get()); }
+    ~State() {
+        statement = nullptr;
+        SQLDisconnect(connection.Get());
+    }
 
     class Environment : public Handle {
       public:
@@ -68,7 +71,15 @@ class SqlSession::State {
     };
     const Environment environment;
     const Handle connection{SQL_HANDLE_DBC, environment.Get()};
+    std::unique_ptr<Handle> statement;  // of the batch that runs
     std::wstring failure;
+
+    // What the result that was just reached tells; the batch is over with one that failed.
+    std::wstring Reached(SQLRETURN result) {
+        const std::wstring messages = result == SQL_SUCCESS ? L"" : statement->Messages();
+        if (!SQL_SUCCEEDED(result)) statement = nullptr;
+        return messages;
+    }
 };
 
 SqlSession::SqlSession(const std::wstring& connectionString)
@@ -78,16 +89,28 @@ SqlSession::SqlSession(const std::wstring& connectionString)
 SqlSession::~SqlSession() = default;
 
 std::wstring SqlSession::Run(const std::wstring& sql) {
-    if (!state_->failure.empty()) return state_->failure;
-    const Handle statement(SQL_HANDLE_STMT, state_->connection.Get());
-    SQLRETURN result =
-        SQLExecDirectW(statement.Get(), Characters(sql), static_cast<SQLINTEGER>(sql.size()));
-    std::wstring messages;
-    for (; result != SQL_NO_DATA; result = SQLMoreResults(statement.Get())) {
-        if (result != SQL_SUCCESS) messages += statement.Messages();
-        if (!SQL_SUCCEEDED(result)) break;
-    }
+    std::wstring messages = Start(sql);
+    while (const auto more = Next())
+        messages += *more;
     return messages;
+}
+
+std::wstring SqlSession::Start(const std::wstring& sql) {
+    if (!state_->failure.empty()) return state_->failure;
+    state_->statement = std::make_unique<Handle>(SQL_HANDLE_STMT, state_->connection.Get());
+    const SQLRETURN result = SQLExecDirectW(state_->statement->Get(), Characters(sql),
+                                            static_cast<SQLINTEGER>(sql.size()));
+    return result == SQL_NO_DATA ? L"" : state_->Reached(result);
+}
+
+std::optional<std::wstring> SqlSession::Next() {
+    if (state_->statement == nullptr) return std::nullopt;
+    const SQLRETURN result = SQLMoreResults(state_->statement->Get());
+    if (result == SQL_NO_DATA) {
+        state_->statement = nullptr;
+        return std::nullopt;
+    }
+    return state_->Reached(result);
 }
 
 }  // namespace scripthost

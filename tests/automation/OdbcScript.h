@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace scripthost {
@@ -16,6 +17,11 @@ class SqlSession {
 
     // Runs a batch. Empty when it succeeded, else the server's messages.
     std::wstring Run(const std::wstring& sql);
+
+    // The same, one result after the other: each tells its own messages. Nothing behind the last
+    // one, and behind one that failed.
+    std::wstring Start(const std::wstring& sql);
+    std::optional<std::wstring> Next();
 
   private:
     class State;
