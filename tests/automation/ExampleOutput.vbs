@@ -31,6 +31,8 @@ Sub Refused
     Else
         Host.Fail "An error behind the first result was not noticed: " & number & " " & text
     End If
+    text = Host.RunSql("IF @@TRANCOUNT <> 0 RAISERROR('still open', 16, 1)")
+    If text = "" Then Host.Pass Else Host.Fail "The server did not end the transaction: " & text
     Host.OpenSql "driver={SQL Server};server=" & database.Server & ";database=Target;uid=sa;pwd=sandbox"
     text = Host.RunSql("IF (SELECT COUNT(*) FROM [dbo].[Same]) <> 2 RAISERROR('rows stayed', 16, 1)")
     Host.CloseSql
