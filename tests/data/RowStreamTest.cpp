@@ -114,6 +114,9 @@ TEST_F(RowStreamTest, NeedsARowSet) {
 }
 
 // A table of any size may be let go of after its first rows.
+// The channel to a server on the host takes all rows at once: nobody is held up there.
+#ifndef _WIN32
+
 TEST_F(RowStreamTest, HasTheServerStopWhenItIsLetGo) {
     constexpr int Count = 2000000;
     std::atomic<int> sent{0};
@@ -134,6 +137,8 @@ TEST_F(RowStreamTest, HasTheServerStopWhenItIsLetGo) {
         std::this_thread::yield();
     EXPECT_LT(sent, Count);
 }
+
+#endif
 
 TEST_F(RowStreamTest, LeavesItsConnectionUsableWhenItIsLetGo) {
     ServeNumbers(100000);
