@@ -325,12 +325,11 @@ TEST_F(DriverTest, OldServersAreReadAsWell) {
     }
 }
 
-// What a command prints, on both of its outputs. Through a shell, for commands here are pipes too;
-// they are written in this file, and nothing from outside becomes part of them.
+// What a command prints, on both of its outputs. Through a shell, for commands here are pipes too.
 std::string OutputOf(const std::string& command) {
     std::string output;
     const std::string line = "timeout 30 " + command + " 2>&1";
-    FILE* pipe = ::popen(line.c_str(), "r");  // NOLINT(cert-env33-c): see above
+    FILE* pipe = ::popen(line.c_str(), "r");
     if (pipe == nullptr) return "cannot run " + command;
     std::array<char, 4096> piece{};
     while (const std::size_t size = std::fread(piece.data(), 1, piece.size(), pipe)) {
