@@ -58,6 +58,13 @@ class Events : public ClientTest {
             S_OK);
     }
 
+    // The connection's cookie.
+    DWORD Connect(Listener& listener) {
+        DWORD cookie = 0;
+        EXPECT_EQ(point_->Advise(&listener, &cookie), S_OK);
+        return cookie;
+    }
+
     ULONG Connections() {
         ComPtr<IEnumConnections> connections;
         EXPECT_EQ(point_->EnumConnections(connections.Put()), S_OK);
@@ -75,10 +82,8 @@ class Events : public ClientTest {
 TEST_F(Events, ListenersComeAndGo) {
     Listener first;
     Listener second(IID_IDispatch);
-    DWORD one = 0;
-    DWORD two = 0;
-    ASSERT_EQ(point_->Advise(&first, &one), S_OK);
-    ASSERT_EQ(point_->Advise(&second, &two), S_OK);
+    const DWORD one = Connect(first);
+    const DWORD two = Connect(second);
     EXPECT_NE(one, two);
 
     ComPtr<IEnumConnections> connections;
@@ -138,10 +143,8 @@ TEST_F(Events, FailedHandlerEndsNothingAndFlagIsAReference) {
 TEST_F(Events, HandlerMayDisconnectEverybody) {
     Listener first;
     Listener second;
-    DWORD one = 0;
-    DWORD two = 0;
-    ASSERT_EQ(point_->Advise(&first, &one), S_OK);
-    ASSERT_EQ(point_->Advise(&second, &two), S_OK);
+    const DWORD one = Connect(first);
+    const DWORD two = Connect(second);
     first.onEvent = [&] {
         point_->Unadvise(one);
         point_->Unadvise(two);
@@ -157,10 +160,8 @@ TEST_F(Events, HandlerMayDisconnectEverybody) {
 TEST_F(Events, ListenerThatGoesFindsTheListWhole) {
     Listener first;
     Listener second;
-    DWORD one = 0;
-    DWORD two = 0;
-    ASSERT_EQ(point_->Advise(&first, &one), S_OK);
-    ASSERT_EQ(point_->Advise(&second, &two), S_OK);
+    const DWORD one = Connect(first);
+    const DWORD two = Connect(second);
     ULONG left = 99;
     HRESULT again = S_OK;
     HRESULT other = E_FAIL;

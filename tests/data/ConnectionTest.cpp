@@ -20,6 +20,14 @@ using sandbox::ResultSink;
 using sandbox::TypeId;
 using test::ScriptedServer;
 
+// The answer to the next batch comes so much later.
+void DelayAnswers(ScriptedServer& server, std::chrono::milliseconds time) {
+    sandbox::Fault delay;
+    delay.kind = FaultKind::Delay;
+    delay.delay = time;
+    server.Wire().AddFault(delay);
+}
+
 // The Error that the action throws.
 template <class Action>
 DataError Failure(const Action& action) {
@@ -366,10 +374,7 @@ TEST(Connection, NoticesACrashBetweenTwoBatches) {
 TEST(Connection, GivesUpAfterTheCommandTimeout) {
     ScriptedServer server;
     const auto connection = server.Connect();
-    sandbox::Fault delay;
-    delay.kind = FaultKind::Delay;
-    delay.delay = 3s;
-    server.Wire().AddFault(delay);
+    DelayAnswers(server, 3s);
     connection->CommandTimeout(1s);
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_NE(NumberThrown([&] { connection->Execute(u"SELECT 1"); }), 0);
@@ -379,20 +384,14 @@ TEST(Connection, GivesUpAfterTheCommandTimeout) {
 TEST(Connection, HasNoCommandTimeoutUnlessAsked) {
     ScriptedServer server;
     const auto connection = server.Connect();
-    sandbox::Fault delay;
-    delay.kind = FaultKind::Delay;
-    delay.delay = 1500ms;
-    server.Wire().AddFault(delay);
+    DelayAnswers(server, 1500ms);
     EXPECT_NO_THROW(connection->Execute(u"SELECT 1"));
 }
 
 TEST(Connection, AnotherThreadCanCancelWhatRuns) {
     ScriptedServer server;
     const auto connection = server.Connect();
-    sandbox::Fault delay;
-    delay.kind = FaultKind::Delay;
-    delay.delay = 20s;
-    server.Wire().AddFault(delay);
+    DelayAnswers(server, 20s);
     std::atomic<bool> ended = false;
     std::thread watcher([&] {
         while (!ended) {
