@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/BareLink.h"
+
 namespace bench {
 
 inline void Expect(SQLRETURN result, const char* what) {
@@ -34,29 +36,14 @@ inline constexpr BareColumn MixedColumns[] = {
 // One login. Asks for packets of the driver's own size unless `text` names another.
 class BareConnection {
   public:
-    explicit BareConnection(const std::u16string& text) {
-        Expect(SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &environment_), "environment");
-        SQLSetEnvAttr(environment_, SQL_ATTR_ODBC_VERSION,
-                      reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
-        Expect(SQLAllocHandle(SQL_HANDLE_DBC, environment_, &link_), "connection");
-        Expect(SQLDriverConnectW(link_, nullptr, Wide(text), static_cast<SQLSMALLINT>(text.size()),
-                                 nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT),
-               "connect");
-    }
-    ~BareConnection() {
-        SQLDisconnect(link_);
-        SQLFreeHandle(SQL_HANDLE_DBC, link_);
-        SQLFreeHandle(SQL_HANDLE_ENV, environment_);
-    }
-    BareConnection(const BareConnection&) = delete;
-    BareConnection& operator=(const BareConnection&) = delete;
+    explicit BareConnection(const std::u16string& text) : link_(text) {}
 
     // Fetches in blocks and forgets; returns the number of rows. `copies`: so often does each
     // column stand in the row set, one beside the other.
     std::size_t Fetch(const std::u16string& batch, std::span<const BareColumn> columns,
                       int copies = 1) {
         SQLHSTMT statement = nullptr;
-        Expect(SQLAllocHandle(SQL_HANDLE_STMT, link_, &statement), "statement");
+        Expect(SQLAllocHandle(SQL_HANDLE_STMT, link_.Handle(), &statement), "statement");
         Expect(SQLExecDirectW(statement, Wide(batch), static_cast<SQLINTEGER>(batch.size())),
                "execute");
         SQLULEN fetched = 0;
@@ -85,8 +72,7 @@ class BareConnection {
   private:
     static constexpr std::size_t BlockRows = 1024;
 
-    SQLHENV environment_ = nullptr;
-    SQLHDBC link_ = nullptr;
+    QuillonLib::test::BareLink link_;
 };
 
 }  // namespace bench

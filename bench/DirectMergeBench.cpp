@@ -2,8 +2,6 @@
 // are on one side only. For scale, the rows per second of a tool that compares two SQLite files.
 //
 //   quillon_direct_merge_bench [rows]
-#include <sqlite3.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -14,6 +12,7 @@
 #include "DirectRun.h"
 #include "DirectTables.h"
 #include "ScratchFolder.h"
+#include "SqliteTwin.h"
 #include "Tools.h"
 #include "cli/Driver.h"
 
@@ -54,23 +53,11 @@ bool FillFiles(const bench::ScratchFolder& folder, std::size_t rows) {
         const std::string differs = side == 2 ? "(i % 100 = 50)" : "0";
         const std::string leftOut =
             "i % 1000 = 500 AND i / 1000 % 2 = " + std::to_string(side == 2 ? 0 : 1);
-        const std::string fill =
-            "CREATE TABLE t (Id INTEGER PRIMARY KEY, Serial, Name, Code, Changed, Amount, Active, "
-            "Ratio); WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i + 1 "
-            "< " +
-            std::to_string(rows) +
-            ") INSERT INTO t SELECT i, i * 1000003, CASE WHEN i % 16 < 15 THEN substr('João "
-            "O''Neill-Łuczak 中文 Holding & Sons, Ltd.', 1 + i % 8, 16 + i % 16) END, "
-            "substr('AB-1234/5678-XYZ-0001', 1, 10 + i % 10), datetime(1000000000 + i * 26, "
-            "'unixepoch'), (i * 12345 - 5000000 + " +
-            differs + ") / 10000.0, i & 1, i / 7.0 FROM n WHERE NOT (" + leftOut + ")";
-        sqlite3* database = nullptr;
-        const std::string file = folder.File(side == 1 ? "one" : "two");
-        const bool filled =
-            sqlite3_open(file.c_str(), &database) == SQLITE_OK &&
-            sqlite3_exec(database, fill.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK;
-        sqlite3_close(database);
-        if (!filled) return false;
+        const std::string changed = "(i * 12345 - 5000000 + " + differs + ") / 10000.0";
+        if (!bench::FillSqliteTwin(folder.File(side == 1 ? "one" : "two"), rows, changed,
+                                   "NOT (" + leftOut + ")")) {
+            return false;
+        }
     }
     return true;
 }

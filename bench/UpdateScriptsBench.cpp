@@ -2,8 +2,6 @@
 // fetch the rows, and how much memory it takes. Every figure is taken in a process of its own.
 //
 //   quillon_update_scripts_bench [rows]
-#include <sqlite3.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -18,6 +16,7 @@
 #include "PeakMemory.h"
 #include "QuillonLib.h"
 #include "ScratchFolder.h"
+#include "SqliteTwin.h"
 #include "Tools.h"
 #include "cli/Driver.h"
 #include "core/Text.h"
@@ -167,22 +166,8 @@ void CompareWithBulkCopy(const std::string& server, const ScratchFolder& folder,
 void CompareWithSqlDiff(const ScratchFolder& folder, std::size_t rows) {
     if (!bench::IsInstalled("sqldiff")) return;
     for (int side = 0; side < 2; ++side) {
-        sqlite3* database = nullptr;
-        const std::string file = folder.File(side == 0 ? "one" : "two");
-        const std::string fill =
-            "CREATE TABLE t (Id INTEGER PRIMARY KEY, Serial, Name, Code, Changed, Amount, Active, "
-            "Ratio); WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i + 1 "
-            "< " +
-            std::to_string(rows) +
-            ") INSERT INTO t SELECT i, i * 1000003, CASE WHEN i % 16 < 15 THEN substr('João "
-            "O''Neill-Łuczak 中文 Holding & Sons, Ltd.', 1 + i % 8, 16 + i % 16) END, "
-            "substr('AB-1234/5678-XYZ-0001', 1, 10 + i % 10), datetime(1000000000 + i * 26, "
-            "'unixepoch'), i * 1.2345 - 500 + " +
-            std::to_string(side) + ", i & 1, i / 7.0 FROM n";
-        const bool filled =
-            sqlite3_open(file.c_str(), &database) == SQLITE_OK &&
-            sqlite3_exec(database, fill.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK;
-        sqlite3_close(database);
+        const bool filled = bench::FillSqliteTwin(folder.File(side == 0 ? "one" : "two"), rows,
+                                                  "i * 1.2345 - 500 + " + std::to_string(side));
         if (!filled) {
             std::printf("sqldiff                has no files to compare: skipped\n");
             return;

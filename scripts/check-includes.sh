@@ -19,14 +19,14 @@ src            src/scripts src/compare src/catalog src/data src/core src/templat
 automation     public
 cli            public sandbox catalog/CatalogReader.h catalog/Identifiers.h catalog/Login.h \
                compare/LinkedServers.h core/LibraryFolder.h core/SystemError.h core/WholeFile.h \
-               data/BatchText.h direct/SpillFile.h scripts/ScriptColumns.h scripts/TableOrder.h \
-               templates/LoadFailure.h
+               data/BatchText.h direct/SpillFile.h scripts/Procedures.h scripts/ScriptColumns.h \
+               scripts/TableOrder.h templates/LoadFailure.h
 sandbox/text
 sandbox/engine sandbox sandbox/text
 sandbox/wire   sandbox sandbox/text
 sandbox        sandbox/text
 bench          public cli sandbox sandbox/wire catalog/Login.h data/ConnectionString.h \
-               scripts/CallLines.h util/StatementSplitter.h
+               scripts/CallLines.h tests/support/BareLink.h util/StatementSplitter.h
 examples       public
 '
 

@@ -31,6 +31,9 @@ class BareLink {
     BareLink(const BareLink&) = delete;
     BareLink& operator=(const BareLink&) = delete;
 
+    // Valid as long as this object.
+    SQLHDBC Handle() const { return link_; }
+
     // Hands the statement of a query to `read` at each of its rows, with the number of columns.
     template <class Read>
     void ForEachRow(std::u16string query, const Read& read) {
