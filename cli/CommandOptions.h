@@ -9,6 +9,7 @@
 #include "cli/ComparisonOptions.h"
 #include "cli/ScriptFile.h"
 #include "cli/ScriptOptions.h"
+#include "cli/SyncPlan.h"
 
 namespace quillon {
 
@@ -47,7 +48,9 @@ struct SyncOptions {
     ComparisonOptions comparison;
     ScriptOptions script;
     bool guard = true;
+    ChangeLimits limits;
     std::string to;
+    bool dryRun = false;
     bool yes = false;
 
     int Side() const { return to == "1" ? 1 : 2; }

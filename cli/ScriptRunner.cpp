@@ -9,6 +9,7 @@
 #include "cli/CancelOnInterrupt.h"
 #include "cli/Interrupt.h"
 #include "data/BatchText.h"
+#include "scripts/Procedures.h"
 
 namespace quillon {
 
@@ -220,12 +221,17 @@ std::vector<std::u16string> CutIntoBatches(std::u16string_view script, std::size
     return Cutter(script, linesInBatch).Cut();
 }
 
-std::size_t CountCalls(const std::vector<std::u16string>& batches) {
-    std::size_t calls = 0;
-    for (const std::u16string& batch : batches) {
-        LineReader reader(batch);
-        for (Line line; reader.Read(line);)
-            calls += IsCall(line.text) ? 1 : 0;
+CallCounts CountCalls(std::u16string_view batch) {
+    using namespace QuillonLib;
+    static const std::u16string Delete = CallOf(DeleteProcedure);
+    static const std::u16string Update = CallOf(UpdateProcedure);
+    static const std::u16string Insert = CallOf(InsertProcedure);
+    CallCounts calls;
+    LineReader reader(batch);
+    for (Line line; reader.Read(line);) {
+        calls.deletes += line.text.starts_with(Delete) ? 1 : 0;
+        calls.updates += line.text.starts_with(Update) ? 1 : 0;
+        calls.inserts += line.text.starts_with(Insert) ? 1 : 0;
     }
     return calls;
 }

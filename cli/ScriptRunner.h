@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -20,8 +21,15 @@ namespace quillon {
 // come to after an error in the same batch. Takes time in proportion to the script's length.
 std::vector<std::u16string> CutIntoBatches(std::u16string_view script, std::size_t linesInBatch);
 
-// How many call lines the batches hold, whatever stands in their data.
-std::size_t CountCalls(const std::vector<std::u16string>& batches);
+// The call lines of a batch, whatever stands in its data, by what their procedures do.
+struct CallCounts {
+    std::uint64_t deletes = 0;
+    std::uint64_t updates = 0;
+    std::uint64_t inserts = 0;
+
+    std::uint64_t All() const { return deletes + updates + inserts; }
+};
+CallCounts CountCalls(std::u16string_view batch);
 
 // A batch that failed, and why. What the script had done by then has been rolled back.
 struct BatchFailure : std::runtime_error {

@@ -47,6 +47,34 @@ std::string TableOf(const std::vector<std::u16string>& batches, std::size_t batc
     return {};
 }
 
+// What the calls in the batches do to the tables of the plan.
+std::vector<TableChanges> Planned(const ScriptPlan& plan,
+                                  const std::vector<std::u16string>& batches) {
+    std::vector<TableChanges> changes;
+    const auto add = [&](const TableDifference& result) {
+        TableChanges& table = changes.emplace_back();
+        table.table = ToUtf8(result.Name());
+        table.rows = static_cast<std::uint64_t>(std::max(result.RecordsIn1(), result.RecordsIn2()));
+    };
+    for (const auto& result : *plan.ordered)
+        add(*result);
+    for (const auto& result : plan.cyclic)
+        add(*result);
+    const std::vector<std::u16string> tables = plan.Tables();
+    for (std::size_t i = 0; i < batches.size(); ++i) {
+        const CallCounts calls = CountCalls(batches[i]);
+        if (calls.All() == 0) continue;
+        const std::string name = TableOf(batches, i + 1, tables);
+        const auto table = std::find_if(changes.begin(), changes.end(),
+                                        [&](const auto& each) { return each.table == name; });
+        if (table == changes.end()) throw std::logic_error("a call is about no table");
+        table->deletes += calls.deletes;
+        table->updates += calls.updates;
+        table->inserts += calls.inserts;
+    }
+    return changes;
+}
+
 // What a failure of a script means, and what can be done.
 class FailureText {
   public:
@@ -136,14 +164,18 @@ int SyncByServer(const SyncOptions& options, Console& console) {
     NoteCascades(plan.Tables(), target, console);
     const auto batches = CutIntoBatches(
         ScriptMaker(*comparison, plan, options.script, console).ScriptFor(to), LinesInBatch);
-    const std::size_t lines = CountCalls(batches);
+    const std::vector<TableChanges> changes = Planned(plan, batches);
+    const std::uint64_t lines = AllChanges(changes);
     if (lines == 0) {
         console.Print("Nothing that a script can do.");
         return before;
     }
+    PrintPlan(changes, console);
+    options.limits.Require(changes);
     SyncEnding ending(target, lines, console, [&] {
         return PrintResults(console, *comparison, *Run(*comparison, console));
     });
+    if (options.dryRun) return options.comparison.Accepted(ending.EndDryRun());
     if (!ending.MayChange(options.yes)) return ExitCode::Failed;
     const auto connection = OpenConnection(target);
     try {

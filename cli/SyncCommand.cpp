@@ -26,7 +26,13 @@ void AddSyncCommand(CLI::App& app, Program& program) {
     command->add_option("--to", options->to, "Database that is changed")
         ->check(CLI::IsMember({"1", "2"}))
         ->required();
-    command->add_flag("--yes", options->yes, "Do not ask");
+    options->limits.AddTo(*command);
+    auto* const yes = command->add_flag("--yes", options->yes, "Do not ask");
+    command
+        ->add_flag("--dry-run", options->dryRun,
+                   "Tell what would be done, and change nothing; exit code 1 if it is anything, "
+                   "and 2 if a limit forbids it")
+        ->excludes(yes);
     command->callback([options, command, &program] {
         const bool byServer = options->comparison.ByServer();
         RequireRoad(*command, byServer);

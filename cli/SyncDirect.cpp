@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <stdexcept>
@@ -18,16 +19,15 @@ namespace {
 
 using namespace QuillonLib;
 
-void PrintPlan(const DirectRun& run, const DirectScripts& scripts, int side, Console& console) {
-    console.Print();
+std::vector<TableChanges> Planned(const DirectRun& run, const DirectScripts& scripts, int side) {
+    std::vector<TableChanges> plan;
     for (const DirectScriptTable& table : scripts.Written(side)) {
         if (table.view) continue;
-        console.Print(ToUtf8(run.tables[table.table]) + ": to delete " +
-                      std::to_string(table.deletes) + ", to update " +
-                      std::to_string(table.updates) + ", to insert " +
-                      std::to_string(table.inserts));
+        const DirectTableResult& result = scripts.Results()[table.table];
+        plan.push_back({ToUtf8(run.tables[table.table]), table.deletes, table.updates,
+                        table.inserts, std::max(result.rows1, result.rows2)});
     }
-    console.Flush();
+    return plan;
 }
 
 // " in 2.5 s (400 rows/s)", as far as a time so short says something.
@@ -88,9 +88,12 @@ int SyncDirect(const SyncOptions& options, Console& console) {
         return before;
     }
     NoteCascades(scripts.TablesWritten(side), target, console);
-    PrintPlan(run, scripts, side, console);
+    const std::vector<TableChanges> plan = Planned(run, scripts, side);
+    PrintPlan(plan, console);
+    options.limits.Require(plan);
     SyncEnding ending(target, rows, console,
                       [&] { return PrintResults(console, run, Run(run, console)); });
+    if (options.dryRun) return options.comparison.Accepted(ending.EndDryRun());
     if (!ending.MayChange(options.yes)) return ExitCode::Failed;
     script.progress = [&](std::size_t number) {
         const std::string tables = TablesOf(script, number, run);

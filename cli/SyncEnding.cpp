@@ -35,6 +35,11 @@ bool SyncEnding::MayChange(bool yes) const {
     return false;
 }
 
+int SyncEnding::EndDryRun() const {
+    console_.Print("A dry run: nothing was changed in " + target_ + ".");
+    return ExitCode::Different;
+}
+
 int SyncEnding::Committed(const std::string& pace) const {
     console_.Print();
     console_.Print("Committed " + std::to_string(rows_) + " changes in " + target_ + pace +

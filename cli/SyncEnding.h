@@ -25,6 +25,8 @@ class SyncEnding {
 
     // Asks, unless `yes` has been said. Where the answer is no, that is told.
     bool MayChange(bool yes) const;
+    // Tells that a dry run ends here, and returns its exit code.
+    int EndDryRun() const;
     // Compares again, and returns the exit code of that. `pace`: how fast it went; may be empty.
     // Throws Interruption.
     int Committed(const std::string& pace) const;
