@@ -16,14 +16,29 @@ void LoginOptions::AddTo(CLI::App& command, const std::string& suffix, const std
     command.add_flag("--integrated" + suffix, integrated, "Integrated login " + whose);
 }
 
+namespace {
+
+std::u16string CheckedPassword(const std::string& password, const std::string& from) {
+    if (!QuillonLib::IsUtf8(password)) throw std::runtime_error(from + " is not UTF-8");
+    return FromUtf8(password);
+}
+
+std::u16string PasswordOf(const std::string& command, const std::string& user) {
+    const std::string name = "the password command of " + user;
+    try {
+        return CheckedPassword(FirstLineOf(command), "what it prints");
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(name + ": " + error.what());
+    }
+}
+
+}  // namespace
+
 std::u16string LoginOptions::Password(Console& console) const {
     if (integrated) return {};
-    if (const auto password = Environment(passwordVariable)) {
-        if (!QuillonLib::IsUtf8(*password)) {
-            throw std::runtime_error(std::string(passwordVariable) + " is not UTF-8");
-        }
-        return FromUtf8(*password);
-    }
+    if (!passwordCommand.empty()) return PasswordOf(passwordCommand, user);
+    if (const auto password = Environment(passwordVariable.c_str()))
+        return CheckedPassword(*password, passwordVariable);
     try {
         return FromUtf8(console.AskSecret("Password of " + user + ": "));
     } catch (const std::runtime_error&) {
@@ -145,12 +160,65 @@ void RequireLinkable(const QuillonLib::Database& database, const QuillonLib::Dat
 
 }  // namespace
 
+void SessionOptions::AddTo(CLI::App& command) {
+    const auto add = [&](const char* name, auto& target, const auto& parse, const char* what) {
+        return command.add_option_function<std::string>(
+            name,
+            [name, &target, parse](const std::string& text) {
+                try {
+                    target = parse(text);
+                } catch (const std::runtime_error& error) {
+                    throw CLI::ValidationError(std::string(name) + ": " + error.what());
+                }
+            },
+            what);
+    };
+    add("--encryption", encryption, ParseEncryption,
+        "What is encrypted: nothing (off), the login where the server can (request), or all that "
+        "is "
+        "sent (require); default: as FreeTDS is configured")
+        ->type_name("off|request|require");
+    add("--login-timeout", loginTimeout, ParseSeconds,
+        "How long a login may take (default: 15; 0: as long as it takes)")
+        ->type_name("SECONDS");
+    add("--statement-timeout", statementTimeout, ParseSeconds,
+        "How long a server may be silent over a statement (default: as long as it takes)")
+        ->type_name("SECONDS");
+}
+
+SessionOptions SessionOptions::Or(const NamedConnection& connection) const {
+    SessionOptions options = *this;
+    if (!options.encryption) options.encryption = connection.encryption;
+    if (!options.loginTimeout) options.loginTimeout = connection.loginTimeout;
+    if (!options.statementTimeout) options.statementTimeout = connection.statementTimeout;
+    return options;
+}
+
+void SessionOptions::PutInto(QuillonLib::Database& target) const {
+    if (encryption) {
+        target.ConnectionKeywords(*encryption == Encryption::Off       ? u"encryption=off"
+                                  : *encryption == Encryption::Request ? u"encryption=request"
+                                                                       : u"encryption=require");
+    }
+    if (loginTimeout) target.LoginTimeout(*loginTimeout);
+    if (statementTimeout) target.CommandTimeout(*statementTimeout);
+}
+
 void DatabaseOptions::AddTo(CLI::App& command) {
+    constexpr const char* Form = "SERVER/DATABASE|NAME";
     login2_.passwordVariable = "QUILLON_PASSWORD2";
-    command.add_option("database1", location1_, "First database")->type_name("SERVER/DATABASE");
-    command.add_option("database2", location2_, "Second database")->type_name("SERVER/DATABASE");
+    command.add_option("database1", location1_, "First database, or the name of a connection")
+        ->type_name(Form);
+    command.add_option("database2", location2_, "Second database, or the name of a connection")
+        ->type_name(Form);
     login1_.AddTo(command, "", "(for both databases unless --user2 or --integrated2 is given)");
     login2_.AddTo(command, "2", "for the second database");
+    command
+        .add_option("--config", config_,
+                    "File of named connections (default: quillon/connections.ini in the user's "
+                    "folder for configurations)")
+        ->type_name("FILE");
+    session_.AddTo(command);
 }
 
 void DatabaseOptions::AddThirdTo(CLI::App& command) {
@@ -162,31 +230,67 @@ void DatabaseOptions::AddThirdTo(CLI::App& command) {
         ->group(ByServerGroup);
 }
 
+// Where a database is, and what its connection says of how to get there.
+struct DatabaseOptions::Place {
+    DatabaseLocation location;
+    LoginOptions login;
+    SessionOptions session;
+};
+
+DatabaseOptions::Place DatabaseOptions::Find(const std::string& text,
+                                             std::optional<ConnectionFile>& file) const {
+    Place place;
+    place.session = session_;
+    if (text.find('/') != std::string::npos) {
+        place.location = DatabaseLocation::Parse(text);
+        return place;
+    }
+    if (!file) file = ConnectionFile::Read(config_);
+    const NamedConnection& connection = file->Find(text);
+    place.location = DatabaseLocation::Parse(connection.server + "/" + connection.database);
+    place.login.user = connection.user;
+    place.login.integrated = connection.integrated;
+    place.login.passwordCommand = connection.passwordCommand;
+    if (!connection.passwordVariable.empty())
+        place.login.passwordVariable = connection.passwordVariable;
+    place.session = session_.Or(connection);
+    return place;
+}
+
 DatabaseOptions::Databases DatabaseOptions::Make(Console& console) const {
     if (location1_.empty() || location2_.empty()) {
-        throw CLI::RequiredError("Two databases, each as SERVER/DATABASE,");
+        throw CLI::RequiredError(
+            "Two databases, each as SERVER/DATABASE or the name of a connection,");
     }
-    if (login1_.user.empty() && !login1_.integrated) {
-        throw CLI::RequiredError("--user or --integrated");
-    }
-    const bool ownLogin2 = !login2_.user.empty() || login2_.integrated;
-    const bool ownPassword2 = Environment(login2_.passwordVariable).has_value();
-    LoginOptions login2 = ownLogin2 ? login2_ : login1_;
-    if (ownPassword2) login2.passwordVariable = login2_.passwordVariable;
+    std::optional<ConnectionFile> file;
+    const Place place1 = Find(location1_, file);
+    const Place place2 = Find(location2_, file);
+    const LoginOptions& login1 = login1_.Given() ? login1_ : place1.login;
+    if (!login1.Given()) throw CLI::RequiredError("--user or --integrated");
+    // A login of the command line is for both, that of a connection for nothing else.
+    LoginOptions login2 = login2_.Given() ? login2_ : login1_.Given() ? login1_ : place2.login;
+    if (!login2.Given()) throw CLI::RequiredError("--user2 or --integrated2");
+    const bool ownPassword2 = Environment(login2_.passwordVariable.c_str()).has_value();
+    if (ownPassword2 && login2.passwordVariable == LoginOptions().passwordVariable)
+        login2.passwordVariable = login2_.passwordVariable;
 
     Databases databases;
-    databases.obDB1 = MakeDatabase(DatabaseLocation::Parse(location1_), login1_, console);
-    if (ownLogin2 || ownPassword2) {
-        databases.obDB2 = MakeDatabase(DatabaseLocation::Parse(location2_), login2, console);
+    databases.obDB1 = MakeDatabase(place1.location, login1, console);
+    if (login2_.Given() || !login1_.Given() || ownPassword2) {
+        databases.obDB2 = MakeDatabase(place2.location, login2, console);
     } else {
         databases.obDB2 = std::make_shared<QuillonLib::Database>(*databases.obDB1);
-        DatabaseLocation::Parse(location2_).PutInto(*databases.obDB2);
+        place2.location.PutInto(*databases.obDB2);
     }
     databases.obDB3 = databases.obDB1;
     if (!location3_.empty()) {
         databases.obDB3 = std::make_shared<QuillonLib::Database>(*databases.obDB1);
-        DatabaseLocation::Parse(location3_).PutInto(*databases.obDB3);
+        const Place place3 = Find(location3_, file);
+        place3.location.PutInto(*databases.obDB3);
+        place3.session.PutInto(*databases.obDB3);
     }
+    place1.session.PutInto(*databases.obDB1);
+    place2.session.PutInto(*databases.obDB2);
     return databases;
 }
 

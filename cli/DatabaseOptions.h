@@ -1,11 +1,14 @@
 // The options by which a command is told of a server, or of the databases of a comparison.
 #pragma once
 
+#include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
 #include "QuillonLib.h"
+#include "cli/ConnectionFile.h"
 #include "cli/Console.h"
 
 namespace CLI {
@@ -14,14 +17,17 @@ class App;
 
 namespace quillon {
 
-// A login: who, and with what password. The password comes from the environment or from a prompt,
-// never from the command line, where every user of the machine could read it.
+// A login: who, and with what password. The password comes from a command, the environment or a
+// prompt, never from the command line, where every user of the machine could read it.
 struct LoginOptions {
     std::string user;
     bool integrated = false;
-    const char* passwordVariable = "QUILLON_PASSWORD";
+    std::string passwordCommand;
+    std::string passwordVariable = "QUILLON_PASSWORD";
 
     void AddTo(CLI::App& command, const std::string& suffix, const std::string& whose);
+    bool Given() const { return integrated || !user.empty(); }
+    // Throws std::runtime_error where there is none to be had.
     std::u16string Password(Console& console) const;
 };
 
@@ -42,6 +48,18 @@ struct DatabaseLocation {
     // Throws CLI::ValidationError that names what is wrong.
     static DatabaseLocation Parse(const std::string& text);
     // Makes the database lie here, described as SERVER/DATABASE.
+    void PutInto(QuillonLib::Database& target) const;
+};
+
+// How servers are talked to. What is absent is as the library and the driver have it.
+struct SessionOptions {
+    std::optional<Encryption> encryption;
+    std::optional<std::chrono::seconds> loginTimeout;
+    std::optional<std::chrono::seconds> statementTimeout;
+
+    void AddTo(CLI::App& command);
+    // These, and for what is absent here, those of the connection.
+    SessionOptions Or(const NamedConnection& connection) const;
     void PutInto(QuillonLib::Database& target) const;
 };
 
@@ -71,11 +89,16 @@ class DatabaseOptions {
     }
 
   private:
+    struct Place;
+    Place Find(const std::string& text, std::optional<ConnectionFile>& file) const;
+
     std::string location1_;
     std::string location2_;
     std::string location3_;
     LoginOptions login1_;
     LoginOptions login2_;
+    SessionOptions session_;
+    std::string config_;  // the file of connections; empty: the user's own
 };
 
 std::shared_ptr<QuillonLib::Database> MakeDatabase(const DatabaseLocation& location,

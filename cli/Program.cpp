@@ -43,11 +43,6 @@ std::vector<std::string> OptionNames(const CLI::App& command) {
     return names;
 }
 
-std::string DidYouMean(const std::string& typed, const std::vector<std::string>& known) {
-    const std::string nearest = NearestName(typed, known);
-    return nearest.empty() ? "" : "; did you mean " + nearest + "?";
-}
-
 // The command that stands first, nullptr where there is none of that name.
 const CLI::App* FindCommand(const CLI::App& app, const std::string& name) {
     for (const CLI::App* command : app.get_subcommands(nullptr)) {

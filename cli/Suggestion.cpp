@@ -44,4 +44,9 @@ std::string NearestName(std::string_view typed, const std::vector<std::string>& 
     return nearest;
 }
 
+std::string DidYouMean(std::string_view typed, const std::vector<std::string>& known) {
+    const std::string nearest = NearestName(typed, known);
+    return nearest.empty() ? "" : "; did you mean " + nearest + "?";
+}
+
 }  // namespace quillon

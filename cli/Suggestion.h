@@ -12,4 +12,7 @@ namespace quillon {
 // letters. The first of equally near ones.
 std::string NearestName(std::string_view typed, const std::vector<std::string>& known);
 
+// "; did you mean NAME?", empty where none is near.
+std::string DidYouMean(std::string_view typed, const std::vector<std::string>& known);
+
 }  // namespace quillon

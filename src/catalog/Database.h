@@ -34,6 +34,18 @@ class Database {
     void NTSecurity(bool value) { login_.NTSecurity = value; }
     const LoginData& Login() const { return login_; }
 
+    // More of the connection string, placed behind the rest as it stands, for what the driver knows
+    // and the object model does not: u"encryption=require". Neither this nor the time-outs are
+    // written to a property bag; linked servers know nothing of them.
+    const std::u16string& ConnectionKeywords() const { return login_.Keywords; }
+    void ConnectionKeywords(std::u16string value) { login_.Keywords = std::move(value); }
+    // How long a login may take (default: 15 s), and a batch (default: 0). 0: no limit. Beyond it
+    // the Error of the driver is thrown.
+    std::chrono::seconds LoginTimeout() const { return login_.LoginTimeout; }
+    void LoginTimeout(std::chrono::seconds value) { login_.LoginTimeout = value; }
+    std::chrono::seconds CommandTimeout() const { return login_.CommandTimeout; }
+    void CommandTimeout(std::chrono::seconds value) { login_.CommandTimeout = value; }
+
     // The caller's label, by which comparison templates find the database again.
     const std::u16string& Description() const { return description_; }
     void Description(std::u16string value) { description_ = std::move(value); }

@@ -9,21 +9,22 @@ namespace QuillonLib {
 namespace {
 
 void Open(Connection& connection, const LoginData& login, std::u16string_view database) {
-    connection.Open(BuildConnectionString(login.Server, database, login.NTSecurity, login.Username,
-                                          login.Password));
+    std::u16string text = BuildConnectionString(login.Server, database, login.NTSecurity,
+                                                login.Username, login.Password);
+    if (!login.Keywords.empty()) text += u";" + login.Keywords;
+    connection.Open(text);
 }
 
 }  // namespace
 
 std::shared_ptr<Connection> LogIn(const LoginData& login) {
-    auto connection = std::make_shared<Connection>();
-    Open(*connection, login, u"");
-    return connection;
+    return LogIn(login, login.LoginTimeout);
 }
 
 std::shared_ptr<Connection> LogIn(const LoginData& login, std::chrono::seconds timeout) {
     auto connection = std::make_shared<Connection>();
     connection->LoginTimeout(timeout);
+    connection->CommandTimeout(login.CommandTimeout);
     Open(*connection, login, u"");
     return connection;
 }
@@ -35,8 +36,10 @@ std::shared_ptr<Connection> OpenConnection(const Database& obDatabase) {
 }
 
 void OpenConnection(const Database& obDatabase, Connection& connection) {
-    connection.CommandTimeout(std::chrono::seconds(0));
-    Open(connection, obDatabase.Login(), obDatabase.DatabaseName());
+    const LoginData& login = obDatabase.Login();
+    connection.LoginTimeout(login.LoginTimeout);
+    connection.CommandTimeout(login.CommandTimeout);
+    Open(connection, login, obDatabase.DatabaseName());
 }
 
 }  // namespace QuillonLib

@@ -1,6 +1,7 @@
 // How to log in to a server.
 #pragma once
 
+#include <chrono>
 #include <string>
 
 namespace QuillonLib {
@@ -10,6 +11,10 @@ struct LoginData {
     std::u16string Username;  // ignored with NTSecurity
     std::u16string Password;  // ignored with NTSecurity
     bool NTSecurity = false;  // integrated login: neither name nor password is sent
+    // More of the connection string, placed behind the rest as it stands: "encryption=require".
+    std::u16string Keywords{};
+    std::chrono::seconds LoginTimeout{15};   // 0: none
+    std::chrono::seconds CommandTimeout{0};  // for each batch; 0: none
 };
 
 }  // namespace QuillonLib

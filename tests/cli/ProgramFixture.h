@@ -21,6 +21,9 @@ class ProgramTest : public QuillonLib::SandboxTest {
     ProgramTest() {
         QuillonLib::test::SetVariable("QUILLON_PASSWORD", "sandbox");
         folder = QuillonLib::test::MakeTemporaryFolder();
+        // No choice of whoever runs the tests is theirs.
+        for (const char* place : {"XDG_CONFIG_HOME", "APPDATA"})
+            QuillonLib::test::SetVariable(place, folder.string().c_str());
         const std::u16string tables =
             u"CREATE TABLE p (id int NOT NULL CONSTRAINT PK_p PRIMARY KEY, n nvarchar(20) "
             u"NULL)\nGO\n"

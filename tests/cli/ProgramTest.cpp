@@ -232,7 +232,8 @@ TEST_F(ProgramTest, ATableThatCannotBeComparedIsExitCode2) {
 TEST_F(ProgramTest, BadCallsAreNamed) {
     const Outcome place = Call({"compare", "--by-server", "x", "y", "--user", "sa"});
     EXPECT_EQ(place.exitCode, 2);
-    EXPECT_NE(place.err.find("quillon: 'x' is not SERVER/DATABASE"), std::string::npos)
+    EXPECT_NE(place.err.find("quillon: 'x' is neither SERVER/DATABASE nor a connection in"),
+              std::string::npos)
         << place.err;
     EXPECT_EQ(Call({"compare", "--by-server", one, two}).exitCode, 2);
     EXPECT_NE(Call({"compare", "--by-server", one, two}).err.find("--user or --integrated"),

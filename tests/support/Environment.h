@@ -24,4 +24,12 @@ inline void SetVariable(const char* name, const char* value) {
 #endif
 }
 
+inline void RemoveVariable(const char* name) {
+#ifdef _WIN32
+    SetEnvironmentVariableW(reinterpret_cast<const wchar_t*>(FromUtf8(name).c_str()), nullptr);
+#else
+    unsetenv(name);
+#endif
+}
+
 }  // namespace QuillonLib::test

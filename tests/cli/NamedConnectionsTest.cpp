@@ -1,0 +1,173 @@
+// Databases by the names of connections, and how their servers are talked to.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <fstream>
+
+#include "tests/cli/TwoServers.h"
+#include "tests/support/SilentServer.h"
+
+namespace quillon {
+namespace {
+
+using namespace std::chrono_literals;
+
+class NamedConnections : public TwoServers {
+  protected:
+    NamedConnections() {
+        QuillonLib::test::SetVariable("QUILLON_PASSWORD2", "sandbox");
+        server.Run(u"CREATE LOGIN alice WITH PASSWORD = 'wonder', CHECK_POLICY = OFF");
+        server.Run(u"USE d\nGO\nCREATE USER alice FOR LOGIN alice\nGO\nGRANT SELECT ON t TO alice");
+    }
+    ~NamedConnections() override {
+        QuillonLib::test::RemoveVariable("QUILLON_TEST_ALICE");
+        QuillonLib::test::RemoveVariable("QUILLON_PASSWORD2");
+    }
+    // A connection to one of the two servers, with more settings.
+    static std::string Section(const std::string& name, const sandbox::Server& on,
+                               const std::string& settings) {
+        return "[" + name + "]\nserver = " + QuillonLib::ToUtf8(on.Address()) + "\ndatabase = d\n" +
+               settings + "\n";
+    }
+    void Write(const std::string& text) { std::ofstream(File("c.ini")) << text; }
+    Outcome Compare(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), {"compare", "--config", File("c.ini")});
+        return Call(arguments);
+    }
+    // The login of the last session on a server.
+    static std::u16string LastUser(sandbox::Server& on) {
+        std::u16string user;
+        for (const sandbox::LogEntry& entry : on.Log()) {
+            if (!entry.user.empty()) user = entry.user;
+        }
+        return user;
+    }
+};
+
+TEST_F(NamedConnections, AreFoundInAFile) {
+    Write(Section("one", server, "user = alice\npassword-variable = QUILLON_TEST_ALICE") +
+          Section("two", other, "user = sa"));
+    QuillonLib::test::SetVariable("QUILLON_TEST_ALICE", "wonder");
+    const Outcome outcome = Compare({"one", "two"});
+    EXPECT_EQ(outcome.exitCode, 1) << outcome.err;
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(LastUser(server), u"alice");
+    EXPECT_EQ(LastUser(other), u"sa");
+}
+
+TEST_F(NamedConnections, AreFoundInTheUsersOwnFile) {
+    const Outcome none = Call({"compare", "one", second, "--user", "sa"});
+    EXPECT_EQ(none.exitCode, 2);
+    EXPECT_EQ(none.err, "quillon: 'one' is neither SERVER/DATABASE nor a connection in " +
+                            File("quillon/connections.ini") + ", which does not exist\n");
+    std::filesystem::create_directory(folder / "quillon");
+    std::ofstream(folder / "quillon" / "connections.ini") << Section("one", server, "");
+    EXPECT_EQ(Call({"compare", "one", second, "--user", "sa"}).exitCode, 1);
+}
+
+TEST_F(NamedConnections, APasswordCommandGivesTheFirstLine) {
+    Write(Section("one", server,
+                  "user = alice\npassword-command = printf 'wonder\\nsecond line\\n'"));
+    const Outcome outcome = Compare({"one", second, "--user2", "sa"});
+    EXPECT_EQ(outcome.exitCode, 1) << outcome.err;
+    EXPECT_EQ(LastUser(server), u"alice");
+}
+
+TEST_F(NamedConnections, APasswordCommandThatFailsIsNamedWithoutItsOutput) {
+    for (const auto& [command, why] : std::vector<std::pair<std::string, std::string>>{
+             {"echo geheim; exit 3", "it failed"},
+             {"true", "it printed nothing"},
+             {"printf '\\377geheim'", "what it prints is not UTF-8"}}) {
+        Write(Section("one", server, "user = alice\npassword-command = " + command));
+        const Outcome outcome = Compare({"one", second, "--user2", "sa"});
+        EXPECT_EQ(outcome.exitCode, 2);
+        EXPECT_EQ(outcome.err, "quillon: the password command of alice: " + why + "\n");
+    }
+}
+
+TEST_F(NamedConnections, TheCommandLineGoesBeforeTheFile) {
+    Write(Section("one", server, "user = nobody") + Section("two", other, "user = nobody"));
+    EXPECT_EQ(Compare({"one", "two", "--user", "sa"}).exitCode, 1);
+    EXPECT_EQ(LastUser(server), u"sa");
+    EXPECT_EQ(LastUser(other), u"sa");
+}
+
+// A password is for the server that it belongs to.
+TEST_F(NamedConnections, TheLoginOfAConnectionIsForNoOtherServer) {
+    Write(Section("one", server, "user = sa"));
+    other.ClearLog();
+    const Outcome outcome = Compare({"one", second});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(FirstLine(outcome.err), "quillon: --user2 or --integrated2 is required");
+    EXPECT_TRUE(other.Log().empty());
+}
+
+TEST_F(NamedConnections, AFileThatIsWrongIsRefusedWhole) {
+    Write(Section("one", server, "user = sa\npassword = sandbox"));
+    const Outcome outcome = Compare({"one", second, "--user2", "sa"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.err, "quillon: " + File("c.ini") +
+                               ", line 5: passwords do not belong here; write password-command or "
+                               "password-variable\n");
+    std::filesystem::remove(folder / "c.ini");
+    EXPECT_EQ(Compare({"one", second, "--user2", "sa"}).err,
+              "quillon: cannot read " + File("c.ini") + ": No such file or directory\n");
+}
+
+// The sandbox encrypts nothing, as a server may that was told so.
+TEST_F(NamedConnections, WhereEncryptionIsRequiredNoPasswordIsSentWithoutIt) {
+    for (const bool named : {false, true}) {
+        Write(Section("one", server, named ? "encryption = require" : ""));
+        server.ClearLog();
+        std::vector<std::string> arguments = {"one", second, "--user", "sa"};
+        if (!named) arguments.insert(arguments.end(), {"--encryption", "require"});
+        const Outcome outcome = Compare(arguments);
+        EXPECT_EQ(outcome.exitCode, 2) << outcome.out;
+        EXPECT_TRUE(Holds(outcome.err, "connect")) << outcome.err;
+        EXPECT_TRUE(server.Log().empty());
+    }
+    Write(Section("one", server, "encryption = require"));
+    for (const char* enough : {"off", "request"}) {
+        EXPECT_EQ(Compare({"one", second, "--user", "sa", "--encryption", enough}).exitCode, 1)
+            << enough;
+    }
+}
+
+TEST_F(NamedConnections, ALoginMayTakeSoLong) {
+    const QuillonLib::test::SilentServer silent;
+    const std::string address = QuillonLib::ToUtf8(silent.Address()) + "/d";
+    const auto begin = std::chrono::steady_clock::now();
+    const Outcome outcome = Compare({address, second, "--user", "sa", "--login-timeout", "1"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 10s);
+}
+
+TEST_F(NamedConnections, AServerMayBeSilentSoLong) {
+    sandbox::Fault slow;
+    slow.kind = sandbox::FaultKind::Delay;
+    slow.contains = u"FROM [dbo].[t]";
+    slow.delay = 30s;
+    server.AddFault(slow);
+    const auto begin = std::chrono::steady_clock::now();
+    const Outcome outcome = Compare({first, second, "--user", "sa", "--statement-timeout", "1"});
+    EXPECT_EQ(outcome.exitCode, 2) << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, "Error comparing [dbo].[t]")) << outcome.err << outcome.out;
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 20s);
+}
+
+TEST_F(NamedConnections, WhatMakesNoSenseIsNamed) {
+    const std::pair<std::vector<std::string>, std::string> calls[] = {
+        {{"--encryption", "on"}, "--encryption: 'on' is none of off, request and require"},
+        {{"--login-timeout", "soon"}, "--login-timeout: 'soon' is no number of seconds"},
+        {{"--statement-timeout", "-1"}, "--statement-timeout: '-1' is no number of seconds"}};
+    for (const auto& [options, failure] : calls) {
+        std::vector<std::string> arguments = {first, second, "--user", "sa"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        const Outcome outcome = Compare(arguments);
+        EXPECT_EQ(outcome.exitCode, 2);
+        EXPECT_EQ(FirstLine(outcome.err), "quillon: " + failure);
+    }
+}
+
+}  // namespace
+}  // namespace quillon
