@@ -141,6 +141,7 @@ struct ConstraintDef {
     std::vector<std::u16string> referencedColumns;
     bool deleteCascade = false, updateCascade = false;
     bool deleteSetNull = false, updateSetNull = false;
+    bool ignoreDuplicates = false;
     std::u16string text;       // CHECK, DEFAULT: the expression as written
     std::u16string forColumn;  // DEFAULT ... FOR column
 };
@@ -395,6 +396,8 @@ struct CreateIndexStmt : Stmt {
     bool unique = false, clustered = false;
     std::vector<std::pair<std::u16string, bool>> columns;
     std::vector<std::u16string> included;
+    std::u16string filter;  // "([a] IS NOT NULL)", as the catalog tells it; empty: none
+    bool ignoreDuplicates = false;
 };
 
 struct DropIndexStmt : Stmt {

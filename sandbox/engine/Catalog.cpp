@@ -41,7 +41,8 @@ constexpr const char* kTables[] = {
     " collation TEXT COLLATE ms, legacy_user INTEGER)",
     // Row 0 of a table is its heap; a clustered index (1) takes its place.
     "CREATE TABLE @.m_index(object_id INTEGER, id INTEGER, name TEXT COLLATE ms, clustered INTEGER,"
-    " is_unique INTEGER, pk INTEGER, uc INTEGER, PRIMARY KEY(object_id, id)) WITHOUT ROWID",
+    " is_unique INTEGER, pk INTEGER, uc INTEGER, filter TEXT COLLATE ms, ignore_dup INTEGER,"
+    " PRIMARY KEY(object_id, id)) WITHOUT ROWID",
     "CREATE TABLE @.m_index_column(object_id INTEGER, index_id INTEGER, ordinal INTEGER,"
     " column_id INTEGER, descending INTEGER, included INTEGER,"
     " PRIMARY KEY(object_id, index_id, ordinal)) WITHOUT ROWID",
@@ -175,7 +176,8 @@ void Catalog::Create() {
         store_.Execute(
             For("UPDATE @.m_object SET storage='o_dtproperties' WHERE id=1993058136", alias));
         store_.Execute(For("CREATE TABLE @.o_dtproperties(c1,c2 COLLATE ms)", alias));
-        store_.Execute(For("INSERT INTO @.m_index VALUES(1993058136,0,NULL,0,0,0,0)", alias));
+        store_.Execute(
+            For("INSERT INTO @.m_index VALUES(1993058136,0,NULL,0,0,0,0,NULL,0)", alias));
         Statement column = store_.Prepare(
             For("INSERT INTO @.m_column(object_id,id,name,packed,xtype,user_type,max_length,prec,"
                 "collation,scale,nullable,identity,seed,increment,computed,persisted,rowguid)"
@@ -356,8 +358,9 @@ void Catalog::LoadColumns(TableMeta& table) {
 }
 
 void Catalog::LoadIndexes(TableMeta& table) {
-    Statement& s = store_.Cached("SELECT id,name,clustered,is_unique,pk,uc FROM " + Prefix() +
-                                 "m_index WHERE object_id=? AND id>0 ORDER BY id");
+    Statement& s =
+        store_.Cached("SELECT id,name,clustered,is_unique,pk,uc,filter,ignore_dup FROM " +
+                      Prefix() + "m_index WHERE object_id=? AND id>0 ORDER BY id");
     s.Bind(1, Value::Int(table.id));
     while (s.Step()) {
         IndexMeta x;
@@ -367,6 +370,8 @@ void Catalog::LoadIndexes(TableMeta& table) {
         x.unique = s.Integer(3) != 0;
         x.primaryKey = s.Integer(4) != 0;
         x.uniqueConstraint = s.Integer(5) != 0;
+        x.filter = s.Text(6);
+        x.ignoreDuplicates = s.Integer(7) != 0;
         table.indexes.push_back(std::move(x));
     }
     s.Reset();

@@ -42,6 +42,8 @@ struct IndexMeta {
     int id = 0;
     std::u16string name;
     bool clustered = false, unique = false, primaryKey = false, uniqueConstraint = false;
+    std::u16string filter;          // as the catalog tells it; empty: none
+    bool ignoreDuplicates = false;  // IGNORE_DUP_KEY
     std::vector<IndexColumn> columns;
 };
 

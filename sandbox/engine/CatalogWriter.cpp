@@ -52,7 +52,9 @@ void CatalogWriter::AddObject(const NewObject& o) {
 }
 
 void CatalogWriter::AddHeap(int object) {
-    Cached("INSERT INTO @m_index SELECT id,0,NULL,0,0,0,0 FROM @m_object WHERE id=? AND type='U'")
+    Cached(
+        "INSERT INTO @m_index SELECT id,0,NULL,0,0,0,0,NULL,0 FROM @m_object WHERE id=? AND "
+        "type='U'")
         .BindAll(object)
         .Run();
 }
@@ -86,8 +88,10 @@ void CatalogWriter::AddIndex(int table, const IndexMeta& x) {
     if (x.clustered) {
         Cached("DELETE FROM @m_index WHERE object_id=? AND id=0").BindAll(table).Run();
     }
-    Cached("INSERT INTO @m_index VALUES(?,?,?,?,?,?,?)")
-        .BindAll(table, x.id, x.name, x.clustered, x.unique, x.primaryKey, x.uniqueConstraint)
+    const Value filter = x.filter.empty() ? Value::Null() : Value::Text(x.filter);
+    Cached("INSERT INTO @m_index VALUES(?,?,?,?,?,?,?,?,?)")
+        .BindAll(table, x.id, x.name, x.clustered, x.unique, x.primaryKey, x.uniqueConstraint,
+                 filter, x.ignoreDuplicates)
         .Run();
     Statement& s = Cached("INSERT INTO @m_index_column VALUES(?,?,?,?,?,?)");
     int ordinal = 0;

@@ -105,7 +105,7 @@ void Context::DetachOldest() {
     store.ForgetCached();
     std::vector<std::pair<std::uint64_t, int>> order;
     for (const auto& [number, a] : attached_) {
-        if (a.file != current) order.emplace_back(a.used, number);
+        if (a.file != current && a.file != temporary_) order.emplace_back(a.used, number);
     }
     std::sort(order.begin(), order.end());
     for (const auto& [used, number] : order) {
@@ -196,7 +196,30 @@ Catalog& Context::OpenNamed(std::u16string_view serverName, std::u16string_view 
     return catalog;
 }
 
+Catalog& Context::Temporary() {
+    if (!temporary_) {
+        auto file = std::make_shared<DatabaseFile>();  // without a path: SQLite's own, and private
+        file->number = server.host->NextNumber();
+        file->id = 2;
+        file->name = u"tempdb";
+        file->server = &server;
+        file->compatibility = current->compatibility.load();
+        file->created = NowAsDateTime(false);
+        file->allowsSnapshot = true;
+        temporary_ = std::move(file);
+    }
+    return Open(temporary_);
+}
+
+bool IsTemporaryName(std::u16string_view name) {
+    return name.starts_with(u"#") && !name.starts_with(u"##");
+}
+
 Resolved Context::Resolve(const ObjectName& name) {
+    if (temporary_ && name.server.empty() && IsTemporaryName(name.name)) {
+        Catalog& catalog = Temporary();
+        return {&catalog, catalog.Find({}, name.name)};
+    }
     Catalog& catalog = OpenNamed(name.server, name.database);
     if (!name.database.empty() && !SameName(catalog.File()->name, name.database)) {
         ThrowInvalidObject(name.Text());

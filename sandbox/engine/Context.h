@@ -31,6 +31,7 @@ struct Frame {
     std::u16string procedure;
     std::optional<std::int64_t> scopeIdentity;
     bool inProcedure = false;
+    std::vector<int> temporaryTables;  // made here; they go when the procedure or the text ends
 
     Variable* Find(std::u16string_view folded) {
         for (Variable& v : variables) {
@@ -96,6 +97,9 @@ class Context {
     // Throws 7202, 7399, 911 ...
     Catalog& OpenNamed(std::u16string_view serverName, std::u16string_view databaseName);
     Resolved Resolve(const ObjectName& name);
+    // The session's own tables, whose names begin with "#"; they go with it.
+    Catalog& Temporary();
+    bool IsTemporary(const Catalog& catalog) const { return catalog.File() == temporary_; }
     // Moves when any catalog that the session looks at has changed.
     std::uint64_t Generation() const { return generation_; }
     // Looks whether another session has changed a catalog.
@@ -134,10 +138,14 @@ class Context {
     };
     void DetachOldest();
 
+    DatabasePtr temporary_;
     std::unordered_map<int, Attachment> attached_;
     std::uint64_t clock_ = 0;
     std::uint64_t generation_ = 1;
 };
+
+// "#name". Tables that all sessions see, "##name", are not known.
+bool IsTemporaryName(std::u16string_view name);
 
 // The collation of that name (DATABASE_DEFAULT among them). Throws 448.
 CollationId NamedCollation(const Context& context, std::u16string_view name);

@@ -58,6 +58,30 @@ void RefuseTemporary(const ObjectName& name) {
     throw SqlError(2702, u"Temporary objects are not supported by this server.");
 }
 
+// Filters came with SQL Server 2008, and are for indexes of tables that are not clustered.
+void RefuseOptions(const Context& context, const CreateIndexStmt& stmt, const TableMeta& table) {
+    if (stmt.ignoreDuplicates && !stmt.unique) {
+        throw SqlError(1916,
+                       u"CREATE INDEX options nonunique and ignore_dup_key are mutually "
+                       u"exclusive.");
+    }
+    if (stmt.filter.empty()) return;
+    if (context.server.major < 10 || stmt.clustered) ThrowSyntax(u"WHERE");
+    if (table.type == u'V') {
+        throw SqlError(10610, Format(u"Filtered index '%1' cannot be created on object '%2' "
+                                     u"because it is not a user table. Filtered indexes are only "
+                                     u"supported on tables.",
+                                     {stmt.name, stmt.table.Text()}));
+    }
+    if (stmt.ignoreDuplicates) {
+        throw SqlError(10618, Format(u"Cannot create filtered index '%1' on table '%2' because "
+                                     u"the statement sets the IGNORE_DUP_KEY option to ON. "
+                                     u"Rewrite the statement so that it does not use the "
+                                     u"IGNORE_DUP_KEY option.",
+                                     {stmt.name, stmt.table.Text()}));
+    }
+}
+
 }  // namespace
 
 void Executor::CreateDatabase(const CreateDatabaseStmt& stmt) {
@@ -111,11 +135,27 @@ void Executor::AlterDatabase(const AlterDatabaseStmt& stmt) {
 }
 
 void Executor::CreateTable(const CreateTableStmt& stmt) {
+    if (IsTemporaryName(stmt.table.name)) return CreateTemporaryTable(stmt);
     RefuseTemporary(stmt.table);
     Catalog& catalog = TargetCatalog(context_, stmt.table);
     Atomically(
         [&] { TableBuilder(context_, catalog).Create(stmt, NewSchema(catalog, stmt.table)); });
     Done();
+}
+
+void Executor::CreateTemporaryTable(const CreateTableStmt& stmt) {
+    Catalog& catalog = context_.Temporary();
+    Atomically([&] { TableBuilder(context_, catalog).Create(stmt, *catalog.SchemaId(u"dbo")); });
+    context_.frame->temporaryTables.push_back(catalog.Find({}, stmt.table.name)->id);
+    Done();
+}
+
+// What a procedure or a dynamic text has made, and left.
+void Executor::DropTemporaryTables(const Frame& frame) {
+    for (const int id : frame.temporaryTables) {
+        const TablePtr table = context_.Temporary().Table(id);  // a rollback may have taken it
+        if (table) TableBuilder(context_, context_.Temporary()).Drop(*table);
+    }
 }
 
 void Executor::AlterTable(const AlterTableStmt& stmt) {
@@ -242,6 +282,9 @@ void Executor::CreateIndex(const CreateIndexStmt& stmt) {
     index.name = stmt.name;
     index.unique = stmt.unique;
     index.clustered = stmt.clustered;
+    index.filter = stmt.filter;
+    index.ignoreDuplicates = stmt.ignoreDuplicates;
+    RefuseOptions(context_, stmt, *table);
     const auto add = [&](const std::u16string& name, bool descending, bool included) {
         const ColumnMeta* c = table->Find(name);
         if (c == nullptr) {

@@ -111,6 +111,7 @@ void Executor::RequireRight(const Stmt& stmt) {
         case StmtKind::CreateDatabase:
             return denied(u"CREATE DATABASE", u"master");
         case StmtKind::CreateTable:
+            if (IsTemporaryName(static_cast<const CreateTableStmt&>(stmt).table.name)) return;
             return denied(u"CREATE TABLE", here);
         case StmtKind::CreateView:
             return denied(u"CREATE VIEW", here);

@@ -33,6 +33,11 @@ bool HasKeys(const TableMeta& table) {
            std::any_of(table.references.begin(), table.references.end(), enabled);
 }
 
+bool HasFilters(const TableMeta& table) {
+    return std::any_of(table.indexes.begin(), table.indexes.end(),
+                       [](const IndexMeta& index) { return !index.filter.empty(); });
+}
+
 std::string Joined(const std::vector<std::string>& parts) {
     std::string out;
     for (const std::string& p : parts)
@@ -194,6 +199,8 @@ std::shared_ptr<Plan> Executor::PlanInsert(const InsertStmt& stmt) {
 
     const std::string head =
         "INSERT INTO " + r.catalog->Prefix() + table.storage + "(" + Joined(names) + ") ";
+    const std::string ignored = IgnoredConflicts(table);
+    std::string counted = std::to_string(std::max<std::size_t>(stmt.rows.size(), 1));
     std::string sql;
     if (stmt.defaultValues) {
         sql = head + "VALUES (" + whole({}) + ")";
@@ -205,6 +212,7 @@ std::shared_ptr<Plan> Executor::PlanInsert(const InsertStmt& stmt) {
         sql = head + "SELECT " + whole(source.values) + " FROM " + source.from;
         // Without a WHERE, "FROM x ON" could be read as an upsert.
         sql += " WHERE 1";
+        counted = "count(*) FROM " + source.from;
     } else {
         if (stmt.rows.size() > 1000) {
             throw SqlError(10738,
@@ -258,9 +266,11 @@ std::shared_ptr<Plan> Executor::PlanInsert(const InsertStmt& stmt) {
             sql += (k > 0 ? ",(" : "(") + whole(values) + ")";
         }
     }
-    plan->statement = context_.store.Prepare(sql);
+    plan->statement = context_.store.Prepare(sql + ignored);
+    if (!ignored.empty()) plan->given = context_.store.Prepare("SELECT " + counted);
     plan->params = std::move(translator.params);
     plan->guarded = HasKeys(table);
+    plan->filtered = HasFilters(table);
     plan->generation = context_.Generation();
     return plan;
 }
@@ -281,7 +291,20 @@ void Executor::Insert(const InsertStmt& stmt) {
 void Executor::RunWrite(Plan& plan, const char16_t* verb) {
     context_.verb = verb;
     RequireSnapshots({plan.catalog->File()});
+    if (plan.filtered && !context_.options.quotedIdentifier) {
+        throw SqlError(
+            1934, Format(u"%1 failed because the following SET options have incorrect settings: "
+                         u"'QUOTED_IDENTIFIER'. Verify that SET options are correct for use with "
+                         u"filtered indexes.",
+                         {verb}));
+    }
     std::int64_t count = 0;
+    std::int64_t given = 0;
+    if (plan.given) {
+        BindParams(plan.given, plan.params);
+        if (plan.given.Step()) given = plan.given.Integer(0);
+        plan.given.Reset();
+    }
     const auto run = [&] {
         plan.statement.Reset();
         BindParams(plan.statement, plan.params);
@@ -308,6 +331,13 @@ void Executor::RunWrite(Plan& plan, const char16_t* verb) {
     } catch (const StoreError& e) {
         context_.pendingKeys.clear();
         ThrowConstraint(e, plan, verb);
+    }
+    if (count < given) {
+        Message ignored;
+        ignored.number = 3604;
+        ignored.severity = 0;
+        ignored.text = u"Duplicate key was ignored.";
+        sink_.Say(ignored);
     }
     DoneWrite(count);
 }
@@ -489,6 +519,7 @@ std::shared_ptr<Plan> Executor::PlanUpdate(const UpdateStmt& stmt) {
         plan->variables.push_back(Widen(name));
     plan->params = std::move(translator.params);
     plan->guarded = HasKeys(table);
+    plan->filtered = HasFilters(table);
     plan->generation = context_.Generation();
     return plan;
 }
@@ -602,6 +633,7 @@ std::shared_ptr<Plan> Executor::PlanDelete(const DeleteStmt& stmt) {
     plan->statement = context_.store.Prepare(sql);
     plan->params = std::move(translator.params);
     plan->guarded = HasKeys(*plan->table);
+    plan->filtered = HasFilters(*plan->table);
     plan->generation = context_.Generation();
     return plan;
 }

@@ -33,6 +33,10 @@ struct Plan {
     std::vector<DatabasePtr> databases;  // whose tables a query reads
     bool guarded = false;      // has keys to check at the end, or needs undoing as a whole
     std::u16string reshuffle;  // unused by queries
+    // INSERT into a table with IGNORE_DUP_KEY: counts the rows that it is given.
+    Statement given;
+    // A filtered index asks for the options of a session.
+    bool filtered = false;
 };
 
 class Executor {
@@ -138,6 +142,8 @@ class Executor {
     void DropDatabase(const DropObjectStmt& stmt);
     void AlterDatabase(const AlterDatabaseStmt& stmt);
     void CreateTable(const CreateTableStmt& stmt);
+    void CreateTemporaryTable(const CreateTableStmt& stmt);
+    void DropTemporaryTables(const Frame& frame);
     void AlterTable(const AlterTableStmt& stmt);
     void DropObject(const DropObjectStmt& stmt);
     void DropOne(const ObjectName& name, const DropObjectStmt& stmt);

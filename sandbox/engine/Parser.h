@@ -2,6 +2,7 @@
 // before anything of the batch runs.
 #pragma once
 
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -61,6 +62,7 @@ class Parser {
     // Definitions (ParserDefinitions.cpp)
     StmtPtr CreateStatement();
     StmtPtr CreateTable(int line);
+    void NoteTemporary(const std::u16string& name);
     StmtPtr CreateIndex(int line, bool unique, bool clustered);
     StmtPtr CreateView(int line, std::size_t start, bool alter);
     StmtPtr CreateProcedure(int line, std::size_t start, bool alter);
@@ -80,7 +82,10 @@ class Parser {
     void ReferencesTail(ConstraintDef& constraint);
     std::vector<std::pair<std::u16string, bool>> KeyColumns();
     std::vector<std::u16string> NameList();
-    void SkipIndexOptions();
+    bool IndexOptions();
+    std::u16string IndexFilter(const CreateIndexStmt& index);
+    std::u16string FilterConstant(const CreateIndexStmt& index);
+    [[noreturn]] static void RefuseFilter(const CreateIndexStmt& index);
     std::u16string DefaultText();
     TypeSpec Type();
     Parameter ProcedureParameter();
@@ -139,6 +144,7 @@ class Parser {
     std::size_t lastEnd_ = 0;  // end of the token taken last
     int depth_ = 0;
     bool inProcedure_ = false;
+    std::set<std::u16string> temporary_;  // tables that the batch makes
 };
 
 // The words that cannot be names without quotes.

@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <iterator>
+
 #include "sandbox/engine/Collation.h"
 #include "sandbox/engine/Parser.h"
 #include "sandbox/engine/SqlError.h"
@@ -145,6 +148,7 @@ StmtPtr Parser::CreateDatabase(int line) {
 StmtPtr Parser::CreateTable(int line) {
     auto s = std::make_unique<CreateTableStmt>(line);
     s->table = TakeObjectName();
+    NoteTemporary(s->table.name);
     ExpectSymbol(u"(");
     do {
         if (IsSymbol(u")")) break;
@@ -161,6 +165,13 @@ StmtPtr Parser::CreateTable(int line) {
         TakeNameOrString();
     }
     return s;
+}
+
+// A batch that makes a temporary table twice does not compile, whatever it drops in between.
+void Parser::NoteTemporary(const std::u16string& name) {
+    if (!name.starts_with(u"#")) return;
+    if (temporary_.insert(FoldName(name)).second) return;
+    throw SqlError(2714, Format(u"There is already an object named '%1' in the database.", {name}));
 }
 
 ColumnDef Parser::Column() {
@@ -324,7 +335,7 @@ void Parser::KeyTail(ConstraintDef& c, const std::u16string* column) {
         if (column == nullptr) Unexpected();
         c.columns.emplace_back(*column, false);
     }
-    SkipIndexOptions();
+    c.ignoreDuplicates = IndexOptions();
 }
 
 void Parser::ReferencesTail(ConstraintDef& c) {
@@ -376,15 +387,19 @@ std::vector<std::u16string> Parser::NameList() {
     return names;
 }
 
-// WITH (FILLFACTOR = 90, ...), WITH FILLFACTOR = 90, ON [PRIMARY]: storage only.
-void Parser::SkipIndexOptions() {
+// WITH (FILLFACTOR = 90, ...), WITH FILLFACTOR = 90, ON [PRIMARY]: storage only, but for
+// IGNORE_DUP_KEY, which is what is returned.
+bool Parser::IndexOptions() {
+    bool ignoreDuplicates = false;
     if (IsWord(u"WITH") && (IsSymbol(u"(", 1) || IsWord(u"FILLFACTOR", 1) ||
                             IsWord(u"PAD_INDEX", 1) || IsWord(u"DROP_EXISTING", 1))) {
         Take();
         const bool parenthesised = TakeSymbol(u"(");
         do {
-            Take();
-            if (TakeSymbol(u"=")) Take();
+            const bool duplicates = SameName(Take().text, u"IGNORE_DUP_KEY");
+            std::u16string value = u"ON";
+            if (TakeSymbol(u"=")) value = Take().text;
+            if (duplicates) ignoreDuplicates = SameName(value, u"ON");
         } while (TakeSymbol(u","));
         if (parenthesised) ExpectSymbol(u")");
     }
@@ -392,6 +407,73 @@ void Parser::SkipIndexOptions() {
         Take();
         Take();
     }
+    return ignoreDuplicates;
+}
+
+namespace {
+
+std::u16string Bracketed(const std::u16string& name) {
+    std::u16string text = u"[";
+    for (const char16_t unit : name)
+        text.append(unit == u']' ? 2 : 1, unit);
+    return text + u"]";
+}
+
+bool IsConstant(const Expr& e) {
+    return e.kind == ExprKind::Literal || (e.kind == ExprKind::Unary && IsConstant(*e.args[0]));
+}
+
+}  // namespace
+
+// A constant as the catalog writes it: numbers in parentheses.
+std::u16string Parser::FilterConstant(const CreateIndexStmt& index) {
+    const std::size_t start = Peek().start;
+    const bool text = Peek().kind == TokenKind::String;
+    const ExprPtr constant = Additive();
+    if (!IsConstant(*constant)) RefuseFilter(index);
+    const std::u16string written(TextSince(start));
+    return text ? written : u"(" + written + u")";
+}
+
+void Parser::RefuseFilter(const CreateIndexStmt& index) {
+    throw SqlError(10735,
+                   Format(u"Incorrect WHERE clause for filtered index '%1' on table '%2'.",
+                          {index.name, index.table.Text()}),
+                   15);
+}
+
+// Conjunctions only, each of one column with constants.
+std::u16string Parser::IndexFilter(const CreateIndexStmt& index) {
+    std::u16string filter;
+    int open = 0;
+    do {
+        while (TakeSymbol(u"("))
+            ++open;
+        filter += (filter.empty() ? u"(" : u" AND ") + Bracketed(TakeName());
+        if (TakeWord(u"IS")) {
+            filter += TakeWord(u"NOT") ? u" IS NOT NULL" : u" IS NULL";
+            ExpectWord(u"NULL");
+        } else if (TakeWord(u"IN")) {
+            ExpectSymbol(u"(");
+            filter += u" IN (" + FilterConstant(index);
+            while (TakeSymbol(u","))
+                filter += u", " + FilterConstant(index);
+            ExpectSymbol(u")");
+            filter += u")";
+        } else {
+            const std::u16string comparison(Take().text);
+            static constexpr std::u16string_view Known[] = {u"=", u"<>", u"!=", u">", u">=",
+                                                            u"<", u"<=", u"!>", u"!<"};
+            if (std::find(std::begin(Known), std::end(Known), comparison) == std::end(Known)) {
+                RefuseFilter(index);
+            }
+            filter += comparison + FilterConstant(index);
+        }
+        while (open > 0 && TakeSymbol(u")"))
+            --open;
+    } while (TakeWord(u"AND"));
+    if (open > 0 || IsWord(u"OR")) RefuseFilter(index);
+    return filter + u")";
 }
 
 StmtPtr Parser::CreateIndex(int line, bool unique, bool clustered) {
@@ -403,7 +485,8 @@ StmtPtr Parser::CreateIndex(int line, bool unique, bool clustered) {
     s->table = TakeObjectName();
     s->columns = KeyColumns();
     if (TakeWord(u"INCLUDE")) s->included = NameList();
-    SkipIndexOptions();
+    if (TakeWord(u"WHERE")) s->filter = IndexFilter(*s);
+    s->ignoreDuplicates = IndexOptions();
     return s;
 }
 

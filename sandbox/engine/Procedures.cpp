@@ -187,6 +187,7 @@ void Executor::RunScope(const std::vector<StmtPtr>& statements, Frame& frame,
     ++nesting_;
     const auto leave = [&] {
         --nesting_;
+        DropTemporaryTables(frame);
         context_.frame = caller;
         if (!context_.options.SameIdentityInsert(options)) context_.BumpGeneration();
         context_.options = options;

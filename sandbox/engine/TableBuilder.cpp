@@ -264,6 +264,7 @@ void TableBuilder::AddKey(const TableMeta& table, const ConstraintDef& def) {
     index.unique = true;
     index.primaryKey = primary;
     index.uniqueConstraint = !primary;
+    index.ignoreDuplicates = def.ignoreDuplicates;
     index.clustered = def.clustered;
     if (primary) {
         for (const IndexMeta& x : table.indexes) {
@@ -330,7 +331,7 @@ void TableBuilder::AddForeignKey(const TableMeta& table, const ConstraintDef& de
     }
     int indexId = 0;
     for (const IndexMeta& x : parent->indexes) {
-        if (!x.unique || indexId != 0) continue;
+        if (!x.unique || !x.filter.empty() || indexId != 0) continue;
         std::vector<int> keys;
         for (const IndexColumn& k : x.columns) {
             if (!k.included) keys.push_back(k.columnId);

@@ -100,9 +100,28 @@ void CreateStorageIndex(Context& context, Catalog& catalog, const TableMeta& tab
         columns +=
             (columns.empty() ? "" : ",") + KeySql(c, index.unique) + (k.descending ? " DESC" : "");
     }
+    std::string filter;
+    if (!index.filter.empty()) {
+        filter =
+            " WHERE " + TableExpression(context, table, index.filter, "", true, nullptr, nullptr);
+    }
     context.store.Execute(std::string("CREATE ") + (index.unique ? "UNIQUE " : "") + "INDEX " +
                           catalog.Prefix() + IndexName(table, index) + " ON " + table.storage +
-                          "(" + columns + ")");
+                          "(" + columns + ")" + filter);
+}
+
+std::string IgnoredConflicts(const TableMeta& table) {
+    std::string clauses;
+    for (const IndexMeta& index : table.indexes) {
+        if (!index.ignoreDuplicates) continue;
+        std::string columns;
+        for (const IndexColumn& k : index.columns) {
+            if (k.included) continue;
+            columns += (columns.empty() ? "" : ",") + KeySql(*table.FindById(k.columnId), true);
+        }
+        clauses += " ON CONFLICT(" + columns + ") DO NOTHING";
+    }
+    return clauses;
 }
 
 void DropStorageIndex(Context& context, Catalog& catalog, const TableMeta& table,

@@ -15,6 +15,8 @@ void CreateStorageIndex(Context& context, Catalog& catalog, const TableMeta& tab
                         const IndexMeta& index);
 void DropStorageIndex(Context& context, Catalog& catalog, const TableMeta& table,
                       const IndexMeta& index);
+// Behind an INSERT: the rows that indexes with IGNORE_DUP_KEY drop. Empty without such.
+std::string IgnoredConflicts(const TableMeta& table);
 // The unique index that SQLite's message ("o5.c1, o5.c2" or "index 'x'") speaks of.
 const IndexMeta* FindViolatedIndex(const TableMeta& table, const std::string& detail);
 
