@@ -87,6 +87,12 @@ void BatchWriter::Add(std::u16string_view statements) {
     if (written_ >= BatchSize) CloseBatch();
 }
 
+void BatchWriter::AddAlone(std::u16string_view statement) {
+    CloseBatch();
+    Add(statement);
+    CloseBatch();
+}
+
 void BatchWriter::CloseBatch() {
     if (!open_) return;
     ++batch_;

@@ -20,6 +20,8 @@ class BatchWriter {
     void Begin(const std::vector<std::u16string>& comments);
     // One statement, or several that belong together, of whole lines without the last line end.
     void Add(std::u16string_view statements);
+    // In a batch of its own.
+    void AddAlone(std::u16string_view statement);
     // `cleanUp`: statements that run whatever has happened.
     void End(const std::vector<std::u16string>& cleanUp);
 

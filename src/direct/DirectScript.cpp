@@ -8,6 +8,7 @@
 #include "catalog/Database.h"
 #include "catalog/Identifiers.h"
 #include "catalog/Login.h"
+#include "catalog/UniqueIndexFacts.h"
 #include "core/TableEntry.h"
 #include "core/Text.h"
 #include "data/Recordset.h"
@@ -43,7 +44,7 @@ struct Target {
     std::size_t table = 0;  // position in the list of tables
     DirectShape shape;
     std::uint64_t inserts = 0, updates = 0, deletes = 0;
-    Positions unique;  // columns outside of the key that are in a unique index
+    Positions unique;  // columns outside of the key that are updated and that a unique index sees
     WrittenTable written;
 };
 
@@ -160,6 +161,7 @@ class DirectScriptWriter::Impl {
         const ObjectFacts* const facts = FindObject(objects, name);
         if (facts == nullptr) ThrowObjectNotFound(name, database_.DatabaseName());
         if (facts->IsView) return false;
+        const auto unique = ReadUniqueIndexFacts(connection_, version_, name);
         WrittenTable& written = target.written;
         written.name = name;
         written.inserts = target.inserts > 0;
@@ -168,14 +170,13 @@ class DirectScriptWriter::Impl {
             DirectColumn& column = target.shape.columns[i];
             ColumnFacts& own = FactsOf(column);
             own.DatabaseCodePage = page_;
-            const bool unique = IsInUniqueIndex(*facts, own.Name);
-            // an identity is never set: see below
-            if (unique && !column.key && !own.Identity) target.unique.push_back(i);
+            const bool seen = IsSeen(unique, own.Name);
             written.columns.push_back(own.Name);
             written.changed.push_back(target.updates > 0 && result.changedCells[i] > 0);
+            if (seen && written.changed.back()) target.unique.push_back(i);
             // without a key a row is found by all of its values only: none can change in between
             const bool found = !target.shape.key.empty();
-            written.mayBeNull.push_back(found && own.AllowNulls && !unique && !column.key);
+            written.mayBeNull.push_back(found && own.AllowNulls && !seen && !column.key);
             if (written.changed.back() && own.Identity) {
                 throw Error(ErrorNumber::Comparison, u"Table " +
                                                          MakeTableEntry(name.Owner, name.Name) +
@@ -186,16 +187,14 @@ class DirectScriptWriter::Impl {
         return true;
     }
 
-    static bool IsInUniqueIndex(const ObjectFacts& facts, const std::u16string& column) {
-        return std::any_of(
-            facts.Indexes.begin(), facts.Indexes.end(), [&](const IndexFacts& index) {
-                const bool unique = index.Has(IndexType::PrimaryKey) ||
-                                    index.Has(IndexType::UniqueConstraint) ||
-                                    index.Has(IndexType::Unique);
-                return unique &&
-                       std::any_of(index.Columns.begin(), index.Columns.end(),
-                                   [&](const std::u16string& name) { return name == column; });
-            });
+    // Whether a unique index looks at the column: rows may have to swap its values.
+    static bool IsSeen(const std::vector<UniqueIndexFacts>& indexes, const std::u16string& column) {
+        return std::any_of(indexes.begin(), indexes.end(), [&](const UniqueIndexFacts& index) {
+            return !index.Known || std::any_of(index.Columns.begin(), index.Columns.end(),
+                                               [&](const std::u16string& name) {
+                                                   return EqualIgnoringCase(name, column);
+                                               });
+        });
     }
 
     // ---- the script ----------------------------------------------------------------------------
@@ -337,7 +336,9 @@ class DirectScriptWriter::Impl {
         Visit(i,
               [&](const DirectRow* row, const DirectRow* source, const std::vector<bool>& changed) {
                   if (row == nullptr || source == nullptr) return;
-                  if (!Both(changed, unique).empty()) writer.Update(*row, *source, unique, true);
+                  if (!Both(changed, unique).empty()) {
+                      writer.UpdateTogether(*row, *source, unique);
+                  }
               });
         writer.Flush();
         Visit(i,
@@ -350,7 +351,7 @@ class DirectScriptWriter::Impl {
                           others.push_back(column);
                       }
                   }
-                  writer.Update(*row, *source, others, false);
+                  writer.Update(*row, *source, others);
               });
     }
 

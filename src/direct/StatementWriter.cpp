@@ -1,24 +1,18 @@
 #include "direct/StatementWriter.h"
 
 #include <algorithm>
-#include <numeric>
 #include <tuple>
 
 #include "catalog/Identifiers.h"
 #include "core/TableEntry.h"
 #include "core/Text.h"
+#include "direct/StatementText.h"
 #include "direct/VariantCell.h"
 
 namespace QuillonLib {
 
 namespace {
 
-// Of a list of rows. Servers compile one with more than 1,000 literals many times as long for each
-// row as a shorter one.
-constexpr std::size_t MaxListRows = 500;
-constexpr std::size_t MaxListCells = 500;
-constexpr std::size_t MaxRowsTogether = 4000;
-constexpr std::size_t MaxListText = std::size_t{32} << 10;     // characters
 constexpr std::size_t MaxGatheredText = std::size_t{1} << 20;  // of all groups
 constexpr std::size_t MaxShownKey = 200;
 
@@ -29,50 +23,11 @@ bool Contains(const std::vector<std::size_t>& list, std::size_t item) {
     return std::find(list.begin(), list.end(), item) != list.end();
 }
 
-std::u16string Numbered(char16_t letter, std::size_t number) {
-    return letter + ToText(static_cast<std::int64_t>(number) + 1);
-}
-
-void AppendTerm(std::u16string& out, std::u16string_view separator, std::u16string_view term) {
-    if (!out.empty()) out += separator;
-    out += term;
-}
-
-std::u16string Joined(const std::vector<std::u16string>& parts) {
-    std::u16string out;
-    for (const std::u16string& part : parts)
-        AppendTerm(out, u", ", part);
-    return out;
-}
-
-std::size_t Size(const std::vector<std::u16string>& parts) {
-    return std::accumulate(parts.begin(), parts.end(), std::size_t{0},
-                           [](std::size_t size, const auto& part) { return size + part.size(); });
-}
-
-// No half of a surrogate pair.
-std::u16string_view Beginning(std::u16string_view text, std::size_t most) {
-    if (text.size() <= most) return text;
-    const bool cuts = text[most] >= 0xDC00 && text[most] < 0xE000;
-    return text.substr(0, cuts ? most - 1 : most);
-}
-
-// RAISERROR takes "%" for a place.
-std::u16string MessageText(std::u16string_view text) {
-    std::u16string out;
-    for (const char16_t unit : text) {
-        const bool control = unit < 0x20 || unit == 0x7F;
-        out.push_back(control ? u' ' : unit);
-        if (unit == u'%' || unit == u'\'') out.push_back(unit);
-    }
-    return out;
-}
-
 }  // namespace
 
 bool StatementWriter::Shape::operator<(const Shape& other) const {
-    return std::tie(kind, together, conditions, columns) <
-           std::tie(other.kind, other.together, other.conditions, other.columns);
+    return std::tie(kind, conditions, columns) <
+           std::tie(other.kind, other.conditions, other.columns);
 }
 
 StatementWriter::StatementWriter(const DirectShape& shape, int target, const StatementStyle& style,
@@ -86,6 +41,16 @@ StatementWriter::StatementWriter(const DirectShape& shape, int target, const Sta
         ofSource_.emplace_back(name, from, to);
         ofTarget_.emplace_back(name, to, to);
     }
+    MakeInserts();
+}
+
+void StatementWriter::MakeInserts() {
+    InsertLists::Table table{table_, {}, {}, WritesIdentity(), style_.lists, {}};
+    for (std::size_t i = 0; i < shape_.columns.size(); ++i) {
+        table.columns.push_back(QuoteIdentifier(TargetFacts(i).Name));
+        table.nulls.push_back(TypedNull(i));
+    }
+    inserts_.emplace(std::move(table), batches_);
 }
 
 const ColumnFacts& StatementWriter::TargetFacts(std::size_t column) const {
@@ -205,13 +170,7 @@ void StatementWriter::Insert(const DirectRow& source,
         values.push_back(without ? ofSource_[i].Of(Value::Null()) : ofSource_[i].Of(source[i]));
         alone = alone || (!without && ofSource_[i].StandsAlone(source[i]));
     }
-    if (alone) FlushInserts();
-    insertsGathered_ += Size(values);
-    inserts_.push_back(std::move(values));
-    if (alone || !style_.lists || inserts_.size() == MaxListRows ||
-        inserts_.size() * source.size() >= MaxListCells || insertsGathered_ >= MaxListText) {
-        FlushInserts();
-    }
+    inserts_->Add(std::move(values), alone);
 }
 
 void StatementWriter::Delete(const DirectRow& row, const std::vector<std::size_t>& unguarded) {
@@ -227,28 +186,34 @@ void StatementWriter::Delete(const DirectRow& row, const std::vector<std::size_t
 }
 
 void StatementWriter::Update(const DirectRow& row, const DirectRow& source,
-                             const std::vector<std::size_t>& columns, bool together) {
+                             const std::vector<std::size_t>& columns) {
     if (columns.empty()) return;
-    Shape shape{Kind::Update, {}, columns, together};
-    AddConditions(shape, row, true, columns);
-    Line line = MakeLine(shape, row, true);
     bool alone = false;
-    for (const std::size_t column : columns) {
-        line.values.push_back(ofSource_[column].Of(source[column]));
-        alone = alone || ofSource_[column].StandsAlone(source[column]);
-    }
+    Shape shape{Kind::Update, {}, columns};
+    Line line = MakeUpdate(shape, row, source, alone);
     Take(shape, std::move(line), alone);
 }
 
+StatementWriter::Line StatementWriter::MakeUpdate(Shape& shape, const DirectRow& row,
+                                                  const DirectRow& source, bool& alone) const {
+    AddConditions(shape, row, true, shape.columns);
+    Line line = MakeLine(shape, row, true);
+    for (const std::size_t column : shape.columns) {
+        line.values.push_back(ofSource_[column].Of(source[column]));
+        alone = alone || ofSource_[column].StandsAlone(source[column]);
+    }
+    return line;
+}
+
 void StatementWriter::Empty(const DirectRow& row, const std::vector<std::size_t>& columns) {
-    Shape shape{Kind::Empty, {}, columns, false};
+    Shape shape{Kind::Empty, {}, columns};
     AddConditions(shape, row, true, columns);
     Line line = MakeLine(shape, row, true);
     Take(shape, std::move(line), false);
 }
 
 void StatementWriter::Complete(const DirectRow& source, const std::vector<std::size_t>& columns) {
-    Shape shape{Kind::Update, {}, columns, false};
+    Shape shape{Kind::Update, {}, columns};
     AddConditions(shape, source, false, {});
     Line line = MakeLine(shape, source, false);
     bool alone = false;
@@ -274,7 +239,8 @@ void StatementWriter::Flush() {
         Write(shape, lines);
     groups_.clear();
     gathered_ = 0;
-    FlushInserts();
+    FlushTogether();
+    inserts_->Flush();
 }
 
 // ---- statements --------------------------------------------------------------------------------
@@ -283,27 +249,9 @@ std::u16string StatementWriter::TypedNull(std::size_t column) const {
     return u"CAST(NULL AS " + ofSource_[column].ListType() + u")";
 }
 
-void StatementWriter::FlushInserts() {
-    if (inserts_.empty()) return;
-    std::vector<std::u16string> names;
-    bool identity = false;
-    for (std::size_t i = 0; i < shape_.columns.size(); ++i) {
-        names.push_back(QuoteIdentifier(TargetFacts(i).Name));
-        identity = identity || TargetFacts(i).Identity;
-        // the first row gives a list its types
-        if (inserts_.size() > 1 && inserts_.front()[i] == u"NULL") {
-            inserts_.front()[i] = TypedNull(i);
-        }
-    }
-    std::u16string text;
-    if (identity) text += u"SET IDENTITY_INSERT " + table_ + u" ON\r\n";
-    text += u"INSERT INTO " + table_ + u" (" + Joined(names) + u") VALUES";
-    for (std::size_t i = 0; i < inserts_.size(); ++i)
-        text += (i == 0 ? u"\r\n(" : u",\r\n(") + Joined(inserts_[i]) + u")";
-    if (identity) text += u"\r\nSET IDENTITY_INSERT " + table_ + u" OFF";
-    batches_.Add(text);
-    inserts_.clear();
-    insertsGathered_ = 0;
+std::u16string StatementWriter::TypedNull(const Condition& condition) const {
+    if (condition.exact) return u"CAST(NULL AS varbinary(max))";
+    return u"CAST(NULL AS " + ofTarget_[condition.column].ListType() + u")";
 }
 
 std::u16string StatementWriter::Check(std::size_t expected, const Line& first) const {
@@ -326,16 +274,13 @@ void StatementWriter::Write(const Shape& shape, const std::vector<Line>& lines) 
     std::vector<Line> part;
     std::size_t size = 0;
     const std::size_t cells = shape.conditions.size() + shape.columns.size();
-    const std::size_t rows = shape.together
-                                 ? MaxRowsTogether
-                                 : std::clamp<std::size_t>(MaxListCells / cells, 1, MaxListRows);
-    const std::size_t room = shape.together ? MaxGatheredText : MaxListText;
+    const std::size_t rows = std::clamp<std::size_t>(MaxListCells / cells, 1, MaxListRows);
     for (const Line& line : lines) {
         size += Size(line.values);
         for (const Cell& cell : line.conditions)
             size += cell.literal.size();
         part.push_back(line);
-        if (part.size() < rows && size < room) continue;
+        if (part.size() < rows && size < MaxListText) continue;
         WriteList(shape, part);
         part.clear();
         size = 0;
@@ -343,9 +288,19 @@ void StatementWriter::Write(const Shape& shape, const std::vector<Line>& lines) 
     if (!part.empty()) WriteList(shape, part);
 }
 
-void StatementWriter::WriteList(const Shape& shape, const std::vector<Line>& lines) {
-    if (lines.size() == 1) return WriteSingle(shape, lines.front());
-    std::u16string names, join, sets;
+std::u16string StatementWriter::Sets(const Shape& shape) const {
+    std::u16string sets;
+    for (std::size_t i = 0; i < shape.columns.size(); ++i) {
+        const std::u16string name = QuoteIdentifier(TargetFacts(shape.columns[i]).Name);
+        const std::u16string value =
+            shape.kind == Kind::Empty ? u"NULL" : u"v." + Numbered(u'n', i);
+        AppendTerm(sets, u", ", name + u" = " + value);
+    }
+    return sets;
+}
+
+std::u16string StatementWriter::Join(const Shape& shape, const std::vector<bool>& anyNull) const {
+    std::u16string join;
     for (std::size_t i = 0; i < shape.conditions.size(); ++i) {
         std::u16string own = u"v." + Numbered(u'k', i);
         // that of the list is the database's
@@ -354,22 +309,28 @@ void StatementWriter::WriteList(const Shape& shape, const std::vector<Line>& lin
             own += u" COLLATE " + facts.Collation;
         }
         const std::u16string column = LeftSide(shape.conditions[i], u"t.");
-        AppendTerm(names, u", ", Numbered(u'k', i));
-        const bool anyNull = std::any_of(lines.begin(), lines.end(),
-                                         [&](const Line& line) { return line.conditions[i].null; });
         const std::u16string equal = column + u" = " + own;
         AppendTerm(join, u" AND ",
-                   anyNull ? u"(" + equal + u" OR " + column + u" IS NULL AND " + own + u" IS NULL)"
-                           : equal);
+                   anyNull[i]
+                       ? u"(" + equal + u" OR " + column + u" IS NULL AND " + own + u" IS NULL)"
+                       : equal);
     }
-    for (std::size_t i = 0; i < shape.columns.size(); ++i) {
-        const std::u16string name = QuoteIdentifier(TargetFacts(shape.columns[i]).Name);
-        const bool empties = shape.kind == Kind::Empty;
-        if (!empties) AppendTerm(names, u", ", Numbered(u'n', i));
-        AppendTerm(sets, u", ", name + u" = " + (empties ? u"NULL" : u"v." + Numbered(u'n', i)));
+    return join;
+}
+
+void StatementWriter::WriteList(const Shape& shape, const std::vector<Line>& lines) {
+    if (lines.size() == 1) return WriteSingle(shape, lines.front());
+    std::u16string names;
+    std::vector<bool> anyNull;
+    for (std::size_t i = 0; i < shape.conditions.size(); ++i) {
+        AppendTerm(names, u", ", Numbered(u'k', i));
+        anyNull.push_back(std::any_of(lines.begin(), lines.end(),
+                                      [&](const Line& line) { return line.conditions[i].null; }));
     }
+    for (std::size_t i = 0; shape.kind == Kind::Update && i < shape.columns.size(); ++i)
+        AppendTerm(names, u", ", Numbered(u'n', i));
     std::u16string text =
-        shape.kind == Kind::Delete ? std::u16string(u"DELETE t") : u"UPDATE t SET " + sets;
+        shape.kind == Kind::Delete ? std::u16string(u"DELETE t") : u"UPDATE t SET " + Sets(shape);
     text += u"\r\nFROM " + table_ + u" AS t INNER JOIN (VALUES";
     for (std::size_t row = 0; row < lines.size(); ++row) {
         std::vector<std::u16string> cells;
@@ -377,10 +338,7 @@ void StatementWriter::WriteList(const Shape& shape, const std::vector<Line>& lin
             const Cell& cell = lines[row].conditions[i];
             const Condition& condition = shape.conditions[i];
             const bool typed = row == 0 && cell.literal == u"NULL";
-            const std::u16string null =
-                condition.exact ? u"CAST(NULL AS varbinary(max))"
-                                : u"CAST(NULL AS " + ofTarget_[condition.column].ListType() + u")";
-            cells.push_back(typed ? null : cell.literal);
+            cells.push_back(typed ? TypedNull(condition) : cell.literal);
         }
         for (std::size_t i = 0; i < lines[row].values.size(); ++i) {
             const std::u16string& literal = lines[row].values[i];
@@ -388,7 +346,7 @@ void StatementWriter::WriteList(const Shape& shape, const std::vector<Line>& lin
         }
         text += (row == 0 ? u"\r\n(" : u",\r\n(") + Joined(cells) + u")";
     }
-    text += u"\r\n) AS v (" + names + u") ON " + join;
+    text += u"\r\n) AS v (" + names + u") ON " + Join(shape, anyNull);
     batches_.Add(text + Check(lines.size(), lines.front()));
 }
 

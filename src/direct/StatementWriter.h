@@ -3,11 +3,13 @@
 
 #include <cstddef>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "direct/BatchWriter.h"
 #include "direct/DirectResult.h"
+#include "direct/InsertLists.h"
 #include "direct/SqlText.h"
 
 namespace QuillonLib {
@@ -30,10 +32,13 @@ class StatementWriter {
     void Insert(const DirectRow& source, const std::vector<std::size_t>& withoutValue);
     // The row of the target's side.
     void Delete(const DirectRow& row, const std::vector<std::size_t>& unguarded);
-    // Sets columns of the row that the target has to what they are in the other's. `together`: as
-    // many rows as can be in one statement, for they may swap values that have to be unique.
+    // Sets columns of the row that the target has to what they are in the other's.
     void Update(const DirectRow& row, const DirectRow& source,
-                const std::vector<std::size_t>& columns, bool together);
+                const std::vector<std::size_t>& columns);
+    // The same with one statement for all rows until Flush, however many: they may swap values that
+    // have to be unique. `columns`: the same for all of them, and not empty.
+    void UpdateTogether(const DirectRow& row, const DirectRow& source,
+                        const std::vector<std::size_t>& columns);
     // Sets columns to NULL.
     void Empty(const DirectRow& row, const std::vector<std::size_t>& columns);
     // Sets columns of a row that was inserted.
@@ -67,8 +72,23 @@ class StatementWriter {
         Kind kind = Kind::Delete;
         std::vector<Condition> conditions;
         std::vector<std::size_t> columns;
-        bool together = false;
         bool operator<(const Shape& other) const;
+    };
+    // A row of UpdateTogether that has not been written yet.
+    struct Pending {
+        DirectRow row;
+        DirectRow source;
+        Shape shape;
+        Line line;
+        bool alone = false;
+    };
+    // Rows of UpdateTogether in a temporary table.
+    struct Waiting {
+        Shape shape;
+        InsertLists rows;
+        std::vector<bool> anyNull;  // of each condition
+        Line first;
+        std::size_t count = 0;
     };
 
     const ColumnFacts& TargetFacts(std::size_t column) const;
@@ -82,10 +102,18 @@ class StatementWriter {
     void WriteList(const Shape& shape, const std::vector<Line>& lines);
     void WriteSingle(const Shape& shape, const Line& line);
     void DeleteWhole(const DirectRow& row);
-    void FlushInserts();
+    void MakeInserts();
+    Line MakeUpdate(Shape& shape, const DirectRow& row, const DirectRow& source, bool& alone) const;
+    bool FitsOneList() const;
+    void MakeWaiting(const std::vector<std::size_t>& columns);
+    void AddWaiting(const DirectRow& row, const DirectRow& source);
+    void FlushTogether();
+    std::u16string Sets(const Shape& shape) const;
+    std::u16string Join(const Shape& shape, const std::vector<bool>& anyNull) const;
     std::u16string LeftSide(const Condition& condition, const std::u16string& prefix) const;
     std::u16string Check(std::size_t expected, const Line& first) const;
     std::u16string TypedNull(std::size_t column) const;
+    std::u16string TypedNull(const Condition& condition) const;
 
     const DirectShape& shape_;
     int target_;
@@ -95,9 +123,10 @@ class StatementWriter {
     std::vector<ColumnLiterals> ofSource_;  // what the source's cells are in the target
     std::vector<ColumnLiterals> ofTarget_;
     std::map<Shape, std::vector<Line>> groups_;
-    std::vector<std::vector<std::u16string>> inserts_;
     std::size_t gathered_ = 0;  // characters
-    std::size_t insertsGathered_ = 0;
+    std::optional<InsertLists> inserts_;
+    std::vector<Pending> pending_;
+    std::optional<Waiting> waiting_;
 };
 
 }  // namespace QuillonLib

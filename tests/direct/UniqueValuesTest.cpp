@@ -1,0 +1,186 @@
+// Scripts in which rows take over values that have to be unique.
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <string>
+
+#include "catalog/UniqueIndexFacts.h"
+#include "tests/direct/ScriptFixture.h"
+
+namespace QuillonLib {
+namespace {
+
+class UniqueValues : public ScriptFixture, public ::testing::WithParamInterface<bool> {
+  protected:
+    UniqueValues() { scripted.guard = GetParam(); }
+
+    // Rows 0 to `count` - 1; `code` is an expression of @i.
+    static std::u16string Fill(int count, const std::u16string& values) {
+        return u"DECLARE @i int SET @i = 0 WHILE @i < " + ToText(count) +
+               u" BEGIN INSERT t VALUES (" + values + u") SET @i = @i + 1 END";
+    }
+};
+INSTANTIATE_TEST_SUITE_P(WithAndWithoutGuard, UniqueValues, ::testing::Bool());
+
+// The first and the last row swap theirs, and every row between takes that of its neighbour.
+TEST_P(UniqueValues, ChangeHandsOverAnyDistance) {
+    RunOnBoth(u"CREATE TABLE t (id int PRIMARY KEY, code varchar(9) NOT NULL UNIQUE, a int)");
+    RunOn1(Fill(6000, u"@i, CAST(@i AS varchar(9)), 1"));
+    RunOn2(Fill(6000, u"@i, CAST((@i + 5999) % 6000 AS varchar(9)), 2"));
+    ExpectToConverge({u"t"});
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM t WHERE code = CAST(id AS varchar(9)) AND a = 1"),
+              u"6000");
+}
+
+TEST_P(UniqueValues, OfTheFirstAndTheLastRowOnly) {
+    RunOnBoth(
+        u"CREATE TABLE t (id int PRIMARY KEY, code int NULL, part int, n int,"
+        u" CONSTRAINT UQ UNIQUE (code, part))");
+    RunOn1(Fill(700, u"@i, @i, 0, @i") + u" UPDATE t SET code = NULL WHERE id = 0");
+    RunOn2(Fill(700, u"@i, @i, @i % 2, -@i") +
+           u" UPDATE t SET code = NULL, part = 0 WHERE id = 699"
+           u" UPDATE t SET code = 699 WHERE id = 0");
+    ExpectToConverge({u"t"});
+}
+
+TEST_P(UniqueValues, OfPrimaryKeysThatAreNotTheKey) {
+    keyColumns = {u"name"};
+    RunOnBoth(
+        u"CREATE TABLE t (name nvarchar(20) COLLATE Latin1_General_CS_AS NOT NULL UNIQUE,"
+        u" place int NOT NULL PRIMARY KEY)");
+    RunOn1(Fill(1500, u"N'n' + CAST(@i AS nvarchar(9)), @i"));
+    RunOn2(Fill(1500, u"N'n' + CAST(1499 - @i AS nvarchar(9)), @i"));
+    ExpectToConverge({u"t"});
+}
+
+TEST_P(UniqueValues, OfSeveralTables) {
+    for (const auto* name : {u"t", u"[u u]"}) {
+        RunOnBoth(std::u16string(u"CREATE TABLE ") + name +
+                  u" (id int PRIMARY KEY, code int UNIQUE)");
+    }
+    RunOn1(Fill(600, u"@i, @i") + u" INSERT [u u] SELECT id, code FROM t");
+    RunOn2(Fill(600, u"@i, 599 - @i") + u" INSERT [u u] SELECT id, code FROM t");
+    ExpectToConverge({u"t", u"u u"});
+}
+
+// Bytes without a character of their own are written as bytes, and no list holds them beside text
+// of Unicode.
+TEST_P(UniqueValues, OfEveryKindOfText) {
+    RunOnBoth(
+        u"CREATE TABLE t (id varchar(9) COLLATE Latin1_General_BIN PRIMARY KEY,"
+        u" code varchar(9) COLLATE Cyrillic_General_CI_AS NULL UNIQUE, w nvarchar(9) UNIQUE)");
+    RunOn1(
+        u"INSERT t VALUES ('a', CAST(0x81C0 AS varchar(9)), N'x'),"
+        u" (CAST(0x98 AS varchar(9)), 'x', N'\u0416'), (CAST(0xE9 AS varchar(9)), NULL, N'')");
+    RunOn2(
+        u"INSERT t VALUES ('a', 'x', N''),"
+        u" (CAST(0x98 AS varchar(9)), NULL, N'x'), (CAST(0xE9 AS varchar(9)), "
+        u"CAST(0x81C0 AS varchar(9)), N'\u0416')");
+    ExpectToConverge({u"t"});
+}
+
+TEST_P(UniqueValues, OnServersWithoutLists) {
+    sandbox::ServerSettings settings;
+    settings.name = u"OLD";
+    settings.version = "9.00.5000";
+    sandbox::Sandbox olderBox;
+    sandbox::Server& older = olderBox.AddServer(settings);
+    older.Run(u"CREATE DATABASE w");
+    two = MakeDatabase(older, u"w");
+    const std::u16string table = u"CREATE TABLE t (id int PRIMARY KEY, code int UNIQUE)\n";
+    RunOn1(table + u"INSERT t VALUES (1, 2) INSERT t VALUES (2, 1) INSERT t VALUES (3, 4)");
+    older.Run(u"USE w\nGO\n" + table +
+              u"INSERT t VALUES (1, 1) INSERT t VALUES (2, 2) INSERT t VALUES (3, 3)");
+    EXPECT_EQ(Script({u"t"}).find(u"(VALUES"), std::u16string::npos);
+    ExpectToConverge({u"t"});
+}
+
+// Rows enter and leave such an index by columns that are not in it.
+TEST_P(UniqueValues, OfIndexesWithAFilter) {
+    RunOnBoth(
+        u"CREATE TABLE t (id int PRIMARY KEY, code int, active bit, note int NULL)"
+        u" CREATE UNIQUE INDEX ux ON t (code) WHERE active = 1");
+    // pairs of one code: the later row is the active one, and gives that up to the earlier
+    RunOn1(Fill(1400, u"@i, @i % 700, CASE WHEN @i < 700 THEN 1 ELSE 0 END, 1"));
+    RunOn2(Fill(1400, u"@i, @i % 700, CASE WHEN @i < 700 THEN 0 ELSE 1 END, 2"));
+    ExpectToConverge({u"t"});
+}
+
+TEST_P(UniqueValues, OfComputedColumns) {
+    RunOnBoth(
+        u"CREATE TABLE t (id int PRIMARY KEY, a int, b AS (a + 1), c int)"
+        u" CREATE UNIQUE INDEX ux ON t (b)");
+    RunOn1(u"INSERT t (id, a, c) VALUES (1, 1, 1), (2, 2, 2)");
+    RunOn2(u"INSERT t (id, a, c) VALUES (1, 2, 1), (2, 1, 3)");
+    ExpectToConverge({u"t"});
+}
+
+// A column that a filter looks at is not NULL for the time being.
+TEST_P(UniqueValues, OfAFilterOnAForeignKey) {
+    RunOnBoth(
+        u"CREATE TABLE t (id int PRIMARY KEY, parent int NULL REFERENCES t (id), code int)"
+        u" CREATE UNIQUE INDEX ux ON t (code) WHERE parent IS NULL");
+    RunOn1(u"INSERT t VALUES (1, NULL, 5), (2, 1, 5), (3, 1, 6), (4, 2, 7)");
+    RunOn2(u"INSERT t VALUES (1, NULL, 5), (2, 1, 5), (3, 2, 5), (9, 3, 5)");
+    ExpectToConverge({u"t"});
+}
+
+TEST_P(UniqueValues, AreLeftWhereTheServerRefusesTheResult) {
+    RunOnBoth(u"CREATE TABLE t (id int PRIMARY KEY, code int)");
+    RunOn2(u"CREATE UNIQUE INDEX ux ON t (code)");
+    RunOn1(Fill(800, u"@i, CASE WHEN @i = 799 THEN 5 ELSE @i END"));
+    RunOn2(Fill(800, u"@i, @i + 1"));
+    const Texts errors = Run(Script({u"t"}));
+    ASSERT_EQ(errors.size(), 1U);
+    EXPECT_NE(errors[0].find(u"unique index 'ux'"), std::u16string::npos) << ToUtf8(errors[0]);
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM t WHERE code = id + 1"), u"800");
+}
+
+// Of the rows in a temporary table each is looked at.
+TEST_P(UniqueValues, AreGuarded) {
+    RunOnBoth(u"CREATE TABLE t (id int PRIMARY KEY, code int NULL UNIQUE)");
+    RunOn1(Fill(800, u"@i, NULLIF(@i, 5)"));
+    RunOn2(Fill(800, u"@i, NULLIF(799 - @i, 7)"));
+    const std::u16string script = Script({u"t"});
+    RunOn2(u"UPDATE t SET code = 5000 WHERE id = 790");
+    const Texts errors = Run(script);
+    if (!scripted.guard) {
+        EXPECT_EQ(errors, Texts{});
+        EXPECT_EQ(On2(u"SELECT code FROM t WHERE id = 790"), u"790");
+        return;
+    }
+    ASSERT_EQ(errors.size(), 1U);
+    EXPECT_TRUE(errors[0].ends_with(
+        u"Table [dbo].[t], among the rows from key (0): a row is not as it was compared."))
+        << ToUtf8(errors[0]);
+    EXPECT_EQ(On2(u"SELECT code FROM t WHERE id = 790"), u"5000");
+    EXPECT_EQ(On2(u"SELECT code FROM t WHERE id = 0"), u"799");
+    RunOn2(u"UPDATE t SET code = 9 WHERE id = 790");
+    EXPECT_EQ(Run(script), Texts{});
+}
+
+// What does not change is not written.
+TEST_P(UniqueValues, OfOneColumnLeaveTheOtherAlone) {
+    RunOnBoth(u"CREATE TABLE t (id int PRIMARY KEY, code int UNIQUE, mail int UNIQUE)");
+    RunOn1(Fill(800, u"@i, @i, @i"));
+    RunOn2(Fill(800, u"@i, 799 - @i, @i"));
+    const std::u16string script = Script({u"t"});
+    RunOn2(u"UPDATE t SET mail = 5000 WHERE id = 1");
+    EXPECT_EQ(Run(script), Texts{});
+    EXPECT_EQ(On2(u"SELECT mail FROM t WHERE id = 1"), u"5000");
+    EXPECT_EQ(On2(u"SELECT code FROM t WHERE id = 1"), u"1");
+}
+
+TEST(NamesOfExpressions, AreReadQuotedOrNot) {
+    EXPECT_EQ(NamesIn(u"([Active]=(1) AND [a]]b] IS NOT NULL)"),
+              (Texts{u"Active", u"AND", u"a]b", u"IS", u"NOT", u"NULL"}));
+    EXPECT_EQ(NamesIn(u"(lower([x])+'it''s [no] name'+\"y\"\"z\"+a1*2)"),
+              (Texts{u"lower", u"x", u"y\"z", u"a1"}));
+    EXPECT_EQ(NamesIn(u"[\u0416]=N'x' OR [\u0416]>5"), (Texts{u"\u0416", u"N", u"OR"}));
+    EXPECT_EQ(NamesIn(u""), Texts{});
+    EXPECT_EQ(NamesIn(u"'[open"), Texts{});
+    EXPECT_EQ(NamesIn(u"[open"), Texts{u"open"});
+}
+
+}  // namespace
+}  // namespace QuillonLib
