@@ -119,6 +119,24 @@ void Executor::DoneWrite(std::int64_t count) {
     Done(count);
 }
 
+namespace {
+
+bool ResetsRowCount(StmtKind kind) {
+    switch (kind) {
+        case StmtKind::SetOption:
+        case StmtKind::Print:
+        case StmtKind::RaisError:
+        case StmtKind::Use:
+        case StmtKind::Begin:
+        case StmtKind::Commit:
+            return true;
+        default:
+            return false;
+    }
+}
+
+}  // namespace
+
 Executor::Flow Executor::Run(const Stmt& stmt) {
     context_.statementNow = context_.statementUtcNow = 0;
     const bool describes = stmt.kind == StmtKind::Query || stmt.kind == StmtKind::SetOption ||
@@ -126,6 +144,7 @@ Executor::Flow Executor::Run(const Stmt& stmt) {
     if (context_.options.formatOnly && !describes) return Flow::Next;
     if (!context_.inStoreTransaction) context_.RefreshCatalogs();
     const Flow flow = Dispatch(stmt);
+    if (ResetsRowCount(stmt.kind)) context_.rowCount = 0;
     // Only statements that ran by themselves reset @@ERROR; IF and WHILE contain others.
     const bool container = stmt.kind == StmtKind::If || stmt.kind == StmtKind::While ||
                            stmt.kind == StmtKind::Block || stmt.kind == StmtKind::Try ||

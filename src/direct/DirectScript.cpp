@@ -225,7 +225,9 @@ class DirectScriptWriter::Impl {
                                             u" those of side " + ToText(3 - options_.target) +
                                             u", in one transaction."};
         if (options_.guard) {
-            head.push_back(u"Ends, and changes nothing, where a row is not as it was compared.");
+            head.push_back(
+                u"Ends, and changes nothing, where a row is not as it was compared, or is not"
+                u" inserted.");
         }
         head.insert(head.end(), comments_.begin(), comments_.end());
         for (std::size_t i = 0; i < targets_.size(); ++i) {

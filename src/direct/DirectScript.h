@@ -20,7 +20,7 @@ struct DirectScriptOptions {
     bool updates = true;
     bool deletes = true;
     // The old values of rows that are changed or deleted stand in the conditions, and the script
-    // ends, with nothing changed, where one row is not as it was compared.
+    // ends, with nothing changed, where one row is not as it was compared, or is not inserted.
     bool guard = false;
 };
 

@@ -50,6 +50,14 @@ void StatementWriter::MakeInserts() {
         table.columns.push_back(QuoteIdentifier(TargetFacts(i).Name));
         table.nulls.push_back(TypedNull(i));
     }
+    if (style_.guard) {
+        table.check = [this](std::size_t rows, const InsertLists::Row& first) {
+            std::vector<std::u16string> key;
+            for (const std::size_t column : shape_.key)
+                key.push_back(first[column]);
+            return Check(rows, Joined(key), u"not every row was inserted.");
+        };
+    }
     inserts_.emplace(std::move(table), batches_);
 }
 
@@ -256,17 +264,21 @@ std::u16string StatementWriter::TypedNull(const Condition& condition) const {
 
 std::u16string StatementWriter::Check(std::size_t expected, const Line& first) const {
     if (!style_.guard && !shape_.key.empty()) return {};
-    std::u16string key;
+    std::vector<std::u16string> key;
     for (std::size_t i = 0; i < shape_.key.size(); ++i)
-        AppendTerm(key, u", ", first.conditions[i].literal);
+        key.push_back(first.conditions[i].literal);
+    return Check(expected, Joined(key), u"a row is not as it was compared.");
+}
+
+std::u16string StatementWriter::Check(std::size_t expected, std::u16string_view key,
+                                      std::u16string_view failure) const {
     std::u16string where = u"Table " + table_;
     if (!key.empty()) {
         where += expected > 1 ? u", among the rows from key (" : u", key (";
         where.append(Beginning(key, MaxShownKey)).append(u")");
     }
     return u"\r\nIF @@ROWCOUNT <> " + ToText(static_cast<std::int64_t>(expected)) +
-           u"\r\nBEGIN\r\n    RAISERROR(N'" +
-           MessageText(where + u": a row is not as it was compared.") +
+           u"\r\nBEGIN\r\n    RAISERROR(N'" + MessageText(where.append(u": ").append(failure)) +
            u"', 16, 1)\r\n    IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\r\n    RETURN\r\nEND";
 }
 

@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "direct/BatchWriter.h"
@@ -25,6 +26,8 @@ class StatementWriter {
     // ColumnLiterals does, from every call that takes a row.
     StatementWriter(const DirectShape& shape, int target, const StatementStyle& style,
                     BatchWriter& batches);
+    StatementWriter(const StatementWriter&) = delete;
+    StatementWriter& operator=(const StatementWriter&) = delete;
 
     // Rows gather until they are many, or until Flush.
 
@@ -112,6 +115,8 @@ class StatementWriter {
     std::u16string Join(const Shape& shape, const std::vector<bool>& anyNull) const;
     std::u16string LeftSide(const Condition& condition, const std::u16string& prefix) const;
     std::u16string Check(std::size_t expected, const Line& first) const;
+    std::u16string Check(std::size_t expected, std::u16string_view key,
+                         std::u16string_view failure) const;
     std::u16string TypedNull(std::size_t column) const;
     std::u16string TypedNull(const Condition& condition) const;
 

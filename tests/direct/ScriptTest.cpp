@@ -552,6 +552,41 @@ TEST_F(FailingScripts, GuardAgainstRowsThatHaveChanged) {
     EXPECT_EQ(On2(u"SELECT COUNT(*) FROM t"), u"10");
 }
 
+// An index that drops duplicates says so in a message, which need not be an error for a client.
+TEST_F(FailingScripts, GuardAgainstRowsThatAreNotInserted) {
+    RunOnBoth(u"CREATE TABLE d (id int IDENTITY PRIMARY KEY, code int)");
+    RunOn2(u"CREATE UNIQUE INDEX ux ON d (code) WITH (IGNORE_DUP_KEY = ON)");
+    RunOn1(u"INSERT d VALUES (5), (6), (5)");
+    const std::u16string loose = Script({u"d"});
+    scripted.guard = true;
+    const std::u16string script = Script({u"d"});
+    const Texts errors = Run(script);
+    ASSERT_EQ(errors.size(), 1U);
+    EXPECT_TRUE(errors[0].ends_with(
+        u"Table [dbo].[d], among the rows from key (1): not every row was inserted."))
+        << ToUtf8(errors[0]);
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM d"), u"0");
+    RunOn2(u"DROP INDEX ux ON d");
+    EXPECT_EQ(Run(script), Texts{});
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM d"), u"3");
+    // without the guard nobody looks
+    RunOn2(u"DELETE d CREATE UNIQUE INDEX ux ON d (code) WITH (IGNORE_DUP_KEY = ON)");
+    Run(loose);
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM d"), u"2");
+}
+
+TEST_F(FailingScripts, GuardAgainstRowsWithoutAKeyThatAreNotInserted) {
+    RunOnBoth(u"CREATE TABLE d (code int)");
+    RunOn2(u"CREATE UNIQUE INDEX ux ON d (code) WITH (IGNORE_DUP_KEY = ON) INSERT d VALUES (7)");
+    RunOn1(u"INSERT d VALUES (7), (7), (8)");
+    scripted.guard = true;
+    const Texts errors = Run(Script({u"d"}));
+    ASSERT_EQ(errors.size(), 1U);
+    EXPECT_TRUE(errors[0].ends_with(u"Table [dbo].[d]: not every row was inserted."))
+        << ToUtf8(errors[0]);
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM d"), u"1");
+}
+
 // Its COMMIT would leave everything to that one.
 TEST_F(FailingScripts, ChangeNothingInATransactionThatIsNotTheirs) {
     const std::u16string script = Script({u"t"});
@@ -605,7 +640,8 @@ TEST_F(FailingScripts, AreWholeTexts) {
     EXPECT_EQ(
         Script({u"s"}),
         u"-- Makes the rows of side 2 those of side 1, in one transaction.\r\n"
-        u"-- Ends, and changes nothing, where a row is not as it was compared.\r\n"
+        u"-- Ends, and changes nothing, where a row is not as it was compared, or is not"
+        u" inserted.\r\n"
         u"-- [dbo].[s]: 2 deleted, 2 updated, 2 inserted\r\n"
         u"SET ANSI_NULLS, ANSI_PADDING, ANSI_WARNINGS, ARITHABORT, CONCAT_NULL_YIELDS_NULL, "
         u"QUOTED_IDENTIFIER ON\r\n"
@@ -659,6 +695,13 @@ TEST_F(FailingScripts, AreWholeTexts) {
         u"INSERT INTO [dbo].[s] ([id], [a], [b]) VALUES\r\n"
         u"(1, N'a', 'b'),\r\n"
         u"(2, N'Ж', 'it''s')\r\n"
+        u"IF @@ROWCOUNT <> 2\r\n"
+        u"BEGIN\r\n"
+        u"    RAISERROR(N'Table [dbo].[s], among the rows from key (1): not every row was"
+        u" inserted.', 16, 1)\r\n"
+        u"    IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\r\n"
+        u"    RETURN\r\n"
+        u"END\r\n"
         u"SET CONTEXT_INFO 0x51756C6E00000001\r\n"
         u"GO\r\n"
         u"DECLARE @outcome nvarchar(200)\r\n"

@@ -206,6 +206,18 @@ TEST(Scope, OfADynamicTextReturnsNoValue) {
               "!178 A RETURN statement with a return value cannot be used in this context.\n");
 }
 
+// Not of SET @variable, which counts one row.
+TEST(Scope, StatementsThatCountNoRowsResetTheCount) {
+    Box box;
+    box.Text(u"CREATE TABLE t (a int)");
+    for (const char16_t* statement : {u"SET NOCOUNT OFF", u"PRINT ''", u"USE w", u"BEGIN TRAN",
+                                      u"COMMIT", u"RAISERROR('x', 0, 1)"}) {
+        const std::string text = box.Text(std::u16string(u"INSERT t VALUES (1), (2) ") + statement +
+                                          u" SELECT @@ROWCOUNT");
+        EXPECT_TRUE(text.ends_with("\n0\n")) << Utf8(statement) << ": " << text;
+    }
+}
+
 TEST(Scope, OfACallHasSyntaxErrorsOfItsOwn) {
     Box box;
     EXPECT_EQ(box.client->TextInScope(u"SELECT 1 1"), "!102 Incorrect syntax near '1'.\n");
