@@ -19,6 +19,8 @@ std::string ReasonOf(const DirectOmitted& column) {
     switch (column.why) {
         case DirectOmission::Computed:
             return "it is computed";
+        case DirectOmission::Generated:
+            return "the server writes it itself";
         case DirectOmission::RowVersion:
             return "a row version differs by nature";
         case DirectOmission::Ignored:

@@ -60,7 +60,7 @@ const std::vector<DirectScriptTable>& DirectScripts::Written(int side) const {
 std::uint64_t DirectScripts::RowsWritten(int side) const {
     std::uint64_t rows = 0;
     for (const DirectScriptTable& table : Of(side).written) {
-        if (!table.view) rows += table.deletes + table.updates + table.inserts;
+        if (!table.LeftOut()) rows += table.deletes + table.updates + table.inserts;
     }
     return rows;
 }
@@ -68,7 +68,7 @@ std::uint64_t DirectScripts::RowsWritten(int side) const {
 std::vector<std::u16string> DirectScripts::TablesWritten(int side) const {
     std::vector<std::u16string> tables;
     for (const DirectScriptTable& table : Of(side).written) {
-        if (!table.view) tables.push_back(run_.tables[table.table]);
+        if (!table.LeftOut()) tables.push_back(run_.tables[table.table]);
     }
     return tables;
 }
@@ -100,15 +100,20 @@ void DirectScripts::LeaveOutTable(std::size_t table, const Verdict& verdict,
         list.push_back({entry, "not whole: " + Joined(parts),
                         oneSided ? ExitCode::Different : ExitCode::NotWhole});
     }
-    if (!LeavesOutView(table)) return;
-    list.push_back({entry, "it is a view: its rows follow from its tables", CodeOfView(table)});
+    if (LeavesOut(table, &DirectScriptTable::view)) {
+        list.push_back({entry, "it is a view: its rows follow from its tables", CodeOfView(table)});
+    }
+    if (LeavesOut(table, &DirectScriptTable::history)) {
+        list.push_back(
+            {entry, "only the server writes the history of a temporal table", ExitCode::Different});
+    }
 }
 
-bool DirectScripts::LeavesOutView(std::size_t table) const {
+bool DirectScripts::LeavesOut(std::size_t table, bool DirectScriptTable::*why) const {
     return std::any_of(scripts_.begin(), scripts_.end(), [&](const Script& script) {
         return std::any_of(
             script.written.begin(), script.written.end(),
-            [&](const DirectScriptTable& each) { return each.view && each.table == table; });
+            [&](const DirectScriptTable& each) { return each.*why && each.table == table; });
     });
 }
 

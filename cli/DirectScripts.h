@@ -42,7 +42,7 @@ class DirectScripts {
     };
     const Script& Of(int side) const;
     void LeaveOutTable(std::size_t table, const Verdict& verdict, std::vector<LeftOut>& list) const;
-    bool LeavesOutView(std::size_t table) const;
+    bool LeavesOut(std::size_t table, bool QuillonLib::DirectScriptTable::*why) const;
     int CodeOfView(std::size_t table) const;
 
     const DirectRun& run_;

@@ -22,7 +22,7 @@ using namespace QuillonLib;
 std::vector<TableChanges> Planned(const DirectRun& run, const DirectScripts& scripts, int side) {
     std::vector<TableChanges> plan;
     for (const DirectScriptTable& table : scripts.Written(side)) {
-        if (table.view) continue;
+        if (table.LeftOut()) continue;
         const DirectTableResult& result = scripts.Results()[table.table];
         plan.push_back({ToUtf8(run.tables[table.table]), table.deletes, table.updates,
                         table.inserts, std::max(result.rows1, result.rows2)});
@@ -44,7 +44,7 @@ void PrintPaces(const DirectRun& run, const DirectScripts& scripts, int side,
     console.Print();
     for (const DirectScriptTable& table : scripts.Written(side)) {
         const auto time = script.Times().find(table.table);
-        if (table.view || time == script.Times().end()) continue;
+        if (table.LeftOut() || time == script.Times().end()) continue;
         const std::uint64_t rows = table.deletes + table.updates + table.inserts;
         console.Print(ToUtf8(run.tables[table.table]) + ": " + std::to_string(rows) +
                       (rows == 1 ? " row" : " rows") + PaceText(rows, time->second));

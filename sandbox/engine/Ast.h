@@ -158,6 +158,7 @@ struct ColumnDef {
     bool rowGuid = false;
     bool computed = false, persisted = false;
     std::u16string computedText;
+    int generated = 0;                       // GENERATED ALWAYS AS ROW START (1) or END (2)
     std::vector<ConstraintDef> constraints;  // inline; DEFAULT among them
 };
 
@@ -363,6 +364,9 @@ struct CreateTableStmt : Stmt {
     ObjectName table;
     std::vector<ColumnDef> columns;
     std::vector<ConstraintDef> constraints;
+    std::vector<std::u16string> period;  // FOR SYSTEM_TIME: its two columns
+    bool versioned = false;
+    ObjectName history;  // empty: with a name of the server's own
 };
 
 struct AlterTableStmt : Stmt {

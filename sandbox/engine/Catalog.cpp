@@ -26,7 +26,7 @@ constexpr const char* kTables[] = {
     "0,"
     " ref_id INTEGER, on_delete INTEGER DEFAULT 0, on_update INTEGER DEFAULT 0,"
     " column_id INTEGER DEFAULT 0, index_id INTEGER, bound INTEGER DEFAULT 0,"
-    " auto_named INTEGER DEFAULT 0)",
+    " auto_named INTEGER DEFAULT 0, history_id INTEGER DEFAULT 0, history_of INTEGER DEFAULT 0)",
     "CREATE INDEX @.x_object_name ON m_object(name, schema_id)",
     "CREATE INDEX @.x_object_parent ON m_object(parent_id)",
     "CREATE INDEX @.x_object_ref ON m_object(ref_id)",
@@ -35,6 +35,7 @@ constexpr const char* kTables[] = {
     " collation TEXT COLLATE ms, nullable INTEGER, identity INTEGER, seed INTEGER, increment "
     "INTEGER, computed INTEGER,"
     " persisted INTEGER, rowguid INTEGER, text TEXT COLLATE ms, default_id INTEGER DEFAULT 0,"
+    " generated INTEGER DEFAULT 0,"
     " PRIMARY KEY(object_id, id)) WITHOUT ROWID",
     "CREATE TABLE @.m_type(user_type INTEGER PRIMARY KEY, name TEXT COLLATE ms, xtype INTEGER,"
     " legacy_type INTEGER, max_length INTEGER, prec INTEGER, scale INTEGER, nullable INTEGER,"
@@ -304,8 +305,9 @@ std::optional<ObjectMeta> Catalog::FindById(int id) {
 TablePtr Catalog::Table(int id) {
     const auto found = tables_.find(id);
     if (found != tables_.end()) return found->second;
-    Statement& s = store_.Cached("SELECT schema_id,name,type,text,storage,bound FROM " + Prefix() +
-                                 "m_object WHERE id=? AND type IN ('U','V')");
+    Statement& s =
+        store_.Cached("SELECT schema_id,name,type,text,storage,bound,history_id,history_of FROM " +
+                      Prefix() + "m_object WHERE id=? AND type IN ('U','V')");
     s.Bind(1, Value::Int(id));
     if (!s.Step()) {
         s.Reset();
@@ -319,6 +321,8 @@ TablePtr Catalog::Table(int id) {
     table->text = s.Text(3);
     table->storage = Narrow(s.Text(4));
     table->schemaBound = s.Integer(5) != 0;
+    table->historyId = static_cast<int>(s.Integer(6));
+    table->historyOf = static_cast<int>(s.Integer(7));
     s.Reset();
     table->schema = SchemaName(table->schemaId);
     LoadColumns(*table);
@@ -332,7 +336,7 @@ void Catalog::LoadColumns(TableMeta& table) {
     Statement& s = store_.Cached(
         "SELECT "
         "c.id,c.name,c.packed,c.user_type,c.nullable,c.identity,c.seed,c.increment,c.computed,"
-        "c.persisted,c.rowguid,c.text,c.default_id,d.text FROM " +
+        "c.persisted,c.rowguid,c.text,c.default_id,d.text,c.generated FROM " +
         Prefix() + "m_column c LEFT JOIN " + Prefix() +
         "m_object d ON d.id=c.default_id WHERE c.object_id=? ORDER BY c.id");
     s.Bind(1, Value::Int(table.id));
@@ -352,6 +356,7 @@ void Catalog::LoadColumns(TableMeta& table) {
         c.text = s.Text(11);
         c.defaultId = static_cast<int>(s.Integer(12));
         c.defaultText = s.Text(13);
+        c.generated = static_cast<int>(s.Integer(14));
         table.columns.push_back(std::move(c));
     }
     s.Reset();

@@ -28,6 +28,7 @@ struct ColumnMeta {
     std::u16string text;  // computed: the expression
     int defaultId = 0;
     std::u16string defaultText;
+    int generated = 0;  // 1 ROW START, 2 ROW END of the period
 
     std::string Sql() const { return "c" + std::to_string(id); }
 };
@@ -71,6 +72,8 @@ struct TableMeta {
     std::string storage;   // SQLite table of a U
     std::u16string text;   // CREATE VIEW
     bool schemaBound = false;
+    int historyId = 0;  // the table that keeps old rows of this one
+    int historyOf = 0;  // the table whose old rows these are
     std::vector<ColumnMeta> columns;
     std::vector<IndexMeta> indexes;
     std::vector<ForeignKeyMeta> foreignKeys;  // of this table

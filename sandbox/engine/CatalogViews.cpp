@@ -55,7 +55,8 @@ std::string WithPrefix(const char* text, const Catalog& catalog, const std::stri
 // How things are defined is for those to see who may change them.
 std::string Shown(const ViewColumn& column, const Catalog& catalog, const std::string& visible) {
     const std::string_view name = column.name;
-    const bool defines = name == "definition" || name == "COLUMN_DEFAULT" || name == "text";
+    const bool defines = name == "definition" || name == "filter_definition" ||
+                         name == "COLUMN_DEFAULT" || name == "text";
     return defines && !visible.empty() ? "NULL" : WithPrefix(column.sql, catalog, visible);
 }
 
@@ -140,8 +141,11 @@ std::optional<SystemView> BuildDirect(const ViewDefinition& view, const Context&
     return result;
 }
 
-SystemView Build(const ViewDefinition& view, Context& context, Catalog& catalog,
+SystemView Build(const ViewDefinition& definition, Context& context, Catalog& catalog,
                  const std::string& visible) {
+    ViewDefinition view = definition;
+    std::erase_if(view.columns,
+                  [&](const ViewColumn& c) { return context.server.major < c.since; });
     SystemView result;
     for (const ViewColumn& c : view.columns) {
         SourceColumn s;

@@ -12,7 +12,7 @@ struct ViewColumn {
     const char* name;
     SqlType type;
     const char* sql;
-    int since = 0;  // the version of the server that brought it; only of views over one table
+    int since = 0;  // the version of the server that brought it; not of views with `rows`
 };
 
 enum class ViewHome {

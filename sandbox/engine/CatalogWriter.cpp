@@ -74,13 +74,13 @@ void CatalogWriter::AddColumn(int table, const ColumnMeta& c) {
         "INSERT INTO "
         "@m_column(object_id,id,name,packed,xtype,user_type,max_length,prec,scale,collation,"
         "nullable,"
-        "identity,seed,increment,computed,persisted,rowguid,text,default_id)"
-        " VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)")
+        "identity,seed,increment,computed,persisted,rowguid,text,default_id,generated)"
+        " VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)")
         .BindAll(table, c.id, c.name, Pack(c.type), facts.systemType,
                  c.userType != 0 ? c.userType : facts.userType, MaxLength(c.type),
                  PrecisionOf(c.type), ScaleOf(c.type), CollationName(c.type), c.nullable,
                  c.identity, c.seed, c.increment, c.computed, c.persisted, c.rowGuid, text,
-                 c.defaultId)
+                 c.defaultId, c.generated)
         .Run();
 }
 
@@ -111,6 +111,11 @@ void CatalogWriter::AddForeignKeyColumns(int constraint, int table, int referenc
 
 void CatalogWriter::AddDependency(int id, int on) {
     Cached("INSERT OR IGNORE INTO @m_depend VALUES(?,?)").BindAll(id, on).Run();
+}
+
+void CatalogWriter::LinkHistory(int table, int history) {
+    Cached("UPDATE @m_object SET history_id=? WHERE id=?").BindAll(history, table).Run();
+    Cached("UPDATE @m_object SET history_of=? WHERE id=?").BindAll(table, history).Run();
 }
 
 void CatalogWriter::RemoveObject(int id) {

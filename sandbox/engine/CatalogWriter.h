@@ -36,6 +36,7 @@ class CatalogWriter {
     void AddForeignKeyColumns(int constraint, int table, int referenced,
                               const std::vector<std::pair<int, int>>& columns);
     void AddDependency(int id, int on);
+    void LinkHistory(int table, int history);
     void RemoveObject(int id);  // and its columns, indexes, constraints, dependencies
     void RemoveColumns(int table);
     void RemoveIndex(int table, int index);

@@ -168,6 +168,10 @@ void Executor::AlterTable(const AlterTableStmt& stmt) {
                    {stmt.table.Text()}));
     }
     RequireAlter(context_, r, stmt.table, 13);
+    const TablePtr altered = r.catalog->Table(r.object->id);
+    if (altered->historyId != 0 || altered->historyOf != 0) {
+        throw SqlError(2702, u"Temporal tables cannot be altered by this server.");
+    }
     using Action = AlterTableStmt::Action;
     Atomically([&] {
         TableBuilder builder(context_, *r.catalog);

@@ -38,6 +38,13 @@ bool HasFilters(const TableMeta& table) {
                        [](const IndexMeta& index) { return !index.filter.empty(); });
 }
 
+void RefuseHistory(const Catalog& catalog, const TableMeta& table, std::int32_t number,
+                   std::u16string_view what) {
+    if (table.historyOf == 0) return;
+    throw SqlError(number, Format(u"Cannot %1 a temporal history table '%2'.",
+                                  {what, catalog.File()->name + u"." + table.FullName()}));
+}
+
 std::string Joined(const std::vector<std::string>& parts) {
     std::string out;
     for (const std::string& p : parts)
@@ -60,8 +67,10 @@ TablePtr Executor::NeedTable(const ObjectName& name, const Resolved& resolved) {
 }
 
 std::string Executor::DefaultSql(Translator& translator, const ColumnMeta& column) {
-    if (column.defaultText.empty()) return "NULL";
-    const ExprPtr e = Parser(column.defaultText).ParseExpressionText();
+    if (column.defaultText.empty() && column.generated == 0) return "NULL";
+    const std::u16string text =
+        column.generated != 0 ? PeriodText(column, column.generated) : column.defaultText;
+    const ExprPtr e = Parser(text).ParseExpressionText();
     Scope scope;
     return translator.Stored(translator.Expression(*e, scope), column.type);
 }
@@ -154,6 +163,7 @@ std::shared_ptr<Plan> Executor::PlanInsert(const InsertStmt& stmt) {
     const Resolved r = context_.Resolve(stmt.table);
     plan->table = NeedTable(stmt.table, r);
     RequirePermission(context_, *r.catalog, *r.object, u"INSERT");
+    RefuseHistory(*r.catalog, *plan->table, 13559, u"insert rows in");
     plan->catalog = r.catalog;
     const TableMeta& table = *plan->table;
     const std::vector<const ColumnMeta*> targets = InsertTargets(stmt, *r.catalog, table);
@@ -175,6 +185,13 @@ std::shared_ptr<Plan> Executor::PlanInsert(const InsertStmt& stmt) {
         if (c.identity) return IdentitySql(*r.catalog, table, c);
         if (c.type.id == TypeId::Timestamp) return "ms_rowver(" + FileNumber(*r.catalog) + ")";
         return DefaultSql(translator, c);
+    };
+    const auto generatedRefused = [&] {
+        throw SqlError(13536,
+                       Format(u"Cannot insert an explicit value into a GENERATED ALWAYS column in "
+                              u"table '%1'. Use INSERT with a column list to exclude the GENERATED "
+                              u"ALWAYS column, or insert a DEFAULT into GENERATED ALWAYS column.",
+                              {r.catalog->File()->name + u"." + table.FullName()}));
     };
     const auto timestampRefused = [] {
         throw SqlError(
@@ -207,6 +224,7 @@ std::shared_ptr<Plan> Executor::PlanInsert(const InsertStmt& stmt) {
     } else if (stmt.query) {
         for (const ColumnMeta* c : targets) {
             if (c->type.id == TypeId::Timestamp) timestampRefused();
+            if (c->generated != 0) generatedRefused();
         }
         const RowSource source = translator.SelectInto(*stmt.query, targets);
         sql = head + "SELECT " + whole(source.values) + " FROM " + source.from;
@@ -250,6 +268,7 @@ std::shared_ptr<Plan> Executor::PlanInsert(const InsertStmt& stmt) {
                 const bool isDefault = row[i]->kind == ExprKind::Default;
                 const bool isNull = row[i]->kind == ExprKind::Literal && !row[i]->typed;
                 if (c.type.id == TypeId::Timestamp && !isDefault && !isNull) timestampRefused();
+                if (c.generated != 0 && !isDefault) generatedRefused();
                 if (isDefault || c.type.id == TypeId::Timestamp) {
                     values.push_back(absent(c));
                 } else {
@@ -428,6 +447,7 @@ std::shared_ptr<Plan> Executor::PlanUpdate(const UpdateStmt& stmt) {
     const Resolved r = WriteTarget(stmt.table, stmt.from, &reference);
     plan->table = NeedTable(stmt.table, r);
     RequirePermission(context_, *r.catalog, *r.object, u"UPDATE");
+    RefuseHistory(*r.catalog, *plan->table, 13561, u"update rows in");
     plan->catalog = r.catalog;
     const TableMeta& table = *plan->table;
     Translator translator(context_);
@@ -460,6 +480,10 @@ std::shared_ptr<Plan> Executor::PlanUpdate(const UpdateStmt& stmt) {
         if (c->identity) {
             throw SqlError(8102, Format(u"Cannot update identity column '%1'.", {c->name}));
         }
+        if (c->generated != 0) {
+            throw SqlError(13537, Format(u"Cannot update GENERATED ALWAYS columns in table '%1'.",
+                                         {r.catalog->File()->name + u"." + table.FullName()}));
+        }
         if (c->type.id == TypeId::Timestamp)
             throw SqlError(272, u"Cannot update a timestamp column.");
         if (c->computed) {
@@ -483,6 +507,9 @@ std::shared_ptr<Plan> Executor::PlanUpdate(const UpdateStmt& stmt) {
                 ? DefaultSql(translator, *c)
                 : translator.Stored(translator.Expression(*a.value, scope), c->type);
         sets.emplace_back(c->Sql(), value);
+    }
+    for (const ColumnMeta& c : table.columns) {
+        if (c.generated == 1) sets.emplace_back(c.Sql(), DefaultSql(translator, c));
     }
     const std::string where =
         stmt.where ? " WHERE " + translator.Condition(*stmt.where, scope) : "";
@@ -596,6 +623,7 @@ std::shared_ptr<Plan> Executor::PlanDelete(const DeleteStmt& stmt) {
     const Resolved r = WriteTarget(stmt.table, stmt.from, &reference);
     plan->table = NeedTable(stmt.table, r);
     RequirePermission(context_, *r.catalog, *r.object, u"DELETE");
+    RefuseHistory(*r.catalog, *plan->table, 13560, u"delete rows from");
     plan->catalog = r.catalog;
     Translator translator(context_);
     Scope scope;
@@ -657,6 +685,11 @@ void Executor::Truncate(const DropObjectStmt& stmt) {
                          {stmt.names.front().Text()}));
     }
     RequireAlter(context_, r, stmt.names.front(), 7);
+    if (table->historyId != 0 || table->historyOf != 0) {
+        throw SqlError(13545, Format(u"Truncate failed on table '%1' because it is not a supported "
+                                     u"operation on system-versioned tables.",
+                                     {r.catalog->File()->name + u"." + table->FullName()}));
+    }
     for (const ForeignKeyMeta& f : table->references) {
         if (f.childId == table->id) continue;
         throw SqlError(

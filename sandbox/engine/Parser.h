@@ -63,6 +63,7 @@ class Parser {
     StmtPtr CreateStatement();
     StmtPtr CreateTable(int line);
     void NoteTemporary(const std::u16string& name);
+    void Versioning(CreateTableStmt& table);
     StmtPtr CreateIndex(int line, bool unique, bool clustered);
     StmtPtr CreateView(int line, std::size_t start, bool alter);
     StmtPtr CreateProcedure(int line, std::size_t start, bool alter);

@@ -152,7 +152,12 @@ StmtPtr Parser::CreateTable(int line) {
     ExpectSymbol(u"(");
     do {
         if (IsSymbol(u")")) break;
-        if (StartsConstraint()) {
+        if (IsWord(u"PERIOD") && IsWord(u"FOR", 1)) {
+            Take();
+            Take();
+            ExpectWord(u"SYSTEM_TIME");
+            s->period = NameList();
+        } else if (StartsConstraint()) {
             s->constraints.push_back(TableConstraint());
         } else {
             s->columns.push_back(Column());
@@ -164,7 +169,24 @@ StmtPtr Parser::CreateTable(int line) {
         Take();
         TakeNameOrString();
     }
+    if (TakeWord(u"WITH")) Versioning(*s);
     return s;
+}
+
+// (SYSTEM_VERSIONING = ON (HISTORY_TABLE = dbo.h))
+void Parser::Versioning(CreateTableStmt& table) {
+    ExpectSymbol(u"(");
+    ExpectWord(u"SYSTEM_VERSIONING");
+    ExpectSymbol(u"=");
+    ExpectWord(u"ON");
+    table.versioned = true;
+    if (TakeSymbol(u"(")) {
+        ExpectWord(u"HISTORY_TABLE");
+        ExpectSymbol(u"=");
+        table.history = TakeObjectName();
+        ExpectSymbol(u")");
+    }
+    ExpectSymbol(u")");
 }
 
 // A batch that makes a temporary table twice does not compile, whatever it drops in between.
@@ -223,6 +245,13 @@ void Parser::ColumnOptions(ColumnDef& c) {
             c.collation = TakeName();
         } else if (TakeWord(u"SPARSE")) {
             continue;
+        } else if (TakeWord(u"GENERATED")) {
+            ExpectWord(u"ALWAYS");
+            ExpectWord(u"AS");
+            ExpectWord(u"ROW");
+            c.generated = TakeWord(u"START") ? 1 : 2;
+            if (c.generated == 2) ExpectWord(u"END");
+            if (!c.nullable) c.nullable = false;
         } else {
             ConstraintDef constraint;
             if (TakeWord(u"CONSTRAINT")) {

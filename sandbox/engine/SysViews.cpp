@@ -34,6 +34,9 @@ std::vector<std::vector<Value>> Servers(Context& context) {
     return rows;
 }
 
+constexpr const char* kTemporalType =
+    "CASE WHEN o.history_id>0 THEN 2 WHEN o.history_of>0 THEN 1 ELSE 0 END";
+
 constexpr const char* kShippedObjects = "FROM @m_object o";
 
 // The columns that sys.objects and the views over it share.
@@ -82,7 +85,13 @@ std::vector<ViewColumn> ColumnColumns(const std::vector<ViewColumn>& more) {
         {"is_xml_document", B, "0"},
         {"default_object_id", I, "c.default_id"},
         {"rule_object_id", I, "0"},
-        {"is_sparse", B, "0"}};
+        {"is_sparse", B, "0"},
+        {"generated_always_type", T, "c.generated", 13},
+        {"generated_always_type_desc", N60,
+         "CASE c.generated WHEN 1 THEN 'AS_ROW_START' WHEN 2 THEN 'AS_ROW_END' ELSE"
+         " 'NOT_APPLICABLE' END",
+         13},
+        {"is_hidden", B, "0", 13}};
     for (const ViewColumn& c : more)
         columns.push_back(c);
     return columns;
@@ -106,7 +115,13 @@ const std::vector<ViewDefinition>& SysViews() {
          ObjectColumns({{"max_column_id_used", I, "0"},
                         {"uses_ansi_nulls", B, "1"},
                         {"is_replicated", B, "0"},
-                        {"lob_data_space_id", I, "0"}})},
+                        {"lob_data_space_id", I, "0"},
+                        {"temporal_type", T, kTemporalType, 13},
+                        {"temporal_type_desc", N60,
+                         "CASE WHEN o.history_id>0 THEN 'SYSTEM_VERSIONED_TEMPORAL_TABLE' WHEN"
+                         " o.history_of>0 THEN 'HISTORY_TABLE' ELSE 'NON_TEMPORAL_TABLE' END",
+                         13},
+                        {"history_table_id", I, "nullif(o.history_id,0)", 13}})},
         {"views", ViewHome::Sys, "FROM @m_object o WHERE o.type='V'",
          ObjectColumns({{"is_replicated", B, "0"}, {"with_check_option", B, "0"}})},
         {"procedures", ViewHome::Sys, "FROM @m_object o WHERE o.type='P'",
@@ -174,8 +189,8 @@ const std::vector<ViewDefinition>& SysViews() {
           {"is_hypothetical", B, "0"},
           {"allow_row_locks", B, "1"},
           {"allow_page_locks", B, "1"},
-          {"has_filter", B, "i.filter IS NOT NULL"},
-          {"filter_definition", M, "i.filter"}}},
+          {"has_filter", B, "i.filter IS NOT NULL", 10},
+          {"filter_definition", M, "i.filter", 10}}},
         {"index_columns",
          ViewHome::Sys,
          "FROM @m_index_column k",

@@ -87,6 +87,7 @@ ColumnMeta TableBuilder::MakeColumn(const ColumnDef& def, int id, const TableMet
         def.identity || keyColumn || c.userType == 256 || c.type.id == TypeId::Timestamp;
     c.nullable = def.nullable ? *def.nullable : !notNull;
     c.rowGuid = def.rowGuid;
+    c.generated = def.generated;
     if (def.identity) {
         const bool number = (IsInteger(c.type.id) && c.type.id != TypeId::Bit) ||
                             (IsDecimal(c.type.id) && c.type.scale == 0);
@@ -121,6 +122,59 @@ ColumnMeta TableBuilder::MakeColumn(const ColumnDef& def, int id, const TableMet
     return c;
 }
 
+// A period has two columns of datetime2 that are not NULL; came with SQL Server 2016.
+void TableBuilder::CheckPeriod(const CreateTableStmt& stmt, const TableMeta& table) const {
+    const auto generated = [](const ColumnMeta& c) { return c.generated != 0; };
+    const auto count = std::count_if(table.columns.begin(), table.columns.end(), generated);
+    if (count == 0 && stmt.period.empty() && !stmt.versioned) return;
+    if (context_.server.major < 13) ThrowSyntax(count > 0 ? u"GENERATED" : u"PERIOD");
+    bool right = count == 2 && stmt.period.size() == 2;
+    for (std::size_t i = 0; right && i < stmt.period.size(); ++i) {
+        const ColumnMeta* c = table.Find(stmt.period[i]);
+        right = c != nullptr && c->generated == static_cast<int>(i) + 1 && !c->nullable &&
+                c->type.id == TypeId::DateTime2;
+    }
+    if (!right) ThrowSyntax(u"PERIOD");
+}
+
+// The table that gets the old rows: the columns without their rules.
+void TableBuilder::CreateHistory(const CreateTableStmt& stmt, const TableMeta& table) {
+    const bool keyed = std::any_of(table.indexes.begin(), table.indexes.end(),
+                                   [](const IndexMeta& x) { return x.primaryKey; });
+    if (!keyed) {
+        throw SqlError(13553, Format(u"System versioned temporal table '%1' must have primary key "
+                                     u"defined.",
+                                     {catalog_.File()->name + u"." + table.FullName()}));
+    }
+    TableMeta history;
+    history.id = catalog_.File()->NextObjectId();
+    history.schemaId =
+        stmt.history.schema.empty() ? table.schemaId : *catalog_.SchemaId(stmt.history.schema);
+    history.name = stmt.history.name.empty() ? u"MSSQL_TemporalHistoryFor_" + ToText(table.id)
+                                             : stmt.history.name;
+    writer_.CheckName(history.name, history.schemaId);
+    history.storage = "o" + std::to_string(history.id);
+    for (ColumnMeta c : table.columns) {
+        if (c.type.id == TypeId::Timestamp) ThrowSyntax(u"SYSTEM_VERSIONING");
+        c.identity = c.computed = c.persisted = c.rowGuid = false;
+        c.text.clear();
+        c.defaultId = c.generated = 0;
+        history.columns.push_back(std::move(c));
+    }
+    NewObject object;
+    object.id = history.id;
+    object.schemaId = history.schemaId;
+    object.name = history.name;
+    object.type = u"U";
+    object.storage = history.storage;
+    writer_.AddObject(object);
+    for (const ColumnMeta& c : history.columns)
+        writer_.AddColumn(history.id, c);
+    context_.store.Execute(TableSql(context_, catalog_, history));
+    writer_.LinkHistory(table.id, history.id);
+    Reload(history.id);
+}
+
 void TableBuilder::Create(const CreateTableStmt& stmt, int schemaId) {
     writer_.CheckName(stmt.table.name, schemaId);
     TableMeta table;
@@ -141,6 +195,7 @@ void TableBuilder::Create(const CreateTableStmt& stmt, int schemaId) {
     table.columns.clear();
     for (auto& c : made)
         table.columns.push_back(std::move(*c));
+    CheckPeriod(stmt, table);
     for (const ConstraintDef& c : stmt.constraints) {  // a table's key makes its columns NOT NULL
         if (c.kind != ConstraintDef::Kind::PrimaryKey) continue;
         for (const auto& [name, descending] : c.columns) {
@@ -178,6 +233,7 @@ void TableBuilder::Create(const CreateTableStmt& stmt, int schemaId) {
             if (IsKey(k) == keys) AddConstraint(table.id, k, nullptr, true);
         }
     }
+    if (stmt.versioned) CreateHistory(stmt, *catalog_.Table(table.id));
     RebuildTriggers(context_, catalog_, table.id);
 }
 
@@ -453,6 +509,12 @@ void TableBuilder::AddDefault(const TableMeta& table, const ConstraintDef& def) 
 }
 
 void TableBuilder::Drop(const TableMeta& table) {
+    if (table.historyId != 0 || table.historyOf != 0) {
+        throw SqlError(13552,
+                       Format(u"Drop table operation failed on table '%1' because it is not a "
+                              u"supported operation on system-versioned temporal tables.",
+                              {catalog_.File()->name + u"." + table.FullName()}));
+    }
     for (const ForeignKeyMeta& f : table.references) {
         if (f.childId == table.id) continue;
         throw SqlError(

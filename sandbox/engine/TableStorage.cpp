@@ -37,7 +37,34 @@ std::string OfColumns(const TableMeta& table, const std::vector<int>& ids) {
     return out;
 }
 
+// A row on its way into the history: its period ends where that of the new row (`next`) begins, or
+// now.
+std::string OldRow(Context& context, const TableMeta& table, const std::string& next) {
+    std::string start;
+    for (const ColumnMeta& c : table.columns) {
+        if (c.generated == 1) start = c.Sql();
+    }
+    std::string values;
+    for (const ColumnMeta& c : table.columns) {
+        std::string value = "OLD." + c.Sql();
+        if (c.generated == 2) {
+            value = !next.empty() ? next + start
+                                  : TableExpression(context, table, PeriodText(c, 1), "OLD.", false,
+                                                    nullptr, nullptr);
+        }
+        values += (values.empty() ? "" : ",") + value;
+    }
+    return values;
+}
+
 }  // namespace
+
+std::u16string PeriodText(const ColumnMeta& column, int generated) {
+    const std::u16string type = u"datetime2(" + ToText(column.type.scale) + u")";
+    return u"CAST(" +
+           std::u16string(generated == 1 ? u"GETUTCDATE()" : u"'9999-12-31T23:59:59.9999999'") +
+           u" AS " + type + u")";
+}
 
 std::string TableExpression(Context& context, const TableMeta& table, std::u16string_view text,
                             const std::string& alias, bool condition, SqlType* type,
@@ -166,6 +193,11 @@ void CreateTriggers(Context& context, Catalog& catalog, const TableMeta& table) 
                               std::to_string(table.id) + "_" + std::to_string(++count) + " AFTER " +
                               event + " ON " + table.storage + " " + body + "; END");
     };
+    if (const TablePtr history = catalog.Table(table.historyId)) {
+        const std::string into = "BEGIN INSERT INTO " + history->storage + " SELECT ";
+        create("UPDATE", into + OldRow(context, table, "NEW."));
+        create("DELETE", into + OldRow(context, table, ""));
+    }
     for (const CheckMeta& check : table.checks) {
         if (check.disabled) continue;
         const std::string condition =

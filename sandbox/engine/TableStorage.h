@@ -25,6 +25,9 @@ void DropTriggers(Store& store, Catalog& catalog, const TableMeta& table);
 void CreateTriggers(Context& context, Catalog& catalog, const TableMeta& table);
 void RebuildTriggers(Context& context, Catalog& catalog, int tableId);
 
+// The expression of what the server writes into a column of a period: 1 its start, 2 its end.
+std::u16string PeriodText(const ColumnMeta& column, int generated);
+
 // An expression over the columns of a table, for generated columns and CHECK. `alias` ("NEW.") goes
 // before each column; `condition`: a truth value.
 std::string TableExpression(Context& context, const TableMeta& table, std::u16string_view text,

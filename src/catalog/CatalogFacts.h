@@ -34,6 +34,9 @@ struct ColumnFacts {
     bool Computed = false;
     bool Identity = false;
     bool AllowNulls = false;
+    // The server writes it itself, and nobody else can: periods of temporal tables, columns of
+    // ledgers.
+    bool Generated = false;
     std::u16string Collation;   // empty for columns without one, and on SQL Server 7.0
     std::int32_t CodePage = 0;  // of char, varchar and text, 65001 being UTF-8; 0: not known, or
                                 // a column of another type
@@ -55,6 +58,7 @@ struct IndexFacts {
 struct ObjectFacts {
     ObjectName Object;
     bool IsView = false;
+    bool IsHistory = false;            // of a temporal table: only the server writes its rows
     std::vector<ColumnFacts> Columns;  // in column order
     std::vector<IndexFacts> Indexes;   // in index-id order
 

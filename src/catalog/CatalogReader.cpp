@@ -124,9 +124,20 @@ namespace {
 // In place of `Collations`: SQL Server 7.0 has one collation for the whole server.
 constexpr std::u16string_view NoCollations = u", NULL, NULL, NULL";
 
+// Behind `Collations`: which columns the server writes itself, and whether the table is the history
+// of another.
+constexpr std::u16string_view Temporal =
+    u", c.generated_always_type,"
+    u" (SELECT n.temporal_type FROM sys.tables n WHERE n.object_id = o.object_id)";
+constexpr std::u16string_view NotTemporal = u", 0, 0";
+constexpr std::int32_t HistoryTable = 1;  // sys.tables.temporal_type
+
 constexpr std::int32_t FirstVersionWithCollations = 8;
 constexpr std::int32_t FirstVersionWithSystemViews = 9;
 constexpr std::int32_t FirstVersionWithFilteredIndexes = 10;
+constexpr std::int32_t FirstVersionWithTemporalTables = 13;
+// What the services in the cloud say that they are, whatever they know.
+constexpr std::int32_t VersionOfServices = 12;
 
 std::u16string TextOf(const Recordset& rows, std::size_t field) {
     return rows.Fields(field).Value().Get<std::u16string>();
@@ -193,6 +204,8 @@ void ReadColumns(const std::shared_ptr<Connection>& connection, std::u16string_v
         column.Collation = TextOrNone(rows, 11);
         column.CodePage = NumberOf(rows, 12);
         column.DatabaseCodePage = NumberOf(rows, 13);
+        column.Generated = FlagOf(rows, 14);
+        object.IsHistory = NumberOf(rows, 15) == HistoryTable;
         object.Columns.push_back(std::move(column));
     }
 }
@@ -248,7 +261,17 @@ void CatalogReader::UseDatabase(std::u16string_view name) {
     version_ = NumberOf(rows, 0);
     level_ = NumberOf(rows, 1);
     dialect_ = version_ >= FirstVersionWithSystemViews ? &SystemViews : &SystemTables;
+    temporal_ = KnowsTemporalTables();
     if (!FlagOf(rows, 3)) connection_->Execute(u"USE " + QuoteIdentifier(TextOf(rows, 2)));
+}
+
+bool CatalogReader::KnowsTemporalTables() const {
+    if (version_ != VersionOfServices) return version_ >= FirstVersionWithTemporalTables;
+    Recordset rows;
+    rows.Open(u"SELECT CAST(SERVERPROPERTY('EngineEdition') AS int)", connection_);
+    const std::int32_t edition = NumberOf(rows, 0);
+    return edition == 5 || edition == 8 ||
+           edition == 12;  // databases and instances of Azure, Fabric
 }
 
 std::vector<ObjectName> CatalogReader::Names(std::u16string_view sql) {
@@ -280,6 +303,7 @@ std::vector<ObjectFacts> CatalogReader::ObjectsWithColumns(std::span<const Objec
     objects.reserve(names.size());
     std::u16string columns(dialect_->ColumnFacts);
     columns.append(version_ < FirstVersionWithCollations ? NoCollations : dialect_->Collations)
+        .append(temporal_ ? Temporal : NotTemporal)
         .append(dialect_->ColumnsOf);
     columns.append(ObjectIdList(names)).append(dialect_->ColumnsOrder);
     ReadColumns(connection_, columns, objects);

@@ -24,7 +24,8 @@ class CatalogReader {
     std::vector<std::u16string> DatabaseNames();
 
     // Makes the named database the one that the reads below are about; error 3265 when the server
-    // has none of that name. One query, two where the connection is in another database.
+    // has none of that name. One query, two where the connection is in another database; one more
+    // for a server of version 12.
     void UseDatabase(std::u16string_view name);
 
     // 60, 70, 80 ...: valid after UseDatabase. Indexed views exist above 70.
@@ -50,11 +51,13 @@ class CatalogReader {
     static const Dialect SystemViews;
 
     std::vector<ObjectName> Names(std::u16string_view sql);
+    bool KnowsTemporalTables() const;
 
     std::shared_ptr<Connection> connection_;
     const Dialect* dialect_;
     std::int32_t version_ = 0;  // major version of the server, 7, 8, 9 ...
     std::int32_t level_ = 0;
+    bool temporal_ = false;  // the server knows temporal tables
 };
 
 // The entry of `objects` for a name as a caller wrote it: the same letters if there is one, else

@@ -30,6 +30,7 @@ enum class DirectOmission : std::uint8_t {
     OnlyIn1,  // the other side has no column of that name
     OnlyIn2,
     Computed,       // on either side
+    Generated,      // on either side: only the server writes it (periods of temporal tables)
     RowVersion,     // timestamp, on either side: the server's own count of changes
     Ignored,        // by the caller's word, whichever side has it
     NotComparable,  // the types hold no common value without loss, or cannot be read

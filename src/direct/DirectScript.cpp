@@ -123,9 +123,10 @@ class DirectScriptWriter::Impl {
         target.shape = result.shape;
         auto& told = told_.emplace_back(
             DirectScriptTable{index, target.deletes, target.updates, target.inserts, false});
-        if (!ReadTarget(target, result)) {
-            told.view = true;
-            comments_.push_back(u"Left out, a view: " + entry);
+        ReadTarget(target, result, told);
+        if (told.LeftOut()) {
+            const std::u16string what = told.view ? u"a view" : u"the history of another table";
+            comments_.push_back(u"Left out, " + what + u": " + entry);
             return;
         }
         comments_.push_back(entry + u": " + Count(target.deletes, u"deleted") + u", " +
@@ -152,15 +153,17 @@ class DirectScriptWriter::Impl {
         return ToText(static_cast<std::int64_t>(rows)) + u" " + std::u16string(what);
     }
 
-    // False for a view.
-    bool ReadTarget(Target& target, const DirectTableResult& result) {
+    // Only as far as it sees that the table is left out.
+    void ReadTarget(Target& target, const DirectTableResult& result, DirectScriptTable& told) {
         CatalogReader reader(connection_);
         reader.UseDatabase(database_.DatabaseName());
         const ObjectName& name = NameOf(target.shape);
         const auto objects = reader.Objects(std::array{name});
         const ObjectFacts* const facts = FindObject(objects, name);
         if (facts == nullptr) ThrowObjectNotFound(name, database_.DatabaseName());
-        if (facts->IsView) return false;
+        told.view = facts->IsView;
+        told.history = facts->IsHistory;
+        if (told.LeftOut()) return;
         const auto unique = ReadUniqueIndexFacts(connection_, version_, name);
         WrittenTable& written = target.written;
         written.name = name;
@@ -184,7 +187,6 @@ class DirectScriptWriter::Impl {
                                                          u" differs, and cannot be updated.");
             }
         }
-        return true;
     }
 
     // Whether a unique index looks at the column: rows may have to swap its values.

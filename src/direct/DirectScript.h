@@ -30,7 +30,11 @@ struct DirectScriptTable {
     std::uint64_t deletes = 0;  // rows
     std::uint64_t updates = 0;
     std::uint64_t inserts = 0;
-    bool view = false;  // in the target: it differs, and the script leaves it out
+    // In the target, and the script leaves it out though it differs:
+    bool view = false;
+    bool history = false;  // of a temporal table
+
+    bool LeftOut() const { return view || history; }
 };
 
 // Gathers the differences of a comparison, in a temporary file if they are many, and writes the
@@ -59,10 +63,10 @@ class DirectScriptWriter {
     void Add(const DirectDifference& difference);
 
     // Writes the script piece by piece. Tables that were not compared to their end are left out,
-    // and named in the script's head, as are views. `results`: what the comparison returned.
-    // Can be called again. `begins`, if there is one, is called with a table before statements that
-    // are about it: twice or more for most. Returns the tables of which rows are, or would be,
-    // written, in their order.
+    // and named in the script's head, as are views and histories of temporal tables. `results`:
+    // what the comparison returned. Can be called again. `begins`, if there is one, is called with
+    // a table before statements that are about it: twice or more for most. Returns the tables of
+    // which rows are, or would be, written, in their order.
     //
     // Throws Error, and what has been written is no script then:
     //   InvalidArgument  differences of a table that were not added, or more than once

@@ -117,6 +117,9 @@ class Planner {
             return Omit(column.Name, DirectOmission::RowVersion);
         }
         if (column.Computed || other->Computed) return Omit(column.Name, DirectOmission::Computed);
+        if (column.Generated || other->Generated) {
+            return Omit(column.Name, DirectOmission::Generated);
+        }
         auto pair = PairColumns(column, *other);
         if (auto* const reason = std::get_if<std::u16string>(&pair)) {
             return Omit(column.Name, DirectOmission::NotComparable, std::move(*reason));
@@ -132,6 +135,7 @@ class Planner {
         const ColumnFacts& one = *FindByName(side1_.Columns, name);
         const ColumnFacts& two = *FindByName(side2_.Columns, name);
         if (one.Computed || two.Computed) return u"it is computed";
+        if (one.Generated || two.Generated) return u"the server writes it itself";
         const auto pair = PairColumns(one, two);
         if (const auto* const reason = std::get_if<std::u16string>(&pair)) return *reason;
         if (CanBeKey(std::get<ColumnPair>(pair))) return {};
