@@ -77,8 +77,9 @@ Process::Process(const fs::path& folder, const std::vector<std::string>& argumen
     : out_(streams.out.empty() ? (folder / "out").string() : streams.out),
       err_(streams.err.empty() ? (folder / "err").string() : streams.err) {
     std::vector<std::string> argv{QUILLON_PROGRAM};
-    if (streams.smallFiles) {
-        argv.insert(argv.begin(), {"/bin/sh", "-c", "ulimit -f 1; exec \"$0\" \"$@\""});
+    if (streams.blocks > 0) {
+        const std::string limit = "ulimit -f " + std::to_string(streams.blocks);
+        argv.insert(argv.begin(), {"/bin/sh", "-c", limit + "; exec \"$0\" \"$@\""});
     }
     argv.insert(argv.end(), arguments.begin(), arguments.end());
     std::vector<std::string> variables = Environment(environment);

@@ -18,7 +18,9 @@ struct Streams {
     std::string in;
     std::string out;
     std::string err;
-    bool smallFiles = false;  // files that the process writes may grow to 512 bytes only
+    // Files that the process writes may grow to so many blocks of 512 bytes, as on a disk that is
+    // full then. 0: to any size.
+    int blocks = 0;
 };
 
 class Process {

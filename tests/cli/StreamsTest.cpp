@@ -74,7 +74,7 @@ TEST_F(StreamsTest, AFileThatCannotBeWrittenIsToldAndLeftOut) {
     Write("s.sql", "A\r\nGO\r\n" + std::string(1000, 'B'));
     Write("u.sql", "old");
     const auto end = [&](const std::vector<std::string>& arguments) {
-        Process process(folder, arguments, {.in = "", .out = "", .err = "", .smallFiles = true});
+        Process process(folder, arguments, {.in = "", .out = "", .err = "", .blocks = 1});
         EXPECT_EQ(process.Wait(), 2);
         return process.Err();
     };
