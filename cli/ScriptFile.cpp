@@ -28,11 +28,13 @@ class ToFile : public ScriptSink {
         bytes_ += EncodeScript(piece, encoding_);
         if (bytes_.size() >= PieceSize) WriteOut();
     }
-    void Finish() override {
+
+  protected:
+    void Complete(std::vector<QuillonLib::WholeFile*>& files) override {
         WriteOut();
-        file_.Finish();
-        console_.Note("Written: " + name_);
+        files.push_back(&file_);
     }
+    void Tell() override { console_.Note("Written: " + name_); }
 
   private:
     void WriteOut() {
@@ -57,7 +59,9 @@ class ToOutput : public ScriptSink {
         bytes_ += EncodeScript(piece, encoding_);
         if (bytes_.size() >= PieceSize) Spill();
     }
-    void Finish() override {
+
+  protected:
+    void Complete(std::vector<QuillonLib::WholeFile*>& /*files*/) override {
         Spill();
         for (std::uint64_t at = 0; at < size_; at += bytes_.size()) {
             StopIfInterrupted();
@@ -114,6 +118,15 @@ std::unique_ptr<ScriptSink> ScriptSink::Open(const std::string& file, ScriptEnco
                                              Console& console) {
     if (file == "-") return std::make_unique<ToOutput>(encoding, console);
     return std::make_unique<ToFile>(file, encoding, console);
+}
+
+void ScriptSink::FinishAll(const std::vector<std::unique_ptr<ScriptSink>>& sinks) {
+    std::vector<QuillonLib::WholeFile*> files;
+    for (const auto& sink : sinks)
+        sink->Complete(files);
+    QuillonLib::FinishTogether(files);
+    for (const auto& sink : sinks)
+        sink->Tell();
 }
 
 }  // namespace quillon

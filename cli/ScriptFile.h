@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "cli/Console.h"
 #include "core/WholeFile.h"
@@ -21,20 +22,27 @@ std::string EncodeScript(std::u16string_view piece, ScriptEncoding encoding);
 // "update.sql" for database 2 becomes "update.2.sql".
 std::string WithSide(const std::string& file, int side);
 
-// A script that comes piece by piece. What was written is gone with the object, unless Finish was
-// called.
+// A script that comes piece by piece. What was written is gone with the object, unless FinishAll
+// was called.
 class ScriptSink {
   public:
     virtual ~ScriptSink() = default;
 
-    // `file`: "-" for standard output, which gets nothing before Finish.
+    // `file`: "-" for standard output, which gets nothing before FinishAll.
     static std::unique_ptr<ScriptSink> Open(const std::string& file, ScriptEncoding encoding,
                                             Console& console);
 
     // Throws Error FileAccess where there is no room, and std::runtime_error as EncodeScript.
     virtual void Write(std::u16string_view piece) = 0;
+    // The files take their names, all of them or none; what goes to standard output is printed.
     // Throws Error FileAccess, and OutputFailure.
-    virtual void Finish() = 0;
+    static void FinishAll(const std::vector<std::unique_ptr<ScriptSink>>& sinks);
+
+  protected:
+    // Writes what it still holds. A file that is to take its name then is among `files`.
+    virtual void Complete(std::vector<QuillonLib::WholeFile*>& files) = 0;
+    // Tells the user where the script is.
+    virtual void Tell() {}
 };
 
 }  // namespace quillon

@@ -21,8 +21,7 @@ int WriteScriptsByServer(const ScriptFileOptions& options, Console& console) {
         files.push_back(ScriptSink::Open(options.FileFor(side), options.Encoding(), console));
         files.back()->Write(maker.ScriptFor(side == 1 ? Target::Database1 : Target::Database2));
     }
-    for (const auto& file : files)
-        file->Finish();
+    ScriptSink::FinishAll(files);
     const auto tables = plan.Tables();
     if (options.to != "2") NoteCascades(tables, *comparison->databases.obDB1, console);
     if (options.to != "1") NoteCascades(tables, *comparison->databases.obDB2, console);

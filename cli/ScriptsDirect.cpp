@@ -18,8 +18,7 @@ int WriteScriptsDirect(const ScriptFileOptions& options, Console& console) {
             ScriptSink::Open(options.FileFor(side), options.Encoding(), console));
         scripts.Write(side, [&](std::u16string_view piece) { file.Write(piece); });
     }
-    for (const auto& file : files)
-        file->Finish();
+    ScriptSink::FinishAll(files);
     for (const int side : sides)
         NoteCascades(scripts.TablesWritten(side), run.Target(side), console);
     const std::vector<LeftOut> leftOut = scripts.NotBroughtOver();

@@ -65,6 +65,11 @@ class StdioFiles final : public FileOperations {
         fs::rename(from, to, failure);
         return failure;
     }
+    std::error_code Link(const fs::path& file, const fs::path& name) override {
+        std::error_code failure;
+        fs::create_hard_link(file, name, failure);
+        return failure;
+    }
     void Remove(const fs::path& path) noexcept override {
         std::error_code ignored;
         fs::remove(path, ignored);

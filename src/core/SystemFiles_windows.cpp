@@ -94,6 +94,9 @@ class NativeFiles final : public FileOperations {
         return Result(MoveFileExW(from.c_str(), to.c_str(),
                                   MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
     }
+    std::error_code Link(const fs::path& file, const fs::path& name) override {
+        return Result(CreateHardLinkW(name.c_str(), file.c_str(), nullptr));
+    }
     void Remove(const fs::path& path) noexcept override { DeleteFileW(path.c_str()); }
 };
 

@@ -1,6 +1,7 @@
 #include "core/WholeFile.h"
 
 #include <string>
+#include <utility>
 
 #include "core/Error.h"
 #include "core/SystemError.h"
@@ -54,6 +55,7 @@ WholeFile::WholeFile(const fs::path& path, FileOperations& files)
 WholeFile::~WholeFile() {
     file_.reset();
     if (created_) files_.Remove(temporary_);
+    if (!kept_.empty()) files_.Remove(kept_);
 }
 
 void WholeFile::Require(std::error_code result) const {
@@ -66,13 +68,58 @@ void WholeFile::Write(std::string_view bytes) {
 }
 
 void WholeFile::Finish() {
+    Store();
+    TakeName();
+}
+
+void WholeFile::Store() {
     Require(file_->Sync());
     Require(file_->Close());
     std::error_code failure;
     if (fs::exists(old_)) fs::permissions(temporary_, old_.permissions(), failure);
     Require(failure);
+}
+
+void WholeFile::TakeName() {
     Require(files_.Rename(temporary_, target_));
     created_ = false;
+}
+
+// Where the place has no second names, the file cannot be restored.
+void WholeFile::KeepOld() {
+    if (!fs::exists(old_)) return;
+    fs::path name = target_;
+    name += "." + std::to_string(ProcessNumber()) + ".old";
+    if (!files_.Link(target_, name)) kept_ = std::move(name);
+}
+
+bool WholeFile::RestoreOld() {
+    if (fs::exists(old_)) {
+        if (kept_.empty() || files_.Rename(kept_, target_)) return false;
+        kept_.clear();
+        return true;
+    }
+    files_.Remove(target_);
+    std::error_code failure;
+    return !fs::exists(target_, failure) && !failure;
+}
+
+void FinishTogether(const std::vector<WholeFile*>& files) {
+    for (WholeFile* file : files)
+        file->Store();
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        try {
+            if (i + 1 < files.size()) files[i]->KeepOld();
+            files[i]->TakeName();
+        } catch (const Error& error) {
+            std::u16string text = error.Description();
+            for (std::size_t before = 0; before < i; ++before) {
+                if (files[before]->RestoreOld()) continue;
+                text += u"; '" + NameOf(files[before]->path_) + u"' is written, and stays";
+            }
+            throw Error(ErrorNumber::FileAccess, text);
+        }
+    }
 }
 
 void WriteWholeFile(const std::filesystem::path& path, std::string_view bytes,

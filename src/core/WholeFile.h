@@ -4,8 +4,10 @@
 #include <cstddef>
 #include <filesystem>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 namespace QuillonLib {
 
@@ -27,6 +29,9 @@ class FileOperations {
                                          std::error_code& failure) = 0;
     virtual std::error_code Rename(const std::filesystem::path& from,
                                    const std::filesystem::path& to) = 0;
+    // Another name for a file; fails where one of that name exists, or the place has no such names.
+    virtual std::error_code Link(const std::filesystem::path& file,
+                                 const std::filesystem::path& name) = 0;
     virtual void Remove(const std::filesystem::path& path) noexcept = 0;
 };
 
@@ -51,16 +56,28 @@ class WholeFile {
     void Finish();
 
   private:
+    friend void FinishTogether(const std::vector<WholeFile*>& files);
+
     void Require(std::error_code result) const;
+    // The steps of Finish, the second of which can be taken back.
+    void Store();
+    void TakeName();
+    void KeepOld();
+    bool RestoreOld();
 
     std::filesystem::path path_;
     FileOperations& files_;
     std::filesystem::path target_;
     std::filesystem::file_status old_;
     std::filesystem::path temporary_;
+    std::filesystem::path kept_;  // another name of the old file; empty: there is none
     std::unique_ptr<FileOperations::File> file_;
     bool created_ = false;
 };
+
+// Finishes several files: all of them take their names, or none does. Throws Error 75 of the one
+// that cannot; where another can then not be made what it was, it is named behind the cause.
+void FinishTogether(const std::vector<WholeFile*>& files);
 
 // A WholeFile of one piece.
 void WriteWholeFile(const std::filesystem::path& path, std::string_view bytes,

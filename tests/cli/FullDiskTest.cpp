@@ -104,6 +104,32 @@ TEST_F(FullDiskTest, AScriptThatFindsNoRoomLeavesTheOldFile) {
     EXPECT_TRUE(Written() == whole);
 }
 
+// The first fits.
+TEST_F(FullDiskTest, OfTwoScriptsBothAreWrittenOrNone) {
+    AddRows(u"wide", 1, 20'000);
+    const auto pathOf = [this](int side) {
+        return folder / "files" / ("u." + std::to_string(side) + ".sql");
+    };
+    const std::vector<std::string> options{"-o", Target(), "--encoding", "utf16", "--to", "both"};
+    ASSERT_EQ(Run("script", options, 0).exitCode, 0);
+    const int tooFew = JustTooFew(fs::file_size(pathOf(2)));
+    ASSERT_LT(fs::file_size(pathOf(1)), tooFew * Block);
+    for (const bool anOldOne : {true, false}) {
+        SCOPED_TRACE(anOldOne);
+        fs::remove(pathOf(1));
+        std::ofstream(pathOf(2), std::ios::trunc) << "old 2";
+        if (anOldOne) std::ofstream(pathOf(1)) << "old 1";
+        const Ending ending = Run("script", options, tooFew);
+        EXPECT_EQ(ending.exitCode, 2);
+        EXPECT_EQ(ending.err,
+                  "quillon: Cannot write the file '" + pathOf(2).string() + "': File too large\n");
+        EXPECT_EQ(Read("files/u.1.sql"), anOldOne ? "old 1" : "");
+        EXPECT_EQ(fs::exists(pathOf(1)), anOldOne);
+        EXPECT_EQ(Read("files/u.2.sql"), "old 2");
+        EXPECT_EQ(Files(), anOldOne ? 2U : 1U);
+    }
+}
+
 TEST_F(FullDiskTest, AScriptForStandardOutputThatFindsNoRoomPrintsNothing) {
     AddRows(u"wide", 30, 100'000);
     const std::vector<std::string> options{"-o", "-", "--encoding", "utf16"};

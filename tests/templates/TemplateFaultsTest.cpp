@@ -10,7 +10,7 @@
 #include <pugixml.hpp>
 
 #include "TemplateFiles.h"
-#include "core/WholeFile.h"
+#include "tests/support/FailingFiles.h"
 
 namespace {
 
@@ -46,58 +46,6 @@ void* XmlAllocate(std::size_t size) {
 namespace QuillonLib {
 namespace {
 
-// The real calls, the n-th of which fails.
-class FailingFiles final : public FileOperations {
-  public:
-    std::unique_ptr<File> Create(const std::filesystem::path& path,
-                                 std::error_code& failure) override {
-        if ((failure = Fail())) return nullptr;
-        auto file = SystemFiles().Create(path, failure);
-        if (!file) return nullptr;
-        return std::make_unique<FailingFile>(*this, std::move(file));
-    }
-    std::error_code Rename(const std::filesystem::path& from,
-                           const std::filesystem::path& to) override {
-        if (const std::error_code failure = Fail()) return failure;
-        return SystemFiles().Rename(from, to);
-    }
-    void Remove(const std::filesystem::path& path) noexcept override { SystemFiles().Remove(path); }
-
-    int callsLeft = -1;
-
-  private:
-    class FailingFile final : public File {
-      public:
-        FailingFile(FailingFiles& files, std::unique_ptr<File> file)
-            : files_(files), file_(std::move(file)) {}
-        std::error_code Write(std::string_view bytes) override {
-            if (const std::error_code failure = files_.Fail()) {
-                (void)file_->Write(bytes.substr(0, bytes.size() / 2));  // a full disk takes a part
-                return failure;
-            }
-            return file_->Write(bytes);
-        }
-        std::error_code Sync() override {
-            const std::error_code failure = files_.Fail();
-            return failure ? failure : file_->Sync();
-        }
-        std::error_code Close() override {
-            const std::error_code failure = files_.Fail();
-            return failure ? failure : file_->Close();
-        }
-
-      private:
-        FailingFiles& files_;
-        std::unique_ptr<File> file_;
-    };
-
-    std::error_code Fail() {
-        if (callsLeft < 0 || callsLeft-- > 0) return {};
-        callsLeft = -1;
-        return std::make_error_code(std::errc::no_space_on_device);
-    }
-};
-
 class TemplateFaultsTest : public TemplateFiles {
   protected:
     static void Change(ComparisonTemplates& store) {
@@ -117,7 +65,7 @@ TEST_F(TemplateFaultsTest, TheNthWriteFails) {
     int failures = 0;
     for (int n = 0;; ++n) {
         Write(oldFile);
-        FailingFiles files;
+        test::FailingFiles files;
         ComparisonTemplates store(files);
         store.Load(Path());
         Change(store);
@@ -137,7 +85,7 @@ TEST_F(TemplateFaultsTest, TheNthWriteFails) {
 
 TEST_F(TemplateFaultsTest, AFullDiskIsNamed) {
     Write(oldFile);
-    FailingFiles files;
+    test::FailingFiles files;
     ComparisonTemplates store(files);
     store.Load(Path());
     Change(store);
