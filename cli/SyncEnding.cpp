@@ -1,5 +1,7 @@
 #include "cli/SyncEnding.h"
 
+#include <exception>
+#include <string>
 #include <utility>
 
 #include "QuillonLib.h"
@@ -70,7 +72,11 @@ int SyncEnding::LookAgain(const OutcomeUnknown& unknown) const {
                       : found == ExitCode::NotWhole
                           ? "quillon: no difference was found now, but not everything was compared"
                           : "quillon: not every table could be compared");
-    } catch (const QuillonLib::Error& error) {
+    } catch (const Interruption&) {
+        throw Interruption(
+            "whether the transaction was committed is not known; the comparison after it was "
+            "interrupted");
+    } catch (const std::exception& error) {
         console_.Note(std::string("quillon: comparing again failed: ") + error.what());
     }
     console_.Note("quillon: whether the transaction was committed is still not known");
