@@ -32,6 +32,8 @@ build_packages=(ca-certificates cmake g++ iso-codes libcli11-dev libexpat1-dev l
 # The tests add their frameworks, and clients of the sandbox that were not written here.
 test_packages=("${build_packages[@]}" freetds-bin libbenchmark-dev libgmock-dev libgtest-dev
     python3 python3-tds python3-pkg-resources)
+# Counting the lines that tests run.
+coverage_packages=("${test_packages[@]}" gcovr)
 # Style and analysis, and the fuzzers' compiler.
 check_packages=("${test_packages[@]}" clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev)
 # Cross-building for Windows, and running what comes of it: the sources of what Debian does not ship

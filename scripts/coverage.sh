@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Runs every test and tells which lines of the library and the front end they run: a line for each
+# file below the bar, then the whole. Fails where fewer than 92 of 100 lines run. With "html", pages
+# with every line are written to build/coverage/html.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+. scripts/packages.sh
+
+need "${coverage_packages[@]}"
+cmake --preset coverage >/dev/null
+cmake --build --preset coverage
+find build/coverage -name '*.gcda' -delete
+ctest --preset coverage
+
+pages=()
+if [ "${1:-}" = html ]; then
+    mkdir -p build/coverage/html
+    pages=(--html-details build/coverage/html/index.html)
+fi
+# Every call that may throw would count as a branch that is never taken.
+gcovr --root . --filter 'src/' --filter 'cli/' --exclude-throw-branches \
+    --exclude-unreachable-branches -j 2 --txt build/coverage/lines.txt --print-summary \
+    --fail-under-line 92 "${pages[@]}" build/coverage/src build/coverage/cli
