@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "catalog/Login.h"
+#include "cli/AbandonOnInterrupt.h"
 #include "cli/Interrupt.h"
 #include "cli/Printable.h"
 #include "cli/TableDependencies.h"
@@ -210,6 +211,7 @@ std::vector<std::u16string> Comparison::KeyColumns(const TableDifference& result
 }
 
 std::unique_ptr<Comparison> Prepare(ComparisonRequest request, Console& console) {
+    const AbandonOnInterrupt silent;
     DatabaseOptions::RequireLinkable(request.databases);
     auto comparison = std::make_unique<Comparison>();
     comparison->databases = request.databases;
@@ -239,6 +241,7 @@ std::shared_ptr<EventSink> ProgressSink(Console& console) {
 }
 
 std::shared_ptr<TableDifferences> Run(const Comparison& comparison, Console& console) {
+    const AbandonOnInterrupt silent;
     const auto& [obDB1, obDB2, obDB3] = comparison.databases;
     // Children first: so every level of tables is a pass of its own when a script is ordered, and
     // no parent is deleted from before its children.
@@ -256,9 +259,14 @@ std::shared_ptr<TableDifferences> Run(const Comparison& comparison, Console& con
     return results;
 }
 
+LinkedServerCleanup::LinkedServerCleanup(const Comparison& comparison, Console& console)
+    : comparison_(comparison), console_(console) {
+    if (comparison.dropLinkedServers && comparison.NeedsLinkedServers()) toDo_.emplace();
+}
+
 LinkedServerCleanup::~LinkedServerCleanup() {
     const auto& [obDB1, obDB2, obDB3] = comparison_.databases;
-    if (!comparison_.dropLinkedServers || !comparison_.NeedsLinkedServers()) return;
+    if (!toDo_) return;
     try {
         const auto connection = OpenConnection(*obDB3);
         for (const auto& database : {obDB1, obDB2}) {

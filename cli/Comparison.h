@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "QuillonLib.h"
+#include "cli/AbandonOnInterrupt.h"
 #include "cli/CatalogSurvey.h"
 #include "cli/Console.h"
 #include "cli/DatabaseOptions.h"
@@ -61,8 +62,7 @@ std::shared_ptr<QuillonLib::EventSink> ProgressSink(Console& console);
 // defined, if that was asked for. What goes wrong is told as a note.
 class LinkedServerCleanup {
   public:
-    LinkedServerCleanup(const Comparison& comparison, Console& console)
-        : comparison_(comparison), console_(console) {}
+    LinkedServerCleanup(const Comparison& comparison, Console& console);
     ~LinkedServerCleanup();
     LinkedServerCleanup(const LinkedServerCleanup&) = delete;
     LinkedServerCleanup& operator=(const LinkedServerCleanup&) = delete;
@@ -70,6 +70,7 @@ class LinkedServerCleanup {
   private:
     const Comparison& comparison_;
     Console& console_;
+    std::optional<InOrderFirst> toDo_;  // when there is something to remove
 };
 
 }  // namespace quillon

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "cli/AbandonOnInterrupt.h"
 #include "cli/DirectResults.h"
 #include "cli/Interrupt.h"
 
@@ -37,6 +38,7 @@ class ProgressLine {
 
 DirectRun PrepareDirect(const ComparisonRequest& request, const DirectChoices& choices,
                         Console& console) {
+    const AbandonOnInterrupt silent;
     DirectRun run;
     run.databases = request.databases;
     static_cast<TableLists&>(run) =
@@ -66,6 +68,8 @@ std::vector<DirectTableResult> Run(const DirectRun& run, Console& console,
         cancel = Interrupted();
     };
     sink.Waiting = [](bool& cancel) { cancel = Interrupted(); };
+    // A worker that logs in cannot be cancelled.
+    const AbandonOnInterrupt silent;
     auto results =
         CompareDirectly(*run.databases.obDB1, *run.databases.obDB2, run.choices, run.options, sink);
     console.ClearProgress();

@@ -1,7 +1,9 @@
 #include "cli/DirectScripts.h"
 
 #include <algorithm>
+#include <optional>
 
+#include "cli/AbandonOnInterrupt.h"
 #include "cli/DirectResults.h"
 #include "cli/Interrupt.h"
 #include "cli/Printable.h"
@@ -44,9 +46,14 @@ const DirectScripts::Script& DirectScripts::Of(int side) const {
 }
 
 void DirectScripts::Write(int side, const std::function<void(std::u16string_view)>& out,
-                          const std::function<void(std::size_t)>& begins) {
+                          const std::function<void(std::size_t)>& begins,
+                          const std::function<void()>& leave) {
     Script& script = scripts_.front().side == side ? scripts_.front() : scripts_.back();
+    // The catalog of the target is read before the first piece.
+    std::optional<AbandonOnInterrupt> silent;
+    silent.emplace(leave);
     const auto stoppable = [&](std::u16string_view piece) {
+        silent.reset();
         StopIfInterrupted();
         out(piece);
     };
@@ -74,6 +81,7 @@ std::vector<std::u16string> DirectScripts::TablesWritten(int side) const {
 }
 
 std::vector<LeftOut> DirectScripts::NotBroughtOver() const {
+    const AbandonOnInterrupt silent;
     std::vector<LeftOut> list;
     const std::vector<ResultLine> lines = Judge(run_, results_);
     for (std::size_t i = 0; i < lines.size(); ++i) {

@@ -23,9 +23,12 @@ class DirectScripts {
     const std::vector<QuillonLib::DirectTableResult>& Results() const { return results_; }
 
     // The script for one of the databases, once each. `out` gets it line by line;
-    // `begins` as with DirectScriptWriter::Write. Throws as that does, and Interruption.
+    // `begins` as with DirectScriptWriter::Write. Throws as that does, and Interruption. `leave`:
+    // what is to be put in order, in another thread, where a signal ends the program before the
+    // first line because a server is silent.
     void Write(int side, const std::function<void(std::u16string_view)>& out,
-               const std::function<void(std::size_t table)>& begins = {});
+               const std::function<void(std::size_t table)>& begins = {},
+               const std::function<void()>& leave = {});
 
     // Of the scripts that have been written: what they do to their tables.
     const std::vector<QuillonLib::DirectScriptTable>& Written(int side) const;

@@ -2,6 +2,7 @@
 #include <memory>
 #include <stdexcept>
 
+#include "cli/AbandonOnInterrupt.h"
 #include "cli/Commands.h"
 #include "cli/DatabaseOptions.h"
 
@@ -22,6 +23,7 @@ std::optional<QuillonLib::TextArray> DatabasesOf(const std::string& server,
     const std::string user = login.integrated ? "" : ConnectionValue(login.user, "user name");
     const std::string password =
         ConnectionValue(QuillonLib::ToUtf8(login.Password(console)), "password");
+    const AbandonOnInterrupt silent;
     try {
         return QuillonLib::Utils().AvailableDatabases(FromUtf8(ParseServer(server)), FromUtf8(user),
                                                       FromUtf8(password));
@@ -36,6 +38,7 @@ void AddDiscoveryCommands(CLI::App& app, Program& program) {
     auto* servers =
         app.add_subcommand("servers", "List the SQL Servers that answer on the network");
     servers->callback([&program] {
+        const AbandonOnInterrupt silent;
         PrintNames(QuillonLib::Utils().AvailableServers(), "No server answered.", program.console);
     });
 

@@ -9,5 +9,8 @@ bool NoteInterrupt(int signal) noexcept;
 void ForgetInterrupt() noexcept;
 // What was given to BeforeEndingAtOnce.
 void RunLastActions() noexcept;
+// Runs them and ends the process where it stands: no destructor of a static object runs, and no
+// thread is waited for. Not for a handler.
+[[noreturn]] void EndProcess(int exitCode) noexcept;
 
 }  // namespace quillon

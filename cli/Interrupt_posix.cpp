@@ -91,6 +91,11 @@ class InterruptWatch::Before {
     struct sigaction onTerm_ {};
 };
 
+void EndProcess(int exitCode) noexcept {
+    RunLastActions();
+    _exit(exitCode);
+}
+
 InterruptWatch::InterruptWatch() {
     ForgetInterrupt();
     noteIsTerminal = isatty(STDERR_FILENO) == 1;

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <string_view>
 
 #include "cli/InterruptState.h"
@@ -51,6 +52,13 @@ class InterruptWatch::Before {
     Before(const Before&) = delete;
     Before& operator=(const Before&) = delete;
 };
+
+// ExitProcess would wait for what the drivers' libraries do at their end.
+void EndProcess(int exitCode) noexcept {
+    RunLastActions();
+    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(exitCode));
+    std::abort();  // not reached
+}
 
 InterruptWatch::InterruptWatch() {
     ForgetInterrupt();

@@ -1,6 +1,7 @@
 #include <memory>
 #include <stdexcept>
 
+#include "cli/AbandonOnInterrupt.h"
 #include "cli/CommandOptions.h"
 #include "cli/ResultTable.h"
 #include "cli/Roads.h"
@@ -88,8 +89,11 @@ int ShowRowsByServer(const RowsOptions& options, Console& console) {
     std::shared_ptr<Recordset> equal, different, right, left;
     std::u16string toTwo, toOne;
     const auto& [obDB1, obDB2, obDB3] = comparison->databases;
-    utils.GetRecordsets(obDB1, obDB2, obDB3, result, equal, different, right, left, toTwo, toOne,
-                        static_cast<enShowOptions>(flags), options.limit);
+    {
+        const AbandonOnInterrupt silent;
+        utils.GetRecordsets(obDB1, obDB2, obDB3, result, equal, different, right, left, toTwo,
+                            toOne, static_cast<enShowOptions>(flags), options.limit);
+    }
     const int limit = options.limit;
     PrintRows(console, "Identical", equal.get(), counts.identical, limit);
     PrintDifferent(console, *result, different.get(), counts.different, limit);

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "catalog/Login.h"
+#include "cli/AbandonOnInterrupt.h"
 #include "cli/ForeignKeys.h"
 #include "cli/Interrupt.h"
 #include "cli/Roads.h"
@@ -43,6 +44,7 @@ void ScriptOptions::RequireWholeRows(const ComparisonOptions& comparison) const 
 ScriptMaker::ScriptMaker(const Comparison& comparison, const ScriptPlan& plan,
                          const ScriptOptions& options, Console& console)
     : comparison_(comparison), plan_(plan), options_(options) {
+    const AbandonOnInterrupt silent;
     Utils utils;
     utils.EventSink(ProgressSink(console));
     const auto& [obDB1, obDB2, obDB3] = comparison.databases;

@@ -6,6 +6,7 @@
 
 #include "catalog/Identifiers.h"
 #include "catalog/Login.h"
+#include "cli/AbandonOnInterrupt.h"
 #include "cli/ForeignKeys.h"
 #include "cli/Printable.h"
 #include "cli/ResultTable.h"
@@ -260,11 +261,13 @@ class Planner {
 
 ScriptPlan PlanScripts(const Comparison& comparison, std::shared_ptr<TableDifferences> results,
                        const PlanOptions& options) {
+    const AbandonOnInterrupt silent;
     return Planner(comparison, std::move(results), options).Run();
 }
 
 void NoteCascades(const std::vector<std::u16string>& tables, const Database& target,
                   Console& console) {
+    const AbandonOnInterrupt silent;
     const auto isWritten = [&](const std::u16string& entry) {
         return std::any_of(tables.begin(), tables.end(), [&](const std::u16string& table) {
             return EqualIgnoringCase(table, entry);

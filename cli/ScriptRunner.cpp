@@ -272,11 +272,14 @@ class BatchRun {
     void RunOne(std::size_t number) {
         bool ends = false;
         try {
+            std::optional<CancelOnInterrupt> watch;
+            watch.emplace(connection_);
             const std::int32_t open = Look();
             batches_.Look(connection_, number);
             const std::u16string batch = batches_.Batch(number);
             ends = open == 1 && HoldsCommit(batch);
-            Execute(batch, ends);
+            if (ends) watch.reset();  // cancelled, a COMMIT could have happened or not
+            connection_.Execute(batch);
             if (number + 1 == batches_.Count() && !ends && Look() > 0) {
                 throw QuillonLib::Error(QuillonLib::ErrorNumber::DataAccess,
                                         u"The script leaves its transaction open.");
@@ -287,13 +290,6 @@ class BatchRun {
             if (Interrupted()) ThrowRolledBack();
             throw BatchFailure(cause, number + 1, batches_.Count());
         }
-    }
-
-    void Execute(const std::u16string& batch, bool ends) {
-        std::optional<CancelOnInterrupt> watch;
-        // cancelled, a COMMIT could have happened or not
-        if (!ends) watch.emplace(connection_);
-        connection_.Execute(batch);
     }
 
     std::int32_t Look() {

@@ -1,7 +1,9 @@
 #include <CLI/CLI.hpp>
 #include <memory>
+#include <string>
 #include <vector>
 
+#include "cli/AbandonOnInterrupt.h"
 #include "cli/CommandOptions.h"
 #include "cli/Roads.h"
 #include "cli/ScriptFile.h"
@@ -18,8 +20,13 @@ int WriteScriptsByServer(const ScriptFileOptions& options, Console& console) {
     const ScriptMaker maker(*comparison, plan, options.script, console);
     std::vector<std::unique_ptr<ScriptSink>> files;
     for (const int side : options.Sides()) {
+        std::u16string script;
+        {
+            const AbandonOnInterrupt silent([&] { files.clear(); });
+            script = maker.ScriptFor(side == 1 ? Target::Database1 : Target::Database2);
+        }
         files.push_back(ScriptSink::Open(options.FileFor(side), options.Encoding(), console));
-        files.back()->Write(maker.ScriptFor(side == 1 ? Target::Database1 : Target::Database2));
+        files.back()->Write(script);
     }
     ScriptSink::FinishAll(files);
     const auto tables = plan.Tables();

@@ -16,7 +16,9 @@ int WriteScriptsDirect(const ScriptFileOptions& options, Console& console) {
     for (const int side : sides) {
         ScriptSink& file = *files.emplace_back(
             ScriptSink::Open(options.FileFor(side), options.Encoding(), console));
-        scripts.Write(side, [&](std::u16string_view piece) { file.Write(piece); });
+        scripts.Write(
+            side, [&](std::u16string_view piece) { file.Write(piece); }, {},
+            [&] { files.clear(); });
     }
     ScriptSink::FinishAll(files);
     for (const int side : sides)

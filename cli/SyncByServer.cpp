@@ -177,7 +177,7 @@ int SyncByServer(const SyncOptions& options, Console& console) {
     });
     if (options.dryRun) return options.comparison.Accepted(ending.EndDryRun());
     if (!ending.MayChange(options.yes)) return ExitCode::Failed;
-    const auto connection = OpenConnection(target);
+    const auto connection = LogInToChange(target);
     try {
         RunBatches(*connection, batches);
     } catch (const BatchFailure& failure) {

@@ -103,7 +103,7 @@ int SyncDirect(const SyncOptions& options, Console& console) {
                              (tables.empty() ? "" : ": " + tables));
     };
     const auto begin = std::chrono::steady_clock::now();
-    const auto connection = OpenConnection(target);
+    const auto connection = LogInToChange(target);
     try {
         RunBatches(*connection, script);
     } catch (const BatchFailure& failure) {

@@ -5,12 +5,28 @@
 #include <utility>
 
 #include "QuillonLib.h"
+#include "catalog/Login.h"
+#include "cli/AbandonOnInterrupt.h"
 #include "cli/Interrupt.h"
 #include "cli/Verdict.h"
 
 namespace quillon {
 
 using QuillonLib::ToUtf8;
+
+namespace {
+
+constexpr const char* CommittedAndInterrupted =
+    "the transaction was committed; the comparison after it was interrupted";
+constexpr const char* UnknownAndInterrupted =
+    "whether the transaction was committed is not known; the comparison after it was interrupted";
+
+}  // namespace
+
+std::shared_ptr<QuillonLib::Connection> LogInToChange(const QuillonLib::Database& target) {
+    const AbandonOnInterrupt silent;
+    return QuillonLib::OpenConnection(target);
+}
 
 bool NothingToDo(int exitCode, Console& console) {
     if (exitCode == ExitCode::Identical) console.Print("Nothing to do.");
@@ -48,11 +64,11 @@ int SyncEnding::Committed(const std::string& pace) const {
                    ". Compared again:");
     console_.Print();
     console_.Flush();
+    const OutcomeSoFar committed(CommittedAndInterrupted);
     try {
         return compareAgain_();
     } catch (const Interruption&) {
-        throw Interruption(
-            "the transaction was committed; the comparison after it was interrupted");
+        throw Interruption(CommittedAndInterrupted);
     }
 }
 
@@ -62,6 +78,7 @@ int SyncEnding::LookAgain(const OutcomeUnknown& unknown) const {
                   "committed it is not known:\n" +
                   unknown.what());
     console_.Note("quillon: comparing again to find out");
+    const OutcomeSoFar notKnown(UnknownAndInterrupted);
     try {
         const int found = compareAgain_();
         if (found == ExitCode::Identical) {
@@ -73,9 +90,7 @@ int SyncEnding::LookAgain(const OutcomeUnknown& unknown) const {
                           ? "quillon: no difference was found now, but not everything was compared"
                           : "quillon: not every table could be compared");
     } catch (const Interruption&) {
-        throw Interruption(
-            "whether the transaction was committed is not known; the comparison after it was "
-            "interrupted");
+        throw Interruption(UnknownAndInterrupted);
     } catch (const std::exception& error) {
         console_.Note(std::string("quillon: comparing again failed: ") + error.what());
     }

@@ -3,16 +3,21 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "cli/Console.h"
 #include "cli/ScriptRunner.h"
 
 namespace QuillonLib {
+class Connection;
 class Database;
-}
+}  // namespace QuillonLib
 
 namespace quillon {
+
+// Logs in for the script. Throws the library's Error.
+std::shared_ptr<QuillonLib::Connection> LogInToChange(const QuillonLib::Database& target);
 
 // Whether a comparison that asks for `exitCode` leaves nothing to do; told.
 bool NothingToDo(int exitCode, Console& console);

@@ -55,7 +55,7 @@ WholeFile::WholeFile(const fs::path& path, FileOperations& files)
 WholeFile::~WholeFile() {
     file_.reset();
     if (created_) files_.Remove(temporary_);
-    if (!kept_.empty()) files_.Remove(kept_);
+    ForgetOld();
 }
 
 void WholeFile::Require(std::error_code result) const {
@@ -104,6 +104,11 @@ bool WholeFile::RestoreOld() {
     return !fs::exists(target_, failure) && !failure;
 }
 
+void WholeFile::ForgetOld() noexcept {
+    if (!kept_.empty()) files_.Remove(kept_);
+    kept_.clear();
+}
+
 void FinishTogether(const std::vector<WholeFile*>& files) {
     for (WholeFile* file : files)
         file->Store();
@@ -120,6 +125,8 @@ void FinishTogether(const std::vector<WholeFile*>& files) {
             throw Error(ErrorNumber::FileAccess, text);
         }
     }
+    for (WholeFile* file : files)
+        file->ForgetOld();
 }
 
 void WriteWholeFile(const std::filesystem::path& path, std::string_view bytes,

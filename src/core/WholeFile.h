@@ -64,6 +64,7 @@ class WholeFile {
     void TakeName();
     void KeepOld();
     bool RestoreOld();
+    void ForgetOld() noexcept;
 
     std::filesystem::path path_;
     FileOperations& files_;

@@ -148,8 +148,10 @@ TEST_F(InterruptedProcessTest, EndsAtOnceAtTheSecondSignal) {
     EXPECT_GE(connection, 0);
     process.Signal(SIGINT);
     EXPECT_TRUE(process.Says(Told));
+    process.Signal(SIGSTOP);  // it ends by itself otherwise, after a second
     EXPECT_FALSE(fs::is_empty(Temporary()));
     process.Signal(SIGTERM);
+    process.Signal(SIGCONT);
     EXPECT_EQ(process.Wait(), -SIGTERM);
     EXPECT_EQ(process.Err(), Told);
     EXPECT_TRUE(fs::is_empty(Temporary()));

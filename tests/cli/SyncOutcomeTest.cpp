@@ -103,7 +103,7 @@ TEST_F(SyncOutcomeTest, ASignalDuringAComparisonEndsIt) {
     sandbox::Fault slow;
     slow.kind = sandbox::FaultKind::Delay;
     slow.contains = u" UNION SELECT ";
-    slow.delay = std::chrono::milliseconds(1500);
+    slow.delay = std::chrono::milliseconds(600);
     server.AddFault(slow);
     RunOnBoth(u"CREATE TABLE q (id int NOT NULL CONSTRAINT PK_q PRIMARY KEY)");
     Process process(folder, {"compare", "--by-server", one, two, "--user", "sa"}, {},
