@@ -184,7 +184,7 @@ ColumnDrift CompareColumns(const TableFacts& facts) {
         const ColumnFacts* other = facts.in2.FindColumn(column.Name);
         if (other == nullptr) {
             drift.lines.push_back("column " + Bracketed(column) + " only in 1");
-            ++drift.onlyIn1;
+            drift.onlyIn1.push_back(column.Name);
             continue;
         }
         const bool collations = column.Collation != other->Collation;
@@ -193,11 +193,12 @@ ColumnDrift CompareColumns(const TableFacts& facts) {
         if (text1 == text2) continue;
         drift.lines.push_back("column " + Bracketed(column) + " is " + text1 + " in 1, " + text2 +
                               " in 2");
+        drift.differences.push_back({"definition", column.Name, text1, text2});
     }
     for (const ColumnFacts& column : facts.in2.Columns) {
         if (facts.in1.FindColumn(column.Name) != nullptr) continue;
         drift.lines.push_back("column " + Bracketed(column) + " only in 2");
-        ++drift.onlyIn2;
+        drift.onlyIn2.push_back(column.Name);
     }
     return drift;
 }

@@ -2,7 +2,6 @@
 // object model tells, for the front end must know what a comparison does not look at.
 #pragma once
 
-#include <cstddef>
 #include <map>
 #include <memory>
 #include <string>
@@ -40,12 +39,23 @@ FactsByTable ReadFacts(const QuillonLib::Database& obDB1, const QuillonLib::Data
 // "nvarchar(20)", "decimal(18,4)", "int".
 std::string TypeText(const QuillonLib::ColumnFacts& column);
 
+// Where both have a column, or a primary key, but declare it otherwise.
+struct DeclaredDifference {
+    // "type", "nullability", "collation", "identity" or "primary key"; "definition": any of the
+    // first four, in one text.
+    std::string what;
+    std::u16string column;  // empty for a primary key
+    std::string in1;        // empty where there is nothing: no identity, no primary key
+    std::string in2;
+};
+
 // How the columns of a table differ between the databases, a line for each: columns that only one
 // has, and common ones of another type, length, nullability or collation.
 struct ColumnDrift {
     std::vector<std::string> lines;
-    std::size_t onlyIn1 = 0;  // columns
-    std::size_t onlyIn2 = 0;
+    std::vector<DeclaredDifference> differences;
+    std::vector<std::u16string> onlyIn1;  // names
+    std::vector<std::u16string> onlyIn2;
 };
 ColumnDrift CompareColumns(const TableFacts& facts);
 

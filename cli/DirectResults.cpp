@@ -15,19 +15,24 @@ std::string Bracketed(const std::u16string& name) {
     return "[" + ToUtf8(name) + "]";
 }
 
-std::string ReasonOf(const DirectOmitted& column) {
+ColumnLeftOut LeftOut(const DirectOmitted& column) {
     switch (column.why) {
+        case DirectOmission::OnlyIn1:
+            return {column.name, "only-in-1", ""};
+        case DirectOmission::OnlyIn2:
+            return {column.name, "only-in-2", ""};
         case DirectOmission::Computed:
-            return "it is computed";
+            return {column.name, "computed", "it is computed"};
         case DirectOmission::Generated:
-            return "the server writes it itself";
+            return {column.name, "generated", "the server writes it itself"};
         case DirectOmission::RowVersion:
-            return "a row version differs by nature";
+            return {column.name, "row-version", "a row version differs by nature"};
         case DirectOmission::Ignored:
-            return "it is ignored, as asked for";
-        default:
-            return ToUtf8(column.reason);
+            return {column.name, "ignored", "it is ignored, as asked for"};
+        case DirectOmission::NotComparable:
+            break;
     }
+    return {column.name, "not-comparable", ToUtf8(column.reason)};
 }
 
 bool IsOneSided(const DirectOmitted& column) {
@@ -36,9 +41,10 @@ bool IsOneSided(const DirectOmitted& column) {
 
 void TellOmitted(const DirectTableResult& result, Verdict& verdict) {
     for (const DirectOmitted& column : result.shape.omitted) {
-        ++verdict.columnsNotCompared;
+        verdict.leftOut.push_back(LeftOut(column));
         if (IsOneSided(column)) continue;
-        verdict.notCompared.push_back("column " + Bracketed(column.name) + ": " + ReasonOf(column));
+        verdict.notCompared.push_back("column " + Bracketed(column.name) + ": " +
+                                      verdict.leftOut.back().reason);
     }
     verdict.drift = OneSidedColumns(result);
     if (verdict.drift.empty() || verdict.kind != Verdict::Kind::Identical) return;
@@ -65,8 +71,26 @@ std::string Declared(const std::u16string& side) {
     return side.empty() ? "none" : ToUtf8(side);
 }
 
+const char* NameOf(DirectDriftKind kind) {
+    switch (kind) {
+        case DirectDriftKind::Type:
+            return "type";
+        case DirectDriftKind::Nullability:
+            return "nullability";
+        case DirectDriftKind::Collation:
+            return "collation";
+        case DirectDriftKind::Identity:
+            return "identity";
+        case DirectDriftKind::PrimaryKey:
+            break;
+    }
+    return "primary key";
+}
+
 void TellDrift(const DirectTableResult& result, Verdict& verdict) {
     for (const DirectDrift& drift : result.shape.drift) {
+        verdict.differences.push_back(
+            {NameOf(drift.kind), drift.column, ToUtf8(drift.side1), ToUtf8(drift.side2)});
         verdict.drift.push_back((drift.kind == DirectDriftKind::PrimaryKey
                                      ? std::string("primary key: ")
                                      : "column " + Bracketed(drift.column) + ": ") +
@@ -88,6 +112,19 @@ void TellChangedCells(const DirectTableResult& result, Verdict& verdict) {
     if (!line.empty()) verdict.drift.push_back(line);
 }
 
+// Which columns were compared, by what key, and how often they differ. Rows that no key matches
+// are of one side or the other, so that no cell counts as changed.
+void TellColumns(const DirectTableResult& result, Verdict& verdict) {
+    const DirectShape& shape = result.shape;
+    const bool counted = result.complete && !shape.key.empty();
+    verdict.columns = ColumnsOf(shape);
+    for (std::size_t i = 0; counted && i < result.changedCells.size(); ++i)
+        (*verdict.columns)[i].changedCells = static_cast<std::int64_t>(result.changedCells[i]);
+    verdict.key.emplace();
+    for (const std::size_t column : shape.key)
+        verdict.key->push_back(shape.columns[column].side1.Name);
+}
+
 bool IsRefusedSnapshot(DirectReading reading, bool asked) {
     return asked && reading == DirectReading::Committed;
 }
@@ -98,6 +135,15 @@ std::string FailureOf(const DirectTableResult& result, const std::string& table)
 }
 
 }  // namespace
+
+std::vector<ComparedColumn> ColumnsOf(const DirectShape& shape) {
+    std::vector<ComparedColumn> columns;
+    for (const DirectColumn& column : shape.columns) {
+        columns.push_back({column.side1.Name, column.side2.Name, TypeText(column.side1),
+                           TypeText(column.side2), column.key, std::nullopt});
+    }
+    return columns;
+}
 
 std::vector<std::string> OneSidedColumns(const DirectTableResult& result) {
     std::vector<std::string> lines;
@@ -113,11 +159,17 @@ ResultLine LineOf(const std::u16string& entry, const DirectTableResult& result,
                   const std::string& condition, const DirectOptions& options) {
     ResultLine line;
     line.table = ToUtf8(entry);
-    line.name = line.table + (result.shape.view ? " (view)" : "");
+    line.entry = entry;
+    line.view = result.shape.view;
+    line.condition = condition;
+    line.name = line.table + (line.view ? " (view)" : "");
     Verdict& verdict = line.verdict;
+    // A table whose plan could not be made has no shape.
+    if (!result.shape.columns.empty()) TellColumns(result, verdict);
     if (!result.complete) {
         verdict.text = "not compared";
         line.error = FailureOf(result, line.table);
+        if (result.error) line.errorNumber = result.error->Number();
         TellDrift(result, verdict);
         return line;
     }

@@ -15,6 +15,9 @@ namespace quillon {
 ResultLine LineOf(const std::u16string& entry, const QuillonLib::DirectTableResult& result,
                   const std::string& condition, const QuillonLib::DirectOptions& options);
 
+// The columns that are compared, without the number of their changed cells.
+std::vector<ComparedColumn> ColumnsOf(const QuillonLib::DirectShape& shape);
+
 // "column [a] only in 1", for each column that one side lacks.
 std::vector<std::string> OneSidedColumns(const QuillonLib::DirectTableResult& result);
 

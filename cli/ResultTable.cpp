@@ -1,5 +1,6 @@
 #include "cli/ResultTable.h"
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -12,23 +13,6 @@ using QuillonLib::TableDifferences;
 using QuillonLib::ToUtf8;
 
 namespace {
-
-struct Totals {
-    std::size_t tables = 0;
-    std::size_t ofKind[4] = {};
-    std::size_t onlyCounted = 0;
-    std::size_t columnsNotCompared = 0;
-    std::size_t oneSided = 0;
-
-    std::size_t Of(Verdict::Kind kind) const { return ofKind[static_cast<int>(kind)]; }
-    void Add(const Verdict& verdict) {
-        ++tables;
-        ++ofKind[static_cast<int>(verdict.kind)];
-        if (verdict.kind == Verdict::Kind::Failed) return;
-        if (!verdict.hasKey) ++onlyCounted;
-        columnsNotCompared += verdict.columnsNotCompared;
-    }
-};
 
 Colour ColourOf(Verdict::Kind kind) {
     switch (kind) {
@@ -99,6 +83,22 @@ void PrintError(Console& console, const ResultLine& line) {
     console.Print();
 }
 
+}  // namespace
+
+Totals TotalsOf(const std::vector<ResultLine>& lines, std::size_t oneSided) {
+    Totals totals;
+    totals.oneSided = oneSided;
+    for (const ResultLine& line : lines) {
+        const Verdict& verdict = line.verdict;
+        ++totals.tables;
+        ++totals.ofKind[static_cast<int>(verdict.kind)];
+        if (verdict.kind == Verdict::Kind::Failed) continue;
+        if (!verdict.hasKey) ++totals.onlyCounted;
+        totals.columnsNotCompared += verdict.leftOut.size();
+    }
+    return totals;
+}
+
 std::string LastLine(const Totals& totals) {
     std::string line = Plural(totals.tables, "table") + ": " +
                        std::to_string(totals.Of(Verdict::Kind::Identical)) + " identical, " +
@@ -123,7 +123,14 @@ int ExitCodeOf(const Totals& totals) {
     return totals.Of(Verdict::Kind::NotWhole) > 0 ? ExitCode::NotWhole : ExitCode::Identical;
 }
 
-}  // namespace
+std::vector<const ResultLine*> Listed(const std::vector<ResultLine>& lines, bool onlyDifferent) {
+    std::vector<const ResultLine*> listed;
+    for (const ResultLine& line : lines) {
+        const bool identical = line.verdict.kind == Verdict::Kind::Identical;
+        if (!onlyDifferent || !identical) listed.push_back(&line);
+    }
+    return listed;
+}
 
 std::string ErrorText(const TableDifference& result) {
     std::string text = ToUtf8(result.Error());
@@ -139,15 +146,8 @@ std::string ErrorText(const TableDifference& result) {
 
 int PrintResults(Console& console, const std::vector<ResultLine>& lines, std::size_t oneSided,
                  bool onlyDifferent) {
-    Totals totals;
-    totals.oneSided = oneSided;
-    for (const ResultLine& line : lines)
-        totals.Add(line.verdict);
-    std::vector<const ResultLine*> shown;
-    for (const ResultLine& line : lines) {
-        const bool identical = line.verdict.kind == Verdict::Kind::Identical;
-        if (!onlyDifferent || !identical) shown.push_back(&line);
-    }
+    const Totals totals = TotalsOf(lines, oneSided);
+    const std::vector<const ResultLine*> shown = Listed(lines, onlyDifferent);
     if (!onlyDifferent || !shown.empty()) PrintTable(console, shown);
     for (const ResultLine* line : shown)
         PrintDetails(console, *line);
@@ -157,29 +157,40 @@ int PrintResults(Console& console, const std::vector<ResultLine>& lines, std::si
     return ExitCodeOf(totals);
 }
 
-int PrintResults(Console& console, const Comparison& comparison, const TableDifferences& results) {
+std::vector<ResultLine> Judge(const Comparison& comparison, const TableDifferences& results) {
     std::vector<ResultLine> lines;
-    bool anyFailed = false;
     for (const std::u16string& entry : comparison.tables) {
         const auto result = results.Item(entry);
         const std::string table = ToUtf8(result->Name());
         lines.push_back({table, table + (result->IsView() ? " (view)" : ""), result->RecordsIn1(),
                          result->RecordsIn2(), result->RecordsDiffering(),
                          Judge(comparison, *result),
-                         result->Error().empty() ? "" : ErrorText(*result)});
-        anyFailed = anyFailed || lines.back().verdict.kind == Verdict::Kind::Failed;
+                         result->Error().empty() ? "" : ErrorText(*result), result->Name(),
+                         result->IsView(), "", std::nullopt});
     }
+    return lines;
+}
+
+void NoteFailuresAcrossServers(Console& console, const Comparison& comparison,
+                               const std::vector<ResultLine>& lines) {
+    const bool anyFailed = std::any_of(lines.begin(), lines.end(), [](const ResultLine& line) {
+        return line.verdict.kind == Verdict::Kind::Failed;
+    });
+    if (!anyFailed || !comparison.NeedsLinkedServers()) return;
+    console.Note(
+        "quillon: these databases are on different servers, so the linked servers KARNOBE_1 "
+        "and KARNOBE_2 are defined on " +
+        ToUtf8(comparison.databases.obDB3->Server()) +
+        " for the queries across both. That needs the rights ALTER ANY LINKED SERVER and ALTER "
+        "ANY LOGIN there, and a server that reaches the other by its name.");
+}
+
+int PrintResults(Console& console, const Comparison& comparison, const TableDifferences& results) {
+    const std::vector<ResultLine> lines = Judge(comparison, results);
     const int exitCode =
         PrintResults(console, lines, comparison.onlyIn1.size() + comparison.onlyIn2.size(),
                      comparison.onlyDifferent);
-    if (anyFailed && comparison.NeedsLinkedServers()) {
-        console.Note(
-            "quillon: these databases are on different servers, so the linked servers KARNOBE_1 "
-            "and KARNOBE_2 are defined on " +
-            ToUtf8(comparison.databases.obDB3->Server()) +
-            " for the queries across both. That needs the rights ALTER ANY LINKED SERVER and ALTER "
-            "ANY LOGIN there, and a server that reaches the other by its name.");
-    }
+    NoteFailuresAcrossServers(console, comparison, lines);
     return exitCode;
 }
 

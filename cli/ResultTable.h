@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,7 +22,37 @@ struct ResultLine {
     std::int64_t differing = 0;
     Verdict verdict;
     std::string error;  // of a table that failed
+    std::u16string entry;
+    bool view = false;
+    std::string condition;  // of the rows that were compared; empty for all
+    std::optional<std::int32_t> errorNumber;
 };
+
+struct Totals {
+    std::size_t tables = 0;  // that both databases have
+    std::size_t ofKind[4] = {};
+    std::size_t onlyCounted = 0;
+    std::size_t columnsNotCompared = 0;
+    std::size_t oneSided = 0;
+
+    std::size_t Of(Verdict::Kind kind) const { return ofKind[static_cast<int>(kind)]; }
+};
+
+Totals TotalsOf(const std::vector<ResultLine>& lines, std::size_t oneSided);
+// What the results ask for (Verdict.h).
+int ExitCodeOf(const Totals& totals);
+// "3 tables: 1 identical, 2 different; left out: 1 column".
+std::string LastLine(const Totals& totals);
+
+// The lines that are listed: all, or those of tables that are not identical.
+std::vector<const ResultLine*> Listed(const std::vector<ResultLine>& lines, bool onlyDifferent);
+
+// What may be said of each table that was compared by a server, in the order of its list.
+std::vector<ResultLine> Judge(const Comparison& comparison,
+                              const QuillonLib::TableDifferences& results);
+// Tells what a failure across servers may come from, where there is one.
+void NoteFailuresAcrossServers(Console& console, const Comparison& comparison,
+                               const std::vector<ResultLine>& lines);
 
 // A line for each table, in their order; then, for each that needs them, how its columns differ and
 // what was not compared and why; the errors; and a last line that says it all. `oneSided`: tables

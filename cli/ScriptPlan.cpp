@@ -122,7 +122,7 @@ class Planner {
         if (list.empty()) return;
         const TableFacts* facts = FactsOf(table);
         const ColumnDrift drift = facts == nullptr ? ColumnDrift() : CompareColumns(*facts);
-        const bool oneSided = drift.onlyIn1 + drift.onlyIn2 > 0;
+        const bool oneSided = !drift.onlyIn1.empty() || !drift.onlyIn2.empty();
         if (!oneSided && verdict.notCompared.empty()) return;
         plan_.leftOut.push_back(
             {table, "not whole: " + list, oneSided ? ExitCode::Different : ExitCode::NotWhole});

@@ -7,15 +7,30 @@ namespace {
 using namespace QuillonLib;
 
 // Why the values of a common column were not compared.
-std::string ReasonOf(const ColumnObject& column, const ColumnFacts* in2) {
-    if (column.Computed()) return "it is computed";
-    if (column.DataType() == u"timestamp") return "a row version differs by nature";
+ColumnLeftOut LeftOut(const ColumnObject& column, const ColumnFacts* in2) {
+    const auto because = [&](const char* why, std::string reason) {
+        return ColumnLeftOut{column.Name(), why, std::move(reason)};
+    };
+    if (column.Computed()) return because("computed", "it is computed");
+    if (column.DataType() == u"timestamp")
+        return because("row-version", "a row version differs by nature");
     for (const char16_t* type : {u"text", u"ntext", u"image", u"xml", u"geography", u"geometry"}) {
         if (column.DataType() == type || (in2 != nullptr && in2->DataType == type)) {
-            return "the server does not compare values of type " + ToUtf8(type);
+            return because("not-comparable",
+                           "the server does not compare values of type " + ToUtf8(type));
         }
     }
-    return "it is not among the columns chosen";
+    return because("not-chosen", "it is not among the columns chosen");
+}
+
+// What the catalogs say of how the columns differ.
+void TellDrift(const ColumnDrift& drift, Verdict& verdict) {
+    verdict.drift = drift.lines;
+    verdict.differences = drift.differences;
+    for (const std::u16string& name : drift.onlyIn1)
+        verdict.leftOut.push_back({name, "only-in-1", ""});
+    for (const std::u16string& name : drift.onlyIn2)
+        verdict.leftOut.push_back({name, "only-in-2", ""});
 }
 
 void JudgeColumns(const Comparison& comparison, const TableDifference& result, Verdict& verdict) {
@@ -24,25 +39,29 @@ void JudgeColumns(const Comparison& comparison, const TableDifference& result, V
         const TableFacts* table = facts == comparison.facts.end() ? nullptr : &facts->second;
         const ColumnFacts* in1 = table == nullptr ? nullptr : table->in1.FindColumn(column->Name());
         const ColumnFacts* in2 = table == nullptr ? nullptr : table->in2.FindColumn(column->Name());
-        std::string reason;
-        if (column->CannotCompare() && !column->PrimaryKey()) {
-            reason = ReasonOf(*column, in2);
+        const bool left = column->CannotCompare() && !column->PrimaryKey();
+        if (!left) {
+            verdict.columns->push_back(
+                {column->Name(), column->Name(), in1 == nullptr ? "" : TypeText(*in1),
+                 in2 == nullptr ? "" : TypeText(*in2), column->PrimaryKey(), std::nullopt});
+        }
+        if (left) {
+            verdict.leftOut.push_back(LeftOut(*column, in2));
         } else if (in1 != nullptr && in2 != nullptr && !ComparedWithoutLoss(*in1, *in2)) {
-            reason =
-                "the server converts one of its types to the other first, which can make values "
-                "equal "
-                "that are not";
+            verdict.leftOut.push_back(
+                {column->Name(), "converted",
+                 "the server converts one of its types to the other first, which can make values "
+                 "equal that are not"});
         } else {
             continue;
         }
-        verdict.notCompared.push_back("column [" + ToUtf8(column->Name()) + "]: " + reason);
-        ++verdict.columnsNotCompared;
+        verdict.notCompared.push_back("column [" + ToUtf8(column->Name()) +
+                                      "]: " + verdict.leftOut.back().reason);
     }
     if (facts == comparison.facts.end()) return;
     const ColumnDrift drift = CompareColumns(facts->second);
-    verdict.drift = drift.lines;
-    verdict.columnsNotCompared += drift.onlyIn1 + drift.onlyIn2;
-    if (drift.onlyIn1 + drift.onlyIn2 == 0) return;
+    TellDrift(drift, verdict);
+    if (drift.onlyIn1.empty() && drift.onlyIn2.empty()) return;
     verdict.kind = Verdict::Kind::Different;
     verdict.text = "columns differ";
 }
@@ -86,11 +105,14 @@ Verdict Judge(const Comparison& comparison, const TableDifference& result) {
     if (!result.Error().empty()) {
         verdict.text = "not compared";
         const auto facts = comparison.facts.find(result.Name());
-        if (facts != comparison.facts.end()) verdict.drift = CompareColumns(facts->second).lines;
+        if (facts != comparison.facts.end()) TellDrift(CompareColumns(facts->second), verdict);
         return verdict;
     }
     verdict.kind = Verdict::Kind::Identical;
     verdict.text = "identical";
+    verdict.columns.emplace();
+    verdict.key.emplace();
+    if (result.HasPrimaryKey()) verdict.key = comparison.KeyColumns(result);
     JudgeColumns(comparison, result, verdict);
     if (result.HasPrimaryKey()) {
         JudgeRows(comparison, result, verdict);
@@ -102,6 +124,20 @@ Verdict Judge(const Comparison& comparison, const TableDifference& result) {
         verdict.text = "no difference found";
     }
     return verdict;
+}
+
+const char* NameOf(Verdict::Kind kind) {
+    switch (kind) {
+        case Verdict::Kind::Identical:
+            return "identical";
+        case Verdict::Kind::NotWhole:
+            return "not-whole";
+        case Verdict::Kind::Different:
+            return "different";
+        case Verdict::Kind::Failed:
+            break;
+    }
+    return "failed";
 }
 
 int ExitCodeOf(const Verdict& verdict) {

@@ -1,8 +1,8 @@
 // What may be said of a table after a comparison: never more than was looked at.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,6 +10,24 @@
 #include "cli/Comparison.h"
 
 namespace quillon {
+
+// A column that is not compared, or not without loss.
+struct ColumnLeftOut {
+    std::u16string name;
+    // "only-in-1", "only-in-2", "computed", "row-version", "ignored", "not-chosen",
+    // "not-comparable", "converted"
+    const char* why = "";
+    std::string reason;  // a sentence; empty for a column of one side
+};
+
+struct ComparedColumn {
+    std::u16string name;  // as database 1 spells it
+    std::u16string name2;
+    std::string type1;  // as declared; empty: not known
+    std::string type2;
+    bool key = false;
+    std::optional<std::int64_t> changedCells;
+};
 
 struct Verdict {
     enum class Kind {
@@ -29,7 +47,12 @@ struct Verdict {
     // What was not compared, and why, a line for each; and how the columns differ.
     std::vector<std::string> notCompared;
     std::vector<std::string> drift;
-    std::size_t columnsNotCompared = 0;  // those that both have, and those of one alone
+    std::vector<ColumnLeftOut> leftOut;  // columns that both have, and those of one alone
+    // The same as `drift` tells, for programs.
+    std::vector<DeclaredDifference> differences;
+    // Absent where it is not known how the table was to be compared.
+    std::optional<std::vector<ComparedColumn>> columns;
+    std::optional<std::vector<std::u16string>> key;  // in key order; empty: no key
 };
 
 // How the commands end.
@@ -39,6 +62,9 @@ inline constexpr int Different = 1;
 inline constexpr int Failed = 2;
 inline constexpr int NotWhole = 3;  // no difference found, but not everything could be compared
 }  // namespace ExitCode
+
+// "identical", "not-whole", "different", "failed".
+const char* NameOf(Verdict::Kind kind);
 
 Verdict Judge(const Comparison& comparison, const QuillonLib::TableDifference& result);
 int ExitCodeOf(const Verdict& verdict);
