@@ -6,6 +6,16 @@
 
 namespace quillon {
 
+std::vector<RowKind> RowsOptions::Kinds() const {
+    const bool all = !identical && !different && !here && !there;
+    std::vector<RowKind> kinds;
+    if (identical) kinds.push_back(RowKind::Identical);
+    if (different || all) kinds.push_back(RowKind::Different);
+    if (here || all) kinds.push_back(RowKind::OnlyIn1);
+    if (there || all) kinds.push_back(RowKind::OnlyIn2);
+    return kinds;
+}
+
 void ScriptFileOptions::RequireSense() const {
     if (to == "both" && file == "-") throw CLI::ValidationError("--to both needs a file (-o)");
 }

@@ -7,11 +7,18 @@
 #include <vector>
 
 #include "cli/ComparisonOptions.h"
+#include "cli/OutputFormat.h"
+#include "cli/RowOutput.h"
 #include "cli/ScriptFile.h"
 #include "cli/ScriptOptions.h"
 #include "cli/SyncPlan.h"
 
 namespace quillon {
+
+struct CompareOptions {
+    ComparisonOptions comparison;
+    FormatOption format;
+};
 
 struct RowsOptions {
     ComparisonOptions comparison;
@@ -22,9 +29,10 @@ struct RowsOptions {
     bool here = false;
     bool there = false;
     int limit = 0;  // of each kind; 0: none
+    FormatOption format;
 
-    // All but the identical rows, where no kind is named.
-    bool NoKind() const { return !identical && !different && !here && !there; }
+    // Those that are named; where none is, all but the identical rows.
+    std::vector<RowKind> Kinds() const;
 };
 
 struct ScriptFileOptions {

@@ -1,25 +1,40 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
+#include "cli/CommandOptions.h"
 #include "cli/Commands.h"
-#include "cli/Comparison.h"
-#include "cli/ComparisonOptions.h"
+#include "cli/CompareResults.h"
 #include "cli/DirectRun.h"
-#include "cli/ResultTable.h"
 #include "cli/Roads.h"
 
 namespace quillon {
 
-int CompareDirect(const ComparisonOptions& options, Console& console) {
-    const DirectRun run = PrepareDirect(options, console);
-    return options.Accepted(PrintResults(console, run, Run(run, console)));
+int CompareDirect(const CompareOptions& options, Console& console) {
+    CompareResults results;
+    const DirectRun run = PrepareDirect(options.comparison, console);
+    results.databases = run.databases;
+    results.tables = run;
+    results.onlyDifferent = run.onlyDifferent;
+    results.loosened = options.comparison.Direct().Loosened();
+    results.lines = Judge(run, Run(run, console));
+    results.exitCode = options.comparison.Accepted(ExitCodeOf(results.All()));
+    Print(console, results, options.format.Format());
+    return results.exitCode;
 }
 
-int CompareByServer(const ComparisonOptions& options, Console& console) {
-    const auto comparison = Prepare(options.Request(console), console);
+int CompareByServer(const CompareOptions& options, Console& console) {
+    CompareResults results;
+    const auto comparison = Prepare(options.comparison.Request(console), console);
     const LinkedServerCleanup cleanup(*comparison, console);
-    const auto results = Run(*comparison, console);
-    return options.Accepted(PrintResults(console, *comparison, *results));
+    results.databases = comparison->databases;
+    results.byServer = true;
+    results.tables = *comparison;
+    results.onlyDifferent = comparison->onlyDifferent;
+    results.lines = Judge(*comparison, *Run(*comparison, console));
+    results.exitCode = options.comparison.Accepted(ExitCodeOf(results.All()));
+    Print(console, results, options.format.Format());
+    NoteFailuresAcrossServers(console, *comparison, results.lines);
+    return results.exitCode;
 }
 
 void AddCompareCommand(CLI::App& app, Program& program) {
@@ -33,16 +48,18 @@ void AddCompareCommand(CLI::App& app, Program& program) {
         ExitCodesOfComparisons +
         "\nExample:\n"
         "  QUILLON_PASSWORD=... quillon compare db1/sales db2,1433/sales --user reader");
-    auto options = std::make_shared<ComparisonOptions>();
-    options->AddDatabasesTo(*command);
-    options->AddTablesTo(*command);
-    options->AddTemplateTo(*command);
-    options->AddListTo(*command);
-    options->AddAcceptTo(*command);
+    auto options = std::make_shared<CompareOptions>();
+    options->comparison.AddDatabasesTo(*command);
+    options->comparison.AddTablesTo(*command);
+    options->comparison.AddTemplateTo(*command);
+    options->comparison.AddListTo(*command);
+    options->comparison.AddAcceptTo(*command);
+    options->format.AddTo(*command);
     command->callback([options, command, &program] {
-        RequireRoad(*command, options->ByServer());
-        program.exitCode = options->ByServer() ? CompareByServer(*options, program.console)
-                                               : CompareDirect(*options, program.console);
+        const bool byServer = options->comparison.ByServer();
+        RequireRoad(*command, byServer);
+        program.exitCode = byServer ? CompareByServer(*options, program.console)
+                                    : CompareDirect(*options, program.console);
     });
 }
 

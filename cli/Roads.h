@@ -13,18 +13,18 @@ class App;
 
 namespace quillon {
 
-class ComparisonOptions;
 class Console;
+struct CompareOptions;
 struct RowsOptions;
 struct ScriptFileOptions;
 struct SyncOptions;
 
-int CompareDirect(const ComparisonOptions& options, Console& console);
+int CompareDirect(const CompareOptions& options, Console& console);
 int ShowRowsDirect(const RowsOptions& options, Console& console);
 int WriteScriptsDirect(const ScriptFileOptions& options, Console& console);
 int SyncDirect(const SyncOptions& options, Console& console);
 
-int CompareByServer(const ComparisonOptions& options, Console& console);
+int CompareByServer(const CompareOptions& options, Console& console);
 int ShowRowsByServer(const RowsOptions& options, Console& console);
 int WriteScriptsByServer(const ScriptFileOptions& options, Console& console);
 int SyncByServer(const SyncOptions& options, Console& console);

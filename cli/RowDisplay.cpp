@@ -1,29 +1,37 @@
 #include "cli/RowDisplay.h"
 
+#include <array>
+#include <string>
+#include <vector>
+
+#include "cli/MarkdownText.h"
 #include "cli/Printable.h"
+#include "cli/RowOutput.h"
 #include "cli/ShownValue.h"
 
 namespace quillon {
 
-TextTable::Cell ShownCell(const QuillonLib::Value& value) {
+namespace {
+
+using namespace QuillonLib;
+using RowCells = std::vector<TextTable::Cell>;
+
+// The rows of one kind. Differing rows are two lines each, one for each database.
+struct RowList {
+    std::vector<std::string> columns;
+    std::vector<RowCells> lines;
+};
+
+TextTable::Cell ShownCell(const Value& value) {
     return {Shown(value), value.IsNull() ? Colour::Dim : Colour::None};
 }
 
-TextTable::Cell ShownCell(const QuillonLib::Value& value, bool changed) {
+// Of one of the two lines of a differing row; a cell that differs is marked with "*" and colour.
+TextTable::Cell ShownCell(const Value& value, bool changed) {
     return {(changed ? "*" : "") + Shown(value), changed ? Colour::Yellow : Colour::None};
 }
 
-void PrintRowList(Console& console, const RowList& rows, int limit) {
-    std::string title = Printable(rows.title) + ": " + std::to_string(rows.shown);
-    if (limit > 0 && rows.shown == limit) {
-        if (rows.total < 0) {
-            title += " or more";
-        } else if (rows.total > rows.shown) {
-            title += " of " + std::to_string(rows.total);
-        }
-    }
-    console.Print(console.Coloured(Colour::Bold, title));
-    if (rows.shown == 0) return;
+void PrintTable(Console& console, const RowList& rows) {
     TextTable table(std::vector<TextTable::Align>(rows.columns.size(), TextTable::Align::Left));
     RowCells heading;
     for (const std::string& column : rows.columns)
@@ -33,6 +41,98 @@ void PrintRowList(Console& console, const RowList& rows, int limit) {
         table.AddRow(line);
     table.PrintTo(console);
     console.Print();
+}
+
+void PrintMarkdown(Console& console, const RowList& rows) {
+    std::vector<std::vector<std::string>> cells{rows.columns};
+    for (const RowCells& line : rows.lines) {
+        std::vector<std::string>& texts = cells.emplace_back();
+        for (const TextTable::Cell& cell : line)
+            texts.push_back(cell.text);
+    }
+    console.PrintData(MarkdownTable(cells, std::vector<bool>(rows.columns.size(), false)) + "\n");
+}
+
+class Lists : public RowOutput {
+  public:
+    Lists(Console& console, bool markdown) : console_(console), markdown_(markdown) {}
+
+    void Begin(const RowsHead& head) override {
+        kinds_ = head.kinds;
+        limit_ = head.limit;
+        titles_ = {"Identical", "Different",
+                   "Only in " + ToUtf8(head.databases.obDB1->Description()),
+                   "Only in " + ToUtf8(head.databases.obDB2->Description())};
+    }
+
+    void Row(const FoundRow& row) override {
+        RowList& list = lists_.at(static_cast<std::size_t>(row.kind));
+        const bool both = row.kind == RowKind::Different;
+        if (list.columns.empty()) {
+            if (both) list.columns.emplace_back();
+            const SideRow& named = row.in1 ? *row.in1 : *row.in2;
+            for (const RowColumn& column : *named.columns)
+                list.columns.push_back(ToUtf8(column.name));
+        }
+        if (row.in1) AddLine(list, row, *row.in1, "1");
+        if (row.in2) AddLine(list, row, *row.in2, "2");
+    }
+
+    void End(const RowsEnd& end) override {
+        for (const RowKind kind : kinds_) {
+            const auto index = static_cast<std::size_t>(kind);
+            PrintTitle(titles_.at(index), end.shown.at(index), end.counted.at(index));
+            if (end.shown.at(index) == 0) continue;
+            if (markdown_) {
+                PrintMarkdown(console_, lists_.at(index));
+            } else {
+                PrintTable(console_, lists_.at(index));
+            }
+        }
+    }
+
+  private:
+    static void AddLine(RowList& list, const FoundRow& row, const SideRow& side,
+                        const char* number) {
+        const bool both = row.kind == RowKind::Different;
+        RowCells& line = list.lines.emplace_back();
+        if (both) line.push_back({number});
+        for (std::size_t i = 0; i < side.values.size(); ++i) {
+            line.push_back(both ? ShownCell(side.values[i], row.changed[i])
+                                : ShownCell(side.values[i]));
+        }
+    }
+
+    // "Different: 2 of 250", or "2 or more" where the limit was reached and nobody counted.
+    void PrintTitle(const std::string& name, std::int64_t shown,
+                    const std::optional<std::int64_t>& counted) {
+        std::string title = Printable(name) + ": " + std::to_string(shown);
+        if (limit_ > 0 && shown == limit_) {
+            if (!counted) {
+                title += " or more";
+            } else if (*counted > shown) {
+                title += " of " + std::to_string(*counted);
+            }
+        }
+        if (markdown_) {
+            console_.PrintData("**" + MarkdownText(title) + "**\n\n");
+        } else {
+            console_.Print(console_.Coloured(Colour::Bold, title));
+        }
+    }
+
+    Console& console_;
+    bool markdown_;
+    std::vector<RowKind> kinds_;
+    int limit_ = 0;
+    std::array<std::string, 4> titles_;  // by kind
+    std::array<RowList, 4> lists_;       // by kind
+};
+
+}  // namespace
+
+std::unique_ptr<RowOutput> ListedRows(Console& console, bool markdown) {
+    return std::make_unique<Lists>(console, markdown);
 }
 
 void NoteVerdict(Console& console, const Verdict& verdict) {

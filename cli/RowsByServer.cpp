@@ -1,3 +1,4 @@
+#include <deque>
 #include <memory>
 #include <stdexcept>
 
@@ -6,6 +7,7 @@
 #include "cli/ResultTable.h"
 #include "cli/Roads.h"
 #include "cli/RowDisplay.h"
+#include "cli/RowOutput.h"
 
 namespace quillon {
 
@@ -13,56 +15,87 @@ namespace {
 
 using namespace QuillonLib;
 
-// How many rows of a kind there are: all of them were fetched where there is no limit.
-struct RowCounts {
-    std::int64_t identical = -1;  // -1: not known
-    std::int64_t different = -1;
-    std::int64_t onlyIn1 = -1;
-    std::int64_t onlyIn2 = -1;
-};
-
-RowCounts CountsOf(const Verdict& verdict, const TableDifference& result) {
-    if (!verdict.rowsMatched) return {};
-    return {verdict.identical, result.RecordsDiffering(), verdict.onlyIn1, verdict.onlyIn2};
+int FlagOf(RowKind kind) {
+    switch (kind) {
+        case RowKind::Identical:
+            return cpoShowIdentical;
+        case RowKind::Different:
+            return cpoShowDifferent;
+        case RowKind::OnlyIn1:
+            return cpoShowMissing;
+        case RowKind::OnlyIn2:
+            break;
+    }
+    return cpoShowAdditional;
 }
 
-void PrintRows(Console& console, const std::string& title, Recordset* rows, std::int64_t total,
-               int limit) {
+std::vector<RowColumn> ColumnsOf(const Recordset& rows) {
+    std::vector<RowColumn> columns;
+    for (std::size_t i = 0; i < rows.FieldCount(); ++i)
+        columns.push_back({rows.Info(i).name, rows.Info(i).typeName});
+    return columns;
+}
+
+// The columns of what has been handed to an output; they outlive it.
+using KeptColumns = std::deque<std::vector<RowColumn>>;
+
+void ShowRows(RowOutput& output, KeptColumns& kept, RowKind kind, Recordset* rows) {
     if (rows == nullptr) return;
-    RowList list{title, {}, {}, static_cast<std::int64_t>(rows->RecordCount()), total};
-    for (std::size_t i = 0; i < rows->FieldCount(); ++i)
-        list.columns.push_back(ToUtf8(rows->Info(i).name));
+    const std::vector<RowColumn>& columns = kept.emplace_back(ColumnsOf(*rows));
     for (; !rows->EndOfSet(); rows->MoveNext()) {
-        RowCells& line = list.lines.emplace_back();
+        SideRow side{&columns, {}};
         for (std::size_t i = 0; i < rows->FieldCount(); ++i)
-            line.push_back(ShownCell(rows->Fields(i).Value()));
+            side.values.push_back(rows->Fields(i).Value());
+        FoundRow row{kind, {}, {}, {}};
+        (kind == RowKind::OnlyIn2 ? row.in2 : row.in1) = std::move(side);
+        output.Row(row);
     }
-    PrintRowList(console, list, limit);
 }
 
-void PrintDifferent(Console& console, const TableDifference& result, Recordset* rows,
-                    std::int64_t total, int limit) {
+// The fields are the columns that both have, each from database 1 and then from 2.
+void ShowDifferent(RowOutput& output, KeptColumns& kept, const TableDifference& result,
+                   Recordset* rows) {
     if (rows == nullptr) return;
-    RowList list{"Different", {""}, {}, static_cast<std::int64_t>(rows->RecordCount()), total};
-    for (const auto& column : *result.Columns())
-        list.columns.push_back(ToUtf8(column->Name()));
-    for (; !rows->EndOfSet(); rows->MoveNext()) {
-        RowCells cells[2] = {{{"1"}}, {{"2"}}};
-        for (std::size_t i = 0; i + 1 < rows->FieldCount(); i += 2) {
-            const Value values[2] = {rows->Fields(i).Value(), rows->Fields(i + 1).Value()};
-            const bool changed = !(values[0] == values[1]);
-            for (int side = 0; side < 2; ++side)
-                cells[side].push_back(ShownCell(values[side], changed));
-        }
-        list.lines.push_back(std::move(cells[0]));
-        list.lines.push_back(std::move(cells[1]));
+    std::vector<RowColumn>& columns1 = kept.emplace_back();
+    std::vector<RowColumn>& columns2 = kept.emplace_back();
+    std::size_t field = 0;
+    for (const auto& column : *result.Columns()) {
+        columns1.push_back({column->Name(), rows->Info(field++).typeName});
+        columns2.push_back({column->Name(), rows->Info(field++).typeName});
     }
-    PrintRowList(console, list, limit);
+    for (; !rows->EndOfSet(); rows->MoveNext()) {
+        FoundRow row{RowKind::Different, SideRow{&columns1, {}}, SideRow{&columns2, {}}, {}};
+        for (std::size_t i = 0; i + 1 < rows->FieldCount(); i += 2) {
+            row.in1->values.push_back(rows->Fields(i).Value());
+            row.in2->values.push_back(rows->Fields(i + 1).Value());
+            row.changed.push_back(!(row.in1->values.back() == row.in2->values.back()));
+        }
+        output.Row(row);
+    }
+}
+
+// The columns that both databases have, compared or not.
+std::vector<ComparedColumn> CommonColumns(const Comparison& comparison,
+                                          const TableDifference& result) {
+    const auto facts = comparison.facts.find(result.Name());
+    std::vector<ComparedColumn> columns;
+    for (const auto& column : *result.Columns()) {
+        ComparedColumn& common = columns.emplace_back();
+        common.name = common.name2 = column->Name();
+        common.key = column->PrimaryKey();
+        if (facts == comparison.facts.end()) continue;
+        const ColumnFacts* in1 = facts->second.in1.FindColumn(column->Name());
+        const ColumnFacts* in2 = facts->second.in2.FindColumn(column->Name());
+        if (in1 != nullptr) common.type1 = TypeText(*in1);
+        if (in2 != nullptr) common.type2 = TypeText(*in2);
+    }
+    return columns;
 }
 
 }  // namespace
 
 int ShowRowsByServer(const RowsOptions& options, Console& console) {
+    RowsHead head;
     ComparisonRequest request = options.comparison.Request(console);
     const std::u16string entry = ToTableEntry(options.table);
     request.tables = {TablePattern::Exactly(entry)};
@@ -77,14 +110,10 @@ int ShowRowsByServer(const RowsOptions& options, Console& console) {
             options.table + " has no key that both databases share: its rows cannot be matched");
     }
     const Verdict verdict = Judge(*comparison, *result);
-    const RowCounts counts = CountsOf(verdict, *result);
 
-    const bool all = options.NoKind();
     int flags = options.limit > 0 ? cpoLimitRecordsReturned : 0;
-    if (options.identical) flags |= cpoShowIdentical;
-    if (options.different || all) flags |= cpoShowDifferent;
-    if (options.here || all) flags |= cpoShowMissing;
-    if (options.there || all) flags |= cpoShowAdditional;
+    for (const RowKind kind : options.Kinds())
+        flags |= FlagOf(kind);
     Utils utils;
     std::shared_ptr<Recordset> equal, different, right, left;
     std::u16string toTwo, toOne;
@@ -94,15 +123,35 @@ int ShowRowsByServer(const RowsOptions& options, Console& console) {
         utils.GetRecordsets(obDB1, obDB2, obDB3, result, equal, different, right, left, toTwo,
                             toOne, static_cast<enShowOptions>(flags), options.limit);
     }
-    const int limit = options.limit;
-    PrintRows(console, "Identical", equal.get(), counts.identical, limit);
-    PrintDifferent(console, *result, different.get(), counts.different, limit);
-    PrintRows(console, "Only in " + ToUtf8(obDB1->Description()), right.get(), counts.onlyIn1,
-              limit);
-    PrintRows(console, "Only in " + ToUtf8(obDB2->Description()), left.get(), counts.onlyIn2,
-              limit);
+    head.table = result->Name();
+    head.byServer = true;
+    head.databases = comparison->databases;
+    head.limit = options.limit;
+    head.columns = CommonColumns(*comparison, *result);
+    RowsEnd end;
+    const auto add = [&](RowKind kind, const Recordset* rows, std::int64_t counted) {
+        if (rows == nullptr) return;
+        head.kinds.push_back(kind);
+        end.shown.at(static_cast<std::size_t>(kind)) =
+            static_cast<std::int64_t>(rows->RecordCount());
+        if (verdict.rowsMatched) end.counted.at(static_cast<std::size_t>(kind)) = counted;
+    };
+    add(RowKind::Identical, equal.get(), verdict.identical);
+    add(RowKind::Different, different.get(), result->RecordsDiffering());
+    add(RowKind::OnlyIn1, right.get(), verdict.onlyIn1);
+    add(RowKind::OnlyIn2, left.get(), verdict.onlyIn2);
+    end.verdict = verdict;
+    end.exitCode = options.comparison.Accepted(ExitCodeOf(verdict));
+    KeptColumns kept;
+    const auto output = RowsAs(options.format.Format(), console);
+    output->Begin(head);
+    ShowRows(*output, kept, RowKind::Identical, equal.get());
+    ShowDifferent(*output, kept, *result, different.get());
+    ShowRows(*output, kept, RowKind::OnlyIn1, right.get());
+    ShowRows(*output, kept, RowKind::OnlyIn2, left.get());
+    output->End(end);
     NoteVerdict(console, verdict);
-    return options.comparison.Accepted(ExitCodeOf(verdict));
+    return end.exitCode;
 }
 
 }  // namespace quillon

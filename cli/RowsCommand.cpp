@@ -39,6 +39,7 @@ void AddRowsCommand(CLI::App& app, Program& program) {
                      "Show at most so many of each kind; without --by-server no more rows are read "
                      "than that takes")
         ->check(CLI::PositiveNumber);
+    options->format.AddTo(*command);
     command->callback([options, command, &program] {
         const bool byServer = options->comparison.ByServer();
         RequireRoad(*command, byServer);

@@ -31,7 +31,7 @@ build_packages=(ca-certificates cmake g++ iso-codes libcli11-dev libexpat1-dev l
     unixodbc-dev)
 # The tests add their frameworks, and clients of the sandbox that were not written here.
 test_packages=("${build_packages[@]}" freetds-bin libbenchmark-dev libgmock-dev libgtest-dev
-    python3 python3-tds python3-pkg-resources)
+    python3 python3-jsonschema python3-pkg-resources python3-tds)
 # Counting the lines that tests run.
 coverage_packages=("${test_packages[@]}" gcovr)
 # Style and analysis, and the fuzzers' compiler.
