@@ -443,9 +443,25 @@ std::u16string RandomDatabases::CreateTable(const Table& table) {
     return sql;
 }
 
-std::u16string RandomDatabases::Script(const std::u16string& database) const {
+std::u16string RandomDatabases::OtherCollation() const {
+    switch (page_) {
+        case 1252:
+            return collation_.empty() ? u"Latin1_General_BIN" : u"Latin1_General_CI_AS";
+        case 1250:
+            return u"Czech_CS_AS";
+        case 1251:
+            return u"Cyrillic_General_BIN";
+        case 932:
+            return u"Japanese_CS_AS";
+        default:
+            return collation_;
+    }
+}
+
+std::u16string RandomDatabases::Script(const std::u16string& database,
+                                       const std::u16string& collation) const {
     std::u16string sql = u"CREATE DATABASE " + database +
-                         (collation_.empty() ? u"" : u" COLLATE " + collation_) + u"\nGO\nUSE " +
+                         (collation.empty() ? u"" : u" COLLATE " + collation) + u"\nGO\nUSE " +
                          database + u"\nGO\n";
     for (const Table& table : tables_) {
         sql += CreateTable(table);

@@ -18,8 +18,14 @@ class RandomDatabases {
     // The collation of both databases, empty for the server's own.
     const std::u16string& Collation() const { return collation_; }
 
-    // A script that creates a database of the given name and its empty tables.
-    std::u16string Script(const std::u16string& database) const;
+    // Another one of the same code page, or the same where none is known.
+    std::u16string OtherCollation() const;
+
+    // A script that creates a database of the given name, in that collation, and its empty tables.
+    std::u16string Script(const std::u16string& database) const {
+        return Script(database, collation_);
+    }
+    std::u16string Script(const std::u16string& database, const std::u16string& collation) const;
     // The rows of side 1 or side 2: one batch each, for data may hold a line "GO".
     std::vector<std::u16string> Inserts(int side) const;
     // The tables in brackets, in an order in which each may refer to those before it.
