@@ -14,16 +14,15 @@ namespace quillon {
 namespace {
 
 constexpr std::chrono::milliseconds LookEvery{50};
-// For work that ends by itself. A comparison has its queries cancelled after half of it.
-constexpr std::chrono::milliseconds Grace{1000};
 
 std::atomic<int> keepingOrder = 0;
 std::atomic<const char*> outcomeSoFar = nullptr;
 
 }  // namespace
 
-AbandonOnInterrupt::AbandonOnInterrupt(std::function<void()> leave)
-    : leave_(std::move(leave)), watcher_([this] { Watch(); }) {
+AbandonOnInterrupt::AbandonOnInterrupt(std::function<void()> leave,
+                                       std::chrono::milliseconds patience)
+    : leave_(std::move(leave)), patience_(patience), watcher_([this] { Watch(); }) {
 }
 
 AbandonOnInterrupt::~AbandonOnInterrupt() {
@@ -40,7 +39,7 @@ void AbandonOnInterrupt::Watch() {
     const auto over = [this] { return over_; };
     while (!ended_.wait_for(lock, LookEvery, over)) {
         if (!Interrupted() || keepingOrder > 0) continue;
-        if (ended_.wait_for(lock, Grace, over)) return;
+        if (ended_.wait_for(lock, patience_, over)) return;
         Abandon();  // with the lock
     }
 }

@@ -2,6 +2,7 @@
 // a query that the library makes for itself.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -9,13 +10,14 @@
 
 namespace quillon {
 
-// While it lives, a signal that asks the program to end does so after a second, whatever the thread
-// that made this is at: the process ends, with the exit code of the signal. For work that leaves
-// nothing to be put in order but what `leave` does, which is called then, in another thread, while
-// this object's end is held up.
+// While it lives, a signal that asks the program to end does so when `patience` is over, whatever
+// the thread that made this is at: the process ends, with the exit code of the signal. For work
+// that leaves nothing to be put in order but what `leave` does, which is called then, in another
+// thread, while this object's end is held up.
 class AbandonOnInterrupt {
   public:
-    explicit AbandonOnInterrupt(std::function<void()> leave = {});
+    explicit AbandonOnInterrupt(std::function<void()> leave = {},
+                                std::chrono::milliseconds patience = std::chrono::seconds(1));
     ~AbandonOnInterrupt();
     AbandonOnInterrupt(const AbandonOnInterrupt&) = delete;
     AbandonOnInterrupt& operator=(const AbandonOnInterrupt&) = delete;
@@ -25,6 +27,7 @@ class AbandonOnInterrupt {
     void Abandon() noexcept;
 
     std::function<void()> leave_;
+    std::chrono::milliseconds patience_;
     std::mutex mutex_;
     std::condition_variable ended_;
     bool over_ = false;

@@ -1,11 +1,13 @@
 #include "cli/ScriptRunner.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <utility>
 
+#include "cli/AbandonOnInterrupt.h"
 #include "cli/CancelOnInterrupt.h"
 #include "cli/Interrupt.h"
 #include "data/BatchText.h"
@@ -199,6 +201,16 @@ std::int32_t OpenTransactions(QuillonLib::Connection& connection) {
     return rows.Fields(std::size_t{0}).Value().Get<std::int32_t>();
 }
 
+// A server that does not even answer that a batch is cancelled has gone away, or its network has:
+// it rolls back what a lost connection began.
+class GivenUpOnInterrupt {
+  private:
+    static constexpr std::chrono::seconds Patience{5};
+    OutcomeSoFar outcome_{
+        "the server is silent, and the connection was given up: it rolls everything back"};
+    AbandonOnInterrupt silent_{{}, Patience};
+};
+
 // Whether it is certain, after a failure, that nothing remains of the transaction. `mayHaveEnded`:
 // the batch that failed was to end it, and may have done so.
 bool RollBack(QuillonLib::Connection& connection, bool mayHaveEnded) {
@@ -207,6 +219,7 @@ bool RollBack(QuillonLib::Connection& connection, bool mayHaveEnded) {
             if (OpenTransactions(connection) == 0) return false;
             mayHaveEnded = false;
         }
+        const GivenUpOnInterrupt lost;
         connection.Execute(u"IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION");
     } catch (const QuillonLib::Error&) {
         connection.Close();  // the server rolls back what a lost connection began
@@ -274,11 +287,16 @@ class BatchRun {
         try {
             std::optional<CancelOnInterrupt> watch;
             watch.emplace(connection_);
+            std::optional<GivenUpOnInterrupt> lost;
+            lost.emplace();
             const std::int32_t open = Look();
             batches_.Look(connection_, number);
             const std::u16string batch = batches_.Batch(number);
             ends = open == 1 && HoldsCommit(batch);
-            if (ends) watch.reset();  // cancelled, a COMMIT could have happened or not
+            if (ends) {
+                watch.reset();  // cancelled, a COMMIT could have happened or not
+                lost.reset();
+            }
             connection_.Execute(batch);
             if (number + 1 == batches_.Count() && !ends && Look() > 0) {
                 throw QuillonLib::Error(QuillonLib::ErrorNumber::DataAccess,

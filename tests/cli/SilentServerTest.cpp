@@ -58,6 +58,8 @@ class Relay {
 
     std::string Address() const { return "127.0.0.1," + std::to_string(port_); }
     bool LeavesOneWaiting() const { return accepted_ > passed_; }
+    // Passes nothing on any more, as a network that is gone.
+    void Freeze() { frozen_ = true; }
 
   private:
     static sockaddr_in Loopback(std::uint16_t port) {
@@ -69,6 +71,10 @@ class Relay {
     }
     void Run() {
         while (!over_) {
+            if (frozen_) {
+                std::this_thread::sleep_for(10ms);
+                continue;
+            }
             std::vector<pollfd> polled{{listener_, POLLIN, 0}};
             for (const auto& [near, far] : links_) {
                 polled.push_back({far < 0 ? -1 : near, POLLIN, 0});
@@ -114,6 +120,7 @@ class Relay {
     std::vector<std::pair<int, int>> links_;
     std::atomic<int> accepted_ = 0;
     std::atomic<bool> over_ = false;
+    std::atomic<bool> frozen_ = false;
     std::thread thread_;
 };
 
@@ -255,6 +262,35 @@ TEST_F(SilentServerTest, AnyLaterLoginThatIsNotAnsweredEndsByCtrlC) {
         }
         EXPECT_GE(interrupted, 2) << which;
     }
+}
+
+TEST_F(SilentServerTest, ATransactionWhoseServerIsGoneIsGivenUpByCtrlC) {
+    const std::string before = RowsOfT(other);
+    for (const char16_t* at : {u"INSERT INTO [dbo].[t]", u"SELECT CONTEXT_INFO()"}) {
+        Relay relay(other.Port(), 100);
+        sandbox::Fault slow;
+        slow.kind = sandbox::FaultKind::Delay;
+        slow.contains = at;
+        slow.nth = at[0] == u'I' ? 1 : 2;  // in the transaction
+        slow.delay = 60s;
+        other.AddFault(slow);
+        other.ClearLog();
+        const auto process = Start(Commands(first, relay.Address() + "/d").back());
+        ASSERT_TRUE(Gets(other, u"BEGIN TRANSACTION"));
+        ASSERT_TRUE(Gets(other, at));
+        std::this_thread::sleep_for(300ms);
+        relay.Freeze();
+        const auto begin = std::chrono::steady_clock::now();
+        process->Signal(SIGINT);
+        EXPECT_EQ(process->Wait(), 130);
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, 15s);
+        EXPECT_EQ(process->Err(),
+                  Told + std::string("quillon: the server is silent, and the connection was given "
+                                     "up: it rolls everything back\n"));
+        other.ClearFaults();
+    }
+    EXPECT_EQ(ConnectionsLeft(other), 0);
+    EXPECT_EQ(RowsOfT(other), before);
 }
 
 // What the others ask first is what compare asks.
