@@ -533,6 +533,21 @@ std::vector<std::u16string> RandomDatabases::Entries() const {
     return entries;
 }
 
+std::vector<RandomDatabases::WrittenTable> RandomDatabases::WrittenTables() const {
+    std::vector<WrittenTable> tables;
+    for (const Table& table : tables_) {
+        WrittenTable& written = tables.emplace_back();
+        written.name = u"[" + table.name + u"]";
+        for (const Column& column : table.columns) {
+            if (column.written)
+                written.columns.emplace_back(u"[" + column.name + u"]", column.type);
+        }
+    }
+    if (hasDocuments_)
+        tables.push_back({std::u16string(Documents), {{u"[id]", u"int"}, {u"[doc]", u"xml"}}});
+    return tables;
+}
+
 std::vector<RandomDatabases::PageTable> RandomDatabases::PageTables() const {
     std::vector<PageTable> tables;
     for (const Table& table : tables_) {

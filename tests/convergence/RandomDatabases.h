@@ -42,6 +42,14 @@ class RandomDatabases {
     };
     std::vector<PageTable> PageTables() const;
 
+    // Every table but the ring, with the columns that can be written: quoted names, and their
+    // types.
+    struct WrittenTable {
+        std::u16string name;
+        std::vector<std::pair<std::u16string, std::u16string>> columns;
+    };
+    std::vector<WrittenTable> WrittenTables() const;
+
     // A table with an xml column, which no server compares: one row on each side, (1,
     // <side>1</side>) and (2, <side>2</side>).
     static constexpr std::u16string_view Documents = u"[dbo].[documents]";

@@ -8,9 +8,9 @@
 #include <random>
 
 #include "data/ConnectionString.h"
-#include "tests/direct/BareRows.h"
 #include "tests/direct/RandomSeeds.h"
 #include "tests/direct/ScriptFixture.h"
+#include "tests/support/BareRows.h"
 
 namespace QuillonLib {
 namespace {
@@ -70,21 +70,8 @@ struct OpinionColumn {
     std::array<std::u16string, 2> collations;  // of the sides; empty: that of the database
 };
 
-// Every value of a column as bytes, and nothing that two different values have in common.
 std::u16string AsBytes(const OpinionColumn& column) {
-    std::u16string value = u"[" + column.name + u"]";
-    if (column.type == u"sql_variant") {
-        const auto property = [&](const char16_t* name) {
-            return u", CAST(CAST(SQL_VARIANT_PROPERTY(" + value + u", '" + name +
-                   u"') AS nvarchar(128)) AS varbinary(300))";
-        };
-        return u"CAST(" + value + u" AS varbinary(8000))" + property(u"BaseType") +
-               property(u"Precision") + property(u"Scale");
-    }
-    if (column.type == u"text") value = u"CAST(" + value + u" AS varchar(max))";
-    if (column.type == u"ntext" || column.type == u"xml")
-        value = u"CAST(" + value + u" AS nvarchar(max))";
-    return u"CAST(" + value + u" AS varbinary(max))";
+    return test::AsBytes(u"[" + column.name + u"]", column.type);
 }
 
 enum class OpinionKey { Number, Text, Composite, NullableUnique, None };

@@ -1,4 +1,4 @@
-#include "tests/direct/BareRows.h"
+#include "tests/support/BareRows.h"
 
 #include "tests/support/BareLink.h"
 
@@ -33,6 +33,21 @@ std::vector<BareRow> ReadBareRows(const std::u16string& connectionString,
             row.push_back(Cell(statement, column));
     });
     return rows;
+}
+
+std::u16string AsBytes(const std::u16string& quotedName, std::u16string_view type) {
+    std::u16string value = quotedName;
+    if (type == u"sql_variant") {
+        const auto property = [&](const char16_t* name) {
+            return u", CAST(CAST(SQL_VARIANT_PROPERTY(" + value + u", '" + name +
+                   u"') AS nvarchar(128)) AS varbinary(300))";
+        };
+        return u"CAST(" + value + u" AS varbinary(8000))" + property(u"BaseType") +
+               property(u"Precision") + property(u"Scale");
+    }
+    if (type == u"text") value = u"CAST(" + value + u" AS varchar(max))";
+    if (type == u"ntext" || type == u"xml") value = u"CAST(" + value + u" AS nvarchar(max))";
+    return u"CAST(" + value + u" AS varbinary(max))";
 }
 
 }  // namespace QuillonLib::test

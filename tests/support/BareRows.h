@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace QuillonLib::test {
@@ -15,5 +16,9 @@ using BareRow = std::vector<BareCell>;
 // or the server fails.
 std::vector<BareRow> ReadBareRows(const std::u16string& connectionString,
                                   const std::u16string& query);
+
+// Fields for such a query: every value of a column of that type as bytes, and nothing that two
+// different values have in common.
+std::u16string AsBytes(const std::u16string& quotedName, std::u16string_view type);
 
 }  // namespace QuillonLib::test
