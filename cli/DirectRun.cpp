@@ -1,6 +1,7 @@
 #include "cli/DirectRun.h"
 
 #include <algorithm>
+#include <chrono>
 
 #include "cli/AbandonOnInterrupt.h"
 #include "cli/DirectResults.h"
@@ -24,17 +25,46 @@ class ProgressLine {
         const double ofTable =
             all == 0 ? 0.0 : static_cast<double>(read) / static_cast<double>(all);
         const double done = static_cast<double>(progress.table) + ofTable;
+        const auto pace = pace_.At(progress.allRead, progress.allExpected);
         console_.Progress(
             static_cast<int>(100 * done / static_cast<double>(entries_.size())),
-            ToUtf8(entries_[progress.table]) + ": " + std::to_string(read) + " rows read");
+            ToUtf8(entries_[progress.table]) + ": " + ProgressText(progress.allRead, pace));
     }
 
   private:
+    ReadingPace pace_;
     Console& console_;
     const std::vector<std::u16string>& entries_;
 };
 
+// "1,234,000"
+std::string Grouped(std::uint64_t number) {
+    std::string text = std::to_string(number);
+    for (std::size_t at = text.size(); at > 3; at -= 3)
+        text.insert(at - 3, ",");
+    return text;
+}
+
+std::string TwoDigits(std::int64_t number) {
+    return (number < 10 ? "0" : "") + std::to_string(number);
+}
+
+// "1:20", "2:01:20"
+std::string TimeText(std::chrono::seconds time) {
+    const std::int64_t minutes = time.count() / 60;
+    const std::string seconds = ":" + TwoDigits(time.count() % 60);
+    if (minutes < 60) return std::to_string(minutes) + seconds;
+    return std::to_string(minutes / 60) + ":" + TwoDigits(minutes % 60) + seconds;
+}
+
 }  // namespace
+
+std::string ProgressText(std::uint64_t read, const ReadingPace::Reading& pace) {
+    std::string text = Grouped(read) + (read == 1 ? " row read" : " rows read");
+    if (pace.rowsPerSecond) text += ", " + Grouped(*pace.rowsPerSecond) + " rows/s";
+    if (pace.left) text += ", " + TimeText(*pace.left) + " left";
+    return text;
+}
 
 DirectRun PrepareDirect(const ComparisonRequest& request, const DirectChoices& choices,
                         Console& console) {

@@ -1,6 +1,7 @@
 // A direct comparison as a command runs it.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -11,6 +12,7 @@
 #include "cli/ResultTable.h"
 #include "cli/TableSelection.h"
 #include "direct/DirectComparison.h"
+#include "direct/ReadingPace.h"
 
 namespace quillon {
 
@@ -40,6 +42,9 @@ using DifferenceHandler = std::function<bool(const QuillonLib::DirectDifference&
 // library's Error when it cannot begin, and Interruption.
 std::vector<QuillonLib::DirectTableResult> Run(const DirectRun& run, Console& console,
                                                const DifferenceHandler& handler = {});
+
+// "1,234,000 rows read, 250,000 rows/s, 1:20 left", as far as it is known.
+std::string ProgressText(std::uint64_t read, const QuillonLib::ReadingPace::Reading& pace);
 
 // What may be said of each table, in their order.
 std::vector<ResultLine> Judge(const DirectRun& run,

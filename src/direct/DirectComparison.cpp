@@ -62,6 +62,23 @@ class Workers {
     }
 
     TableFeed& Feed(std::size_t table) { return feeds_[table]; }
+
+    struct Totals {
+        std::uint64_t read = 0;
+        std::optional<std::uint64_t> expected;
+    };
+    Totals ReadTotals() {
+        Totals totals{0, 0};
+        for (std::size_t i = 0; i < feeds_.size(); ++i) {
+            const TableFeed::Level level = feeds_[i].ReadSoFar();
+            totals.read += level.rows;
+            const std::optional<std::uint64_t> all =
+                level.finished ? std::optional(level.rows) : Expected(i, level.rows);
+            totals.expected =
+                totals.expected && all ? std::optional(*totals.expected + *all) : std::nullopt;
+        }
+        return totals;
+    }
     const DirectTableResult& Result(std::size_t table) const { return results_[table]; }
 
     void Stop() {
@@ -81,6 +98,14 @@ class Workers {
     }
 
   private:
+    std::optional<std::uint64_t> Expected(std::size_t table, std::uint64_t read) {
+        if (!job_.tables[table].where.empty()) return std::nullopt;
+        const std::optional<std::uint64_t> rows1 = facts1_.Counted(table);
+        const std::optional<std::uint64_t> rows2 = facts2_.Counted(table);
+        if (!rows1 || !rows2 || *rows1 + *rows2 < read) return std::nullopt;
+        return *rows1 + *rows2;
+    }
+
     // Again and again: a worker may just be about to begin its next call.
     void CancelCalls() {
         std::unique_lock lock(mutex_);
@@ -114,6 +139,7 @@ class Workers {
             if (table >= job_.tables.size()) return;
             try {
                 runner.Run(table, results_[table], feeds_[table]);
+                feeds_[table].Finish(results_[table].rows1 + results_[table].rows2);
                 feeds_[table].Close(nullptr);
             } catch (const ComparisonStopped&) {
                 feeds_[table].Close(nullptr);
@@ -143,8 +169,8 @@ class Workers {
 // Hands the items of one table to the caller's handlers. True: one of them wants no more.
 class Teller {
   public:
-    Teller(const DirectSink& sink, const DirectTableResult& result, std::size_t table)
-        : sink_(sink), result_(result), table_(table) {}
+    Teller(const DirectSink& sink, Workers& workers, std::size_t table)
+        : sink_(sink), workers_(workers), result_(workers.Result(table)), table_(table) {}
 
     bool operator()(const FoundDifference& found) const {
         bool cancel = false;
@@ -159,8 +185,9 @@ class Teller {
     bool operator()(const TableFeed::RowsRead& read) const {
         bool cancel = false;
         if (sink_.Progress) {
+            const Workers::Totals all = workers_.ReadTotals();
             sink_.Progress({table_, result_.shape.table, read.rows1, read.rows2, result_.expected1,
-                            result_.expected2},
+                            result_.expected2, all.read, all.expected},
                            cancel);
         }
         return cancel;
@@ -173,6 +200,7 @@ class Teller {
 
   private:
     const DirectSink& sink_;
+    Workers& workers_;
     const DirectTableResult& result_;
     std::size_t table_;
 };
@@ -208,7 +236,7 @@ std::vector<DirectTableResult> CompareDirectly(const Database& database1, const 
     std::size_t told = 0;
     for (bool cancelled = false; !cancelled && told < tables.size();) {
         const DirectTableResult& result = workers.Result(told);
-        const Teller tell(sink, result, told);
+        const Teller tell(sink, workers, told);
         cancelled = TellDifferences(workers.Feed(told), tell, sink);
         if (cancelled) break;
         ++told;

@@ -125,6 +125,11 @@ struct DirectProgress {
     std::uint64_t rows2;
     std::uint64_t expected1;  // as in the result
     std::uint64_t expected2;
+    // Of all tables together, on both sides, with those that are being read ahead: see ReadingPace.
+    std::uint64_t allRead;
+    // How many they will be, by the servers' counts. Absent where one of these is not known, or not
+    // yet, or has turned out too low, and where a condition chooses rows.
+    std::optional<std::uint64_t> allExpected;
 };
 
 }  // namespace QuillonLib

@@ -29,7 +29,12 @@ TableFacts FactsAhead::Of(std::size_t index, CatalogReader& reader,
     const ObjectName& name = tables_[index].name;
     const ObjectFacts* const found = FindObject(objects_, name);
     if (found == nullptr) ThrowObjectNotFound(name, database_);
-    return {*found, rows_[static_cast<std::size_t>(found - objects_.data())]};
+    return {*found, rows_[static_cast<std::size_t>(found - objects_.data())].value_or(0)};
+}
+
+std::optional<std::uint64_t> FactsAhead::Counted(std::size_t index) {
+    const std::lock_guard lock(mutex_);
+    return counted_[index];
 }
 
 void FactsAhead::Read(std::size_t begin, CatalogReader& reader,
@@ -41,6 +46,11 @@ void FactsAhead::Read(std::size_t begin, CatalogReader& reader,
         names.push_back(tables_[i].name);
     objects_ = reader.Objects(names);
     rows_ = CountedRows(connection, version, objects_);
+    for (std::size_t i = begin; i < end; ++i) {
+        const ObjectFacts* const found = FindObject(objects_, tables_[i].name);
+        if (found == nullptr) continue;
+        counted_[i] = rows_[static_cast<std::size_t>(found - objects_.data())];
+    }
     read_ = Clock::now();
     end_ = end;
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,7 +21,7 @@ class Connection;
 
 struct TableFacts {
     ObjectFacts object;
-    std::uint64_t rows = 0;  // as the server counts them; 0: not known
+    std::uint64_t rows = 0;  // as the server counts them; 0: not known, or none
 };
 
 // Many small tables must not cost queries of the catalog each. What is known is old news soon: it
@@ -36,7 +37,10 @@ class FactsAhead {
     // `tables` must outlive the object. `goodFor`: how long facts are used.
     FactsAhead(const std::vector<DirectTable>& tables, std::u16string database,
                Clock::duration goodFor = GoodFor)
-        : tables_(tables), database_(std::move(database)), goodFor_(goodFor) {}
+        : tables_(tables),
+          database_(std::move(database)),
+          goodFor_(goodFor),
+          counted_(tables.size()) {}
 
     // Whether Of need not ask, as far as can be told now.
     bool Knows(std::size_t index);
@@ -46,6 +50,10 @@ class FactsAhead {
     // of a query.
     TableFacts Of(std::size_t index, CatalogReader& reader,
                   const std::shared_ptr<Connection>& connection, std::int32_t version);
+
+    // How many rows the server has counted, when it was last asked; absent where it was not, or did
+    // not know.
+    std::optional<std::uint64_t> Counted(std::size_t index);
 
   private:
     bool IsFresh(std::size_t index) const;
@@ -58,7 +66,8 @@ class FactsAhead {
     std::mutex mutex_;
     std::size_t begin_ = 0, end_ = 0;  // of the known entries of `tables_`
     std::vector<ObjectFacts> objects_;
-    std::vector<std::uint64_t> rows_;
+    std::vector<std::optional<std::uint64_t>> rows_;
+    std::vector<std::optional<std::uint64_t>> counted_;  // of all tables
     Clock::time_point read_;
 };
 

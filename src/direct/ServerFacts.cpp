@@ -55,9 +55,10 @@ bool AllowsSnapshot(const std::shared_ptr<Connection>& connection, std::int32_t 
                       u" WHERE name = DB_NAME()") == 1;
 }
 
-std::vector<std::uint64_t> CountedRows(const std::shared_ptr<Connection>& connection,
-                                       std::int32_t version, std::span<const ObjectFacts> objects) {
-    std::vector<std::uint64_t> counts(objects.size());
+std::vector<std::optional<std::uint64_t>> CountedRows(const std::shared_ptr<Connection>& connection,
+                                                      std::int32_t version,
+                                                      std::span<const ObjectFacts> objects) {
+    std::vector<std::optional<std::uint64_t>> counts(objects.size());
     if (objects.empty()) return counts;
     const CountsQuery& query = version >= FirstVersionWithSystemViews ? Partitions : SystemIndexes;
     std::vector<ObjectName> names;

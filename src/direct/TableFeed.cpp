@@ -39,7 +39,9 @@ void TableFeed::Look() const {
 
 void TableFeed::Read(const DirectTableResult& result) {
     Look();
-    if ((result.rows1 + result.rows2) % ReportEvery != 0) return;
+    const std::uint64_t rows = result.rows1 + result.rows2;
+    if (rows % ReportEvery != 0) return;
+    rows_ = rows;
     Keep(RowsRead{result.rows1, result.rows2}, sizeof(Item));
     Hand();
 }
@@ -62,6 +64,16 @@ void TableFeed::Append() {
     found_.clear();
     held_ += std::exchange(size_, 0);
     changed_.notify_all();
+}
+
+void TableFeed::Finish(std::uint64_t rows) {
+    rows_ = rows;
+    finished_ = true;
+}
+
+TableFeed::Level TableFeed::ReadSoFar() const {
+    const bool finished = finished_;  // first: the rows are all of them then
+    return {rows_, finished};
 }
 
 void TableFeed::Close(std::exception_ptr failure) {

@@ -41,6 +41,8 @@ class TableFeed : public Outlet {
     bool WantsSame() const override { return wantsSame_; }
     void Look() const override;
     void Read(const DirectTableResult& result) override;
+    // All rows of the table that have been read; before Close.
+    void Finish(std::uint64_t rows);
     // The last call: the table is done, or `failure`, if there is any, ends the comparison.
     void Close(std::exception_ptr failure);
 
@@ -51,6 +53,14 @@ class TableFeed : public Outlet {
     // closed with.
     std::optional<Item> Take();
     void Stop();
+
+    // How many rows have been read, as far as the worker has told, on any thread; and whether they
+    // are all.
+    struct Level {
+        std::uint64_t rows = 0;
+        bool finished = false;
+    };
+    Level ReadSoFar() const;
 
   private:
     void Keep(Item item, std::size_t size);
@@ -69,6 +79,8 @@ class TableFeed : public Outlet {
     bool closed_ = false;
     std::exception_ptr failure_;
     std::atomic<bool> stopped_ = false;
+    std::atomic<std::uint64_t> rows_ = 0;
+    std::atomic<bool> finished_ = false;
 
     // The caller's.
     std::vector<Item> taken_;

@@ -1,6 +1,9 @@
 // Many tables side by side: order, progress, cancelling, failures.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <optional>
+
 #include "tests/direct/DirectFixture.h"
 
 namespace QuillonLib {
@@ -231,6 +234,31 @@ TEST_F(SeveralTables, ReadSnapshotsWhereTheDatabaseAllowsThem) {
     }
     options.snapshot = false;
     EXPECT_EQ(Run(2).at(0).reading1, DirectReading::Committed);
+}
+
+// Three rows on the one side and two on the other, in each of them.
+TEST_F(SeveralTables, TellHowFarAllTogetherHaveCome) {
+    std::vector<std::uint64_t> read;
+    std::vector<std::optional<std::uint64_t>> expected;
+    sink.Progress = [&](const DirectProgress& progress, bool&) {
+        read.push_back(progress.allRead);
+        expected.push_back(progress.allExpected);
+        // those before are read, and what is ahead may be
+        EXPECT_GE(progress.allRead, 5 * progress.table);
+    };
+    for (const int jobs : {1, 4}) {
+        read.clear();
+        expected.clear();
+        Run(jobs);
+        ASSERT_EQ(read.size(), std::size_t{Tables});
+        EXPECT_TRUE(std::is_sorted(read.begin(), read.end()));
+        EXPECT_LE(read.back(), 5U * Tables);
+        EXPECT_EQ(std::count(expected.begin(), expected.end(), 5U * Tables), Tables);
+    }
+    // nobody knows how many rows meet a condition before they are read
+    tables[3].where = u"id > 0";
+    Run(1);
+    EXPECT_FALSE(expected.at(Tables));
 }
 
 TEST_F(SeveralTables, ASnapshotKeepsWhatIsChangedMeanwhile) {
