@@ -7,12 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <iostream>
 #include <map>
-#include <random>
 
-#include "tests/cli/ProgramFixture.h"
-#include "tests/cli/RandomWorlds.h"
+#include "tests/cli/RandomPairs.h"
 
 namespace quillon {
 namespace {
@@ -32,7 +29,7 @@ struct Judgement {
     int exitCode = 0;
 };
 
-class RandomDirectFrontEnd : public ProgramTest {
+class RandomDirectFrontEnd : public RandomPairs {
   protected:
     RandomDirectFrontEnd() : other(otherBox.AddServer()) {}
 
@@ -208,8 +205,7 @@ class RandomDirectFrontEnd : public ProgramTest {
         ++brought_;
     }
 
-    void Try(std::uint32_t seed) {
-        SCOPED_TRACE("QUILLON_SEED=" + std::to_string(seed) + " QUILLON_FRONT_END_PAIRS=1");
+    void Try(std::uint32_t seed) override {
         Generator generator(seed);
         const World world = generator.Make();
         const std::u16string script1 = generator.ScriptOf(world.sides[0], "r");
@@ -241,22 +237,10 @@ class RandomDirectFrontEnd : public ProgramTest {
 
     sandbox::Sandbox otherBox;
     sandbox::Server& other;
-    std::string left;
-    std::string right;
-    std::map<int, int> codes_;
-    int refused_ = 0;
-    int brought_ = 0;
 };
 
 TEST_F(RandomDirectFrontEnd, NeverSaysMoreThanIndependentReadingFinds) {
-    const std::uint32_t seed = FromEnvironment("QUILLON_SEED", std::random_device()());
-    const std::uint32_t pairs = FromEnvironment("QUILLON_FRONT_END_PAIRS", 25);
-    for (std::uint32_t i = 0; i < pairs && !HasFailure(); ++i)
-        Try(seed + i);
-    std::cout << pairs << " pairs from seed " << seed << ", each twice: " << codes_[0]
-              << " identical, " << codes_[1] << " different, " << codes_[3]
-              << " not compared whole; " << brought_ << " brought over, " << refused_
-              << " refused by constraints\n";
+    TryAll(", each twice", " brought over", " refused by constraints");
 }
 
 }  // namespace
