@@ -18,6 +18,8 @@ namespace quillon {
 struct CompareOptions {
     ComparisonOptions comparison;
     FormatOption format;
+    std::string report;  // the file; empty: none
+    std::uint64_t reportLimit = 1000;
 };
 
 struct RowsOptions {

@@ -1,10 +1,12 @@
 #include <CLI/CLI.hpp>
 #include <memory>
+#include <optional>
 
 #include "cli/CommandOptions.h"
 #include "cli/Commands.h"
 #include "cli/CompareResults.h"
 #include "cli/DirectRun.h"
+#include "cli/Report.h"
 #include "cli/Roads.h"
 
 namespace quillon {
@@ -16,8 +18,18 @@ int CompareDirect(const CompareOptions& options, Console& console) {
     results.tables = run;
     results.onlyDifferent = run.onlyDifferent;
     results.loosened = options.comparison.Direct().Loosened();
-    results.lines = Judge(run, Run(run, console));
+    std::optional<Report> report;
+    if (!options.report.empty()) report.emplace(options.report, options.reportLimit);
+    const auto found = Run(run, console, [&](const QuillonLib::DirectDifference& difference) {
+        if (report) report->Take(difference);
+        return false;
+    });
+    results.lines = Judge(run, found);
     results.exitCode = options.comparison.Accepted(ExitCodeOf(results.All()));
+    if (report) {
+        report->Finish(results);
+        console.Note("Written: " + options.report);
+    }
     Print(console, results, options.format.Format());
     return results.exitCode;
 }
@@ -55,6 +67,16 @@ void AddCompareCommand(CLI::App& app, Program& program) {
     options->comparison.AddListTo(*command);
     options->comparison.AddAcceptTo(*command);
     options->format.AddTo(*command);
+    command
+        ->add_option("--report", options->report,
+                     "Write a report, too: one HTML file, with the rows that differ")
+        ->type_name("FILE.html")
+        ->group(DirectGroup);
+    command
+        ->add_option("--report-limit", options->reportLimit,
+                     "Rows of each table that the report shows (0: all)")
+        ->capture_default_str()
+        ->group(DirectGroup);
     command->callback([options, command, &program] {
         const bool byServer = options->comparison.ByServer();
         RequireRoad(*command, byServer);

@@ -1,0 +1,135 @@
+// The report as a file: what it holds, and when it is there. What a browser makes of it is in
+// tests/formats.
+#include <gtest/gtest.h>
+
+#include "tests/cli/TwoServers.h"
+
+namespace quillon {
+namespace {
+
+class ReportTest : public TwoServers {
+  protected:
+    Outcome Report(std::vector<std::string> options = {}) {
+        options.insert(options.end(), {"--report", File("r.html")});
+        return Direct("compare", std::move(options));
+    }
+    // What stands between a text and the next end of an element of script.
+    std::string Element(const std::string& begin) const {
+        const std::string html = Read("r.html");
+        const std::size_t at = html.find(begin);
+        if (at == std::string::npos) return "";
+        const std::size_t from = at + begin.size();
+        return html.substr(from, html.find("</script>", from) - from);
+    }
+    std::string Rows(const std::string& kinds, int table = 0) const {
+        return Element(R"(<script type="application/json" class="rows" data-table=")" +
+                       std::to_string(table) + R"(" data-kinds=")" + kinds + R"(">)");
+    }
+    std::string Results() const {
+        return Element(R"(<script type="application/json" id="results">)");
+    }
+};
+
+TEST_F(ReportTest, HoldsTheRowsThatDifferAndTheResults) {
+    const Outcome outcome = Report();
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.err, "Written: " + File("r.html") + "\n");
+    EXPECT_TRUE(Holds(outcome.out, "1 table: 0 identical, 1 different"));
+    EXPECT_EQ(Rows("d12"), R"([[[1,2],["2","Case","long"],["2","case ","LONG"]],)"
+                           "\n"
+                           R"([["3","gone",null]],)"
+                           "\n"
+                           R"([["4","new",null]]])");
+    EXPECT_TRUE(Holds(Results(), R"({"limit":1000,"results":{"schema":"quillon.compare",)"));
+    EXPECT_TRUE(Holds(Results(), R"("rows":[{"found":3,"shown":3}]})"));
+    EXPECT_EQ(Read("r.html").find("<!DOCTYPE html>\n"), 0U);
+    EXPECT_TRUE(Read("r.html").ends_with("</script>\n</body>\n</html>\n"));
+}
+
+TEST_F(ReportTest, RowsBelongToTheirTables) {
+    RunOnBothServers(
+        u"CREATE TABLE u (id int NOT NULL CONSTRAINT PK_u PRIMARY KEY)\nGO\n"
+        u"CREATE TABLE s (id int NOT NULL CONSTRAINT PK_s PRIMARY KEY)");
+    RunOnSecond(u"INSERT u VALUES (9)");
+    Report();
+    EXPECT_EQ(Rows("d12", 0), "");
+    EXPECT_FALSE(Rows("d12", 1).empty());
+    EXPECT_EQ(Rows("2", 2), R"([[["9"]]])");
+    EXPECT_TRUE(Holds(Results(), R"("rows":[{"found":0,"shown":0},{"found":3,"shown":3},)"
+                                 R"({"found":1,"shown":1}]})"));
+}
+
+TEST_F(ReportTest, DataNeverEndsAnElement) {
+    RunOnFirst(u"UPDATE t SET note = N'</script><!--' + NCHAR(8232) + NCHAR(55296) WHERE id = 3");
+    RunOnBothServers(u"ALTER TABLE t ADD [</script>] int NULL");
+    Report();
+    EXPECT_TRUE(Holds(Rows("d12"), R"(["3","gone","\u003c/script>\u003c!--\u2028\ud800",null])"))
+        << Read("r.html");
+    const std::string html = Read("r.html");
+    std::size_t ends = 0;
+    for (std::size_t at = html.find("</script"); at != std::string::npos;
+         at = html.find("</script", at + 1)) {
+        ++ends;
+    }
+    EXPECT_EQ(ends, 3U);  // rows, results, the script itself
+}
+
+TEST_F(ReportTest, ALimitCountsWhatItLeavesOut) {
+    Report({"--report-limit", "2"});
+    EXPECT_FALSE(Rows("d1").empty());
+    EXPECT_TRUE(Holds(Results(), R"("rows":[{"found":3,"shown":2}]})"));
+    Report({"--report-limit", "0"});
+    EXPECT_FALSE(Rows("d12").empty());
+}
+
+TEST_F(ReportTest, ALongTextIsCutInFrontOfWhatDiffers) {
+    RunOnBothServers(
+        u"CREATE TABLE l (id int NOT NULL CONSTRAINT PK_l PRIMARY KEY, t nvarchar(max))");
+    const std::u16string alike(30000, u'x');
+    const std::u16string behind(30000, u'z');
+    RunOnFirst(u"INSERT l VALUES (1, N'" + alike + u"a" + behind + u"')");
+    RunOnSecond(u"INSERT l VALUES (1, N'" + alike + u"b" + behind + u"')");
+    Report({"-t", "l"});
+    const std::string shown1 = std::string(500, 'x') + "a" + std::string(19499, 'z');
+    const std::string shown2 = std::string(500, 'x') + "b" + std::string(19499, 'z');
+    EXPECT_EQ(Rows("d"), R"([[[1],["1",{"t":")" + shown1 +
+                             R"(","from":29500,"of":60001}],["1",{"t":")" + shown2 +
+                             R"(","from":29500,"of":60001}]]])");
+}
+
+TEST_F(ReportTest, ATableThatFailedIsInIt) {
+    server.AddFault(ErrorIn(u"FROM [dbo].[t]"));
+    EXPECT_EQ(Report().exitCode, 2);
+    EXPECT_TRUE(Holds(Results(), R"("verdict":"failed")"));
+    EXPECT_TRUE(Holds(Results(), "made to fail"));
+}
+
+TEST_F(ReportTest, AComparisonThatCannotBeginLeavesTheOldOne) {
+    EXPECT_EQ(Report().exitCode, 1);
+    const std::string old = Read("r.html");
+    server.AddFault(ErrorIn(u""));
+    EXPECT_EQ(Report().exitCode, 2);
+    EXPECT_EQ(Read("r.html"), old);
+    for (const auto& file : std::filesystem::directory_iterator(folder))
+        EXPECT_EQ(file.path().filename(), "r.html");
+}
+
+TEST_F(ReportTest, AFileThatCannotBeWrittenIsToldBeforeTheRowsAreRead) {
+    server.ClearLog();
+    const Outcome outcome = Direct("compare", {"--report", File("none/r.html")});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_TRUE(Holds(outcome.err, "none")) << outcome.err;
+    EXPECT_EQ(outcome.out, "");
+    for (const std::u16string& batch : Batches(server))
+        EXPECT_EQ(batch.find(u"FROM [dbo].[t]"), std::u16string::npos);
+}
+
+TEST_F(ReportTest, GoesWithTheDirectRoadOnly) {
+    const Outcome outcome = Report({"--by-server"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_TRUE(Holds(outcome.err, "--report does not go with --by-server")) << outcome.err;
+    EXPECT_FALSE(std::filesystem::exists(folder / "r.html"));
+}
+
+}  // namespace
+}  // namespace quillon
