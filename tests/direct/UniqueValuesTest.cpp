@@ -106,6 +106,22 @@ TEST_P(UniqueValues, OfIndexesWithAFilter) {
     ExpectToConverge({u"t"});
 }
 
+// A login that may not see how the index is defined takes every column for one that it looks at.
+TEST_P(UniqueValues, OfFiltersThatTheLoginDoesNotSee) {
+    RunOnBoth(
+        u"CREATE TABLE t (id int PRIMARY KEY, code int, active bit)"
+        u" CREATE UNIQUE INDEX ux ON t (code) WHERE active = 1");
+    RunOn1(Fill(1400, u"@i, @i % 700, CASE WHEN @i < 700 THEN 1 ELSE 0 END"));
+    RunOn2(Fill(1400, u"@i, @i % 700, CASE WHEN @i < 700 THEN 0 ELSE 1 END"));
+    RunOn2(
+        u"CREATE LOGIN clerk WITH PASSWORD = 'secret' CREATE USER clerk FOR LOGIN clerk"
+        u" GRANT SELECT ON t TO clerk GRANT INSERT ON t TO clerk GRANT UPDATE ON t TO clerk"
+        u" GRANT DELETE ON t TO clerk");
+    two->Username(u"clerk");
+    two->Password(u"secret");
+    ExpectToConverge({u"t"});
+}
+
 TEST_P(UniqueValues, OfComputedColumns) {
     RunOnBoth(
         u"CREATE TABLE t (id int PRIMARY KEY, a int, b AS (a + 1), c int)"
