@@ -79,6 +79,23 @@ TEST_P(UniqueValues, OfEveryKindOfText) {
     ExpectToConverge({u"t"});
 }
 
+// Half of a double byte is no text: no list keeps it that has text of Unicode in the same column.
+TEST_P(UniqueValues, OfBytesThatAreNoText) {
+    const std::u16string table =
+        u"CREATE DATABASE j COLLATE Japanese_CI_AS\nGO\nUSE j\nGO\n"
+        u"CREATE TABLE t (id varchar(9) PRIMARY KEY, code varchar(9) UNIQUE)\nGO\n";
+    const auto rows = [](const char16_t* one, const char16_t* two, const char16_t* three) {
+        return std::u16string(u"INSERT t VALUES (CAST(0x88 AS varchar(9)), ") + one +
+               u") INSERT t VALUES (N'\u65E5', " + two + u") INSERT t VALUES ('a', " + three + u")";
+    };
+    const char16_t* const half = u"CAST(0x6189 AS varchar(9))";
+    server.Run(table + rows(half, u"N'\u672C'", u"'b'"));
+    server2.Run(table + rows(u"N'\u672C'", u"'b'", half));
+    one = MakeDatabase(server, u"j");
+    two = MakeDatabase(server2, u"j");
+    ExpectToConverge({u"t"});
+}
+
 TEST_P(UniqueValues, OnServersWithoutLists) {
     sandbox::ServerSettings settings;
     settings.name = u"OLD";
