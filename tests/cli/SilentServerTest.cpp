@@ -293,6 +293,48 @@ TEST_F(SilentServerTest, ATransactionWhoseServerIsGoneIsGivenUpByCtrlC) {
     EXPECT_EQ(RowsOfT(other), before);
 }
 
+// Whoever goes away then does not know what has become of it.
+TEST_F(SilentServerTest, ACommitIsWaitedFor) {
+    sandbox::Fault slow;
+    slow.kind = sandbox::FaultKind::Delay;
+    slow.contains = u"COMMIT TRANSACTION";
+    slow.delay = 8s;
+    other.AddFault(slow);
+    const auto process = Start(Commands(first, second).back());
+    ASSERT_TRUE(Gets(other, slow.contains));
+    process->Signal(SIGINT);
+    EXPECT_EQ(process->Wait(), 130);
+    EXPECT_EQ(process->Err(), Told + std::string("quillon: the transaction was committed; the "
+                                                 "comparison after it was interrupted\n"));
+    EXPECT_EQ(RowsOfT(other), "1 same|2 Case|3 gone|");
+}
+
+TEST_F(SilentServerTest, LinkedServersAreDroppedBeforeTheEnd) {
+    sandbox::ServerSettings settings;
+    settings.name = u"OTHER";
+    sandbox::Server& linked = box.AddServer(settings);
+    linked.Run(
+        u"CREATE DATABASE b\nGO\nUSE b\nGO\n"
+        u"CREATE TABLE p (id int NOT NULL CONSTRAINT PK_p PRIMARY KEY, n nvarchar(20) NULL)");
+    sandbox::Fault slow;
+    slow.kind = sandbox::FaultKind::Delay;
+    slow.contains = u" UNION SELECT ";
+    slow.delay = 4s;
+    server.AddFault(slow);
+    const auto left = [this] {
+        return server.Scalar(
+            u"SELECT COUNT(*) FROM master..sysservers WHERE srvname LIKE 'KARNOBE%'");
+    };
+    const std::string address = QuillonLib::ToUtf8(linked.Address()) + "/b";
+    const auto process =
+        Start({"compare", "--by-server", "--drop-linked-servers", "-t", "p", one, address});
+    ASSERT_TRUE(Gets(server, slow.contains)) << process->Err();
+    EXPECT_EQ(left(), u"1");
+    process->Signal(SIGINT);
+    EXPECT_EQ(process->Wait(), 130);
+    EXPECT_EQ(left(), u"0");
+}
+
 // What the others ask first is what compare asks.
 TEST_F(SilentServerTest, AnyBatchThatIsNotAnsweredEndsByCtrlC) {
     int ofCompare = 0;
@@ -315,6 +357,7 @@ TEST_F(SilentServerTest, AnyBatchThatIsNotAnsweredEndsByCtrlC) {
                 break;
             }
             EXPECT_EQ(err.substr(0, std::string(Told).size()), Told);
+            EXPECT_FALSE(Holds(err, "given up")) << QuillonLib::ToUtf8(batch);
             ExpectNothingLeft();
             ASSERT_FALSE(HasFailure()) << QuillonLib::ToUtf8(batch);
         }
