@@ -134,6 +134,8 @@ void JsonWriter::WriteText(std::u16string_view text) {
     for (std::size_t i = 0; i < text.size();) {
         const std::size_t from = i;
         const char16_t unit = text[i++];
+        const bool plainAscii = unit >= u' ' && unit <= u'~' && unit != u'"' && unit != u'\\';
+        if (plainAscii && unit != u'<') continue;  // most of all text
         char32_t point = unit;
         if (IsHigh(unit) && i < text.size() && IsLow(text[i]))
             point = 0x10000 + ((char32_t{unit} - 0xD800) << 10) + (char32_t{text[i++]} - 0xDC00);

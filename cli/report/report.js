@@ -273,6 +273,7 @@
       window.addEventListener("resize", this.changed);
       window.addEventListener("rowschanged", this.changed);
       this.update();
+      this.expect();
     }
     end() {
       window.removeEventListener("scroll", this.later);
@@ -285,7 +286,27 @@
     }
     update() {
       if (this.count === 0 || this.onPaper) return;
+      const page = document.documentElement;
+      const atEnd = window.scrollY > 0 && window.scrollY + window.innerHeight >= page.scrollHeight - 2;
+      // What stands at the top of the window stays there when the heights of rows above turn out.
+      const top = -this.host.getBoundingClientRect().top;
+      const anchor = this.heights.find(Math.max(0, top));
+      const within = top - this.heights.before(anchor);
       for (let round = 0; round < 4 && this.layOut(); ++round) { /* heights were not as expected */ }
+      const moved = this.heights.before(anchor) + within - top;
+      if (atEnd) {
+        window.scrollTo(0, page.scrollHeight);
+      } else if (top > 0 && Math.abs(moved) >= 1) {
+        window.scrollBy(0, moved);
+      }
+    }
+    // The rows that have been seen tell how high the others are likely to be.
+    expect() {
+      const seen = [...this.shown.values()].map((element) => element.offsetHeight);
+      if (seen.length === 0) return;
+      this.heights = new Heights(this.count, seen.reduce((sum, height) => sum + height, 0) / seen.length);
+      this.remeasure();
+      this.update();
     }
     layOut() {
       const top = Math.max(0, -this.host.getBoundingClientRect().top - 400);
@@ -340,7 +361,18 @@
 
   let list = null;
   const paperRows = 500;
-  const pageRows = 100000; // more would be higher than browsers draw
+  // Browsers draw no more than some ten million lines of pixels.
+  const highest = 12e6;
+  const mostRows = 100000;
+
+  // How many rows make a page, by the height that they are likely to have.
+  function rowsOfPage(table, rows, chosen, allColumns) {
+    const sample = chosen.slice(0, 200);
+    const height = (place) => (rows.kind(place) !== "d" ? 100
+      : allColumns ? 60 + 40 * table.columns.length : 60 + 60 * rows.row(place)[0].length);
+    const all = sample.reduce((sum, place) => sum + height(place), 0);
+    return Math.max(1000, Math.min(mostRows, Math.floor(highest * sample.length / (all || 1))));
+  }
 
   function rowsSection(table, index) {
     const rows = new Rows(index);
@@ -367,6 +399,8 @@
     const pages = make("span", {});
     const show = () => {
       const chosen = rows.all.filter((place) => wanted.has(rows.kind(place)));
+      const pageRows = rowsOfPage(table, rows, chosen, allColumns);
+      page = Math.min(page, Math.max(0, Math.ceil(chosen.length / pageRows) - 1));
       const number0 = page * pageRows;
       const part = chosen.slice(number0, number0 + pageRows);
       if (list) list.end();
