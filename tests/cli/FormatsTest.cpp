@@ -167,6 +167,32 @@ TEST_F(FormatsTest, RowsAsLinesBeginAndEnd) {
         << outcome.out;
 }
 
+TEST_F(FormatsTest, EachSideSpellsItsColumnsItsOwnWay) {
+    RunOnFirst(u"CREATE TABLE s (Id int NOT NULL CONSTRAINT PK_s PRIMARY KEY, [a]]b] int)");
+    RunOnSecond(u"CREATE TABLE s (ID int NOT NULL CONSTRAINT PK_s PRIMARY KEY, [A]]B] int)");
+    RunOnBothServers(u"INSERT s VALUES (1, 1)");
+    RunOnSecond(u"UPDATE s SET [A]]B] = 2");
+    EXPECT_EQ(Direct("rows", {"s", "--format", "csv"}).out,
+              "kind,side,changed,Id,a]b\r\n"
+              "different,1,[a]]b],1,1\r\n"
+              "different,2,[a]]b],1,2\r\n");
+    const std::string lines = Direct("rows", {"s", "--format", "json"}).out;
+    EXPECT_TRUE(Holds(lines, R"({"name":"Id","nameIn2":"ID","typeIn1":"int","typeIn2":"int",)"
+                             R"("key":true})"))
+        << lines;
+    EXPECT_TRUE(
+        Holds(lines, R"("changed":["a]b"],"row1":{"Id":1,"a]b":1},"row2":{"ID":1,"A]B":2})"))
+        << lines;
+}
+
+TEST_F(FormatsTest, ATableOfOneSideHasNoRowsToWrite) {
+    RunOnFirst(u"CREATE TABLE mine (a int)");
+    const Outcome outcome = Direct("rows", {"mine", "--format", "json"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_TRUE(Holds(outcome.err, "only in " + first)) << outcome.err;
+}
+
 TEST_F(FormatsTest, LinesThatEndTooSoonHaveNoEnd) {
     sandbox::Fault fault;
     fault.kind = sandbox::FaultKind::ErrorAfterRows;

@@ -2,10 +2,13 @@
 // tests/formats.
 #include <gtest/gtest.h>
 
+#include "cli/ReportCell.h"
 #include "tests/cli/TwoServers.h"
 
 namespace quillon {
 namespace {
+
+using namespace QuillonLib;
 
 class ReportTest : public TwoServers {
   protected:
@@ -95,6 +98,21 @@ TEST_F(ReportTest, ALongTextIsCutInFrontOfWhatDiffers) {
     EXPECT_EQ(Rows("d"), R"([[[1],["1",{"t":")" + shown1 +
                              R"(","from":29500,"of":60001}],["1",{"t":")" + shown2 +
                              R"(","from":29500,"of":60001}]]])");
+}
+
+// Neither in front nor behind.
+TEST(ReportCellTest, NoSurrogatePairIsCut) {
+    DirectColumn column;
+    column.side1.DataType = column.side2.DataType = u"nvarchar";
+    const std::u16string front =
+        std::u16string(100, u'y') + u"\U0001F600" + std::u16string(499, u'x');
+    const std::u16string behind =
+        std::u16string(19497, u'z') + u"\U0001F601" + std::u16string(30000, u'z');
+    JsonWriter json1;
+    JsonWriter json2;
+    WriteCells(json1, json2, column, Value(front + u"a" + behind), Value(front + u"b" + behind));
+    const std::string shown = "\U0001F600" + std::string(499, 'x') + "a" + std::string(19497, 'z');
+    EXPECT_EQ(json1.Take(), R"({"t":")" + shown + R"(","from":100,"of":50101})");
 }
 
 TEST_F(ReportTest, ATableThatFailedIsInIt) {
