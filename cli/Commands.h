@@ -24,6 +24,7 @@ void AddTemplateCommand(CLI::App& app, Program& program);
 void AddDiscoveryCommands(CLI::App& app, Program& program);  // servers, databases
 void AddTextCommands(CLI::App& app, Program& program);       // split, encrypt, decrypt
 void AddSandboxCommand(CLI::App& app, Program& program);
+void AddCompletionCommand(CLI::App& app, Program& program);
 
 // The whole program; returns its exit code. `arguments` begins with the program's name.
 int RunProgram(int argc, const char* const* argv);

@@ -11,6 +11,7 @@
 #include "cli/Driver.h"
 #include "cli/Guarded.h"
 #include "cli/Interrupt.h"
+#include "cli/ManualPage.h"
 #include "cli/Suggestion.h"
 #include "core/Text.h"
 
@@ -81,10 +82,13 @@ void AddHelpCommand(CLI::App& app, Program& program) {
     CLI::App* const help = app.add_subcommand("help", "Tell what a command does and takes");
     auto name = std::make_shared<std::string>();
     help->add_option("COMMAND", *name, "The command; without it, all of them are listed");
-    help->callback([&app, &program, name] {
+    auto manual = std::make_shared<bool>(false);
+    help->add_flag("--man", *manual, "Print it as a manual page, for man -l -");
+    help->callback([&app, &program, name, manual] {
         if (!name->empty()) RequireCommand(app, *name);
         // App::help() would tell of the command that was called, which is this one.
         const CLI::App& subject = name->empty() ? app : *FindCommand(app, *name);
+        if (*manual) return program.console.PrintData(ManualPage(ModelOf(subject, *name)));
         program.console.PrintData(subject.get_formatter()->make_help(
             &subject, name->empty() ? "quillon" : "quillon " + *name, CLI::AppFormatMode::Normal));
     });
@@ -105,6 +109,7 @@ void AddCommands(CLI::App& app, Program& program) {
     AddDiscoveryCommands(app, program);
     AddTextCommands(app, program);
     AddSandboxCommand(app, program);
+    AddCompletionCommand(app, program);
     AddHelpCommand(app, program);
 }
 

@@ -35,6 +35,12 @@ SQL
 
 cmake --preset demo >/dev/null
 cmake --build --preset demo
+cmake --install build/demo --prefix "$work/tool" >/dev/null
+"$work/tool/bin/quillon" --version
+for file in man/man1/quillon.1 man/man1/quillon-sync.1 bash-completion/completions/quillon \
+    zsh/site-functions/_quillon fish/vendor_completions.d/quillon.fish; do
+    test -s "$work/tool/share/$file"
+done
 
 for shared in OFF ON; do
     echo "Package with BUILD_SHARED_LIBS=$shared"

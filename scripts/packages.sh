@@ -31,9 +31,9 @@ build_packages=(ca-certificates cmake g++ iso-codes libcli11-dev libexpat1-dev l
     unixodbc-dev)
 # The tests add their frameworks, clients of the sandbox and readers of what the program writes that
 # were not written here, and a browser for the report.
-test_packages=("${build_packages[@]}" chromium chromium-driver freetds-bin libbenchmark-dev
-    libgmock-dev libgtest-dev python3 python3-jsonschema python3-pkg-resources python3-selenium
-    python3-tds)
+test_packages=("${build_packages[@]}" chromium chromium-driver freetds-bin groff-base
+    libbenchmark-dev libgmock-dev libgtest-dev python3 python3-jsonschema python3-pkg-resources
+    python3-selenium python3-tds)
 # Counting the lines that tests run.
 coverage_packages=("${test_packages[@]}" gcovr)
 # Style and analysis, and the fuzzers' compiler.

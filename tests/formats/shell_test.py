@@ -1,0 +1,109 @@
+"""What the program prints for a shell and for man, read by a real bash and by groff."""
+import subprocess
+import sys
+import unittest
+
+PROGRAM = ""
+
+
+def quillon(*arguments):
+    done = subprocess.run([PROGRAM, *arguments], capture_output=True, text=True, timeout=60,
+                          check=False)
+    return done.returncode, done.stdout, done.stderr
+
+
+def completed(*words):
+    """What bash offers for the last word."""
+    script = quillon("completion", "bash")[1] + """
+COMP_WORDS=("$@")
+COMP_CWORD=$(($# - 1))
+_quillon
+printf '%s\\n' "${COMPREPLY[@]}"
+"""
+    done = subprocess.run(["bash", "-u", "-c", script, "bash", *words], capture_output=True,
+                          text=True, timeout=60, check=True)
+    return done.stdout.split()
+
+
+class Completion(unittest.TestCase):
+    def test_commands(self):
+        commands = completed("quillon", "")
+        for command in ("compare", "rows", "script", "sync", "template", "sandbox", "completion"):
+            self.assertIn(command, commands)
+        self.assertEqual(completed("quillon", "comp"), ["compare", "completion"])
+
+    def test_options_of_a_command(self):
+        self.assertEqual(completed("quillon", "sync", "--max"), ["--max-changes", "--max-percent"])
+        self.assertEqual(completed("quillon", "compare", "a/b", "c/d", "--integ"),
+                         ["--integrated", "--integrated2"])
+        self.assertEqual(completed("quillon", "compare", "--max"), [])
+
+    def test_commands_of_a_command(self):
+        self.assertEqual(completed("quillon", "template", "li"), ["list"])
+        self.assertIn("list", completed("quillon", "template", ""))
+        self.assertEqual(completed("quillon", "template", "new", "--v"), ["--via"])
+        self.assertEqual(completed("quillon", "template", "list", "--v"), [])
+
+    def test_choices(self):
+        self.assertEqual(completed("quillon", "compare", "--format", ""),
+                         ["table", "json", "csv", "markdown"])
+        self.assertEqual(completed("quillon", "sync", "--to", ""), ["1", "2"])
+        self.assertEqual(completed("quillon", "rows", "--encryption", "re"),
+                         ["request", "require"])
+
+    def test_files(self):
+        self.assertIn("/etc/passwd", completed("quillon", "compare", "--config", "/etc/pass"))
+
+    def test_a_shell_that_is_not_known_is_refused(self):
+        code, out, err = quillon("completion", "cmd")
+        self.assertEqual((code, out), (2, ""))
+        self.assertIn("bash", err)
+
+    def test_bash_finds_it(self):
+        script = quillon("completion", "bash")[1] + "complete -p quillon"
+        done = subprocess.run(["bash", "-c", script], capture_output=True, text=True, check=True,
+                              timeout=60)
+        self.assertEqual(done.stdout.strip(), "complete -o default -F _quillon quillon")
+
+    def test_the_others_name_every_command(self):
+        for shell in ("zsh", "fish"):
+            code, out, _ = quillon("completion", shell)
+            self.assertEqual(code, 0)
+            for word in ("compare", "sync", "max-percent", "markdown"):
+                self.assertIn(word, out)
+
+
+class Manual(unittest.TestCase):
+    def page(self, *command):
+        code, source, err = quillon("help", *command, "--man")
+        self.assertEqual((code, err), (0, ""))
+        shown = subprocess.run(["groff", "-man", "-ww", "-Tascii", "-P-cbou"], input=source,
+                               capture_output=True, text=True, timeout=60, check=True)
+        self.assertEqual(shown.stderr, "")
+        return " ".join(shown.stdout.split())
+
+    def test_every_command_has_a_page_without_a_warning(self):
+        commands = completed("quillon", "")
+        self.assertGreater(len(commands), 10)
+        for command in commands:
+            self.assertIn("quillon-" + command + " -", self.page(command))
+
+    def test_what_a_page_says(self):
+        page = self.page("sync")
+        for text in ("QUILLON-SYNC(1)", "quillon sync [OPTIONS] [database1] [database2]",
+                     "--max-changes N", "--to 1|2", "Refuse to change more rows than this",
+                     "Exit codes: 0 all that was asked for"):
+            self.assertIn(text, page)
+
+    def test_the_page_of_the_program_lists_the_commands(self):
+        page = self.page()
+        self.assertIn("quillon COMMAND ...", page)
+        self.assertIn("Compare the rows of two databases", page)
+
+    def test_a_backslash_is_one(self):
+        self.assertIn("host\\instance", self.page("databases"))
+
+
+if __name__ == "__main__":
+    PROGRAM = sys.argv.pop(1)
+    unittest.main()
