@@ -84,13 +84,17 @@ TEST_P(UniqueValues, OfBytesThatAreNoText) {
     const std::u16string table =
         u"CREATE DATABASE j COLLATE Japanese_CI_AS\nGO\nUSE j\nGO\n"
         u"CREATE TABLE t (id varchar(9) PRIMARY KEY, code varchar(9) UNIQUE)\nGO\n";
-    const auto rows = [](const char16_t* one, const char16_t* two, const char16_t* three) {
-        return std::u16string(u"INSERT t VALUES (CAST(0x88 AS varchar(9)), ") + one +
-               u") INSERT t VALUES (N'\u65E5', " + two + u") INSERT t VALUES ('a', " + three + u")";
+    const auto rows = [](const std::vector<std::u16string>& codes) {
+        const std::vector<std::u16string> ids{u"'a'", u"'b'", u"CAST(0x88 AS varchar(9))",
+                                              u"N'\u65E5'"};
+        std::u16string sql;
+        for (std::size_t i = 0; i < ids.size(); ++i)
+            sql += u"INSERT t VALUES (" + ids[i] + u", " + codes[i] + u") ";
+        return sql;
     };
-    const char16_t* const half = u"CAST(0x6189 AS varchar(9))";
-    server.Run(table + rows(half, u"N'\u672C'", u"'b'"));
-    server2.Run(table + rows(u"N'\u672C'", u"'b'", half));
+    const std::u16string half = u"CAST(0x6189 AS varchar(9))";
+    server.Run(table + rows({half, u"N'\u8A9E'", u"'c'", u"N'\u672C'"}));
+    server2.Run(table + rows({u"'c'", half, u"N'\u672C'", u"N'\u8A9E'"}));
     one = MakeDatabase(server, u"j");
     two = MakeDatabase(server2, u"j");
     ExpectToConverge({u"t"});
