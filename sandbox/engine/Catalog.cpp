@@ -138,9 +138,9 @@ const ColumnMeta* TableMeta::Identity() const {
     return nullptr;
 }
 
-void Catalog::Create() {
+void Catalog::Create(bool inTransaction) {
     const std::string alias = file_->Alias();
-    store_.Execute("BEGIN");
+    if (!inTransaction) store_.Execute("BEGIN");
     for (const char* sql : kTables)
         store_.Execute(For(sql, alias));
     Statement schema = store_.Prepare(For("INSERT INTO @.m_schema VALUES(?,?,?)", alias));
@@ -196,7 +196,13 @@ void Catalog::Create() {
                 .Run();
         }
     }
-    store_.Execute("COMMIT");
+    if (!inTransaction) store_.Execute("COMMIT");
+}
+
+bool Catalog::IsThere() {
+    Statement s =
+        store_.Prepare("SELECT count(*) FROM " + Prefix() + "sqlite_master WHERE name='m_depend'");
+    return s.Step() && s.Integer(0) != 0;
 }
 
 bool Catalog::Refresh() {

@@ -111,8 +111,10 @@ class Catalog {
     const DatabasePtr& File() const { return file_; }
     std::string Prefix() const { return file_->Alias() + "."; }
 
-    // Creates the catalog's tables in a fresh file.
-    void Create();
+    // Creates the catalog's tables in a fresh file; in the transaction that is open, or in its own.
+    void Create(bool inTransaction = false);
+    // Whether they are there: a rollback takes them, too.
+    bool IsThere();
     // Drops what it kept when another session has changed the catalog. Returns true when it did.
     bool Refresh();
     // To be called after every change of the catalog.

@@ -74,16 +74,13 @@ Catalog& Context::Open(const DatabasePtr& database) {
     a.file = database;
     a.catalog = std::make_unique<Catalog>(store, database);
     a.used = ++clock_;
-    {
+    if (database == temporary_) {
+        a.catalog->Create(inStoreTransaction);
+    } else {
         // Two sessions may open a fresh database at the same time.
         static std::mutex creation;
         const std::lock_guard lock(creation);
-        Statement empty =
-            store.Prepare("SELECT count(*) FROM " + alias + ".sqlite_master WHERE name='m_depend'");
-        empty.Step();
-        const bool fresh = empty.Integer(0) == 0;
-        empty.Reset();
-        if (fresh) {
+        if (!a.catalog->IsThere()) {
             store.Execute("PRAGMA " + alias + ".journal_mode=WAL");
             store.Execute("PRAGMA " + alias + ".synchronous=OFF");
             a.catalog->Create();
@@ -142,6 +139,7 @@ void Context::RefreshCatalogs() {
 
 void Context::ForgetCatalogs() {
     for (auto& [number, a] : attached_) {
+        if (a.file == temporary_ && !a.catalog->IsThere()) a.catalog->Create(inStoreTransaction);
         a.catalog->Forget();
         a.catalog->Refresh();
     }

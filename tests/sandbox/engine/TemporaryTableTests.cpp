@@ -42,6 +42,19 @@ TEST(TemporaryTables, GoWithATransactionThatIsRolledBack) {
     EXPECT_EQ(box.Text(u"SELECT COUNT(*) FROM #kept"), "0\n");
 }
 
+// The first of a session, made when the transaction has already written.
+TEST(TemporaryTables, CanBeMadeInTheMiddleOfATransaction) {
+    Box box;
+    box.Text(u"CREATE TABLE t (a int)");
+    for (const char16_t* end : {u"ROLLBACK", u"COMMIT"}) {
+        box.Text(u"BEGIN TRAN INSERT t VALUES (1)");
+        EXPECT_EQ(box.Text(u"CREATE TABLE #t (a int)"), "");
+        EXPECT_EQ(box.Text(u"INSERT #t VALUES (5) SELECT a FROM #t"), "#1\n5\n");
+        EXPECT_EQ(box.Text(end), "");
+    }
+    EXPECT_EQ(box.Text(u"SELECT a FROM t SELECT a FROM #t"), "1\n5\n");
+}
+
 TEST(TemporaryTables, OfADynamicTextGoWithIt) {
     Box box;
     EXPECT_EQ(box.client->TextInScope(u"CREATE TABLE #t (a int) SELECT COUNT(*) FROM #t"), "0\n");
