@@ -63,9 +63,9 @@ TEST_P(UniqueValues, OfSeveralTables) {
     ExpectToConverge({u"t", u"u u"});
 }
 
-// A name that the driver would misread has a batch sent as a parameter, with a scope of its own: a
-// table that is made there would be gone at its end.
-TEST_P(UniqueValues, OfATableWhoseNameTakesAScopeOfItsOwn) {
+// The temporary table is made when the transaction has deleted rows already, and the name is such
+// as drivers take for comments and parameters.
+TEST_P(UniqueValues, BesideRowsThatAreDeleted) {
     RunOnBoth(u"CREATE TABLE [/*/* ?] (id int PRIMARY KEY, code int UNIQUE)");
     const std::u16string fill =
         u"DECLARE @i int SET @i = 0 WHILE @i < 600 BEGIN INSERT [/*/* ?] VALUES (@i, ";
