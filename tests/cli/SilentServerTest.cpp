@@ -11,7 +11,11 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <memory>
+#include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "tests/cli/Process.h"
@@ -184,11 +188,8 @@ class SilentServerTest : public TwoServers {
         other.ClearLog();
         const auto process = Start(command);
         const auto batches = [&] { return static_cast<int>(Batches(other).size()); };
-        int ended = 0;
-        while (batches() < nth && ended == 0) {
+        while (batches() < nth && !HasEnded(process->Id()))
             std::this_thread::sleep_for(10ms);
-            ended = kill(process->Id(), 0) != 0 || HasEnded(process->Id()) ? 1 : 0;
-        }
         if (batches() < nth) {
             other.ClearFaults();
             return false;

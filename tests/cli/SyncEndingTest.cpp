@@ -4,10 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <memory>
 #include <new>
 #include <stdexcept>
+#include <string>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 #include "QuillonLib.h"
 #include "cli/Interrupt.h"
