@@ -113,6 +113,11 @@ TEST(ReportCellTest, NoSurrogatePairIsCut) {
     WriteCells(json1, json2, column, Value(front + u"a" + behind), Value(front + u"b" + behind));
     const std::string shown = "\U0001F600" + std::string(499, 'x') + "a" + std::string(19497, 'z');
     EXPECT_EQ(json1.Take(), R"({"t":")" + shown + R"(","from":100,"of":50101})");
+    WriteCell(json1, column.side1, Value(std::u16string(19999, u'z') + u"\U0001F601"));
+    EXPECT_EQ(json1.Take(), R"({"t":")" + std::string(19999, 'z') + R"(","from":0,"of":20001})");
+    WriteCell(json1, column.side1, Value(std::u16string(19998, u'z') + u"\U0001F601z"));
+    EXPECT_EQ(json1.Take(),
+              R"({"t":")" + std::string(19998, 'z') + "\U0001F601" + R"(","from":0,"of":20001})");
 }
 
 TEST_F(ReportTest, ATableThatFailedIsInIt) {

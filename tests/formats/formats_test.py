@@ -256,6 +256,22 @@ class Formats(unittest.TestCase):
         end = self.lines("types", "--different", exit_code=1)[-1]
         self.assertEqual(end["counted"]["identical"], 1)
 
+    def test_a_key_that_is_not_unique_leaves_rows_uncounted(self):
+        self.program.run_sql("CREATE TABLE loose (id int NOT NULL CONSTRAINT UQ_loose UNIQUE, n int)",
+                             "INSERT loose VALUES (1, 1)", database="a")
+        self.program.run_sql("CREATE TABLE loose (id int NOT NULL, n int)",
+                             "INSERT loose VALUES (1, 2)", database="b")
+        try:
+            end = self.lines("loose", "--by-server", exit_code=1)[-1]
+            self.assertEqual(end["shown"]["different"], 1)
+            self.assertEqual(set(end["counted"].values()), {None})
+            loose = self.table(self.document("-t", "loose", "--by-server", exit_code=1), "loose")
+            self.assertEqual((loose["differing"], loose["identical"], loose["onlyIn1"]),
+                             (1, None, None))
+        finally:
+            for name in "ab":
+                self.program.run_sql("DROP TABLE loose", database=name)
+
     def test_a_zero_keeps_its_sign_and_a_variant_its_type(self):
         create = ("CREATE TABLE odd (id int NOT NULL CONSTRAINT PK_odd PRIMARY KEY, f float, "
                   "v sql_variant)")
