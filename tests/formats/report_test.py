@@ -71,11 +71,13 @@ class Report(unittest.TestCase):
         cls.program.run_sql(
             few.format(quoted("alpha"), quoted(LONG + "old" + LONG), "NULL"),
             "INSERT few VALUES (3, N'only here', NULL, NULL)",
-            f"INSERT [{evil}] VALUES (1, {quoted(EVIL_CELL + '1')}), (2, N'a' + NCHAR(8238))",
+            f"INSERT [{evil}] VALUES (1, {quoted(EVIL_CELL + '1')}), (2, N'a' + NCHAR(8238)), "
+            "(3, N'x\U0001F600y')",
             "CREATE TABLE lonely (a int)", database="a")
         cls.program.run_sql(
             few.format(quoted("alpHa"), quoted(LONG + "new" + LONG), "N''"),
-            f"INSERT [{evil}] VALUES (1, {quoted(EVIL_CELL + '2')}), (2, N'a')",
+            f"INSERT [{evil}] VALUES (1, {quoted(EVIL_CELL + '2')}), (2, N'a'), "
+            "(3, N'x\U0001F601y')",
             "ALTER TABLE same ADD extra int NULL", database="b")
 
     @classmethod
@@ -108,6 +110,8 @@ class Report(unittest.TestCase):
     def open_table(self, address, name):
         self.open(address)
         self.click_on("#tables td.name button", f"[dbo].[{name}]")
+        # The page follows its address, which changes a moment after the click.
+        self.wait_for(lambda: self.all("h1 .name"))
 
     def test_the_list_tells_of_every_table(self):
         self.open(self.small)
@@ -115,14 +119,14 @@ class Report(unittest.TestCase):
                  for row in self.all("#tables tbody tr")]
         self.assertEqual(lines, [
             ["[dbo].[failing]", "not compared", "–", "–", "–", "–", "–", "–"],
-            [f"[dbo].[{EVIL}]", "different", "2", "2", "0", "2", "0", "0"],
+            [f"[dbo].[{EVIL}]", "different", "3", "3", "0", "3", "0", "0"],
             ["[dbo].[few]", "different", "3", "2", "0", "2", "1", "0"],
             ["[dbo].[same]", "columns differ", "4", "4", "4", "0", "0", "0"],
             ["[dbo].[lonely]", "only in 1", "–", "–", "–", "–", "–", "–"]])
         self.assertEqual(self.one("#table-count").text, "5 tables")
         self.assertEqual([each.text for each in self.all(".legend")],
                          ["3 different\n1 failed\n1 only in 1",
-                          "4 identical\n4 different\n1 only in 1"])
+                          "4 identical\n5 different\n1 only in 1"])
         self.assertIn("see the tables that failed", self.one("#ending").text)
 
     def test_clicks_sort_the_list_and_what_is_not_known_stays_last(self):
@@ -130,7 +134,7 @@ class Report(unittest.TestCase):
         failing, lonely = "[dbo].[failing]", "[dbo].[lonely]"
         few, same, evil = "[dbo].[few]", "[dbo].[same]", f"[dbo].[{EVIL}]"
         self.click_on("#tables th button", "Rows in 1")
-        self.assertEqual(self.names(), [same, few, evil, failing, lonely])
+        self.assertEqual(self.names(), [same, evil, few, failing, lonely])
         self.click_on("#tables th button", "Rows in 1")
         self.assertEqual(self.names(), [evil, few, same, failing, lonely])
         self.click_on("#tables th button", "Table")
@@ -184,6 +188,7 @@ class Report(unittest.TestCase):
         self.assertEqual([each.text for each in row.find_elements(By.CSS_SELECTOR, ".value")],
                          ["3", "only here", "NULL", "NULL"])
         self.one(".back").click()
+        self.wait_for(lambda: self.all("#tables"))
         self.assertEqual(len(self.names()), 5)
 
     def test_what_was_not_compared_and_errors_are_told(self):
@@ -199,11 +204,14 @@ class Report(unittest.TestCase):
         self.open_table(self.small, EVIL)
         self.assertEqual(self.one("h1 .name").text, f"[dbo].[{EVIL}]")
         self.assertEqual(self.all("img"), [])
-        first, second = self.all(".row")
+        first, second, third = self.all(".row")
         self.assertEqual(first.find_element(By.CSS_SELECTOR, ".column").text, EVIL)
         self.assertEqual(first.find_element(By.CSS_SELECTOR, ".in1").text, EVIL_CELL + "1")
         self.assertEqual(first.find_element(By.CSS_SELECTOR, ".in2 mark").text, "2")
         self.assertEqual(second.find_element(By.CSS_SELECTOR, ".in1").text, "a\\u202E")
+        # A character of two units is one.
+        self.assertEqual([each.text for each in third.find_elements(By.TAG_NAME, "mark")],
+                         ["\U0001F600", "\U0001F601"])
 
     def test_nothing_is_fetched(self):
         self.open(self.small)
