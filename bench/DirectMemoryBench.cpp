@@ -1,6 +1,7 @@
 // How much memory a direct comparison takes at its peak: the same for any number of rows, whether
-// few of them differ or all, and with a script written of them. Each figure is taken in a process
-// of its own.
+// few of them differ or all, and with a script written of them; and the same for rows without a
+// key, of which all are kept until they have been read. Each figure is taken in a process of its
+// own.
 //
 //   quillon_direct_memory_bench [rows]   which are doubled twice
 #include <cstdio>
@@ -69,33 +70,36 @@ void CompareAndWrite(Findings& findings, const std::u16string& address, const st
 }
 
 bool Print(const std::string& name, std::int64_t rows, const Findings& findings) {
-    std::printf("%-22s %9lld rows  %9llu differences  script %8.1f MiB\n", name.c_str(),
+    std::printf("%-26s %9lld rows  %9llu differences  script %8.1f MiB\n", name.c_str(),
                 static_cast<long long>(rows), static_cast<unsigned long long>(findings.differences),
                 static_cast<double>(findings.scriptBytes) / bench::Mebibyte);
     return bench::AtMost("peak above the start, MiB", findings.peakGrowth / bench::Mebibyte,
                          MaxGrowth);
 }
 
-bool RunOn(bench::Sides sides, std::int64_t rows) {
-    const bench::MadeUpTables tables{rows, sides};
+bool RunOn(bench::Sides sides, std::int64_t rows, bool keyed) {
+    const bench::MadeUpTables tables{rows, sides, keyed};
     const bench::ServerProcess server(
         [&] { return std::make_unique<bench::DirectTables>(tables); });
     const std::u16string address = server.Address();
     const bench::ScratchFolder folder;
     const bool few = sides == bench::Sides::NearlyEqual;
+    const std::string kind = keyed ? "" : ", no key";
     Findings findings = bench::InChild<Findings>([&](Findings& f) { Compare(f, address); });
-    bool held = Print(few ? "1 % differ" : "all differ", rows, findings);
+    bool held = Print((few ? "1 % differ" : "all differ") + kind, rows, findings);
     findings = bench::InChild<Findings>(
         [&](Findings& f) { CompareAndWrite(f, address, folder.File("script")); });
-    held &= Print(few ? "1 %, with a script" : "all, with a script", rows, findings);
+    held &= Print((few ? "1 %, with a script" : "all, with a script") + kind, rows, findings);
     return held;
 }
 
 int Run(std::int64_t rows) {
     bool held = true;
     for (const std::int64_t count : {rows, 2 * rows, 4 * rows}) {
-        held &= RunOn(bench::Sides::NearlyEqual, count);
-        held &= RunOn(bench::Sides::Different, count);
+        for (const bool keyed : {true, false}) {
+            held &= RunOn(bench::Sides::NearlyEqual, count, keyed);
+            held &= RunOn(bench::Sides::Different, count, keyed);
+        }
     }
     return held ? 0 : 1;
 }

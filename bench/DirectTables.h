@@ -23,6 +23,7 @@ enum class Sides {
 struct MadeUpTables {
     std::int64_t rows = 0;
     Sides sides = Sides::NearlyEqual;
+    bool keyed = true;
 
     static bool IsLeftOut(std::int64_t row, int side) {
         return row % 1000 == 500 && (row / 1000 % 2 == 0) == (side == 2);
@@ -52,6 +53,7 @@ class DirectTables : public EngineServer {
         for (const std::u16string name : {u"one", u"two"}) {
             Run(u"CREATE DATABASE " + name);
             Run(u"CREATE TABLE " + name + u".." + MixedTable);
+            if (!tables.keyed) Run(u"ALTER TABLE " + name + u"..t DROP CONSTRAINT PK_t");
         }
     }
 
@@ -67,8 +69,9 @@ class DirectTables : public EngineServer {
 
         void Execute(std::u16string_view batch, sandbox::ResultSink& sink,
                      const std::atomic<bool>& cancelled) override {
-            if (batch.find(u" FROM [dbo].[t] ORDER BY [Id]") == batch.npos)
-                return engine_->Execute(batch, sink, cancelled);
+            const std::u16string_view from =
+                tables_.keyed ? u" FROM [dbo].[t] ORDER BY [Id]" : u" FROM [dbo].[t]";
+            if (batch.find(from) == batch.npos) return engine_->Execute(batch, sink, cancelled);
             SendSide(sink, tables_, engine_->Database() == u"one" ? 1 : 2);
         }
         std::u16string Database() const override { return engine_->Database(); }

@@ -10,7 +10,7 @@
 
 namespace QuillonLib {
 
-inline constexpr std::size_t KeylessRoom = std::size_t{32} << 20;  // bytes, for each side
+inline constexpr std::size_t KeylessRoom = std::size_t{12} << 20;  // bytes, for each side
 
 // A row that one side has n times more often than the other is only in that side n times; none
 // differs. `room`: bytes of rows kept in memory for each side; the rest waits in temporary files.
