@@ -35,7 +35,7 @@ constexpr const char16_t* Columns =
     u"SELECT s.name, o.name, o.type, c.name, t.name, c.max_length, c.precision, c.scale, "
     u"c.is_computed, c.is_identity, c.is_nullable, c.collation_name, CASE WHEN c.system_type_id IN "
     u"(35, 167, 175) THEN CAST(COLLATIONPROPERTY(c.collation_name, 'CodePage') AS int) END, "
-    u"CAST(COLLATIONPROPERTY(t.collation_name, 'CodePage') AS int) "
+    u"CAST(COLLATIONPROPERTY(t.collation_name, 'CodePage') AS int), 0, 0 "
     u"FROM sys.objects o INNER JOIN sys.schemas s ON "
     u"s.schema_id = o.schema_id INNER JOIN sys.columns c ON c.object_id = o.object_id LEFT JOIN "
     u"sys.types t ON t.user_type_id = CASE c.system_type_id WHEN 240 THEN c.user_type_id ELSE "
