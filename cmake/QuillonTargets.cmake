@@ -36,14 +36,24 @@ function(quillon_precompile_test_headers)
         <algorithm> <functional> <map> <memory> <optional> <string> <thread> <vector>)
 endfunction()
 
-# quillon_test(NAME name SOURCES file... LIBS target...): one test program, run by ctest as `name`.
+# quillon_test(NAME name SOURCES file... LIBS target... [PARTS n]): one test program, run by ctest as
+# `name`; or in n parts, side by side, where many of its tests wait.
 function(quillon_test)
-    cmake_parse_arguments(ARG "" "NAME" "SOURCES;LIBS" ${ARGN})
+    cmake_parse_arguments(ARG "" "NAME;PARTS" "SOURCES;LIBS" ${ARGN})
     add_executable(${ARG_NAME} ${ARG_SOURCES})
     target_link_libraries(${ARG_NAME} PRIVATE quillon_test_flags ${ARG_LIBS} GTest::gmock GTest::gtest_main)
     target_include_directories(${ARG_NAME} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src)
     target_precompile_headers(${ARG_NAME} REUSE_FROM quillon_test_headers)
-    add_test(NAME ${ARG_NAME} COMMAND ${ARG_NAME})
-    set_tests_properties(${ARG_NAME} PROPERTIES
-        ENVIRONMENT "ODBCSYSINI=${PROJECT_BINARY_DIR}/odbc" TIMEOUT 900)
+    set(environment "ODBCSYSINI=${PROJECT_BINARY_DIR}/odbc")
+    if(NOT ARG_PARTS)
+        add_test(NAME ${ARG_NAME} COMMAND ${ARG_NAME})
+        set_tests_properties(${ARG_NAME} PROPERTIES ENVIRONMENT "${environment}" TIMEOUT 900)
+        return()
+    endif()
+    math(EXPR last "${ARG_PARTS} - 1")
+    foreach(part RANGE ${last})
+        add_test(NAME ${ARG_NAME}_${part} COMMAND ${ARG_NAME})
+        set_tests_properties(${ARG_NAME}_${part} PROPERTIES TIMEOUT 900 ENVIRONMENT
+            "${environment};GTEST_TOTAL_SHARDS=${ARG_PARTS};GTEST_SHARD_INDEX=${part}")
+    endforeach()
 endfunction()

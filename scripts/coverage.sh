@@ -10,7 +10,8 @@ need "${coverage_packages[@]}"
 cmake --preset coverage >/dev/null
 cmake --build --preset coverage
 find build/coverage -name '*.gcda' -delete
-ctest --preset coverage
+# Tests read what their processes write to standard error.
+GCOV_ERROR_FILE=$PWD/build/coverage/gcov.log ctest --preset coverage
 
 pages=()
 if [ "${1:-}" = html ]; then
