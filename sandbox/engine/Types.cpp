@@ -432,6 +432,8 @@ SqlType CommonType(const SqlType& a, const SqlType& b) {
             result.id =
                 IsUnicode(high.id) || IsUnicode(low.id) ? TypeId::NVarChar : TypeId::VarChar;
         }
+        // no text of a limited length is longer, whatever it is made of: the rest is cut
+        if (IsUnicode(result.id)) result.length = std::min(result.length, 4000);
     } else if ((high.id == TypeId::Binary || high.id == TypeId::VarBinary) && IsBinary(low.id)) {
         const int x = StringLength(high);
         const int y = StringLength(low);

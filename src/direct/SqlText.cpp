@@ -16,6 +16,9 @@ namespace QuillonLib {
 
 namespace {
 
+// Units of an nvarchar of limited length.
+constexpr std::size_t MaxNationalLength = 4000;
+
 constexpr std::int64_t MomentsPerMinute = 60 * MomentsPerSecond;
 constexpr std::int64_t MomentsPerDay = 1440 * MomentsPerMinute;
 
@@ -98,7 +101,8 @@ std::u16string HexDigits(std::u16string_view text) {
 std::u16string NationalText(std::u16string_view text) {
     if (IsPlain(text)) return u"N" + Quoted(text);
     return u"CAST(" + HexText(AsBytes(text)) + u" AS " +
-           WithLength(u"nvarchar", static_cast<std::int64_t>(text.size()), 4000) + u")";
+           WithLength(u"nvarchar", static_cast<std::int64_t>(text.size()), MaxNationalLength) +
+           u")";
 }
 
 ColumnLiterals::ColumnLiterals(const ObjectName& table, const ColumnFacts& from,
@@ -239,8 +243,10 @@ std::u16string ColumnLiterals::Text(const Value& value) const {
     if (fixed && length != static_cast<std::size_t>(to_.Length)) {
         Refuse(u"the column would fill it up with blanks, or cut it");
     }
-    if (toType_.cells == CellClass::PageText && IsAscii(text) && IsPlain(text)) return Quoted(text);
-    return NationalText(text);
+    // A list that holds a national text, too, brings all its texts to nvarchar: to nvarchar(4000)
+    // if none of them is of unlimited length, as longer national ones are, and cuts what is longer.
+    const bool own = toType_.cells == CellClass::PageText && text.size() <= MaxNationalLength;
+    return own && IsAscii(text) && IsPlain(text) ? Quoted(text) : NationalText(text);
 }
 
 std::u16string ColumnLiterals::BytesOf(const Value& value) const {
