@@ -341,7 +341,7 @@ class DirectScriptWriter::Impl {
               [&](const DirectRow* row, const DirectRow* source, const std::vector<bool>& changed) {
                   if (row == nullptr || source == nullptr) return;
                   if (!Both(changed, unique).empty()) {
-                      writer.UpdateTogether(*row, *source, unique);
+                      writer.UpdateTogether(*row, *source, unique, changed);
                   }
               });
         writer.Flush();

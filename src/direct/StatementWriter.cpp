@@ -167,6 +167,17 @@ StatementWriter::Line StatementWriter::MakeLine(const Shape& shape, const Direct
     return line;
 }
 
+namespace {
+
+DirectRow Without(const DirectRow& row, const std::vector<std::size_t>& columns) {
+    DirectRow without = row;
+    for (const std::size_t column : columns)
+        without[column] = Value::Null();
+    return without;
+}
+
+}  // namespace
+
 // ---- rows --------------------------------------------------------------------------------------
 
 void StatementWriter::Insert(const DirectRow& source,
@@ -181,15 +192,16 @@ void StatementWriter::Insert(const DirectRow& source,
     inserts_->Add(std::move(values), alone);
 }
 
-void StatementWriter::Delete(const DirectRow& row, const std::vector<std::size_t>& unguarded) {
+void StatementWriter::Delete(const DirectRow& row, const std::vector<std::size_t>& emptied) {
     if (shape_.key.empty()) return DeleteWhole(row);
     Shape shape;
     std::vector<std::size_t> guarded;
     for (std::size_t i = 0; i < row.size(); ++i) {
-        if (!shape_.columns[i].key && !Contains(unguarded, i)) guarded.push_back(i);
+        if (!shape_.columns[i].key) guarded.push_back(i);
     }
-    AddConditions(shape, row, true, guarded);
-    Line line = MakeLine(shape, row, true);
+    const DirectRow now = Without(row, emptied);
+    AddConditions(shape, now, true, guarded);
+    Line line = MakeLine(shape, now, true);
     Take(shape, std::move(line), false);
 }
 
@@ -198,19 +210,29 @@ void StatementWriter::Update(const DirectRow& row, const DirectRow& source,
     if (columns.empty()) return;
     bool alone = false;
     Shape shape{Kind::Update, {}, columns};
-    Line line = MakeUpdate(shape, row, source, alone);
+    Line line =
+        MakeUpdate(shape, row, source, std::vector<bool>(shape_.columns.size(), true), alone);
     Take(shape, std::move(line), alone);
 }
 
 StatementWriter::Line StatementWriter::MakeUpdate(Shape& shape, const DirectRow& row,
-                                                  const DirectRow& source, bool& alone) const {
+                                                  const DirectRow& source,
+                                                  const std::vector<bool>& changed,
+                                                  bool& alone) const {
     AddConditions(shape, row, true, shape.columns);
     Line line = MakeLine(shape, row, true);
-    for (const std::size_t column : shape.columns) {
-        line.values.push_back(ofSource_[column].Of(source[column]));
-        alone = alone || ofSource_[column].StandsAlone(source[column]);
-    }
+    for (const std::size_t column : shape.columns)
+        line.values.push_back(NewValue(column, row, source, changed, alone));
     return line;
+}
+
+std::u16string StatementWriter::NewValue(std::size_t column, const DirectRow& row,
+                                         const DirectRow& source, const std::vector<bool>& changed,
+                                         bool& alone) const {
+    const ColumnLiterals& literals = (changed[column] ? ofSource_ : ofTarget_)[column];
+    const Value& value = (changed[column] ? source : row)[column];
+    alone = alone || literals.StandsAlone(value);
+    return literals.Of(value);
 }
 
 void StatementWriter::Empty(const DirectRow& row, const std::vector<std::size_t>& columns) {
@@ -222,8 +244,9 @@ void StatementWriter::Empty(const DirectRow& row, const std::vector<std::size_t>
 
 void StatementWriter::Complete(const DirectRow& source, const std::vector<std::size_t>& columns) {
     Shape shape{Kind::Update, {}, columns};
-    AddConditions(shape, source, false, {});
-    Line line = MakeLine(shape, source, false);
+    const DirectRow now = Without(source, columns);
+    AddConditions(shape, now, false, columns);
+    Line line = MakeLine(shape, now, false);
     bool alone = false;
     for (const std::size_t column : columns) {
         line.values.push_back(ofSource_[column].Of(source[column]));

@@ -33,18 +33,19 @@ class StatementWriter {
 
     // `withoutValue`: columns that are NULL for the time being.
     void Insert(const DirectRow& source, const std::vector<std::size_t>& withoutValue);
-    // The row of the target's side.
-    void Delete(const DirectRow& row, const std::vector<std::size_t>& unguarded);
+    // The row of the target's side. `emptied`: columns that are NULL by now.
+    void Delete(const DirectRow& row, const std::vector<std::size_t>& emptied);
     // Sets columns of the row that the target has to what they are in the other's.
     void Update(const DirectRow& row, const DirectRow& source,
                 const std::vector<std::size_t>& columns);
     // The same with one statement for all rows until Flush, however many: they may swap values that
-    // have to be unique. `columns`: the same for all of them, and not empty.
+    // have to be unique. `columns`: the same for all of them, and not empty; those that are not
+    // `changed` stay as they are.
     void UpdateTogether(const DirectRow& row, const DirectRow& source,
-                        const std::vector<std::size_t>& columns);
+                        const std::vector<std::size_t>& columns, const std::vector<bool>& changed);
     // Sets columns to NULL.
     void Empty(const DirectRow& row, const std::vector<std::size_t>& columns);
-    // Sets columns of a row that was inserted.
+    // Sets columns that are NULL by now.
     void Complete(const DirectRow& source, const std::vector<std::size_t>& columns);
     void Flush();
 
@@ -81,6 +82,7 @@ class StatementWriter {
     struct Pending {
         DirectRow row;
         DirectRow source;
+        std::vector<bool> changed;
         Shape shape;
         Line line;
         bool alone = false;
@@ -106,10 +108,14 @@ class StatementWriter {
     void WriteSingle(const Shape& shape, const Line& line);
     void DeleteWhole(const DirectRow& row);
     void MakeInserts();
-    Line MakeUpdate(Shape& shape, const DirectRow& row, const DirectRow& source, bool& alone) const;
+    Line MakeUpdate(Shape& shape, const DirectRow& row, const DirectRow& source,
+                    const std::vector<bool>& changed, bool& alone) const;
+    std::u16string NewValue(std::size_t column, const DirectRow& row, const DirectRow& source,
+                            const std::vector<bool>& changed, bool& alone) const;
     bool FitsOneList() const;
     void MakeWaiting(const std::vector<std::size_t>& columns);
-    void AddWaiting(const DirectRow& row, const DirectRow& source);
+    void AddWaiting(const DirectRow& row, const DirectRow& source,
+                    const std::vector<bool>& changed);
     void FlushTogether();
     std::u16string Sets(const Shape& shape) const;
     std::u16string Join(const Shape& shape, const std::vector<bool>& anyNull) const;

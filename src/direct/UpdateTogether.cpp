@@ -15,14 +15,16 @@ constexpr std::u16string_view WaitingTable = u"#quillon_rows";
 }  // namespace
 
 void StatementWriter::UpdateTogether(const DirectRow& row, const DirectRow& source,
-                                     const std::vector<std::size_t>& columns) {
-    if (waiting_) return AddWaiting(row, source);
-    Pending& last = pending_.emplace_back(Pending{row, source, {Kind::Update, {}, columns}, {}});
-    last.line = MakeUpdate(last.shape, row, source, last.alone);
+                                     const std::vector<std::size_t>& columns,
+                                     const std::vector<bool>& changed) {
+    if (waiting_) return AddWaiting(row, source, changed);
+    Pending& last =
+        pending_.emplace_back(Pending{row, source, changed, {Kind::Update, {}, columns}, {}});
+    last.line = MakeUpdate(last.shape, row, source, changed, last.alone);
     if (FitsOneList()) return;
     MakeWaiting(columns);
     for (const Pending& pending : pending_)
-        AddWaiting(pending.row, pending.source);
+        AddWaiting(pending.row, pending.source, pending.changed);
     pending_.clear();
 }
 
@@ -71,7 +73,8 @@ void StatementWriter::MakeWaiting(const std::vector<std::size_t>& columns) {
         Waiting{std::move(shape), InsertLists(std::move(table), batches_), std::move(anyNull), {}});
 }
 
-void StatementWriter::AddWaiting(const DirectRow& row, const DirectRow& source) {
+void StatementWriter::AddWaiting(const DirectRow& row, const DirectRow& source,
+                                 const std::vector<bool>& changed) {
     Line line = MakeLine(waiting_->shape, row, true);
     InsertLists::Row cells;
     bool alone = false;
@@ -83,10 +86,8 @@ void StatementWriter::AddWaiting(const DirectRow& row, const DirectRow& source) 
                           ofTarget_[condition.column].StandsAlone(row[condition.column]));
         cells.push_back(cell.literal);
     }
-    for (const std::size_t column : waiting_->shape.columns) {
-        cells.push_back(ofSource_[column].Of(source[column]));
-        alone = alone || ofSource_[column].StandsAlone(source[column]);
-    }
+    for (const std::size_t column : waiting_->shape.columns)
+        cells.push_back(NewValue(column, row, source, changed, alone));
     if (waiting_->count++ == 0) waiting_->first = std::move(line);
     waiting_->rows.Add(std::move(cells), alone);
 }

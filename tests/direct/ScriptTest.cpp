@@ -492,6 +492,21 @@ TEST_P(Scripts, SingleRowsForOlderServers) {
     ExpectToConverge({u"t"});
 }
 
+// A list with a national text makes nvarchar of all its texts, which holds 4,000 units.
+TEST_P(Scripts, LongTextsShareListsWithNationalOnes) {
+    RunOnBoth(u"CREATE TABLE t (id int PRIMARY KEY, a varchar(8000), b int)");
+    RunOn1(
+        u"INSERT t VALUES (1, REPLICATE('x', 3999) + 'y', 1)"
+        u" INSERT t VALUES (2, REPLICATE('x', 4000) + 'y', 1)"
+        u" INSERT t VALUES (3, N'\u00E9', 1)"
+        u" INSERT t VALUES (4, REPLICATE('x', 7999) + 'y', 1)");
+    ExpectToConverge({u"t"});
+    RunOn2(u"UPDATE t SET a = N'\u00E9' + CAST(id AS varchar(9)), b = 2");
+    ExpectToConverge({u"t"});
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM t WHERE RIGHT(a, 1) = 'y'"), u"3");
+    EXPECT_EQ(On2(u"SELECT SUM(LEN(a)) FROM t"), u"16002");
+}
+
 // ---- what goes wrong ---------------------------------------------------------------------------
 
 class FailingScripts : public ScriptFixture {
@@ -632,6 +647,50 @@ TEST_F(FailingScripts, GuardAgainstChangesThatTheServerDoesNotSee) {
     EXPECT_EQ(Run(script), Texts{});
 }
 
+// Columns that refer to rows of the same table are emptied, and filled at the end.
+TEST_F(FailingScripts, GuardAgainstReferencesThatWereNotThere) {
+    scripted.guard = true;
+    RunOnBoth(
+        u"CREATE TABLE tree (id int CONSTRAINT PK_tree PRIMARY KEY, up int NULL CONSTRAINT FK_tree"
+        u" REFERENCES tree (id))");
+    RunOn1(u"INSERT tree VALUES (1, NULL), (2, 1), (7, NULL)");
+    const std::u16string fill =
+        u"UPDATE tree SET up = NULL DELETE tree INSERT tree VALUES (1, NULL), (2, NULL), (7, NULL),"
+        u" (9, NULL), (10, 9)";
+    RunOn2(fill);
+    const std::u16string script = Script({u"tree"});
+    for (const auto* change : {u"up = 7 WHERE id = 2", u"up = 7 WHERE id = 9",
+                               u"up = 7 WHERE id = 10", u"up = NULL WHERE id = 10"}) {
+        SCOPED_TRACE(ToUtf8(change));
+        RunOn2(fill);
+        RunOn2(u"UPDATE tree SET " + std::u16string(change));
+        const Texts errors = Run(script);
+        ASSERT_EQ(errors.size(), 1U);
+        EXPECT_NE(errors[0].find(u"a row is not as it was compared."), std::u16string::npos)
+            << ToUtf8(errors[0]);
+        EXPECT_EQ(On2(u"SELECT COUNT(*) FROM tree"), u"5");
+    }
+    RunOn2(fill);
+    EXPECT_EQ(Run(script), Texts{});
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM tree"), u"3");
+    EXPECT_EQ(On2(u"SELECT up FROM tree WHERE id = 2"), u"1");
+}
+
+// What a trigger, say, has begun and not ended: a COMMIT would end that alone.
+TEST_F(FailingScripts, DoNotCommitWithinAnotherTransaction) {
+    const std::u16string script = Script({u"t"});
+    const Texts batches = BatchesOf(script);
+    std::u16string longer;
+    for (std::size_t i = 0; i < batches.size(); ++i) {
+        if (i + 1 == batches.size()) longer += u"BEGIN TRANSACTION\r\nGO\r\n";
+        longer += batches[i] + u"\r\nGO\r\n";
+    }
+    // so that nothing is rolled back by the end of the session
+    Run(longer + u"IF @@TRANCOUNT > 0 COMMIT TRANSACTION\r\nGO\r\n");
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM t"), u"1");
+    EXPECT_EQ(On2(u"SELECT a FROM t"), u"old");
+}
+
 TEST_F(FailingScripts, AreWholeTexts) {
     RunOnBoth(u"CREATE TABLE s (id int PRIMARY KEY, a nvarchar(9), b varchar(9))");
     RunOn1(u"INSERT s VALUES (1,N'a','b'),(2,N'\u0416','it''s'),(3,NULL,'\u20AC'),(4,N'x','y')");
@@ -705,7 +764,7 @@ TEST_F(FailingScripts, AreWholeTexts) {
         u"SET CONTEXT_INFO 0x51756C6E00000001\r\n"
         u"GO\r\n"
         u"DECLARE @outcome nvarchar(200)\r\n"
-        u"IF @@TRANCOUNT > 0 AND ISNULL(CAST(CONTEXT_INFO() AS varbinary(8)), 0x) = "
+        u"IF @@TRANCOUNT = 1 AND ISNULL(CAST(CONTEXT_INFO() AS varbinary(8)), 0x) = "
         u"0x51756C6E00000001\r\n"
         u"BEGIN\r\n"
         u"    COMMIT TRANSACTION\r\n"

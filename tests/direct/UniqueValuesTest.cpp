@@ -219,6 +219,27 @@ TEST_P(UniqueValues, OfOneColumnLeaveTheOtherAlone) {
     EXPECT_EQ(On2(u"SELECT code FROM t WHERE id = 1"), u"1");
 }
 
+// A column that changes in other rows, too.
+TEST_P(UniqueValues, OfOtherRowsLeaveWhatCountsAsTheSameAlone) {
+    options.equality.ignoreCase = true;
+    RunOnBoth(
+        u"CREATE TABLE t (id int PRIMARY KEY, code int UNIQUE, mail varchar(9) COLLATE"
+        u" Latin1_General_CS_AS UNIQUE)");
+    for (const int rows : {4, 800}) {
+        SCOPED_TRACE(rows);
+        RunOn1(u"DELETE t");
+        RunOn2(u"DELETE t");
+        RunOn1(Fill(rows, u"@i, @i, 'm' + CAST(@i AS varchar(9))"));
+        RunOn2(Fill(rows, u"@i, @i + 1000, 'M' + CAST(@i AS varchar(9))"));
+        RunOn2(u"UPDATE t SET mail = 'other' WHERE id = 2");
+        const std::u16string script = Script({u"t"});
+        EXPECT_EQ(Run(script), Texts{});
+        EXPECT_EQ(On2(u"SELECT SUM(code) FROM t"), ToText(std::int64_t{rows} * (rows - 1) / 2));
+        EXPECT_EQ(On2(u"SELECT mail FROM t WHERE id = 1"), u"M1");
+        EXPECT_EQ(On2(u"SELECT mail FROM t WHERE id = 2"), u"m2");
+    }
+}
+
 TEST(NamesOfExpressions, AreReadQuotedOrNot) {
     EXPECT_EQ(NamesIn(u"([Active]=(1) AND [a]]b] IS NOT NULL)"),
               (Texts{u"Active", u"AND", u"a]b", u"IS", u"NOT", u"NULL"}));
