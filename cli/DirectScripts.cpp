@@ -26,6 +26,14 @@ std::string Joined(const std::vector<std::string>& lines) {
 DirectScripts::DirectScripts(const DirectRun& run, const std::vector<int>& sides, bool guard,
                              Console& console)
     : run_(run) {
+    const bool conditions =
+        std::any_of(run.choices.begin(), run.choices.end(),
+                    [](const DirectTable& table) { return !table.where.empty(); });
+    if (conditions) {
+        console.Note(
+            "quillon: --where: a row that meets the condition in one database alone counts as "
+            "missing in the other, and is deleted or inserted");
+    }
     for (const int side : sides) {
         DirectScriptOptions options;
         options.target = side;
@@ -114,6 +122,12 @@ void DirectScripts::LeaveOutTable(std::size_t table, const Verdict& verdict,
     if (LeavesOut(table, &DirectScriptTable::history)) {
         list.push_back(
             {entry, "only the server writes the history of a temporal table", ExitCode::Different});
+    }
+    if (LeavesOut(table, &DirectScriptTable::losesColumns)) {
+        list.push_back({entry,
+                        "its rows have no key, and columns that are not compared would lose their "
+                        "values; --key names columns that match rows",
+                        ExitCode::Different});
     }
 }
 

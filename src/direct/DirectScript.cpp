@@ -125,8 +125,7 @@ class DirectScriptWriter::Impl {
             DirectScriptTable{index, target.deletes, target.updates, target.inserts, false});
         ReadTarget(target, result, told);
         if (told.LeftOut()) {
-            const std::u16string what = told.view ? u"a view" : u"the history of another table";
-            comments_.push_back(u"Left out, " + what + u": " + entry);
+            comments_.push_back(u"Left out, " + WhyLeftOut(told) + u": " + entry);
             return;
         }
         comments_.push_back(entry + u": " + Count(target.deletes, u"deleted") + u", " +
@@ -135,6 +134,13 @@ class DirectScriptWriter::Impl {
         for (const DirectOmitted& omitted : result.shape.omitted)
             comments_.push_back(u"    without column " + omitted.name);
         targets_.push_back(std::move(target));
+    }
+
+    static std::u16string WhyLeftOut(const DirectScriptTable& told) {
+        if (told.view) return u"a view";
+        if (told.history) return u"the history of another table";
+        return u"rows without a key, some of whose columns are not compared and would lose their"
+               u" values";
     }
 
     // A script of some of them would leave the sides apart, and not say so.
@@ -163,6 +169,8 @@ class DirectScriptWriter::Impl {
         if (facts == nullptr) ThrowObjectNotFound(name, database_.DatabaseName());
         told.view = facts->IsView;
         told.history = facts->IsHistory;
+        told.losesColumns =
+            target.shape.key.empty() && target.deletes > 0 && HoldsMore(*facts, target.shape);
         if (told.LeftOut()) return;
         const auto unique = ReadUniqueIndexFacts(connection_, version_, name);
         WrittenTable& written = target.written;
@@ -187,6 +195,21 @@ class DirectScriptWriter::Impl {
                                                          u" differs, and cannot be updated.");
             }
         }
+    }
+
+    // Whether the table has columns that are not compared, and that only a caller can write.
+    static bool HoldsMore(const ObjectFacts& facts, const DirectShape& shape) {
+        return std::any_of(
+            shape.omitted.begin(), shape.omitted.end(), [&](const DirectOmitted& omitted) {
+                const bool served = omitted.why == DirectOmission::Computed ||
+                                    omitted.why == DirectOmission::Generated ||
+                                    omitted.why == DirectOmission::RowVersion;
+                return !served && std::any_of(facts.Columns.begin(), facts.Columns.end(),
+                                              [&](const ColumnFacts& column) {
+                                                  return !column.Computed && !column.Generated &&
+                                                         column.Name == omitted.name;
+                                              });
+            });
     }
 
     // Whether a unique index looks at the column: rows may have to swap its values.

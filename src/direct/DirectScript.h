@@ -33,8 +33,11 @@ struct DirectScriptTable {
     // In the target, and the script leaves it out though it differs:
     bool view = false;
     bool history = false;  // of a temporal table
+    // Its rows have no key, and columns that are not compared would lose their values: a change is
+    // written as a row that goes and one that comes.
+    bool losesColumns = false;
 
-    bool LeftOut() const { return view || history; }
+    bool LeftOut() const { return view || history || losesColumns; }
 };
 
 // Gathers the differences of a comparison, in a temporary file if they are many, and writes the

@@ -143,6 +143,8 @@ TEST_F(DirectScriptTest, RowsThatConditionsLeaveOutAreExitCode3) {
     EXPECT_EQ(outcome.exitCode, 3);
     EXPECT_FALSE(Holds(outcome.out, "gone"));
     EXPECT_EQ(outcome.err,
+              "quillon: --where: a row that meets the condition in one database alone counts as "
+              "missing in the other, and is deleted or inserted\n"
               "quillon: left out: [dbo].[t]: not whole: rows that do not meet id < 3\n");
 }
 

@@ -507,6 +507,28 @@ TEST_P(Scripts, LongTextsShareListsWithNationalOnes) {
     EXPECT_EQ(On2(u"SELECT SUM(LEN(a)) FROM t"), u"16002");
 }
 
+// A row that goes and comes again would come without them.
+TEST_P(Scripts, RowsWithoutAKeyKeepWhatIsNotCompared) {
+    RunOn1(u"CREATE TABLE t (a int, twice AS a * 2)");
+    RunOn2(u"CREATE TABLE t (a int, twice AS a * 2, note varchar(9))");
+    RunOn1(u"INSERT t VALUES (1), (2), (3)");
+    RunOn2(u"INSERT t VALUES (1, 'one'), (2, 'two'), (4, 'four')");
+    const std::u16string script = Script({u"t"});
+    EXPECT_NE(
+        script.find(u"-- Left out, rows without a key, some of whose columns are not compared "
+                    u"and would lose their values: [dbo].[t]\r\n"),
+        std::u16string::npos)
+        << ToUtf8(script);
+    EXPECT_EQ(Run(script), Texts{});
+    EXPECT_EQ(On2(u"SELECT note FROM t WHERE a = 4"), u"four");
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM t"), u"3");
+    // nothing is lost where nothing goes
+    RunOn2(u"DELETE t WHERE a = 4");
+    EXPECT_EQ(Run(Script({u"t"})), Texts{});
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM t"), u"3");
+    EXPECT_EQ(On2(u"SELECT note FROM t WHERE a = 1"), u"one");
+}
+
 // ---- what goes wrong ---------------------------------------------------------------------------
 
 class FailingScripts : public ScriptFixture {
