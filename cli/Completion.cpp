@@ -136,7 +136,8 @@ std::string BashCompletion(const CommandModel& program) {
     const Offers offer{[](const std::string& words) {
                            return "COMPREPLY=($(compgen -W '" + words + "' -- \"$current\"))";
                        },
-                       "COMPREPLY=($(compgen -f -- \"$current\"))"};
+                       // what bash offers where nothing is
+                       "COMPREPLY=()"};
     return "# Completion of quillon in bash.\n"
            "_quillon() {\n"
            "    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}\n"

@@ -74,6 +74,10 @@ class Reader {
         };
         require(!last.server.empty(), "server");
         require(!last.database.empty(), "database");
+        if (last.server.find('/') != std::string::npos ||
+            last.database.find('/') != std::string::npos) {
+            throw std::runtime_error("[" + last.name + "]: no server or database is named with /");
+        }
         if (last.integrated && !last.user.empty())
             throw std::runtime_error("[" + last.name + "] has both a user and an integrated login");
         if (!last.passwordCommand.empty() && !last.passwordVariable.empty()) {

@@ -16,8 +16,8 @@
 
 namespace quillon {
 
-// How a session is protected, as FreeTDS offers it. It checks a server's certificate only where its
-// own configuration names the authorities ("ca file").
+// How a session is protected, as FreeTDS offers it; it looks at no certificate where a server is
+// named as it is here.
 enum class Encryption {
     Off,      // not even the login
     Request,  // the login at least, where the server can; the session where it asks for it

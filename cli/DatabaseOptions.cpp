@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "cli/Environment.h"
+#include "cli/Printable.h"
 #include "cli/Roads.h"
 #include "compare/LinkedServers.h"
 
@@ -34,13 +35,13 @@ std::u16string PasswordOf(const std::string& command, const std::string& user) {
 
 }  // namespace
 
-std::u16string LoginOptions::Password(Console& console) const {
+std::u16string LoginOptions::Password(const std::string& place, Console& console) const {
     if (integrated) return {};
     if (!passwordCommand.empty()) return PasswordOf(passwordCommand, user);
     if (const auto password = Environment(passwordVariable.c_str()))
         return CheckedPassword(*password, passwordVariable);
     try {
-        return FromUtf8(console.AskSecret("Password of " + user + ": "));
+        return FromUtf8(console.AskSecret("Password of " + user + " for " + place + ": "));
     } catch (const std::runtime_error&) {
         throw std::runtime_error("no password for " + user + ": set " + passwordVariable +
                                  " in the environment");
@@ -131,7 +132,9 @@ std::shared_ptr<QuillonLib::Database> MakeDatabase(const DatabaseLocation& locat
     location.PutInto(*database);
     database->NTSecurity(login.integrated);
     database->Username(FromUtf8(ConnectionValue(login.user, "user name")));
-    database->Password(FromUtf8(ConnectionValue(ToUtf8(login.Password(console)), "password")));
+    const std::u16string password =
+        login.Password(Printable(ToUtf8(database->Description())), console);
+    database->Password(FromUtf8(ConnectionValue(ToUtf8(password), "password")));
     database->CheckDependencies(true);
     return database;
 }
@@ -174,9 +177,9 @@ void SessionOptions::AddTo(CLI::App& command) {
             what);
     };
     add("--encryption", encryption, ParseEncryption,
-        "What is encrypted: nothing (off), the login where the server can (request), or all that "
-        "is "
-        "sent (require); default: as FreeTDS is configured")
+        "What is encrypted: nothing (off), the login where the server can (request, the default), "
+        "or "
+        "all that is sent (require)")
         ->type_name("off|request|require");
     add("--login-timeout", loginTimeout, ParseSeconds,
         "How long a login may take (default: 15; 0: as long as it takes)")
@@ -284,9 +287,15 @@ DatabaseOptions::Databases DatabaseOptions::Make(Console& console) const {
     }
     databases.obDB3 = databases.obDB1;
     if (!location3_.empty()) {
-        databases.obDB3 = std::make_shared<QuillonLib::Database>(*databases.obDB1);
         const Place place3 = Find(location3_, file);
-        place3.location.PutInto(*databases.obDB3);
+        if (!login1_.Given() && place3.login.Given()) {
+            databases.obDB3 = MakeDatabase(place3.location, place3.login, console);
+        } else if (login1_.Given() || place3.location.server == place1.location.server) {
+            databases.obDB3 = std::make_shared<QuillonLib::Database>(*databases.obDB1);
+            place3.location.PutInto(*databases.obDB3);
+        } else {
+            throw CLI::RequiredError("For --via to another server --user or --integrated");
+        }
         place3.session.PutInto(*databases.obDB3);
     }
     place1.session.PutInto(*databases.obDB1);

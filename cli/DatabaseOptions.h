@@ -28,7 +28,8 @@ struct LoginOptions {
     void AddTo(CLI::App& command, const std::string& suffix, const std::string& whose);
     bool Given() const { return integrated || !user.empty(); }
     // Throws std::runtime_error where there is none to be had.
-    std::u16string Password(Console& console) const;
+    // `place`: the server, or SERVER/DATABASE, that a prompt names.
+    std::u16string Password(const std::string& place, Console& console) const;
 };
 
 // A login's name or password as the connection string takes it: in braces where it holds what

@@ -5,6 +5,7 @@
 #include "cli/AbandonOnInterrupt.h"
 #include "cli/Commands.h"
 #include "cli/DatabaseOptions.h"
+#include "cli/Printable.h"
 
 namespace quillon {
 
@@ -22,7 +23,7 @@ std::optional<QuillonLib::TextArray> DatabasesOf(const std::string& server,
     using QuillonLib::FromUtf8;
     const std::string user = login.integrated ? "" : ConnectionValue(login.user, "user name");
     const std::string password =
-        ConnectionValue(QuillonLib::ToUtf8(login.Password(console)), "password");
+        ConnectionValue(QuillonLib::ToUtf8(login.Password(Printable(server), console)), "password");
     const AbandonOnInterrupt silent;
     try {
         return QuillonLib::Utils().AvailableDatabases(FromUtf8(ParseServer(server)), FromUtf8(user),

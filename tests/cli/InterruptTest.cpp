@@ -202,7 +202,7 @@ class InterruptedPromptTest : public InterruptedProcessTest {
         : process(folder, {"databases", "127.0.0.1,1", "--user", "sa"},
                   {.in = terminal.Path(), .out = terminal.Path(), .err = terminal.Path()},
                   {{"TMPDIR", Temporary().string()}, {"QUILLON_PASSWORD", ""}}) {
-        EXPECT_TRUE(terminal.Shows("Password of sa: "));
+        EXPECT_TRUE(terminal.Shows("Password of sa for 127.0.0.1,1: "));
         EXPECT_FALSE(terminal.Echoes());
     }
     Terminal terminal;

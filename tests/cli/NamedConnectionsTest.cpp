@@ -102,6 +102,24 @@ TEST_F(NamedConnections, TheLoginOfAConnectionIsForNoOtherServer) {
     EXPECT_TRUE(other.Log().empty());
 }
 
+// By a server, with the databases on one and the queries on another.
+TEST_F(NamedConnections, TheLoginOfAConnectionIsForNoOtherServerByTheWayEither) {
+    Write(Section("one", server, "user = sa") + Section("two", server, "user = sa") +
+          Section("there", other, "user = alice\npassword-variable = QUILLON_TEST_ALICE"));
+    QuillonLib::test::SetVariable("QUILLON_TEST_ALICE", "wonder");
+    other.Run(u"CREATE LOGIN alice WITH PASSWORD = 'wonder', CHECK_POLICY = OFF");
+    RunOnSecond(u"CREATE USER alice FOR LOGIN alice");
+    other.ClearLog();
+    const Outcome refused = Compare({"--by-server", "one", "two", "--via", second});
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_EQ(FirstLine(refused.err),
+              "quillon: For --via to another server --user or --integrated is required");
+    EXPECT_TRUE(other.Log().empty());
+    const Outcome third = Compare({"--by-server", "one", "two", "--via", "there"});
+    EXPECT_EQ(LastUser(other), u"alice") << third.err << third.out;
+    EXPECT_NE(Compare({"--by-server", "one", "two", "--via", first}).exitCode, 2);
+}
+
 TEST_F(NamedConnections, AFileThatIsWrongIsRefusedWhole) {
     Write(Section("one", server, "user = sa\npassword = sandbox"));
     const Outcome outcome = Compare({"one", second, "--user2", "sa"});

@@ -52,7 +52,8 @@ class Completion(unittest.TestCase):
                          ["request", "require"])
 
     def test_files(self):
-        self.assertIn("/etc/passwd", completed("quillon", "compare", "--config", "/etc/pass"))
+        # Nothing of the script's own, so that bash offers files, which may hold blanks.
+        self.assertEqual(completed("quillon", "compare", "--config", ""), [])
 
     def test_a_shell_that_is_not_known_is_refused(self):
         code, out, err = quillon("completion", "cmd")
