@@ -1,7 +1,12 @@
 #include "cli/Environment.h"
 
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
-#include <cstdio>
+#include <cerrno>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -12,13 +17,70 @@ std::optional<std::string> Environment(const char* name) {
     return text == nullptr ? std::nullopt : std::optional<std::string>(text);
 }
 
+namespace {
+
+// What a command prints goes through a pipe; both ends stay with this process alone.
+class Pipe {
+  public:
+    Pipe() {
+        if (pipe2(ends_, O_CLOEXEC) != 0) throw std::runtime_error("it could not be started");
+    }
+    ~Pipe() {
+        CloseInput();
+        close(ends_[0]);
+    }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+
+    int Input() const { return ends_[1]; }
+    void CloseInput() {
+        if (ends_[1] >= 0) close(ends_[1]);
+        ends_[1] = -1;
+    }
+    std::string ReadAll() {
+        CloseInput();
+        std::string text;
+        char piece[4096];
+        for (;;) {
+            const ssize_t size = read(ends_[0], piece, sizeof piece);
+            if (size > 0) {
+                text.append(piece, static_cast<std::size_t>(size));
+            } else if (size == 0 || errno != EINTR) {
+                return text;
+            }
+        }
+    }
+
+  private:
+    int ends_[2] = {-1, -1};
+};
+
+// True where it ended well.
+bool WaitFor(pid_t process) {
+    int status = 0;
+    while (waitpid(process, &status, 0) < 0) {
+        if (errno != EINTR) return false;
+    }
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+}  // namespace
+
 std::string FirstLineOf(const std::string& command) {
-    std::FILE* const output = popen(command.c_str(), "r");
-    if (output == nullptr) throw std::runtime_error("it could not be started");
-    std::string text;
-    for (int unit = std::fgetc(output); unit != EOF; unit = std::fgetc(output))
-        text += static_cast<char>(unit);
-    if (pclose(output) != 0) throw std::runtime_error("it failed");
+    Pipe pipe;
+    std::string shell = "sh";
+    std::string option = "-c";
+    std::string line = command;
+    char* const arguments[] = {shell.data(), option.data(), line.data(), nullptr};
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, pipe.Input(), STDOUT_FILENO);
+    pid_t process = 0;
+    const int failure = posix_spawn(&process, "/bin/sh", &actions, nullptr, arguments, environ);
+    posix_spawn_file_actions_destroy(&actions);
+    if (failure != 0) throw std::runtime_error("it could not be started");
+    std::string text = pipe.ReadAll();
+    if (!WaitFor(process)) throw std::runtime_error("it failed");
     text.erase(std::min(text.find_first_of("\r\n"), text.size()));
     if (text.empty()) throw std::runtime_error("it printed nothing");
     return text;

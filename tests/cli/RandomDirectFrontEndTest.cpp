@@ -158,6 +158,16 @@ class RandomDirectFrontEnd : public RandomPairs {
         return oneSided ? 1 : whole ? 0 : 3;
     }
 
+    // Rows without a key go and come again to change: they stay where columns that only their own
+    // side has would not come back.
+    static bool StaysAsItIs(const Table& to, const Table& from, std::size_t gone) {
+        const bool keyed = to.key != Table::Key::None && from.key != Table::Key::None;
+        return !keyed && gone > 0 &&
+               std::any_of(to.columns.begin(), to.columns.end(), [&](const Column& column) {
+                   return column.written && from.Find(column.name) == nullptr;
+               });
+    }
+
     // The rows of both sides agree in all columns that are compared; a table that did not differ is
     // as it was in every column, its row versions among them.
     static void CheckRows(const World& world, const Judgement& before, const Contents& source,
@@ -167,13 +177,16 @@ class RandomDirectFrontEnd : public RandomPairs {
             const auto number = static_cast<std::size_t>(std::stoi(name.substr(1)));
             const Table& to = world.sides[target][number];
             const Table& from = world.sides[1 - target][number];
+            const bool stays =
+                StaysAsItIs(to, from, target == 0 ? expected.onlyIn1 : expected.onlyIn2);
+            if (stays || !expected.InRows()) {
+                EXPECT_EQ(now.tables.at(name), old.tables.at(name));
+            }
+            if (stays) continue;
             Expected ignored;
             const std::vector<std::string> columns = Compared(from, to, ignored);
             EXPECT_EQ(Cut(to, now.tables.at(name), columns),
                       Cut(from, source.tables.at(name), columns));
-            if (!expected.InRows()) {
-                EXPECT_EQ(now.tables.at(name), old.tables.at(name));
-            }
         }
     }
 
