@@ -137,6 +137,20 @@ void TableBuilder::CheckPeriod(const CreateTableStmt& stmt, const TableMeta& tab
     if (!right) ThrowSyntax(u"PERIOD");
 }
 
+// The table in the catalog, and an empty one behind it.
+void TableBuilder::Store(const TableMeta& table) {
+    NewObject object;
+    object.id = table.id;
+    object.schemaId = table.schemaId;
+    object.name = table.name;
+    object.type = u"U";
+    object.storage = table.storage;
+    writer_.AddObject(object);
+    for (const ColumnMeta& c : table.columns)
+        writer_.AddColumn(table.id, c);
+    context_.store.Execute(TableSql(context_, catalog_, table));
+}
+
 // The table that gets the old rows: the columns without their rules.
 void TableBuilder::CreateHistory(const CreateTableStmt& stmt, const TableMeta& table) {
     const bool keyed = std::any_of(table.indexes.begin(), table.indexes.end(),
@@ -161,16 +175,7 @@ void TableBuilder::CreateHistory(const CreateTableStmt& stmt, const TableMeta& t
         c.defaultId = c.generated = 0;
         history.columns.push_back(std::move(c));
     }
-    NewObject object;
-    object.id = history.id;
-    object.schemaId = history.schemaId;
-    object.name = history.name;
-    object.type = u"U";
-    object.storage = history.storage;
-    writer_.AddObject(object);
-    for (const ColumnMeta& c : history.columns)
-        writer_.AddColumn(history.id, c);
-    context_.store.Execute(TableSql(context_, catalog_, history));
+    Store(history);
     writer_.LinkHistory(table.id, history.id);
     Reload(history.id);
 }
@@ -211,16 +216,7 @@ void TableBuilder::Create(const CreateTableStmt& stmt, int schemaId) {
             }
         }
     }
-    NewObject object;
-    object.id = table.id;
-    object.schemaId = schemaId;
-    object.name = table.name;
-    object.type = u"U";
-    object.storage = table.storage;
-    writer_.AddObject(object);
-    for (const ColumnMeta& c : table.columns)
-        writer_.AddColumn(table.id, c);
-    context_.store.Execute(TableSql(context_, catalog_, table));
+    Store(table);
     Reload(table.id);
     // Keys first: a foreign key may refer to the table itself.
     for (const bool keys : {true, false}) {

@@ -32,6 +32,7 @@ class TableBuilder {
   private:
     CollationId CollationOfColumn(const ColumnDef& def, const SqlType& type) const;
     void CheckPeriod(const CreateTableStmt& stmt, const TableMeta& table) const;
+    void Store(const TableMeta& table);
     void CreateHistory(const CreateTableStmt& stmt, const TableMeta& table);
     ColumnMeta MakeColumn(const ColumnDef& def, int id, const TableMeta& table);
     void AddConstraint(int table, const ConstraintDef& def, const std::u16string* column,
