@@ -116,14 +116,14 @@ void DirectScripts::LeaveOutTable(std::size_t table, const Verdict& verdict,
         list.push_back({entry, "not whole: " + Joined(parts),
                         oneSided ? ExitCode::Different : ExitCode::NotWhole});
     }
-    if (LeavesOut(table, &DirectScriptTable::view)) {
+    if (LeavesOut(table, DirectLeftOut::View)) {
         list.push_back({entry, "it is a view: its rows follow from its tables", CodeOfView(table)});
     }
-    if (LeavesOut(table, &DirectScriptTable::history)) {
+    if (LeavesOut(table, DirectLeftOut::History)) {
         list.push_back(
             {entry, "only the server writes the history of a temporal table", ExitCode::Different});
     }
-    if (LeavesOut(table, &DirectScriptTable::losesColumns)) {
+    if (LeavesOut(table, DirectLeftOut::LosesColumns)) {
         list.push_back({entry,
                         "its rows have no key, and columns that are not compared would lose their "
                         "values; --key names columns that match rows",
@@ -131,11 +131,12 @@ void DirectScripts::LeaveOutTable(std::size_t table, const Verdict& verdict,
     }
 }
 
-bool DirectScripts::LeavesOut(std::size_t table, bool DirectScriptTable::*why) const {
+bool DirectScripts::LeavesOut(std::size_t table, DirectLeftOut why) const {
     return std::any_of(scripts_.begin(), scripts_.end(), [&](const Script& script) {
-        return std::any_of(
-            script.written.begin(), script.written.end(),
-            [&](const DirectScriptTable& each) { return each.*why && each.table == table; });
+        return std::any_of(script.written.begin(), script.written.end(),
+                           [&](const DirectScriptTable& each) {
+                               return each.leftOut == why && each.table == table;
+                           });
     });
 }
 

@@ -45,7 +45,7 @@ class DirectScripts {
     };
     const Script& Of(int side) const;
     void LeaveOutTable(std::size_t table, const Verdict& verdict, std::vector<LeftOut>& list) const;
-    bool LeavesOut(std::size_t table, bool QuillonLib::DirectScriptTable::*why) const;
+    bool LeavesOut(std::size_t table, QuillonLib::DirectLeftOut why) const;
     int CodeOfView(std::size_t table) const;
 
     const DirectRun& run_;

@@ -122,10 +122,10 @@ class DirectScriptWriter::Impl {
         if (target.inserts + target.updates + target.deletes == 0) return;
         target.shape = result.shape;
         auto& told = told_.emplace_back(
-            DirectScriptTable{index, target.deletes, target.updates, target.inserts, false});
+            DirectScriptTable{index, target.deletes, target.updates, target.inserts});
         ReadTarget(target, result, told);
         if (told.LeftOut()) {
-            comments_.push_back(u"Left out, " + WhyLeftOut(told) + u": " + entry);
+            comments_.push_back(u"Left out, " + Named(told.leftOut) + u": " + entry);
             return;
         }
         comments_.push_back(entry + u": " + Count(target.deletes, u"deleted") + u", " +
@@ -136,9 +136,9 @@ class DirectScriptWriter::Impl {
         targets_.push_back(std::move(target));
     }
 
-    static std::u16string WhyLeftOut(const DirectScriptTable& told) {
-        if (told.view) return u"a view";
-        if (told.history) return u"the history of another table";
+    static std::u16string Named(DirectLeftOut why) {
+        if (why == DirectLeftOut::View) return u"a view";
+        if (why == DirectLeftOut::History) return u"the history of another table";
         return u"rows without a key, some of whose columns are not compared and would lose their"
                u" values";
     }
@@ -167,10 +167,7 @@ class DirectScriptWriter::Impl {
         const auto objects = reader.Objects(std::array{name});
         const ObjectFacts* const facts = FindObject(objects, name);
         if (facts == nullptr) ThrowObjectNotFound(name, database_.DatabaseName());
-        told.view = facts->IsView;
-        told.history = facts->IsHistory;
-        told.losesColumns =
-            target.shape.key.empty() && target.deletes > 0 && HoldsMore(*facts, target.shape);
+        told.leftOut = WhyLeftOut(target, *facts);
         if (told.LeftOut()) return;
         const auto unique = ReadUniqueIndexFacts(connection_, version_, name);
         WrittenTable& written = target.written;
@@ -195,6 +192,14 @@ class DirectScriptWriter::Impl {
                                                          u" differs, and cannot be updated.");
             }
         }
+    }
+
+    static DirectLeftOut WhyLeftOut(const Target& target, const ObjectFacts& facts) {
+        if (facts.IsView) return DirectLeftOut::View;
+        if (facts.IsHistory) return DirectLeftOut::History;
+        const bool goes = target.shape.key.empty() && target.deletes > 0;
+        return goes && HoldsMore(facts, target.shape) ? DirectLeftOut::LosesColumns
+                                                      : DirectLeftOut::No;
     }
 
     // Whether the table has columns that are not compared, and that only a caller can write.

@@ -24,20 +24,25 @@ struct DirectScriptOptions {
     bool guard = false;
 };
 
+// Why a script leaves a table out that differs; as the target has it.
+enum class DirectLeftOut : std::uint8_t {
+    No,
+    View,
+    History,  // of a temporal table
+    // Its rows have no key, and columns that are not compared would lose their values: a change is
+    // written as a row that goes and one that comes.
+    LosesColumns,
+};
+
 // What a script does to one table.
 struct DirectScriptTable {
     std::size_t table = 0;      // position in the list of tables
     std::uint64_t deletes = 0;  // rows
     std::uint64_t updates = 0;
     std::uint64_t inserts = 0;
-    // In the target, and the script leaves it out though it differs:
-    bool view = false;
-    bool history = false;  // of a temporal table
-    // Its rows have no key, and columns that are not compared would lose their values: a change is
-    // written as a row that goes and one that comes.
-    bool losesColumns = false;
+    DirectLeftOut leftOut = DirectLeftOut::No;
 
-    bool LeftOut() const { return view || history || losesColumns; }
+    bool LeftOut() const { return leftOut != DirectLeftOut::No; }
 };
 
 // Gathers the differences of a comparison, in a temporary file if they are many, and writes the

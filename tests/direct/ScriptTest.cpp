@@ -832,9 +832,9 @@ TEST_P(Scripts, TellWhatTheyDoToEachTable) {
     const auto tables = writer.Write(results, [](std::u16string_view) {});
     ASSERT_EQ(tables.size(), 2U);
     EXPECT_EQ(tables[0].table, 1U);
-    EXPECT_TRUE(tables[0].view);
+    EXPECT_EQ(tables[0].leftOut, DirectLeftOut::View);
     EXPECT_EQ(tables[1].table, 2U);
-    EXPECT_FALSE(tables[1].view);
+    EXPECT_FALSE(tables[1].LeftOut());
     EXPECT_EQ(tables[1].deletes, 1U);
     EXPECT_EQ(tables[1].updates, 2U);
     EXPECT_EQ(tables[1].inserts, 1U);

@@ -91,9 +91,8 @@ TEST_P(TemporalTables, HaveHistoriesThatNoScriptWrites) {
     const auto results = Compare({{{u"dbo", u"t_history"}, {}, {}, {}}});
     const auto told = writer.Write(results, [](std::u16string_view) {});
     ASSERT_EQ(told.size(), 1U);
-    EXPECT_TRUE(told[0].history);
+    EXPECT_EQ(told[0].leftOut, DirectLeftOut::History);
     EXPECT_TRUE(told[0].LeftOut());
-    EXPECT_FALSE(told[0].view);
 }
 
 }  // namespace
