@@ -1,13 +1,13 @@
 #include "cli/ConnectionFile.h"
 
 #include <algorithm>
-#include <charconv>
 #include <filesystem>
 #include <set>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
 
+#include "cli/NumberText.h"
 #include "cli/Paths.h"
 #include "cli/Printable.h"
 #include "cli/Suggestion.h"
@@ -130,12 +130,10 @@ class Reader {
 }  // namespace
 
 std::chrono::seconds ParseSeconds(const std::string& text) {
-    int seconds = 0;
-    const auto [rest, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
-    if (error != std::errc() || rest != text.data() + text.size() || seconds < 0) {
+    const auto seconds = ParseNumber<int>(text);
+    if (!seconds || *seconds < 0)
         throw std::runtime_error("'" + text + "' is no number of seconds");
-    }
-    return std::chrono::seconds(seconds);
+    return std::chrono::seconds(*seconds);
 }
 
 Encryption ParseEncryption(const std::string& text) {

@@ -1,9 +1,9 @@
 #include "cli/DatabaseOptions.h"
 
-#include <CLI/CLI.hpp>
 #include <stdexcept>
 
 #include "cli/Environment.h"
+#include "cli/ParsedOption.h"
 #include "cli/Printable.h"
 #include "cli/Roads.h"
 #include "compare/LinkedServers.h"
@@ -164,28 +164,17 @@ void RequireLinkable(const QuillonLib::Database& database, const QuillonLib::Dat
 }  // namespace
 
 void SessionOptions::AddTo(CLI::App& command) {
-    const auto add = [&](const char* name, auto& target, const auto& parse, const char* what) {
-        return command.add_option_function<std::string>(
-            name,
-            [name, &target, parse](const std::string& text) {
-                try {
-                    target = parse(text);
-                } catch (const std::runtime_error& error) {
-                    throw CLI::ValidationError(std::string(name) + ": " + error.what());
-                }
-            },
-            what);
-    };
-    add("--encryption", encryption, ParseEncryption,
+    AddParsed(
+        command, "--encryption", encryption, ParseEncryption,
         "What is encrypted: nothing (off), the login where the server can (request, the default), "
         "or "
         "all that is sent (require)")
         ->type_name("off|request|require");
-    add("--login-timeout", loginTimeout, ParseSeconds,
-        "How long a login may take (default: 15; 0: as long as it takes)")
+    AddParsed(command, "--login-timeout", loginTimeout, ParseSeconds,
+              "How long a login may take (default: 15; 0: as long as it takes)")
         ->type_name("SECONDS");
-    add("--statement-timeout", statementTimeout, ParseSeconds,
-        "How long a server may be silent over a statement (default: as long as it takes)")
+    AddParsed(command, "--statement-timeout", statementTimeout, ParseSeconds,
+              "How long a server may be silent over a statement (default: as long as it takes)")
         ->type_name("SECONDS");
 }
 

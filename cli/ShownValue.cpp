@@ -4,6 +4,7 @@
 
 #include "cli/CharacterClass.h"
 #include "cli/Printable.h"
+#include "cli/ValueText.h"
 
 namespace quillon {
 
@@ -41,20 +42,11 @@ std::string ShownText(const std::u16string& text) {
     return NeedsQuotes(text, printable) ? Quoted(text) : printable;
 }
 
-std::string ShownBytes(const ByteArray& bytes) {
-    std::string text = "0x";
-    for (const std::uint8_t byte : bytes) {
-        text += "0123456789ABCDEF"[byte >> 4];
-        text += "0123456789ABCDEF"[byte & 15];
-    }
-    return text;
-}
-
 }  // namespace
 
 std::string Shown(const QuillonLib::Value& value) {
     if (value.IsNull()) return "NULL";
-    if (value.Kind() == ValueKind::Bytes) return ShownBytes(value.Get<ByteArray>());
+    if (value.Kind() == ValueKind::Bytes) return ToUtf8(PlainText(value, {}));
     if (value.Kind() == ValueKind::String) return ShownText(value.Get<std::u16string>());
     return ToUtf8(DefaultText(value));
 }

@@ -1,11 +1,10 @@
 #include "cli/SyncPlan.h"
 
-#include <CLI/CLI.hpp>
-#include <charconv>
 #include <limits>
 #include <stdexcept>
-#include <system_error>
 
+#include "cli/NumberText.h"
+#include "cli/ParsedOption.h"
 #include "cli/Printable.h"
 
 namespace quillon {
@@ -26,19 +25,16 @@ bool IsMoreThan(double percent, const TableChanges& table) {
            static_cast<long double>(percent) * static_cast<long double>(table.rows);
 }
 
-// The whole text as a number; the parser of options takes "-1" for the largest there is, and "nan"
-// for one between any two.
+// The parser of options takes "-1" for the largest number there is, and "nan" for one between any
+// two.
 template <class Number>
-Number Parse(const char* option, const std::string& text, Number most) {
-    Number number{};
-    const char* const end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || rest != end || !(number >= 0 && number <= most)) {
-        throw CLI::ValidationError(std::string(option) + ": \"" + text +
-                                   "\" is no number from 0 to " +
-                                   (most == 100 ? "100" : std::to_string(most)));
+Number ParseLimit(const std::string& text, Number most) {
+    const auto number = ParseNumber<Number>(text);
+    if (!number || !(*number >= 0 && *number <= most)) {
+        throw std::runtime_error("\"" + text + "\" is no number from 0 to " +
+                                 (most == 100 ? "100" : std::to_string(most)));
     }
-    return number;
+    return *number;
 }
 
 }  // namespace
@@ -61,16 +57,16 @@ void PrintPlan(const std::vector<TableChanges>& plan, Console& console) {
 }
 
 void ChangeLimits::AddTo(CLI::App& command) {
-    const auto add = [&](const char* name, auto& limit, auto most, const char* what) {
-        return command.add_option_function<std::string>(
-            name,
-            [name, &limit, most](const std::string& text) { limit = Parse(name, text, most); },
-            what);
-    };
-    add("--max-changes", changes, std::numeric_limits<std::uint64_t>::max(),
+    AddParsed(
+        command, "--max-changes", changes,
+        [](const std::string& text) {
+            return ParseLimit(text, std::numeric_limits<std::uint64_t>::max());
+        },
         "Refuse to change more rows than this, of all tables together")
         ->type_name("N");
-    add("--max-percent", percent, 100.0,
+    AddParsed(
+        command, "--max-percent", percent,
+        [](const std::string& text) { return ParseLimit(text, 100.0); },
         "Refuse to change more than this part of any table's rows: of those that it has on the "
         "side where it has more")
         ->type_name("P");

@@ -103,7 +103,7 @@ TEST_F(NamedConnections, TheLoginOfAConnectionIsForNoOtherServer) {
 }
 
 // By a server, with the databases on one and the queries on another.
-TEST_F(NamedConnections, TheLoginOfAConnectionIsForNoOtherServerByTheWayEither) {
+TEST_F(NamedConnections, TheLoginOfAConnectionIsNotForTheServerOfVia) {
     Write(Section("one", server, "user = sa") + Section("two", server, "user = sa") +
           Section("there", other, "user = alice\npassword-variable = QUILLON_TEST_ALICE"));
     QuillonLib::test::SetVariable("QUILLON_TEST_ALICE", "wonder");
