@@ -22,7 +22,20 @@ cli            public sandbox catalog/CatalogReader.h catalog/Identifiers.h cata
                data/BatchText.h direct/SpillFile.h scripts/Procedures.h scripts/ScriptColumns.h \
                scripts/TableOrder.h templates/LoadFailure.h
 sandbox/text
-sandbox/engine sandbox sandbox/text
+sandbox/engine/values      sandbox sandbox/text
+sandbox/engine/syntax      sandbox/engine/values sandbox sandbox/text
+sandbox/engine/storage     sandbox/engine/values sandbox sandbox/text
+sandbox/engine/catalog     sandbox/engine/storage sandbox/engine/syntax sandbox/engine/values sandbox sandbox/text
+sandbox/engine/functions   sandbox/engine/catalog sandbox/engine/storage sandbox/engine/syntax sandbox/engine/values \
+                           sandbox sandbox/text
+sandbox/engine/translation sandbox/engine/catalog sandbox/engine/storage sandbox/engine/syntax sandbox/engine/values \
+                           sandbox sandbox/text
+sandbox/engine/definitions sandbox/engine/translation sandbox/engine/catalog sandbox/engine/storage \
+                           sandbox/engine/syntax sandbox/engine/values sandbox sandbox/text
+sandbox/engine/execution   sandbox/engine/definitions sandbox/engine/translation sandbox/engine/catalog \
+                           sandbox/engine/storage sandbox/engine/syntax sandbox/engine/values sandbox sandbox/text
+sandbox/engine             sandbox/engine/execution sandbox/engine/functions sandbox/engine/catalog \
+                           sandbox/engine/storage sandbox/engine/values sandbox sandbox/text
 sandbox/wire   sandbox sandbox/text
 sandbox        sandbox/text
 bench          public cli sandbox sandbox/wire catalog/Login.h data/ConnectionString.h \

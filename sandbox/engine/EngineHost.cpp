@@ -1,9 +1,10 @@
 #include "sandbox/Engine.h"
-#include "sandbox/engine/Collation.h"
-#include "sandbox/engine/Context.h"
-#include "sandbox/engine/Executor.h"
-#include "sandbox/engine/Host.h"
-#include "sandbox/engine/Permissions.h"
+#include "sandbox/engine/catalog/Context.h"
+#include "sandbox/engine/catalog/Permissions.h"
+#include "sandbox/engine/execution/Executor.h"
+#include "sandbox/engine/functions/SqlFunctions.h"
+#include "sandbox/engine/storage/Host.h"
+#include "sandbox/engine/values/Collation.h"
 
 namespace sandbox {
 namespace {
@@ -18,6 +19,7 @@ class EngineSession : public Session {
   public:
     EngineSession(ServerState& server, const DatabasePtr& database, const LoginRequest& request)
         : context_(server, database) {
+        RegisterFunctions(context_);
         context_.user = request.user.empty() ? server.settings.user : request.user;
         context_.hostName = request.host;
         context_.application = request.application;

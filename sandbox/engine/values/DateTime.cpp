@@ -1,0 +1,516 @@
+#include "sandbox/engine/values/DateTime.h"
+
+#include <array>
+#include <vector>
+
+#include "sandbox/engine/values/Collation.h"
+
+namespace sandbox::engine {
+namespace {
+
+constexpr std::u16string_view kMonths[] = {u"Jan", u"Feb", u"Mar", u"Apr", u"May", u"Jun",
+                                           u"Jul", u"Aug", u"Sep", u"Oct", u"Nov", u"Dec"};
+
+bool IsLeap(int year) {
+    return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+}
+
+std::u16string Digits(std::int64_t value, int width, char16_t fill = u'0') {
+    std::u16string out;
+    for (; value > 0 || width > 0; value /= 10, --width) {
+        const bool blank = value == 0 && fill != u'0' && !out.empty();
+        out.insert(out.begin(), blank ? fill : static_cast<char16_t>(u'0' + value % 10));
+    }
+    return out;
+}
+
+bool IsDigit(char16_t c) {
+    return c >= u'0' && c <= u'9';
+}
+bool IsLetter(char16_t c) {
+    return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z');
+}
+
+int MonthByName(std::u16string_view word) {
+    constexpr std::u16string_view kFull[] = {u"january",   u"february", u"march",    u"april",
+                                             u"may",       u"june",     u"july",     u"august",
+                                             u"september", u"october",  u"november", u"december"};
+    for (int i = 0; i < 12; ++i) {
+        if (SameName(word, kMonths[i]) || SameName(word, kFull[i])) return i + 1;
+    }
+    return 0;
+}
+
+int FullYear(int year, std::size_t digits) {
+    return digits <= 2 ? year + (year < 50 ? 2000 : 1900) : year;
+}
+
+// One reading of a text, from left to right.
+class Reader {
+  public:
+    Reader(std::u16string_view text, bool dmy) : s_(text), dmy_(dmy) {}
+
+    ParseResult Read(Moment& out) {
+        Blanks();
+        if (s_.empty()) {
+            out = Moment{};
+            return ParseResult::Ok;
+        }
+        if (!DatePart()) return ParseResult::Syntax;
+        Blanks();
+        if (!s_.empty() && !TimePart()) return ParseResult::Syntax;
+        Blanks();
+        if (!s_.empty()) return ParseResult::Syntax;
+        if (!ValidDate(date_.year, date_.month, date_.day) || badTime_) return ParseResult::Range;
+        out.days = DaysFromDate(date_);
+        out.ticks = ticks_;
+        out.offset = offset_;
+        if (out.ticks >= kTicksPerDay) {
+            out.ticks -= kTicksPerDay;
+            ++out.days;
+        }
+        return ParseResult::Ok;
+    }
+
+  private:
+    void Blanks() {
+        while (!s_.empty() && s_.front() == u' ')
+            s_.remove_prefix(1);
+    }
+
+    std::optional<int> Number(std::size_t& digits, std::size_t most = 9) {
+        digits = 0;
+        int value = 0;
+        while (digits < s_.size() && digits < most && IsDigit(s_[digits])) {
+            value = value * 10 + (s_[digits++] - u'0');
+        }
+        if (digits == 0) return std::nullopt;
+        s_.remove_prefix(digits);
+        return value;
+    }
+
+    bool Take(char16_t c) {
+        if (s_.empty() || s_.front() != c) return false;
+        s_.remove_prefix(1);
+        return true;
+    }
+
+    std::u16string_view Word() {
+        std::size_t n = 0;
+        while (n < s_.size() && IsLetter(s_[n]))
+            ++n;
+        const std::u16string_view word = s_.substr(0, n);
+        s_.remove_prefix(n);
+        return word;
+    }
+
+    bool DatePart() {
+        if (IsLetter(s_.front())) return NamedMonthFirst();
+        // A time alone: the date is the base date.
+        std::size_t n = 0;
+        while (n < s_.size() && IsDigit(s_[n]))
+            ++n;
+        if (n > 0 && n < s_.size() && (s_[n] == u':' || (n <= 2 && IsMeridian(s_.substr(n))))) {
+            date_ = Date{};
+            return true;
+        }
+        std::size_t digits = 0;
+        const auto first = Number(digits);
+        if (!first) return false;
+        if (digits == 8) return Compact(*first);
+        if (digits == 6) {
+            date_ = {FullYear(*first / 10000, 2), *first / 100 % 100, *first % 100};
+            return true;
+        }
+        if (digits == 4 && (s_.empty() || s_.front() == u' ')) {
+            date_ = {*first, 1, 1};
+            return true;
+        }
+        return Separated(*first, digits);
+    }
+
+    static bool IsMeridian(std::u16string_view s) {
+        while (!s.empty() && s.front() == u' ')
+            s.remove_prefix(1);
+        return s.size() >= 2 && (UpperUnit(s[0]) == u'A' || UpperUnit(s[0]) == u'P') &&
+               UpperUnit(s[1]) == u'M';
+    }
+
+    bool Compact(int value) {
+        date_ = {value / 10000, value / 100 % 100, value % 100};
+        return true;
+    }
+
+    bool Separated(int first, std::size_t digits) {
+        Blanks();
+        if (!s_.empty() && IsLetter(s_.front())) {  // 15 Jan 2024
+            date_.month = MonthByName(Word());
+            date_.day = first;
+            Blanks();
+            Take(u',');
+            Blanks();
+            const auto year = Number(digits);
+            if (!year || date_.month == 0) return false;
+            date_.year = FullYear(*year, digits);
+            return true;
+        }
+        if (s_.empty()) return false;
+        const char16_t separator = s_.front();
+        if (separator != u'-' && separator != u'/' && separator != u'.') return false;
+        s_.remove_prefix(1);
+        std::size_t n = 0;
+        const auto second = Number(n);
+        if (!second || !Take(separator)) return false;
+        std::size_t lastDigits = 0;
+        const auto third = Number(lastDigits);
+        if (!third) return false;
+        if (digits == 4) {
+            date_ = {first, *second, *third};
+            // The old types read yyyy-dd-mm under dmy; only with blanks after, never with "T".
+            if (dmy_ && separator == u'-' && !s_.empty() && s_.front() == u' ') {
+                date_ = {first, *third, *second};
+            }
+        } else {
+            date_.year = FullYear(*third, lastDigits);
+            date_.month = dmy_ ? *second : first;
+            date_.day = dmy_ ? first : *second;
+        }
+        return true;
+    }
+
+    bool NamedMonthFirst() {
+        date_.month = MonthByName(Word());
+        if (date_.month == 0) return false;
+        Blanks();
+        std::size_t digits = 0;
+        const auto day = Number(digits);
+        if (!day) return false;
+        Blanks();
+        Take(u',');
+        Blanks();
+        const auto year = Number(digits);
+        if (!year) return false;
+        date_.day = *day;
+        date_.year = FullYear(*year, digits);
+        return true;
+    }
+
+    bool TimePart() {
+        if (!s_.empty() && (s_.front() == u'T' || s_.front() == u't')) s_.remove_prefix(1);
+        std::size_t digits = 0;
+        const auto hour = Number(digits, 2);
+        if (!hour) return false;
+        int h = *hour;
+        int minute = 0;
+        int second = 0;
+        std::int64_t fraction = 0;
+        if (Take(u':')) {
+            const auto m = Number(digits, 2);
+            if (!m) return false;
+            minute = *m;
+            if (Take(u':')) {
+                const auto sec = Number(digits, 2);
+                if (!sec) return false;
+                second = *sec;
+                if (Take(u'.')) {
+                    if (!Fraction(fraction)) return false;
+                } else if (Take(u':')) {  // hh:mm:ss:mmm
+                    const auto ms = Number(digits, 3);
+                    if (!ms) return false;
+                    fraction = static_cast<std::int64_t>(*ms) * 10'000;
+                }
+            }
+        } else if (!IsMeridian(s_)) {
+            return false;
+        }
+        Blanks();
+        if (IsMeridian(s_)) {
+            const bool pm = UpperUnit(s_[0]) == u'P';
+            s_.remove_prefix(2);
+            if (h < 1 || h > 12) badTime_ = true;
+            h = h % 12 + (pm ? 12 : 0);
+        }
+        if (h > 23 || minute > 59 || second > 59) badTime_ = true;
+        ticks_ = (h * 3600LL + minute * 60LL + second) * kTicksPerSecond + fraction;
+        Blanks();
+        return Offset();
+    }
+
+    bool Fraction(std::int64_t& ticks) {
+        std::size_t n = 0;
+        std::int64_t value = 0;
+        int roundUp = 0;
+        while (n < s_.size() && IsDigit(s_[n])) {
+            if (n < 7) value = value * 10 + (s_[n] - u'0');
+            if (n == 7 && s_[n] >= u'5') roundUp = 1;
+            ++n;
+        }
+        if (n == 0) return false;
+        for (std::size_t k = n; k < 7; ++k)
+            value *= 10;
+        s_.remove_prefix(n);
+        ticks = value + roundUp;
+        return true;
+    }
+
+    bool Offset() {
+        if (s_.empty()) return true;
+        if (s_.front() == u'Z' || s_.front() == u'z') {
+            s_.remove_prefix(1);
+            return true;
+        }
+        if (s_.front() != u'+' && s_.front() != u'-') return false;
+        const int sign = s_.front() == u'-' ? -1 : 1;
+        s_.remove_prefix(1);
+        std::size_t digits = 0;
+        const auto h = Number(digits, 2);
+        if (!h || !Take(u':')) return false;
+        const auto m = Number(digits, 2);
+        if (!m) return false;
+        if (*h > 14 || *m > 59 || (*h == 14 && *m != 0)) badTime_ = true;
+        offset_ = sign * (*h * 60 + *m);
+        return true;
+    }
+
+    std::u16string_view s_;
+    bool dmy_;
+    Date date_;
+    std::int64_t ticks_ = 0;
+    int offset_ = 0;
+    bool badTime_ = false;
+};
+
+std::u16string TimeText(std::int64_t ticks, int scale) {
+    const std::int64_t seconds = ticks / kTicksPerSecond;
+    std::u16string out = Digits(seconds / 3600, 2) + u":" + Digits(seconds / 60 % 60, 2) + u":" +
+                         Digits(seconds % 60, 2);
+    if (scale > 0) {
+        std::int64_t fraction = ticks % kTicksPerSecond;
+        for (int i = scale; i < 7; ++i)
+            fraction /= 10;
+        out += u"." + Digits(fraction, scale);
+    }
+    return out;
+}
+
+std::u16string OffsetText(int offset) {
+    const int m = offset < 0 ? -offset : offset;
+    return (offset < 0 ? u"-" : u"+") + Digits(m / 60, 2) + u":" + Digits(m % 60, 2);
+}
+
+// Jan 15 2024  1:45PM
+std::u16string ClassicText(const Date& d, std::int64_t ticks, bool milliseconds) {
+    const std::int64_t seconds = ticks / kTicksPerSecond;
+    const auto hour = static_cast<int>(seconds / 3600);
+    const int twelve = hour % 12 == 0 ? 12 : hour % 12;
+    std::u16string out(kMonths[d.month - 1]);
+    out += u" " + Digits(d.day, 2, u' ') + u" " + Digits(d.year, 4) + u" " +
+           Digits(twelve, 2, u' ') + u":" + Digits(seconds / 60 % 60, 2);
+    if (milliseconds) {
+        out += u":" + Digits(seconds % 60, 2) + u":" + Digits(ticks % kTicksPerSecond / 10'000, 3);
+    }
+    return out + (hour < 12 ? u"AM" : u"PM");
+}
+
+}  // namespace
+
+std::int64_t DaysFromDate(const Date& date) {
+    const std::int64_t y = date.year - 1;
+    static constexpr int kBefore[] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
+    return y * 365 + y / 4 - y / 100 + y / 400 + kBefore[date.month - 1] +
+           (date.month > 2 && IsLeap(date.year) ? 1 : 0) + date.day - 1;
+}
+
+Date DateFromDays(std::int64_t days) {
+    int year = static_cast<int>(days / 366) + 1;
+    while (DaysFromDate({year + 1, 1, 1}) <= days)
+        ++year;
+    int month = 1;
+    while (month < 12 && DaysFromDate({year, month + 1, 1}) <= days)
+        ++month;
+    return {year, month, static_cast<int>(days - DaysFromDate({year, month, 1})) + 1};
+}
+
+int DaysInMonth(int year, int month) {
+    static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    return month == 2 && IsLeap(year) ? 29 : kDays[month - 1];
+}
+
+bool ValidDate(int year, int month, int day) {
+    return year >= 1 && year <= 9999 && month >= 1 && month <= 12 && day >= 1 &&
+           day <= DaysInMonth(year, month);
+}
+
+ParseResult ParseMoment(std::u16string_view text, bool dmy, Moment& out) {
+    while (!text.empty() && text.back() == u' ')
+        text.remove_suffix(1);
+    return Reader(text, dmy).Read(out);
+}
+
+std::optional<std::int64_t> FromMoment(const Moment& moment, const SqlType& type) {
+    const auto rounded = [](std::int64_t ticks, int scale) {
+        std::int64_t unit = 1;
+        for (int i = scale; i < 7; ++i)
+            unit *= 10;
+        return (ticks + unit / 2) / unit * unit;
+    };
+    switch (type.id) {
+        case TypeId::Date:
+            return moment.days;
+        case TypeId::Time: {
+            const std::int64_t t = rounded(moment.ticks, type.scale);
+            return t >= kTicksPerDay ? 0 : t;
+        }
+        case TypeId::DateTime2:
+        case TypeId::DateTimeOffset: {
+            const std::int64_t t = rounded(moment.days * kTicksPerDay + moment.ticks, type.scale);
+            if (t >= 3'652'059LL * kTicksPerDay) return std::nullopt;
+            return t;
+        }
+        case TypeId::DateTime: {
+            const std::int64_t thirds =
+                (moment.ticks * 300 + kTicksPerSecond / 2) / kTicksPerSecond;
+            const std::int64_t v = (moment.days - kDays1900) * kThirdsPerDay + thirds;
+            if (moment.days < 639'905 || v >= (3'652'059 - kDays1900) * kThirdsPerDay) {
+                return std::nullopt;  // before 1753 or past 9999
+            }
+            return v;
+        }
+        case TypeId::SmallDateTime: {
+            // The server rounds to milliseconds first: 29.998 s rounds down, 29.999 s up.
+            const std::int64_t thirds =
+                (moment.ticks * 300 + kTicksPerSecond / 2) / kTicksPerSecond;
+            const std::int64_t v = (moment.days - kDays1900) * 1440 + (thirds + 9000) / 18000;
+            if (v < 0 || v > 94'672'799) return std::nullopt;  // 1900 to 2079-06-06 23:59
+            return v;
+        }
+        default:
+            return std::nullopt;
+    }
+}
+
+Moment ToMoment(std::int64_t value, const SqlType& type) {
+    const auto floorDiv = [](std::int64_t a, std::int64_t b) {
+        return a / b - (a % b < 0 ? 1 : 0);
+    };
+    Moment m;
+    switch (type.id) {
+        case TypeId::Date:
+            m.days = value;
+            break;
+        case TypeId::Time:
+            m.ticks = value;
+            break;
+        case TypeId::DateTime: {
+            const std::int64_t days = floorDiv(value, kThirdsPerDay);
+            const std::int64_t thirds = value - days * kThirdsPerDay;
+            m.days = days + kDays1900;
+            // Shown with the milliseconds .000, .003, .007.
+            m.ticks = (thirds * 10 + 1) / 3 * 10'000;
+            break;
+        }
+        case TypeId::SmallDateTime: {
+            const std::int64_t days = floorDiv(value, 1440);
+            m.days = days + kDays1900;
+            m.ticks = (value - days * 1440) * 60 * kTicksPerSecond;
+            break;
+        }
+        default: {
+            m.days = value / kTicksPerDay;
+            m.ticks = value % kTicksPerDay;
+            break;
+        }
+    }
+    return m;
+}
+
+std::u16string MomentText(const Moment& moment, const SqlType& type, int style) {
+    const Date d = DateFromDays(moment.days);
+    std::u16string iso = Digits(d.year, 4) + u"-" + Digits(d.month, 2) + u"-" + Digits(d.day, 2);
+    const bool legacy = type.id == TypeId::DateTime || type.id == TypeId::SmallDateTime;
+    const int scale = legacy ? 3 : type.id == TypeId::Date ? 0 : type.scale;
+    const auto slashed = [&](int a, int b, char16_t separator, bool century) {
+        std::u16string s = Digits(a, 2);
+        s += separator;
+        s += Digits(b, 2);
+        s += separator;
+        return s + (century ? Digits(d.year, 4) : Digits(d.year % 100, 2));
+    };
+    switch (style) {
+        case 112:
+            return Digits(d.year, 4) + Digits(d.month, 2) + Digits(d.day, 2);
+        case 12:
+            return Digits(d.year % 100, 2) + Digits(d.month, 2) + Digits(d.day, 2);
+        case 1:
+        case 101:
+            return slashed(d.month, d.day, u'/', style > 100);
+        case 3:
+        case 103:
+            return slashed(d.day, d.month, u'/', style > 100);
+        case 4:
+        case 104:
+            return slashed(d.day, d.month, u'.', style > 100);
+        case 5:
+        case 105:
+            return slashed(d.day, d.month, u'-', style > 100);
+        case 102:
+            return Digits(d.year, 4) + u"." + Digits(d.month, 2) + u"." + Digits(d.day, 2);
+        case 111:
+            return Digits(d.year, 4) + u"/" + Digits(d.month, 2) + u"/" + Digits(d.day, 2);
+        case 8:
+        case 108:
+            return TimeText(moment.ticks, legacy ? 0 : scale);
+        case 14:
+        case 114: {
+            std::u16string s = TimeText(moment.ticks, 3);
+            s[8] = u':';
+            return s;
+        }
+        case 9:
+        case 109:
+            return ClassicText(d, moment.ticks, true);
+        case 23:
+            return iso;
+        case 20:
+        case 120:
+            return type.id == TypeId::Date   ? iso
+                   : type.id == TypeId::Time ? TimeText(moment.ticks, 0)
+                                             : iso + u" " + TimeText(moment.ticks, 0);
+        case 126:
+        case 127: {
+            if (type.id == TypeId::Date) return iso;
+            if (type.id == TypeId::Time) return TimeText(moment.ticks, scale);
+            const bool cut = legacy && moment.ticks % kTicksPerSecond == 0;
+            return iso + u"T" + TimeText(moment.ticks, cut ? 0 : scale);
+        }
+        default:
+            break;
+    }
+    if (style != 21 && style != 25 && style != 121 && legacy) {
+        return ClassicText(d, moment.ticks, false);
+    }
+    if (type.id == TypeId::Date) return iso;
+    if (type.id == TypeId::Time) return TimeText(moment.ticks, scale);
+    std::u16string out = iso + u" " + TimeText(moment.ticks, scale);
+    if (type.id == TypeId::DateTimeOffset) out += u" " + OffsetText(moment.offset);
+    return out;
+}
+
+std::u16string EncodeOffset(std::int64_t utcTicks, int offset) {
+    const std::uint64_t biased = static_cast<std::uint64_t>(utcTicks) ^ (1ULL << 63);
+    std::u16string out(5, u'\0');
+    for (std::size_t i = 0; i < 4; ++i)
+        out[i] = static_cast<char16_t>(biased >> (48 - 16 * i));
+    out[4] = static_cast<char16_t>(offset);
+    return out;
+}
+
+void DecodeOffset(std::u16string_view text, std::int64_t& utcTicks, int& offset) {
+    std::uint64_t biased = 0;
+    for (std::size_t i = 0; i < 4; ++i)
+        biased = biased << 16 | text[i];
+    utcTicks = static_cast<std::int64_t>(biased ^ (1ULL << 63));
+    offset = static_cast<std::int16_t>(text[4]);
+}
+
+}  // namespace sandbox::engine
