@@ -1,14 +1,21 @@
 #include "sandbox/engine/values/DateTime.h"
 
+#include <chrono>
+
 namespace sandbox::engine {
 namespace {
 
+using std::chrono::sys_days;
+
+constexpr sys_days kYearOne = std::chrono::year(1) / 1 / 1;
+
+std::chrono::year_month_day Calendar(const Date& date) {
+    return std::chrono::year(date.year) / std::chrono::month(static_cast<unsigned>(date.month)) /
+           std::chrono::day(static_cast<unsigned>(date.day));
+}
+
 constexpr std::u16string_view kMonths[] = {u"Jan", u"Feb", u"Mar", u"Apr", u"May", u"Jun",
                                            u"Jul", u"Aug", u"Sep", u"Oct", u"Nov", u"Dec"};
-
-bool IsLeap(int year) {
-    return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
-}
 
 std::u16string Digits(std::int64_t value, int width, char16_t fill = u'0') {
     std::u16string out;
@@ -54,30 +61,24 @@ std::u16string ClassicText(const Date& d, std::int64_t ticks, bool milliseconds)
 }  // namespace
 
 std::int64_t DaysFromDate(const Date& date) {
-    const std::int64_t y = date.year - 1;
-    static constexpr int kBefore[] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
-    return y * 365 + y / 4 - y / 100 + y / 400 + kBefore[date.month - 1] +
-           (date.month > 2 && IsLeap(date.year) ? 1 : 0) + date.day - 1;
+    return (sys_days(Calendar(date)) - kYearOne).count();
 }
 
 Date DateFromDays(std::int64_t days) {
-    int year = static_cast<int>(days / 366) + 1;
-    while (DaysFromDate({year + 1, 1, 1}) <= days)
-        ++year;
-    int month = 1;
-    while (month < 12 && DaysFromDate({year, month + 1, 1}) <= days)
-        ++month;
-    return {year, month, static_cast<int>(days - DaysFromDate({year, month, 1})) + 1};
+    const std::chrono::year_month_day d(
+        kYearOne + std::chrono::days(static_cast<std::chrono::days::rep>(days)));
+    return {static_cast<int>(d.year()), static_cast<int>(static_cast<unsigned>(d.month())),
+            static_cast<int>(static_cast<unsigned>(d.day()))};
 }
 
 int DaysInMonth(int year, int month) {
-    static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-    return month == 2 && IsLeap(year) ? 29 : kDays[month - 1];
+    const auto last = std::chrono::year(year) / std::chrono::month(static_cast<unsigned>(month)) /
+                      std::chrono::last;
+    return static_cast<int>(static_cast<unsigned>(last.day()));
 }
 
 bool ValidDate(int year, int month, int day) {
-    return year >= 1 && year <= 9999 && month >= 1 && month <= 12 && day >= 1 &&
-           day <= DaysInMonth(year, month);
+    return year >= 1 && year <= 9999 && month >= 1 && day >= 1 && Calendar({year, month, day}).ok();
 }
 
 std::optional<std::int64_t> FromMoment(const Moment& moment, const SqlType& type) {
