@@ -1,4 +1,5 @@
-// The whole library: include this one header and begin with the class Utils.
+// The whole library: include this one header and begin with the class Utils, or with
+// CompareDirectly.
 #pragma once
 
 #include "Utils.h"
@@ -9,4 +10,8 @@
 #include "core/Text.h"
 #include "data/PropertyBag.h"
 #include "data/Recordset.h"
+#include "direct/DirectComparison.h"
+#include "direct/DirectScript.h"
+#include "direct/ReadableCell.h"
+#include "direct/ReadingPace.h"
 #include "templates/ComparisonTemplates.h"
