@@ -45,8 +45,8 @@ constexpr const char* kTables[] = {
     " PRIMARY KEY(constraint_id, ordinal)) WITHOUT ROWID",
     "CREATE TABLE @.m_user(name TEXT COLLATE ms, login TEXT COLLATE ms)",
     // class: 0 the database, 1 the object of that id, 3 the schema.
-    "CREATE TABLE @.m_permission(grantee TEXT COLLATE ms, class INTEGER, id INTEGER, action TEXT,"
-    " denied INTEGER)",
+    ("CREATE TABLE @.m_permission(grantee TEXT COLLATE ms, class INTEGER, id INTEGER, action TEXT,"
+     " denied INTEGER)"),
     "CREATE TABLE @.m_depend(id INTEGER, depid INTEGER, PRIMARY KEY(id, depid)) WITHOUT ROWID",
     "CREATE INDEX @.x_depend ON m_depend(depid)",
 };

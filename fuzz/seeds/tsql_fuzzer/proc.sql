@@ -1,0 +1,1 @@
+CREATE PROCEDURE p @a int = 1 OUTPUT, @b nvarchar(10) AS DECLARE @x int; SET @x = @a + 0x1F - 1.5E3; WHILE @x > 0 SET @x = @x - 1; EXEC q @c = @b OUTPUT; RETURN 0
