@@ -212,7 +212,21 @@ bool IsTemporaryName(std::u16string_view name) {
     return name.starts_with(u"#") && !name.starts_with(u"##");
 }
 
+Resolved Context::ResolveVariable(const ObjectName& name) {
+    const std::u16string folded = FoldName(name.name);
+    if (frame != nullptr) {
+        for (const auto& [variable, table] : frame->tableVariables) {
+            if (variable != folded) continue;
+            Catalog& catalog = Temporary();
+            // a rollback has taken it here, which a server's would leave alone
+            if (auto object = catalog.Find({}, table)) return {&catalog, std::move(object)};
+        }
+    }
+    throw SqlError(1087, Format(u"Must declare the table variable \"%1\".", {name.name}), 15);
+}
+
 Resolved Context::Resolve(const ObjectName& name) {
+    if (name.variable) return ResolveVariable(name);
     if (temporary_ && name.server.empty() && IsTemporaryName(name.name)) {
         Catalog& catalog = Temporary();
         return {&catalog, catalog.Find({}, name.name)};

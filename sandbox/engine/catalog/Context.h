@@ -32,6 +32,8 @@ struct Frame {
     std::optional<std::int64_t> scopeIdentity;
     bool inProcedure = false;
     std::vector<int> temporaryTables;  // made here; they go when the procedure or the text ends
+    // DECLARE @t TABLE: the folded name, and that of the temporary table behind it.
+    std::vector<std::pair<std::u16string, std::u16string>> tableVariables;
 
     Variable* Find(std::u16string_view folded) {
         for (Variable& v : variables) {
@@ -101,6 +103,8 @@ class Context {
     Resolved Resolve(const ObjectName& name);
     // The session's own tables, whose names begin with "#"; they go with it.
     Catalog& Temporary();
+    // The table variable of the running batch or procedure. Throws 1087.
+    Resolved ResolveVariable(const ObjectName& name);
     bool IsTemporary(const Catalog& catalog) const { return catalog.File() == temporary_; }
     // Moves when any catalog that the session looks at has changed.
     std::uint64_t Generation() const { return generation_; }

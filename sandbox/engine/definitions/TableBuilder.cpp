@@ -179,13 +179,13 @@ void TableBuilder::CreateHistory(const CreateTableStmt& stmt, const TableMeta& t
     Reload(history.id);
 }
 
-void TableBuilder::Create(const CreateTableStmt& stmt, int schemaId) {
-    writer_.CheckName(stmt.table.name, schemaId);
+void TableBuilder::Create(const CreateTableStmt& stmt, int schemaId, const std::u16string& name) {
+    writer_.CheckName(name, schemaId);
     TableMeta table;
     table.id = catalog_.File()->NextObjectId();
     table.schemaId = schemaId;
     table.schema = catalog_.SchemaName(schemaId);
-    table.name = stmt.table.name;
+    table.name = name;
     table.storage = "o" + std::to_string(table.id);
     // Computed columns may refer to columns behind them: plain columns come first here.
     std::vector<std::optional<ColumnMeta>> made(stmt.columns.size());

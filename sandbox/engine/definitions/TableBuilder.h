@@ -19,7 +19,10 @@ class TableBuilder {
     TableBuilder(Context& context, Catalog& catalog)
         : context_(context), catalog_(catalog), writer_(context, catalog) {}
 
-    void Create(const CreateTableStmt& stmt, int schemaId);
+    void Create(const CreateTableStmt& stmt, int schemaId) {
+        Create(stmt, schemaId, stmt.table.name);
+    }
+    void Create(const CreateTableStmt& stmt, int schemaId, const std::u16string& name);
     // ALTER TABLE; `table` is read again after each step.
     void Add(int table, const AlterTableStmt& stmt);
     void AlterColumn(int table, const AlterTableStmt& stmt);

@@ -90,6 +90,28 @@ void Executor::CreateTemporaryTable(const CreateTableStmt& stmt) {
     Done();
 }
 
+void Executor::DeclareTable(const CreateTableStmt& stmt) {
+    const std::u16string folded = FoldName(stmt.table.name);
+    for (const auto& [variable, table] : context_.frame->tableVariables) {
+        if (variable == folded) return;  // a loop comes by again
+    }
+    Catalog& catalog = context_.Temporary();
+    const int number = catalog.File()->NextObjectId();
+    const std::u16string name = u"#" + stmt.table.name + u"_" + ToText(number);
+    Atomically(
+        [&] { TableBuilder(context_, catalog).Create(stmt, *catalog.SchemaId(u"dbo"), name); });
+    context_.frame->tableVariables.emplace_back(folded, name);
+    context_.frame->temporaryTables.push_back(catalog.Find({}, name)->id);
+}
+
+void Executor::DropTableVariables(const Frame& frame) {
+    for (const auto& [variable, name] : frame.tableVariables) {
+        const auto object = context_.Temporary().Find({}, name);
+        const TablePtr table = object ? context_.Temporary().Table(object->id) : nullptr;
+        if (table) TableBuilder(context_, context_.Temporary()).Drop(*table);
+    }
+}
+
 // What a procedure or a dynamic text has made, and left.
 void Executor::DropTemporaryTables(const Frame& frame) {
     for (const int id : frame.temporaryTables) {

@@ -307,6 +307,47 @@ void Executor::Insert(const InsertStmt& stmt) {
     RunWrite(*plan, u"INSERT");
 }
 
+// One row for each that is written. SQLite's RETURNING knows nothing but the table that is written;
+// what the joined sources hold is the same before.
+void Executor::PrepareOutput(Plan& plan, const OutputClause& output, const Source& target,
+                             Translator& translator, Scope& scope, const std::string& rows) {
+    if (output.values.empty()) return;
+    const Resolved r = context_.Resolve(output.into);
+    const TablePtr into = NeedTable(output.into, r);
+    RequirePermission(context_, *r.catalog, *r.object, u"INSERT");
+    std::vector<const ColumnMeta*> columns;
+    for (const ColumnMeta& c : into->columns) {
+        if (!c.computed && !c.identity) columns.push_back(&c);
+    }
+    if (columns.size() != output.values.size() || into->Identity() != nullptr) {
+        throw SqlError(
+            213, u"Column name or number of supplied values does not match table definition.");
+    }
+    std::vector<std::string> names, values;
+    const std::u16string& own = target.alias.empty() ? target.table.name : target.alias;
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const Expr& value = *output.values[i];
+        if (SameName(value.name.front(), own)) {
+            throw SqlError(4104,
+                           Format(u"The multi-part identifier \"%1\" could not be bound.",
+                                  {value.name.front() + u"." + value.name.back()}));
+        }
+        names.push_back(columns[i]->Sql());
+        values.push_back(translator.Stored(translator.Expression(value, scope), columns[i]->type));
+    }
+    plan.output = context_.store.Prepare("INSERT INTO " + r.catalog->Prefix() + into->storage +
+                                         "(" + Joined(names) + ") SELECT " + Joined(values) +
+                                         " FROM " + rows + " GROUP BY " + target.sql + ".rowid");
+}
+
+void Executor::RunOutput(Plan& plan) {
+    if (!plan.output) return;
+    plan.output.Reset();
+    BindParams(plan.output, plan.params);
+    plan.output.Run();
+    plan.output.Reset();
+}
+
 void Executor::RunWrite(Plan& plan, const char16_t* verb) {
     context_.verb = verb;
     RequireSnapshots({plan.catalog->File()});
@@ -325,6 +366,7 @@ void Executor::RunWrite(Plan& plan, const char16_t* verb) {
         plan.given.Reset();
     }
     const auto run = [&] {
+        RunOutput(plan);
         plan.statement.Reset();
         BindParams(plan.statement, plan.params);
         try {
@@ -541,11 +583,12 @@ std::shared_ptr<Plan> Executor::PlanUpdate(const UpdateStmt& stmt) {
                        ") AS j WHERE u.rowid=j.rid"
                  : "UPDATE " + storage + " AS " + target->sql + " SET " + list + rowVersion + where;
     plan->statement = context_.store.Prepare(sql);
+    PrepareOutput(*plan, stmt.output, *target, translator, scope, from + where);
     plan->reshuffle = Widen(rows);
     for (const auto& [name, value] : sets)
         plan->variables.push_back(Widen(name));
     plan->params = std::move(translator.params);
-    plan->guarded = HasKeys(table);
+    plan->guarded = HasKeys(table) || plan->output;
     plan->filtered = HasFilters(table);
     plan->generation = context_.Generation();
     return plan;
@@ -568,7 +611,7 @@ void Executor::Update(const UpdateStmt& stmt) {
 // Keys that swap or shift collide on the way although the result is unique: SQLite checks row by
 // row, the server at the end of the statement. The changed rows are taken out and put back.
 // Returns false when the result is not unique either.
-bool Executor::Reshuffle(const UpdateStmt&, const Plan& plan) {
+bool Executor::Reshuffle(const UpdateStmt&, Plan& plan) {
     const TableMeta& table = *plan.table;
     const std::string storage = plan.catalog->Prefix() + table.storage;
     std::string columns;
@@ -588,6 +631,7 @@ bool Executor::Reshuffle(const UpdateStmt&, const Plan& plan) {
         Atomically([&] {
             Store& store = context_.store;
             store.Execute("DROP TABLE IF EXISTS temp.reshuffle");
+            RunOutput(plan);
             Statement fill =
                 store.Prepare("CREATE TEMP TABLE reshuffle AS SELECT j.rid AS rid" + values +
                               " FROM (" + Narrow(plan.reshuffle) + ") AS j JOIN " + storage +
@@ -630,17 +674,20 @@ std::shared_ptr<Plan> Executor::PlanDelete(const DeleteStmt& stmt) {
     std::string from;
     if (!stmt.from.empty()) from = translator.FromClause(stmt.from, scope);
     std::string alias;
+    const Source* target = nullptr;
     if (reference != nullptr) {
         for (const auto& source : scope.sources) {
             const std::u16string& exposed =
                 source->alias.empty() ? source->table.name : source->alias;
-            if (SameName(exposed, stmt.table.name)) alias = source->sql;
+            if (SameName(exposed, stmt.table.name)) target = source.get();
         }
+        if (target != nullptr) alias = target->sql;
     } else {
         std::string own;
         const bool reads = stmt.where || !stmt.from.empty();
         scope.sources.push_back(translator.TableSource(stmt.table, u"", &own, reads));
-        alias = scope.sources.back()->sql;
+        target = scope.sources.back().get();
+        alias = target->sql;
         from += (from.empty() ? "" : ", ") + own;
     }
     const std::string where =
@@ -659,8 +706,11 @@ std::shared_ptr<Plan> Executor::PlanDelete(const DeleteStmt& stmt) {
         sql += " WHERE rowid IN (SELECT " + alias + ".rowid FROM " + from + where + limit + ")";
     }
     plan->statement = context_.store.Prepare(sql);
+    if (target != nullptr) {
+        PrepareOutput(*plan, stmt.output, *target, translator, scope, from + where);
+    }
     plan->params = std::move(translator.params);
-    plan->guarded = HasKeys(*plan->table);
+    plan->guarded = HasKeys(*plan->table) || plan->output;
     plan->filtered = HasFilters(*plan->table);
     plan->generation = context_.Generation();
     return plan;

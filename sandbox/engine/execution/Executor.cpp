@@ -32,6 +32,10 @@ void Executor::RunTop(Work work) {
     } catch (const BatchEnded&) {
     } catch (const Cancelled&) {
     }
+    try {
+        DropTableVariables(frame);
+    } catch (const StoreError&) {  // it goes with the session, and no name of a user's reaches it
+    }
 }
 
 void Executor::RunBatch(std::u16string_view text) {
@@ -327,6 +331,7 @@ Executor::Flow Executor::Return(const SimpleStmt& stmt) {
 }
 
 void Executor::Declare(const DeclareStmt& stmt) {
+    if (stmt.table) return DeclareTable(static_cast<const CreateTableStmt&>(*stmt.table));
     for (const Declaration& d : stmt.items) {
         if (!d.type.known) {
             throw SqlError(2715,

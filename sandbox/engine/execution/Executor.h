@@ -35,6 +35,8 @@ struct Plan {
     std::u16string reshuffle;  // unused by queries
     // INSERT into a table with IGNORE_DUP_KEY: counts the rows that it is given.
     Statement given;
+    // OUTPUT ... INTO of a write: what it puts there, before the rows are written.
+    Statement output;
     // A filtered index asks for the options of a session.
     bool filtered = false;
 };
@@ -125,10 +127,13 @@ class Executor {
     // The target of UPDATE and DELETE: a table, or an alias of the FROM clause.
     Resolved WriteTarget(const ObjectName& name, const std::vector<TableRefPtr>& from,
                          const TableRef** reference);
+    void PrepareOutput(Plan& plan, const OutputClause& output, const Source& target,
+                       Translator& translator, Scope& scope, const std::string& rows);
+    void RunOutput(Plan& plan);
     void RunWrite(Plan& plan, const char16_t* verb);
     [[noreturn]] void ThrowConstraint(const StoreError& error, const Plan& plan,
                                       const char16_t* verb);
-    bool Reshuffle(const UpdateStmt& stmt, const Plan& plan);
+    bool Reshuffle(const UpdateStmt& stmt, Plan& plan);
     TablePtr NeedTable(const ObjectName& name, const Resolved& resolved);
     std::string DefaultSql(Translator& translator, const ColumnMeta& column);
 
@@ -144,6 +149,8 @@ class Executor {
     void CreateTable(const CreateTableStmt& stmt);
     void CreateTemporaryTable(const CreateTableStmt& stmt);
     void DropTemporaryTables(const Frame& frame);
+    void DeclareTable(const CreateTableStmt& stmt);
+    void DropTableVariables(const Frame& frame);
     void AlterTable(const AlterTableStmt& stmt);
     void DropObject(const DropObjectStmt& stmt);
     void DropOne(const ObjectName& name, const DropObjectStmt& stmt);

@@ -14,6 +14,7 @@ namespace sandbox::engine {
 // server.database.schema.name, empty where left out.
 struct ObjectName {
     std::u16string server, database, schema, name;
+    bool variable = false;  // "@name", not quoted: a table of the batch
 
     std::u16string Text() const;  // as errors show it: the parts that were given
 };
@@ -256,10 +257,17 @@ struct Assignment {
     ExprPtr value;
 };
 
+// OUTPUT ... INTO: columns of the sources that the FROM clause joins to the table that is written.
+struct OutputClause {
+    std::vector<ExprPtr> values;  // none: there is no such clause
+    ObjectName into;
+};
+
 struct UpdateStmt : Stmt {
     explicit UpdateStmt(int l) : Stmt(StmtKind::Update, l) {}
     ObjectName table;
     std::vector<Assignment> assignments;
+    OutputClause output;
     std::vector<TableRefPtr> from;
     ExprPtr where;
     ExprPtr top;
@@ -268,6 +276,7 @@ struct UpdateStmt : Stmt {
 struct DeleteStmt : Stmt {
     explicit DeleteStmt(int l) : Stmt(StmtKind::Delete, l) {}
     ObjectName table;
+    OutputClause output;
     std::vector<TableRefPtr> from;
     ExprPtr where;
     ExprPtr top;
@@ -282,6 +291,7 @@ struct Declaration {
 struct DeclareStmt : Stmt {
     explicit DeclareStmt(int l) : Stmt(StmtKind::Declare, l) {}
     std::vector<Declaration> items;
+    StmtPtr table;  // a CreateTableStmt: DECLARE @t TABLE (...), which declares nothing else
 };
 
 struct SetVariableStmt : Stmt {

@@ -36,6 +36,8 @@ class Parser {
     std::u16string TakeName();
     std::u16string TakeNameOrString();
     ObjectName TakeObjectName();
+    // The same, or the name of a table variable.
+    ObjectName TakeTableName();
     std::int64_t TakeInteger();
     std::u16string_view TextSince(std::size_t start);
 
@@ -50,6 +52,8 @@ class Parser {
     ExecArgument Argument();
     bool LiteralArgument(ExecArgument& argument);
     StmtPtr DeclareStatement();
+    StmtPtr TableVariable(std::u16string_view name, int line);
+    OutputClause Output();
     StmtPtr SetStatement();
     StmtPtr SetTransactionIsolation(int line);
     StmtPtr IfStatement();
@@ -62,6 +66,7 @@ class Parser {
     // Definitions (ParserDefinitions.cpp)
     StmtPtr CreateStatement();
     StmtPtr CreateTable(int line);
+    void TableElements(CreateTableStmt& table);
     void NoteTemporary(const std::u16string& name);
     void Versioning(CreateTableStmt& table);
     StmtPtr CreateIndex(int line, bool unique, bool clustered);

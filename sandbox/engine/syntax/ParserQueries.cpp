@@ -252,7 +252,7 @@ TableRefPtr Parser::TablePrimary() {
         }
         return ref;
     }
-    ref->table = TakeObjectName();
+    ref->table = TakeTableName();
     if (IsSymbol(u"(")) TableHints();  // t (NOLOCK) x
     ref->alias = OptionalAlias();
     TableHints();

@@ -187,12 +187,43 @@ StmtPtr Parser::DeclareStatement() {
         Declaration d;
         d.name = Take().text;
         TakeWord(u"AS");
+        if (IsWord(u"TABLE") && s->items.empty()) {
+            s->table = TableVariable(d.name, s->line);
+            return s;
+        }
         if (IsWord(u"TABLE") || IsWord(u"CURSOR")) Unexpected();
         d.type = Type();
         if (TakeSymbol(u"=")) d.value = Expression();
         s->items.push_back(std::move(d));
     } while (TakeSymbol(u","));
     return s;
+}
+
+// Its constraints have no names, and refer to no other table.
+StmtPtr Parser::TableVariable(std::u16string_view name, int line) {
+    Take();
+    if (!temporary_.insert(FoldName(name)).second) {
+        throw SqlError(134,
+                       Format(u"The variable name '%1' has already been declared. Variable names "
+                              u"must be unique within a query batch or stored procedure.",
+                              {name}),
+                       15);
+    }
+    auto table = std::make_unique<CreateTableStmt>(line);
+    table->table.name = name;
+    table->table.variable = true;
+    TableElements(*table);
+    const auto check = [](const std::vector<ConstraintDef>& constraints) {
+        for (const ConstraintDef& c : constraints) {
+            if (!c.name.empty()) ThrowSyntax(u"CONSTRAINT");
+            if (c.kind == ConstraintDef::Kind::ForeignKey) ThrowSyntax(u"REFERENCES");
+        }
+    };
+    check(table->constraints);
+    for (const ColumnDef& column : table->columns)
+        check(column.constraints);
+    if (!table->period.empty()) ThrowSyntax(u"PERIOD");
+    return table;
 }
 
 StmtPtr Parser::SetTransactionIsolation(int line) {
@@ -336,6 +367,11 @@ StmtPtr Parser::RaisErrorStatement() {
     ExpectSymbol(u"(");
     do {
         s->args.push_back(Expression());
+        const ExprKind kind = s->args.back()->kind;
+        // what fills the places is a constant or a variable, no expression
+        const bool plain = kind == ExprKind::Literal || kind == ExprKind::Variable ||
+                           kind == ExprKind::Unary;
+        if (s->args.size() > 3 && !plain) Unexpected();
     } while (TakeSymbol(u","));
     ExpectSymbol(u")");
     if (TakeWord(u"WITH")) {

@@ -11,21 +11,7 @@ StmtPtr Parser::CreateTable(int line) {
     auto s = std::make_unique<CreateTableStmt>(line);
     s->table = TakeObjectName();
     NoteTemporary(s->table.name);
-    ExpectSymbol(u"(");
-    do {
-        if (IsSymbol(u")")) break;
-        if (IsWord(u"PERIOD") && IsWord(u"FOR", 1)) {
-            Take();
-            Take();
-            ExpectWord(u"SYSTEM_TIME");
-            s->period = NameList();
-        } else if (StartsConstraint()) {
-            s->constraints.push_back(TableConstraint());
-        } else {
-            s->columns.push_back(Column());
-        }
-    } while (TakeSymbol(u","));
-    ExpectSymbol(u")");
+    TableElements(*s);
     if (TakeWord(u"ON")) TakeNameOrString();
     if (IsWord(u"TEXTIMAGE_ON")) {
         Take();
@@ -33,6 +19,24 @@ StmtPtr Parser::CreateTable(int line) {
     }
     if (TakeWord(u"WITH")) Versioning(*s);
     return s;
+}
+
+void Parser::TableElements(CreateTableStmt& table) {
+    ExpectSymbol(u"(");
+    do {
+        if (IsSymbol(u")")) break;
+        if (IsWord(u"PERIOD") && IsWord(u"FOR", 1)) {
+            Take();
+            Take();
+            ExpectWord(u"SYSTEM_TIME");
+            table.period = NameList();
+        } else if (StartsConstraint()) {
+            table.constraints.push_back(TableConstraint());
+        } else {
+            table.columns.push_back(Column());
+        }
+    } while (TakeSymbol(u","));
+    ExpectSymbol(u")");
 }
 
 // (SYSTEM_VERSIONING = ON (HISTORY_TABLE = dbo.h))

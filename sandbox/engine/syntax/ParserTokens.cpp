@@ -304,6 +304,15 @@ ObjectName Parser::TakeObjectName() {
     return name;
 }
 
+ObjectName Parser::TakeTableName() {
+    const Token& token = Peek();
+    if (token.kind != TokenKind::Variable || token.text.starts_with(u"@@")) return TakeObjectName();
+    ObjectName name;
+    name.name = Take().text;
+    name.variable = true;
+    return name;
+}
+
 std::int64_t Parser::TakeInteger() {
     const bool negative = TakeSymbol(u"-");
     if (Peek().kind != TokenKind::Integer || Peek().text.size() > 18) Unexpected();

@@ -1,5 +1,6 @@
 // INSERT, UPDATE, DELETE.
 #include "sandbox/engine/syntax/Parser.h"
+#include "sandbox/engine/values/Collation.h"
 
 namespace sandbox::engine {
 
@@ -7,7 +8,7 @@ StmtPtr Parser::InsertStatement() {
     auto s = std::make_unique<InsertStmt>(Take().line);
     if (IsWord(u"TOP")) Unexpected();
     TakeWord(u"INTO");
-    s->table = TakeObjectName();
+    s->table = TakeTableName();
     TableHints();
     if (IsSymbol(u"(") && !StartsQuery()) {
         Take();
@@ -69,6 +70,7 @@ StmtPtr Parser::UpdateStatement() {
         a.value = Expression();
         s->assignments.push_back(std::move(a));
     } while (TakeSymbol(u","));
+    s->output = Output();
     if (TakeWord(u"FROM")) s->from = FromClause();
     if (TakeWord(u"WHERE")) s->where = Condition();
     OptionClause();
@@ -81,10 +83,29 @@ StmtPtr Parser::DeleteStatement() {
     TakeWord(u"FROM");
     s->table = TakeObjectName();
     TableHints();
+    s->output = Output();
     if (TakeWord(u"FROM")) s->from = FromClause();
     if (TakeWord(u"WHERE")) s->where = Condition();
     OptionClause();
     return s;
+}
+
+// Of OUTPUT only what goes into a table, and comes from the sources that are joined: no INSERTED and
+// DELETED.
+OutputClause Parser::Output() {
+    OutputClause output;
+    if (!TakeWord(u"OUTPUT")) return output;
+    do {
+        ExprPtr value = NameExpression();
+        const bool joined = value->kind == ExprKind::Column && value->name.size() == 2 &&
+                            !SameName(value->name.front(), u"inserted") &&
+                            !SameName(value->name.front(), u"deleted");
+        if (!joined) ThrowSyntax(u"OUTPUT");
+        output.values.push_back(std::move(value));
+    } while (TakeSymbol(u","));
+    ExpectWord(u"INTO");
+    output.into = TakeTableName();
+    return output;
 }
 
 }  // namespace sandbox::engine
