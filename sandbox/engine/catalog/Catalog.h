@@ -53,7 +53,7 @@ struct ForeignKeyMeta {
     std::u16string name;
     int childId = 0, parentId = 0;
     std::vector<std::pair<int, int>> columns;  // child column, parent column
-    int onDelete = 0, onUpdate = 0;            // 0 no action, 1 cascade, 2 set null
+    int onDelete = 0, onUpdate = 0;            // 0 no action, 1 cascade, 2 set null, 3 set default
     bool disabled = false, notTrusted = false;
 };
 

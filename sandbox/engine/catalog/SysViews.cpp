@@ -139,20 +139,23 @@ const std::vector<ViewDefinition>& SysViews() {
                         {"definition", M, "o.text"},
                         {"is_system_named", B, "o.auto_named"}})},
         {"foreign_keys", ViewHome::Sys, "FROM @m_object o WHERE o.type='F'",
-         ObjectColumns({{"referenced_object_id", I, "o.ref_id"},
-                        {"key_index_id", I, "o.index_id"},
-                        {"is_disabled", B, "o.disabled"},
-                        {"is_not_for_replication", B, "0"},
-                        {"is_not_trusted", B, "o.not_trusted"},
-                        {"delete_referential_action", T, "o.on_delete"},
-                        {"delete_referential_action_desc", N60,
-                         "CASE o.on_delete WHEN 1 THEN 'CASCADE' WHEN 2 THEN 'SET_NULL' ELSE "
-                         "'NO_ACTION' END"},
-                        {"update_referential_action", T, "o.on_update"},
-                        {"update_referential_action_desc", N60,
-                         "CASE o.on_update WHEN 1 THEN 'CASCADE' WHEN 2 THEN 'SET_NULL' ELSE "
-                         "'NO_ACTION' END"},
-                        {"is_system_named", B, "o.auto_named"}})},
+         ObjectColumns(
+             {{"referenced_object_id", I, "o.ref_id"},
+              {"key_index_id", I, "o.index_id"},
+              {"is_disabled", B, "o.disabled"},
+              {"is_not_for_replication", B, "0"},
+              {"is_not_trusted", B, "o.not_trusted"},
+              {"delete_referential_action", T, "o.on_delete"},
+              {"delete_referential_action_desc", N60,
+               "CASE o.on_delete WHEN 1 THEN 'CASCADE' WHEN 2 THEN 'SET_NULL' WHEN 3 THEN "
+               "'SET_DEFAULT' ELSE "
+               "'NO_ACTION' END"},
+              {"update_referential_action", T, "o.on_update"},
+              {"update_referential_action_desc", N60,
+               "CASE o.on_update WHEN 1 THEN 'CASCADE' WHEN 2 THEN 'SET_NULL' WHEN 3 THEN "
+               "'SET_DEFAULT' ELSE "
+               "'NO_ACTION' END"},
+              {"is_system_named", B, "o.auto_named"}})},
         {"foreign_key_columns",
          ViewHome::Sys,
          "FROM @m_fk_column f",

@@ -217,8 +217,11 @@ void TableBuilder::AddForeignKey(const TableMeta& table, const ConstraintDef& de
     object.parentId = table.id;
     object.referencedId = parent->id;
     object.indexId = indexId;
-    object.onDelete = def.deleteCascade ? 1 : def.deleteSetNull ? 2 : 0;
-    object.onUpdate = def.updateCascade ? 1 : def.updateSetNull ? 2 : 0;
+    const auto action = [](bool cascade, bool setNull, bool setDefault) {
+        return cascade ? 1 : setNull ? 2 : setDefault ? 3 : 0;
+    };
+    object.onDelete = action(def.deleteCascade, def.deleteSetNull, def.deleteSetDefault);
+    object.onUpdate = action(def.updateCascade, def.updateSetNull, def.updateSetDefault);
     object.notTrusted = !check;
     object.autoNamed = def.name.empty();
     if (column != nullptr) object.columnId = key.columns.front().first;

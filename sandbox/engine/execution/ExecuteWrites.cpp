@@ -328,9 +328,8 @@ void Executor::PrepareOutput(Plan& plan, const OutputClause& output, const Sourc
     for (std::size_t i = 0; i < columns.size(); ++i) {
         const Expr& value = *output.values[i];
         if (SameName(value.name.front(), own)) {
-            throw SqlError(4104,
-                           Format(u"The multi-part identifier \"%1\" could not be bound.",
-                                  {value.name.front() + u"." + value.name.back()}));
+            throw SqlError(4104, Format(u"The multi-part identifier \"%1\" could not be bound.",
+                                        {value.name.front() + u"." + value.name.back()}));
         }
         names.push_back(columns[i]->Sql());
         values.push_back(translator.Stored(translator.Expression(value, scope), columns[i]->type));

@@ -1,6 +1,7 @@
 // Foreign keys are checked when their statement has ended. The triggers note the keys that were
 // written or taken away; here each is looked up, and cascades run.
 #include "sandbox/engine/execution/Executor.h"
+#include "sandbox/engine/translation/Translator.h"
 
 namespace sandbox::engine {
 namespace {
@@ -91,11 +92,16 @@ void Executor::CheckParent(Catalog& catalog, const ForeignKeyMeta& key, const Pe
     }
     std::string sql = "DELETE FROM " + storage + where;
     std::size_t first = 0;
-    if (pending.updated || action == 2) {
+    if (pending.updated || action != 1) {
         std::string sets;
+        Translator translator(context_);
+        translator.inlineLiterals = true;
         for (const auto& [childId, parentId] : key.columns) {
-            sets += (sets.empty() ? "" : ",") + child->FindById(childId)->Sql() +
-                    (action == 2 ? "=NULL" : "=?");
+            const ColumnMeta& column = *child->FindById(childId);
+            sets += (sets.empty() ? "" : ",") + column.Sql() + "=" +
+                    (action == 1   ? "?"
+                     : action == 2 ? "NULL"
+                                   : DefaultSql(translator, column));
         }
         sql = "UPDATE " + storage + " SET " + sets + where;
         if (action == 1) first = pending.newKey.size();

@@ -142,6 +142,7 @@ struct ConstraintDef {
     std::vector<std::u16string> referencedColumns;
     bool deleteCascade = false, updateCascade = false;
     bool deleteSetNull = false, updateSetNull = false;
+    bool deleteSetDefault = false, updateSetDefault = false;
     bool ignoreDuplicates = false;
     std::u16string text;       // CHECK, DEFAULT: the expression as written
     std::u16string forColumn;  // DEFAULT ... FOR column

@@ -369,8 +369,8 @@ StmtPtr Parser::RaisErrorStatement() {
         s->args.push_back(Expression());
         const ExprKind kind = s->args.back()->kind;
         // what fills the places is a constant or a variable, no expression
-        const bool plain = kind == ExprKind::Literal || kind == ExprKind::Variable ||
-                           kind == ExprKind::Unary;
+        const bool plain =
+            kind == ExprKind::Literal || kind == ExprKind::Variable || kind == ExprKind::Unary;
         if (s->args.size() > 3 && !plain) Unexpected();
     } while (TakeSymbol(u","));
     ExpectSymbol(u")");

@@ -250,8 +250,12 @@ void Parser::ReferencesTail(ConstraintDef& c) {
         if (TakeWord(u"CASCADE")) {
             (onDelete ? c.deleteCascade : c.updateCascade) = true;
         } else if (TakeWord(u"SET")) {
-            ExpectWord(u"NULL");
-            (onDelete ? c.deleteSetNull : c.updateSetNull) = true;
+            if (TakeWord(u"DEFAULT")) {
+                (onDelete ? c.deleteSetDefault : c.updateSetDefault) = true;
+            } else {
+                ExpectWord(u"NULL");
+                (onDelete ? c.deleteSetNull : c.updateSetNull) = true;
+            }
         } else {
             ExpectWord(u"NO");
             ExpectWord(u"ACTION");

@@ -90,8 +90,8 @@ StmtPtr Parser::DeleteStatement() {
     return s;
 }
 
-// Of OUTPUT only what goes into a table, and comes from the sources that are joined: no INSERTED and
-// DELETED.
+// Of OUTPUT only what goes into a table, and comes from the sources that are joined: no INSERTED
+// and DELETED.
 OutputClause Parser::Output() {
     OutputClause output;
     if (!TakeWord(u"OUTPUT")) return output;

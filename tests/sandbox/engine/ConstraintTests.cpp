@@ -115,6 +115,29 @@ TEST(Constraints, CascadesFollow) {
               "#1\n20|2\n20\n");
 }
 
+TEST(Constraints, CascadesSetNullOrTheDefault) {
+    Box box;
+    box.Text(u"CREATE TABLE p (id int PRIMARY KEY) INSERT p VALUES (0), (1), (2), (3)");
+    box.Text(
+        u"CREATE TABLE n (pid int NULL REFERENCES p (id) ON DELETE SET NULL ON UPDATE SET NULL)");
+    box.Text(
+        u"CREATE TABLE d (pid int DEFAULT (0) CONSTRAINT FK_d REFERENCES p (id) ON DELETE SET"
+        u" DEFAULT ON UPDATE SET DEFAULT)");
+    box.Text(u"INSERT n VALUES (1), (2), (3) INSERT d VALUES (1), (2), (3)");
+    EXPECT_EQ(box.Text(u"DELETE p WHERE id = 1 UPDATE p SET id = 9 WHERE id = 2"
+                       u" SELECT pid FROM n ORDER BY pid SELECT pid FROM d ORDER BY pid"),
+              "#1\n#1\nNULL\nNULL\n3\n0\n0\n3\n");
+    EXPECT_EQ(box.Text(u"SELECT delete_referential_action, update_referential_action_desc FROM"
+                       u" sys.foreign_keys WHERE name = 'FK_d'"),
+              "3|SET_DEFAULT\n");
+    // which has to be there
+    EXPECT_EQ(box.Text(u"DELETE d WHERE pid = 0 DELETE p WHERE id = 0 DELETE p WHERE id = 3")
+                  .substr(0, 10),
+              "#2\n#1\n!547");
+    box.Text(u"ALTER TABLE d NOCHECK CONSTRAINT FK_d DELETE p WHERE id = 3");
+    EXPECT_EQ(box.Text(u"SELECT pid FROM d"), "3\n");
+}
+
 TEST(Constraints, ChecksLetUnknownPass) {
     Box box;
     box.Text(

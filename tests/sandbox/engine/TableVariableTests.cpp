@@ -23,8 +23,9 @@ TEST(TableVariables, BelongToTheirBatch) {
 
 TEST(TableVariables, OfAProcedureAreItsOwn) {
     Box box;
-    box.Text(u"CREATE PROCEDURE p AS DECLARE @t TABLE (a int) INSERT @t VALUES (2) SELECT * FROM"
-             u" @t");
+    box.Text(
+        u"CREATE PROCEDURE p AS DECLARE @t TABLE (a int) INSERT @t VALUES (2) SELECT * FROM"
+        u" @t");
     EXPECT_EQ(box.Text(u"DECLARE @t TABLE (a int) INSERT @t VALUES (1) EXEC p SELECT * FROM @t"),
               "#1\n#1\n2\n1\n");
 }
@@ -103,12 +104,11 @@ TEST_F(Output, IsNothingWhereTheStatementFails) {
                        u" SELECT COUNT(*) FROM @d")
                   .substr(0, 5),
               "!2627");
-    EXPECT_TRUE(
-        box.Text(u"SET NOCOUNT ON DECLARE @v TABLE (n int) INSERT @v VALUES (4)"
-                 u" DECLARE @d TABLE (n int)"
-                 u" UPDATE t SET id = 1 OUTPUT v.n INTO @d FROM t CROSS JOIN @v AS v"
-                 u" SELECT COUNT(*) FROM @d")
-            .ends_with("\n0\n"));
+    EXPECT_TRUE(box.Text(u"SET NOCOUNT ON DECLARE @v TABLE (n int) INSERT @v VALUES (4)"
+                         u" DECLARE @d TABLE (n int)"
+                         u" UPDATE t SET id = 1 OUTPUT v.n INTO @d FROM t CROSS JOIN @v AS v"
+                         u" SELECT COUNT(*) FROM @d")
+                    .ends_with("\n0\n"));
 }
 
 TEST_F(Output, IsOfJoinedSourcesOnly) {
