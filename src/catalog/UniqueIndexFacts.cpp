@@ -78,7 +78,7 @@ std::vector<UniqueIndexFacts> ReadUniqueIndexFacts(const std::shared_ptr<Connect
     sql += version >= FirstVersionWithFilters ? u" i.has_filter, i.filter_definition"
                                               : u" 0, CAST(NULL AS nvarchar(max))";
     sql +=
-        u" FROM sys.indexes i"
+        u", i.ignore_dup_key FROM sys.indexes i"
         u" INNER JOIN sys.index_columns k"
         u" ON k.object_id = i.object_id AND k.index_id = i.index_id"
         u" INNER JOIN sys.columns c"
@@ -96,7 +96,7 @@ std::vector<UniqueIndexFacts> ReadUniqueIndexFacts(const std::shared_ptr<Connect
         const auto field = [&](std::size_t number) { return rows.Fields(number).Value(); };
         const std::int64_t id = ToInt64(field(0));
         if (indexes.empty() || id != last) {
-            indexes.push_back({field(1).Get<std::u16string>(), {}, true});
+            indexes.push_back({field(1).Get<std::u16string>(), {}, true, ToInt64(field(7)) != 0});
             if (ToInt64(field(5)) != 0) AddExpression(indexes.back(), field(6));
         }
         last = id;

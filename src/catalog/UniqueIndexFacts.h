@@ -24,6 +24,8 @@ struct UniqueIndexFacts {
     // False where the login may not read the filter, or how a column is computed: any column of the
     // table may be one of them then.
     bool Known = true;
+    // IGNORE_DUP_KEY: rows that it has already are not inserted, and that is no error.
+    bool IgnoresDuplicates = false;
 };
 
 // Of a table in the connection's current database, in index-id order. `version`: the major version

@@ -22,6 +22,8 @@ class BatchWriter {
     void Add(std::u16string_view statements);
     // In a batch of its own.
     void AddAlone(std::u16string_view statement);
+    // For variables, which have one name each in a batch.
+    std::uint32_t NextName() { return ++names_; }
     // `cleanUp`: statements that run whatever has happened.
     void End(const std::vector<std::u16string>& cleanUp);
 
@@ -33,6 +35,7 @@ class BatchWriter {
 
     const std::function<void(std::u16string_view)>& out_;
     std::uint32_t batch_ = 0;
+    std::uint32_t names_ = 0;
     std::size_t written_ = 0;  // of the open batch
     bool open_ = false;
 };

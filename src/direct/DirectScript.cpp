@@ -45,6 +45,7 @@ struct Target {
     DirectShape shape;
     std::uint64_t inserts = 0, updates = 0, deletes = 0;
     Positions unique;  // columns outside of the key that are updated and that a unique index sees
+    bool dropsDuplicates = false;  // a unique index has IGNORE_DUP_KEY
     WrittenTable written;
 };
 
@@ -170,6 +171,9 @@ class DirectScriptWriter::Impl {
         told.leftOut = WhyLeftOut(target, *facts);
         if (told.LeftOut()) return;
         const auto unique = ReadUniqueIndexFacts(connection_, version_, name);
+        target.dropsDuplicates =
+            std::any_of(unique.begin(), unique.end(),
+                        [](const UniqueIndexFacts& index) { return index.IgnoresDuplicates; });
         WrittenTable& written = target.written;
         written.name = name;
         written.inserts = target.inserts > 0;
@@ -308,9 +312,10 @@ class DirectScriptWriter::Impl {
     void ForEach(bool childrenFirst, BatchWriter& batches, const Action& action) {
         std::vector<std::size_t> order = order_.order;
         if (childrenFirst) std::reverse(order.begin(), order.end());
-        const StatementStyle style{version_ >= FirstVersionWithLists, options_.guard};
         for (const std::size_t i : order) {
             if (begins_) begins_(targets_[i].table);
+            const StatementStyle style{version_ >= FirstVersionWithLists, options_.guard,
+                                       targets_[i].dropsDuplicates};
             StatementWriter writer(targets_[i].shape, options_.target, style, batches);
             action(i, writer);
             writer.Flush();

@@ -29,7 +29,7 @@ void InsertLists::Flush() {
         text += (i == 0 ? u"\r\n(" : u",\r\n(") + Joined(rows_[i]) + u")";
     text += check;
     if (table_.identity) text += u"\r\nSET IDENTITY_INSERT " + table_.name + u" OFF";
-    batches_.Add(text);
+    out_(text);
     rows_.clear();
     gathered_ = 0;
 }

@@ -4,10 +4,9 @@
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
-
-#include "direct/BatchWriter.h"
 
 namespace QuillonLib {
 
@@ -32,8 +31,9 @@ class InsertLists {
         std::function<std::u16string(std::size_t rows, const Row& first)> check;
     };
 
-    // `batches` must outlive the object.
-    InsertLists(Table table, BatchWriter& batches) : table_(std::move(table)), batches_(batches) {}
+    // `out` gets each statement, of whole lines without the last line end.
+    InsertLists(Table table, std::function<void(std::u16string_view)> out)
+        : table_(std::move(table)), out_(std::move(out)) {}
 
     // `alone`: the row must not share a list with others.
     void Add(Row row, bool alone);
@@ -41,7 +41,7 @@ class InsertLists {
 
   private:
     Table table_;
-    BatchWriter& batches_;
+    std::function<void(std::u16string_view)> out_;
     std::vector<Row> rows_;
     std::size_t gathered_ = 0;  // characters
 };

@@ -23,6 +23,14 @@ bool Contains(const std::vector<std::size_t>& list, std::size_t item) {
     return std::find(list.begin(), list.end(), item) != list.end();
 }
 
+// "key (5)"
+std::u16string Which(std::u16string_view what, std::u16string_view values) {
+    return std::u16string(what)
+        .append(u" (")
+        .append(Beginning(values, MaxShownKey))
+        .append(values.size() > MaxShownKey ? u"...)" : u")");
+}
+
 }  // namespace
 
 bool StatementWriter::Shape::operator<(const Shape& other) const {
@@ -45,20 +53,26 @@ StatementWriter::StatementWriter(const DirectShape& shape, int target, const Sta
 }
 
 void StatementWriter::MakeInserts() {
-    InsertLists::Table table{table_, {}, {}, WritesIdentity(), style_.lists, {}};
+    InsertLists::Table table{
+        table_, {}, {}, WritesIdentity(), style_.lists && !style_.dropsDuplicates, {}};
     for (std::size_t i = 0; i < shape_.columns.size(); ++i) {
         table.columns.push_back(QuoteIdentifier(TargetFacts(i).Name));
         table.nulls.push_back(TypedNull(i));
     }
-    if (style_.guard) {
-        table.check = [this](std::size_t rows, const InsertLists::Row& first) {
-            std::vector<std::u16string> key;
-            for (const std::size_t column : shape_.key)
-                key.push_back(first[column]);
-            return Check(rows, Joined(key), u"not every row was inserted.");
-        };
-    }
-    inserts_.emplace(std::move(table), batches_);
+    table.check = [this](std::size_t rows, const InsertLists::Row& first) {
+        std::vector<std::u16string> key;
+        for (const std::size_t column : shape_.key)
+            key.push_back(first[column]);
+        const std::u16string which =
+            shape_.key.empty() ? Which(u"row", Joined(first)) : Which(u"key", Joined(key));
+        return Check(rows, which,
+                     rows == 1 ? u"the row was not inserted." : u"not every row was inserted.");
+    };
+    inserts_.emplace(std::move(table), ToBatches());
+}
+
+std::function<void(std::u16string_view)> StatementWriter::ToBatches() const {
+    return [&batches = batches_](std::u16string_view statement) { batches.Add(statement); };
 }
 
 const ColumnFacts& StatementWriter::TargetFacts(std::size_t column) const {
@@ -134,29 +148,30 @@ StatementWriter::Cell StatementWriter::ConditionCell(const Condition& condition,
                                                      const DirectRow& row, bool ofTarget) const {
     const Value& value = row[condition.column];
     const ColumnLiterals& literals = (ofTarget ? ofTarget_ : ofSource_)[condition.column];
-    if (value.IsNull()) return {condition.exact ? u"NULL" : literals.Of(value), true};
+    if (value.IsNull()) return {condition.exact ? u"NULL" : literals.Of(value), true, false};
     const ColumnFacts& facts = TargetFacts(condition.column);
     if (!condition.exact) {
         // which is a float by itself
         const bool real = facts.DataType == u"real";
-        return {real ? u"CAST(" + literals.Of(value) + u" AS real)" : literals.Of(value), false};
+        return {real ? u"CAST(" + literals.Of(value) + u" AS real)" : literals.Of(value), false,
+                literals.StandsAlone(value)};
     }
     switch (ClassifyType(facts).value().cells) {
         case CellClass::Float:
         case CellClass::Offset:
             return {u"CAST(CAST(" + literals.Of(value) + u" AS " + DeclaredType(facts) +
                         u") AS varbinary(20))",
-                    false};
+                    false, false};
         case CellClass::Variant: {
             const VariantCell cell(value);
             return {HexText(cell.Bytes()).append(Terminator).append(HexDigits(cell.BaseType())),
-                    false};
+                    false, false};
         }
         default:
             break;
     }
-    if (ofTarget) return {BytesText(value).append(Terminator), false};
-    return {literals.BytesOf(value).append(u" + 0x").append(Terminator), false};
+    if (ofTarget) return {BytesText(value).append(Terminator), false, false};
+    return {literals.BytesOf(value).append(u" + 0x").append(Terminator), false, false};
 }
 
 StatementWriter::Line StatementWriter::MakeLine(const Shape& shape, const DirectRow& row,
@@ -286,22 +301,21 @@ std::u16string StatementWriter::TypedNull(const Condition& condition) const {
 }
 
 std::u16string StatementWriter::Check(std::size_t expected, const Line& first) const {
-    if (!style_.guard && !shape_.key.empty()) return {};
     std::vector<std::u16string> key;
     for (std::size_t i = 0; i < shape_.key.size(); ++i)
         key.push_back(first.conditions[i].literal);
-    return Check(expected, Joined(key), u"a row is not as it was compared.");
+    const std::u16string which = Which(u"key", Joined(key));
+    if (style_.guard) return Check(expected, which, u"a row is not as it was compared.");
+    return Check(expected, which, u"a row is missing, or there more than once.");
 }
 
-std::u16string StatementWriter::Check(std::size_t expected, std::u16string_view key,
+std::u16string StatementWriter::Check(std::size_t expected, std::u16string_view which,
                                       std::u16string_view failure) const {
     std::u16string where = u"Table " + table_;
-    if (!key.empty()) {
-        where += expected > 1 ? u", among the rows from key (" : u", key (";
-        where.append(Beginning(key, MaxShownKey)).append(u")");
-    }
+    where += expected > 1 ? u", among the rows from " : u", ";
     return u"\r\nIF @@ROWCOUNT <> " + ToText(static_cast<std::int64_t>(expected)) +
-           u"\r\nBEGIN\r\n    RAISERROR(N'" + MessageText(where.append(u": ").append(failure)) +
+           u"\r\nBEGIN\r\n    RAISERROR(N'" +
+           MessageText(where.append(which).append(u": ").append(failure)) +
            u"', 16, 1)\r\n    IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\r\n    RETURN\r\nEND";
 }
 
@@ -362,6 +376,7 @@ void StatementWriter::WriteList(const Shape& shape, const std::vector<Line>& lin
         anyNull.push_back(std::any_of(lines.begin(), lines.end(),
                                       [&](const Line& line) { return line.conditions[i].null; }));
     }
+    if (style_.guard) return WriteGuardedList(shape, lines, anyNull);
     for (std::size_t i = 0; shape.kind == Kind::Update && i < shape.columns.size(); ++i)
         AppendTerm(names, u", ", Numbered(u'n', i));
     std::u16string text =
@@ -416,7 +431,11 @@ void StatementWriter::DeleteWhole(const DirectRow& row) {
                    line.conditions[i].null ? column + u" IS NULL"
                                            : column + u" = " + line.conditions[i].literal);
     }
-    batches_.Add(u"DELETE TOP (1) FROM " + table_ + u"\r\nWHERE " + where + Check(1, line));
+    std::vector<std::u16string> values;
+    for (std::size_t i = 0; i < row.size(); ++i)
+        values.push_back(ofTarget_[i].Of(row[i]));
+    batches_.Add(u"DELETE TOP (1) FROM " + table_ + u"\r\nWHERE " + where +
+                 Check(1, Which(u"row", Joined(values)), u"it is not there any more."));
 }
 
 }  // namespace QuillonLib

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -18,6 +19,8 @@ namespace QuillonLib {
 struct StatementStyle {
     bool lists = true;  // the server knows lists of rows (SQL Server 2008)
     bool guard = false;
+    // A unique index of the target drops rows that it has: each is inserted, and named, by itself.
+    bool dropsDuplicates = false;
 };
 
 class StatementWriter {
@@ -57,6 +60,7 @@ class StatementWriter {
     struct Cell {
         std::u16string literal;
         bool null = false;
+        bool alone = false;  // must not share a list
     };
     // One row of a statement: the cells of its conditions, then those that it sets or inserts.
     struct Line {
@@ -106,8 +110,16 @@ class StatementWriter {
     void Write(const Shape& shape, const std::vector<Line>& lines);
     void WriteList(const Shape& shape, const std::vector<Line>& lines);
     void WriteSingle(const Shape& shape, const Line& line);
+    InsertLists::Table LinesTable(const Shape& shape, std::u16string name,
+                                  std::u16string& declared) const;
+    std::u16string GuardedWrite(const Shape& shape, const std::u16string& table,
+                                const std::vector<bool>& anyNull, std::size_t expected,
+                                bool many) const;
+    void WriteGuardedList(const Shape& shape, const std::vector<Line>& lines,
+                          const std::vector<bool>& anyNull);
     void DeleteWhole(const DirectRow& row);
     void MakeInserts();
+    std::function<void(std::u16string_view)> ToBatches() const;
     Line MakeUpdate(Shape& shape, const DirectRow& row, const DirectRow& source,
                     const std::vector<bool>& changed, bool& alone) const;
     std::u16string NewValue(std::size_t column, const DirectRow& row, const DirectRow& source,
@@ -121,7 +133,8 @@ class StatementWriter {
     std::u16string Join(const Shape& shape, const std::vector<bool>& anyNull) const;
     std::u16string LeftSide(const Condition& condition, const std::u16string& prefix) const;
     std::u16string Check(std::size_t expected, const Line& first) const;
-    std::u16string Check(std::size_t expected, std::u16string_view key,
+    // `which`: "key (5)", or empty.
+    std::u16string Check(std::size_t expected, std::u16string_view which,
                          std::u16string_view failure) const;
     std::u16string TypedNull(std::size_t column) const;
     std::u16string TypedNull(const Condition& condition) const;

@@ -42,8 +42,6 @@ bool StatementWriter::FitsOneList() const {
     return style_.lists && cells <= MaxListCells && size <= MaxListText;
 }
 
-// Its columns are declared as those of the target, so that they hold what those do, and are
-// compared as those are.
 void StatementWriter::MakeWaiting(const std::vector<std::size_t>& columns) {
     Shape shape{Kind::Update, {}, columns};
     for (const std::size_t column : shape_.key)
@@ -51,26 +49,12 @@ void StatementWriter::MakeWaiting(const std::vector<std::size_t>& columns) {
     for (const std::size_t column : columns) {
         if (style_.guard) shape.conditions.push_back({column, ByBytes(column)});
     }
-    InsertLists::Table table{std::u16string(WaitingTable), {}, {}, false, style_.lists, {}};
     std::u16string declared;
-    const auto add = [&](std::u16string name, std::size_t column, bool bytes, std::u16string null) {
-        const ColumnFacts& facts = TargetFacts(column);
-        std::u16string type = bytes ? u"varbinary(max)" : DeclaredType(facts);
-        if (!bytes && !facts.Collation.empty()) type += u" COLLATE " + facts.Collation;
-        AppendTerm(declared, u", ", name + u" " + type + u" NULL");
-        table.columns.push_back(std::move(name));
-        table.nulls.push_back(std::move(null));
-    };
-    for (std::size_t i = 0; i < shape.conditions.size(); ++i) {
-        const Condition& condition = shape.conditions[i];
-        add(Numbered(u'k', i), condition.column, condition.exact, TypedNull(condition));
-    }
-    for (std::size_t i = 0; i < columns.size(); ++i)
-        add(Numbered(u'n', i), columns[i], false, TypedNull(columns[i]));
+    InsertLists::Table table = LinesTable(shape, std::u16string(WaitingTable), declared);
     batches_.AddAlone(u"CREATE TABLE " + std::u16string(WaitingTable) + u" (" + declared + u")");
     std::vector<bool> anyNull(shape.conditions.size(), false);
-    waiting_.emplace(
-        Waiting{std::move(shape), InsertLists(std::move(table), batches_), std::move(anyNull), {}});
+    waiting_.emplace(Waiting{
+        std::move(shape), InsertLists(std::move(table), ToBatches()), std::move(anyNull), {}});
 }
 
 void StatementWriter::AddWaiting(const DirectRow& row, const DirectRow& source,
@@ -79,11 +63,9 @@ void StatementWriter::AddWaiting(const DirectRow& row, const DirectRow& source,
     InsertLists::Row cells;
     bool alone = false;
     for (std::size_t i = 0; i < line.conditions.size(); ++i) {
-        const Condition& condition = waiting_->shape.conditions[i];
         const Cell& cell = line.conditions[i];
         if (cell.null) waiting_->anyNull[i] = true;
-        alone = alone || (!condition.exact &&
-                          ofTarget_[condition.column].StandsAlone(row[condition.column]));
+        alone = alone || cell.alone;
         cells.push_back(cell.literal);
     }
     for (const std::size_t column : waiting_->shape.columns)
@@ -95,10 +77,13 @@ void StatementWriter::AddWaiting(const DirectRow& row, const DirectRow& source,
 void StatementWriter::FlushTogether() {
     if (waiting_) {
         waiting_->rows.Flush();
-        batches_.Add(u"UPDATE t SET " + Sets(waiting_->shape) + u"\r\nFROM " + table_ +
-                     u" AS t INNER JOIN " + std::u16string(WaitingTable) + u" AS v ON " +
-                     Join(waiting_->shape, waiting_->anyNull) +
-                     Check(waiting_->count, waiting_->first));
+        const std::u16string table(WaitingTable);
+        batches_.Add(style_.guard ? GuardedWrite(waiting_->shape, table, waiting_->anyNull,
+                                                 waiting_->count, true)
+                                  : u"UPDATE t SET " + Sets(waiting_->shape) + u"\r\nFROM " +
+                                        table_ + u" AS t INNER JOIN " + table + u" AS v ON " +
+                                        Join(waiting_->shape, waiting_->anyNull) +
+                                        Check(waiting_->count, waiting_->first));
         batches_.AddAlone(u"DROP TABLE " + std::u16string(WaitingTable));
         waiting_.reset();
     }

@@ -25,6 +25,27 @@ class DirectSyncTest : public TwoServers {
         fault.contains = contains;
         return fault;
     }
+    // Changes the second database between the comparison and the script.
+    Outcome SyncWhile(const std::u16string& change) {
+        other.ClearLog();
+        sandbox::Fault slow = Strike(sandbox::FaultKind::Delay, u"BEGIN TRANSACTION");
+        slow.delay = std::chrono::milliseconds(2000);
+        other.AddFault(slow);
+        std::thread changer([&] {
+            const auto isWaiting = [&] {
+                for (const std::u16string& batch : Batches(other)) {
+                    if (batch.find(u"BEGIN TRANSACTION") != std::u16string::npos) return true;
+                }
+                return false;
+            };
+            for (int i = 0; i < 1000 && !isWaiting(); ++i)
+                std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            RunOnSecond(change);
+        });
+        const Outcome outcome = Sync();
+        changer.join();
+        return outcome;
+    }
 };
 
 TEST_F(DirectSyncTest, EndsIdentical) {
@@ -100,22 +121,7 @@ TEST_F(DirectSyncTest, TablesThatReferToEachOtherComeInOrder) {
 
 // The row is not what it was when the rows were compared.
 TEST_F(DirectSyncTest, AGuardRefusesARowThatHasChanged) {
-    sandbox::Fault slow = Strike(sandbox::FaultKind::Delay, u"BEGIN TRANSACTION");
-    slow.delay = std::chrono::milliseconds(2000);
-    other.AddFault(slow);
-    std::thread changer([&] {
-        const auto isWaiting = [&] {
-            for (const std::u16string& batch : Batches(other)) {
-                if (batch.find(u"BEGIN TRANSACTION") != std::u16string::npos) return true;
-            }
-            return false;
-        };
-        for (int i = 0; i < 1000 && !isWaiting(); ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        RunOnSecond(u"UPDATE t SET name = 'meanwhile' WHERE id = 2");
-    });
-    const Outcome outcome = Sync();
-    changer.join();
+    const Outcome outcome = SyncWhile(u"UPDATE t SET name = 'meanwhile' WHERE id = 2");
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_TRUE(Holds(outcome.err, "quillon: batch 2 of 3, about [dbo].[t], failed in " + second +
                                        ", and everything was rolled back:\n"))
@@ -123,6 +129,38 @@ TEST_F(DirectSyncTest, AGuardRefusesARowThatHasChanged) {
     EXPECT_TRUE(Holds(outcome.err, "Table [dbo].[t], key (2): a row is not as it was compared."))
         << outcome.err;
     EXPECT_EQ(RowsOfT(other), "1 same|2 meanwhile|4 new|");
+}
+
+// Of many that are written by one statement.
+TEST_F(DirectSyncTest, AGuardNamesTheRowThatHasChanged) {
+    RunOnBothServers(
+        u"CREATE TABLE b (v int)\nGO\n"
+        u"CREATE TABLE l (id int NOT NULL CONSTRAINT PK_l PRIMARY KEY, v int)");
+    const std::u16string fill =
+        u"DECLARE @i int SET @i = 0 WHILE @i < 60 BEGIN INSERT l VALUES (@i, 1) INSERT b VALUES"
+        u" (@i) SET @i = @i + 1 END ";
+    RunOnFirst(fill + u"DELETE l WHERE id >= 30 DELETE b");
+    RunOnSecond(fill + u"UPDATE l SET v = 2");
+    const struct {
+        const char16_t *change, *undo;
+        const char* message;
+    } cases[] = {
+        {u"UPDATE l SET v = 3 WHERE id = 17", u"UPDATE l SET v = 2 WHERE id = 17",
+         "Table [dbo].[l], key (17): a row is not as it was compared."},
+        {u"DELETE l WHERE id = 44", u"INSERT l VALUES (44, 2)",
+         "Table [dbo].[l], key (44): a row is not as it was compared."},
+        {u"DELETE b WHERE v = 31", u"INSERT b VALUES (31)",
+         "Table [dbo].[b], row (31): it is not there any more."},
+    };
+    for (const auto& each : cases) {
+        const Outcome outcome = SyncWhile(each.change);
+        EXPECT_EQ(outcome.exitCode, 2);
+        EXPECT_TRUE(Holds(outcome.err, each.message)) << outcome.err;
+        EXPECT_EQ(RowsOfT(other), Before2);
+        other.ClearFaults();
+        RunOnSecond(each.undo);
+    }
+    EXPECT_EQ(Sync().exitCode, 0);
 }
 
 TEST_F(DirectSyncTest, AConstraintRollsEverythingBack) {

@@ -1,21 +1,15 @@
 // Scripts in a client that sends each batch, and goes on whatever comes back.
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-
 #include "tests/direct/ScriptFixture.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/direct/TsqlClient.h"
 
 namespace QuillonLib {
 namespace {
 
 class ClientTest : public ScriptFixture {
   protected:
-    ClientTest() : folder(test::MakeTemporaryFolder()) {
+    ClientTest() {
         RunOnBoth(
             u"CREATE TABLE parent (id int PRIMARY KEY, t nvarchar(max), b varbinary(20))\n"
             u"CREATE TABLE child (id int PRIMARY KEY, p int REFERENCES parent (id))");
@@ -27,23 +21,7 @@ class ClientTest : public ScriptFixture {
             u"DECLARE @i int SET @i = 0 WHILE @i < 3000 BEGIN INSERT parent VALUES (@i * 2,"
             u" N'two', NULL) INSERT child VALUES (@i, @i * 2) SET @i = @i + 1 END");
     }
-    ~ClientTest() override { std::filesystem::remove_all(folder); }
-
-    // What tsql prints.
-    std::string Tsql(const std::u16string& script) {
-        const std::filesystem::path file = folder / "script.sql";
-        std::ofstream(file, std::ios::binary) << ToUtf8(script) << "\nexit\n";
-        const std::string command = "LC_ALL=C.UTF-8 tsql -H 127.0.0.1 -p " +
-                                    std::to_string(server2.Port()) + " -U sa -P sandbox -D w < '" +
-                                    file.string() + "' 2>&1";
-        std::string output;
-        std::FILE* const pipe = popen(command.c_str(), "r");
-        std::array<char, 4096> piece{};
-        while (const std::size_t size = std::fread(piece.data(), 1, piece.size(), pipe))
-            output.append(piece.data(), size);
-        pclose(pipe);
-        return output;
-    }
+    std::string Tsql(const std::u16string& script) { return RunInTsql(script, server2.Port()); }
 
     // Counts and sums that no two states of the test share.
     std::u16string State() {
@@ -53,8 +31,6 @@ class ClientTest : public ScriptFixture {
                On2(u"SELECT CAST(COUNT(*) AS varchar(9)) + ' ' + CAST(SUM(p) AS varchar(9)) FROM"
                    u" child");
     }
-
-    std::filesystem::path folder;
 };
 
 TEST_F(ClientTest, AWholeScriptMakesTheSidesEqual) {

@@ -198,8 +198,8 @@ TEST_P(UniqueValues, AreGuarded) {
         return;
     }
     ASSERT_EQ(errors.size(), 1U);
-    EXPECT_TRUE(errors[0].ends_with(
-        u"Table [dbo].[t], among the rows from key (0): a row is not as it was compared."))
+    EXPECT_TRUE(
+        errors[0].ends_with(u"Table [dbo].[t], key (790): a row is not as it was compared."))
         << ToUtf8(errors[0]);
     EXPECT_EQ(On2(u"SELECT code FROM t WHERE id = 790"), u"5000");
     EXPECT_EQ(On2(u"SELECT code FROM t WHERE id = 0"), u"799");
