@@ -4,7 +4,6 @@
 #include "cli/CommandOptions.h"
 #include "cli/DirectScripts.h"
 #include "cli/Roads.h"
-#include "cli/ScriptPlan.h"
 
 namespace quillon {
 
@@ -21,8 +20,6 @@ int WriteScriptsDirect(const ScriptFileOptions& options, Console& console) {
             [&] { files.clear(); });
     }
     ScriptSink::FinishAll(files);
-    for (const int side : sides)
-        NoteCascades(scripts.TablesWritten(side), run.Target(side), console);
     const std::vector<LeftOut> leftOut = scripts.NotBroughtOver();
     NoteLeftOut(leftOut, console);
     return options.comparison.Accepted(GravestCode(leftOut));

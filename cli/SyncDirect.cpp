@@ -9,7 +9,6 @@
 #include "cli/DirectScripts.h"
 #include "cli/Printable.h"
 #include "cli/Roads.h"
-#include "cli/ScriptPlan.h"
 #include "cli/SpooledScript.h"
 #include "cli/SyncEnding.h"
 
@@ -87,7 +86,6 @@ int SyncDirect(const SyncOptions& options, Console& console) {
         console.Print("Nothing that a script can do.");
         return before;
     }
-    NoteCascades(scripts.TablesWritten(side), target, console);
     const std::vector<TableChanges> plan = Planned(run, scripts, side);
     PrintPlan(plan, console);
     options.limits.Require(plan);

@@ -8,7 +8,8 @@ std::vector<ForeignKeyFacts> ReadForeignKeyFacts(const std::shared_ptr<Connectio
     Recordset rows;
     rows.Open(
         u"SELECT k.object_id, k.name, s1.name, o1.name, s2.name, o2.name,"
-        u" CAST(k.is_disabled AS int), c1.name, c2.name"
+        u" CAST(k.is_disabled AS int), c1.name, c2.name, CAST(k.is_not_trusted AS int),"
+        u" CAST(k.delete_referential_action AS int), CAST(k.update_referential_action AS int)"
         u" FROM sys.foreign_keys k"
         u" INNER JOIN sys.objects o1 ON o1.object_id = k.parent_object_id"
         u" INNER JOIN sys.schemas s1 ON s1.schema_id = o1.schema_id"
@@ -29,8 +30,17 @@ std::vector<ForeignKeyFacts> ReadForeignKeyFacts(const std::shared_ptr<Connectio
         };
         const std::int64_t id = ToInt64(rows.Fields(std::size_t{0}).Value());
         if (keys.empty() || id != last) {
-            const bool disabled = ToInt64(rows.Fields(std::size_t{6}).Value()) != 0;
-            keys.push_back({text(1), {text(2), text(3)}, {text(4), text(5)}, !disabled, {}});
+            const auto flag = [&](std::size_t field) {
+                return ToInt64(rows.Fields(field).Value()) != 0;
+            };
+            keys.push_back({text(1),
+                            {text(2), text(3)},
+                            {text(4), text(5)},
+                            !flag(6),
+                            !flag(9),
+                            flag(10),
+                            flag(11),
+                            {}});
         }
         last = id;
         keys.back().Columns.emplace_back(text(7), text(8));

@@ -17,6 +17,12 @@ struct ForeignKeyFacts {
     ObjectName Table;       // the referring table
     ObjectName Referenced;  // the one referred to
     bool Enabled = true;
+    // False where rows may be there that refer to nothing: nobody has looked since it was made, or
+    // switched on.
+    bool Trusted = true;
+    // ON DELETE, ON UPDATE: CASCADE, SET NULL or SET DEFAULT.
+    bool ActsOnDelete = false;
+    bool ActsOnUpdate = false;
     // Referring and referred column, in the order of the key.
     std::vector<std::pair<std::u16string, std::u16string>> Columns;
 };

@@ -249,8 +249,10 @@ class DirectScriptWriter::Impl {
         });
         ForEach(false, batches,
                 [this](std::size_t i, StatementWriter& writer) { FillDeferred(i, writer); });
-        for (const ForeignKeyFacts& key : order_.suspended)
-            batches.Add(AlterKey(key, u" WITH CHECK CHECK CONSTRAINT "));
+        for (const ForeignKeyFacts& key : order_.suspended) {
+            batches.Add(AlterKey(key, key.Trusted ? u" WITH CHECK CHECK CONSTRAINT "
+                                                  : u" WITH NOCHECK CHECK CONSTRAINT "));
+        }
         batches.End(identityTables_);
     }
 
@@ -273,8 +275,12 @@ class DirectScriptWriter::Impl {
             }
         }
         for (const ForeignKeyFacts& key : order_.suspended) {
-            head.push_back(u"Suspended, and checked again at the end: foreign key " + key.Name +
-                           u" of " + MakeTableEntry(key.Table.Owner, key.Table.Name));
+            head.push_back(std::u16string(key.Trusted
+                                              ? u"Suspended, and checked again at the end"
+                                              : u"Suspended, and not checked at the end, for it "
+                                                u"was not trusted") +
+                           u": foreign key " + key.Name + u" of " +
+                           MakeTableEntry(key.Table.Owner, key.Table.Name));
         }
         for (const std::u16string& table : AlteredTables())
             head.push_back(u"Takes the right to alter " + table);

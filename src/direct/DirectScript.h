@@ -56,7 +56,9 @@ struct DirectScriptTable {
 // Rows are deleted from children to parents, then updated and inserted from parents to children,
 // by the foreign keys of the target. Where these form a cycle, refer to their own table, or lead
 // away from rows that are deleted, their columns are NULL for the time being; where that cannot be,
-// those foreign keys are suspended, and checked again at the end.
+// those foreign keys are suspended, and checked again at the end. So are those that would delete or
+// change referring rows by themselves (ON DELETE, ON UPDATE), of whatever tables. One that the
+// server does not trust, for there may be rows that refer to nothing, is not checked at the end.
 class DirectScriptWriter {
   public:
     // `target`: the database of the side that is changed. Throws Error InvalidArgument for a target

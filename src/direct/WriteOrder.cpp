@@ -68,7 +68,10 @@ class Planner {
         for (const ForeignKeyFacts& key : keys) {
             const std::size_t child = FindTable(tables, key.Table);
             const std::size_t parent = FindTable(tables, key.Referenced);
-            if (key.Enabled && child != None && parent != None) {
+            if (!key.Enabled || parent == None) continue;
+            if (Acts(key, parent)) {
+                acting_.push_back(&key);
+            } else if (child != None) {
                 edges_.push_back({&key, child, parent});
             }
         }
@@ -78,6 +81,8 @@ class Planner {
         WriteOrder plan;
         plan.order = Sorted(tables_.size(), edges_);
         plan.deferred.resize(tables_.size());
+        for (const ForeignKeyFacts* const key : acting_)
+            plan.suspended.push_back(*key);
         std::vector<std::size_t> place(tables_.size());
         for (std::size_t i = 0; i < plan.order.size(); ++i)
             place[plan.order[i]] = i;
@@ -105,6 +110,13 @@ class Planner {
         return (refers && tables_[edge.parent].deletes) || ReferredIsChanged(edge);
     }
 
+    // Whether the server would delete or change referring rows by itself, of tables that are not
+    // written, too.
+    bool Acts(const ForeignKeyFacts& key, std::size_t parent) const {
+        return (key.ActsOnDelete && tables_[parent].deletes) ||
+               (key.ActsOnUpdate && IsChanged({&key, None, parent}, true));
+    }
+
     bool ReferredIsChanged(const Edge& edge) const { return IsChanged(edge, true); }
 
     bool IsChanged(const Edge& edge, bool referred) const {
@@ -128,6 +140,7 @@ class Planner {
 
     const std::vector<WrittenTable>& tables_;
     std::vector<Edge> edges_;
+    std::vector<const ForeignKeyFacts*> acting_;
 };
 
 }  // namespace

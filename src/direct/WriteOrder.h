@@ -24,9 +24,12 @@ struct WriteOrder {
     std::vector<std::size_t> order;  // parents before children
     // By table: positions of the columns that are NULL for the time being.
     std::vector<std::vector<std::size_t>> deferred;
+    // Also those that would act by themselves on what happens to the rows they refer to; their
+    // tables need not be among those that are written.
     std::vector<ForeignKeyFacts> suspended;
 };
 
+// `keys`: those of the database.
 WriteOrder OrderWrites(const std::vector<WrittenTable>& tables,
                        const std::vector<ForeignKeyFacts>& keys);
 

@@ -131,11 +131,15 @@ TEST_F(DirectScriptTest, AViewFollowsFromItsTables) {
     EXPECT_EQ(Script({"-o", "-", "-t", "v"}).exitCode, 1);
 }
 
-TEST_F(DirectScriptTest, CascadesAreNamed) {
+TEST_F(DirectScriptTest, CascadesAreSuspended) {
     RunOnBothServers(
         u"CREATE TABLE child (id int NOT NULL CONSTRAINT PK_ch PRIMARY KEY, tid int NULL "
         u"CONSTRAINT FK_ch REFERENCES t (id) ON DELETE CASCADE)");
-    EXPECT_TRUE(Holds(Script({"-o", "-"}).err, "foreign key FK_ch in " + second + " cascades"));
+    const Outcome outcome = Script({"-o", "-"});
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_TRUE(Holds(outcome.out,
+                      "-- Suspended, and checked again at the end: foreign key FK_ch "
+                      "of [dbo].[child]\r\n"));
 }
 
 TEST_F(DirectScriptTest, RowsThatConditionsLeaveOutAreExitCode3) {

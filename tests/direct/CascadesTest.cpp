@@ -1,0 +1,149 @@
+// Foreign keys of the target that act by themselves on rows that a script deletes or updates.
+#include <gtest/gtest.h>
+
+#include "tests/direct/ScriptFixture.h"
+
+namespace QuillonLib {
+namespace {
+
+class Cascades : public ScriptFixture, public ::testing::WithParamInterface<bool> {
+  protected:
+    Cascades() { scripted.guard = GetParam(); }
+
+    void MakeTables(const std::u16string& actions) {
+        RunOnBoth(
+            u"CREATE TABLE p (id int PRIMARY KEY, code int UNIQUE, a int)"
+            u" CREATE TABLE c (id int PRIMARY KEY, p int NULL DEFAULT (1) CONSTRAINT FK_c"
+            u" REFERENCES p (code) " +
+            actions + u")");
+    }
+
+    std::u16string States() {
+        return On2(
+            u"SELECT CAST(SUM(CAST(is_disabled AS int)) AS varchar(9)) + ' ' +"
+            u" CAST(SUM(CAST(is_not_trusted AS int)) AS varchar(9)) FROM sys.foreign_keys");
+    }
+};
+INSTANTIATE_TEST_SUITE_P(WithAndWithoutGuard, Cascades, ::testing::Bool());
+
+constexpr std::u16string_view Suspended =
+    u"-- Suspended, and checked again at the end: foreign key FK_c of [dbo].[c]\r\n";
+
+// The children are the same on both sides, and not chosen.
+TEST_P(Cascades, DoNotReachTablesThatAreNotWritten) {
+    for (const auto* action : {u"CASCADE", u"SET NULL", u"SET DEFAULT"}) {
+        SCOPED_TRACE(ToUtf8(action));
+        RunOnBoth(u"IF OBJECT_ID('c') IS NOT NULL DROP TABLE c");
+        RunOnBoth(u"IF OBJECT_ID('p') IS NOT NULL DROP TABLE p");
+        MakeTables(u"ON DELETE " + std::u16string(action));
+        RunOnBoth(u"INSERT p VALUES (1, 1, 1), (2, 2, 2), (3, 3, 3)");
+        RunOn1(u"DELETE p WHERE id = 3 INSERT c VALUES (1, 1), (2, 2)");
+        RunOn2(u"INSERT c VALUES (1, 1), (2, 2), (3, 3)");
+        const std::u16string script = Script({u"p"});
+        EXPECT_NE(script.find(Suspended), std::u16string::npos) << ToUtf8(script);
+        EXPECT_NE(script.find(u"-- Takes the right to alter [dbo].[c]\r\n"), std::u16string::npos);
+        // a row would be left without what it refers to
+        const Texts errors = Run(script);
+        ASSERT_EQ(errors.size(), 1U);
+        EXPECT_NE(errors[0].find(u"FK_c"), std::u16string::npos) << ToUtf8(errors[0]);
+        EXPECT_EQ(On2(u"SELECT SUM(p) FROM c"), u"6");
+        EXPECT_EQ(On2(u"SELECT COUNT(*) FROM p"), u"3");
+        // both together agree
+        ExpectToConverge({u"p", u"c"});
+        EXPECT_EQ(On2(u"SELECT SUM(p) FROM c"), u"3");
+        EXPECT_EQ(States(), u"0 0");
+    }
+}
+
+// The row comes back under another key, and what it is referred by stays.
+TEST_P(Cascades, DoNotTakeWhatRefersToARowThatComesAgain) {
+    MakeTables(u"ON DELETE CASCADE ON UPDATE CASCADE");
+    RunOn1(u"INSERT p VALUES (7, 5, 1), (2, 2, 1) INSERT c VALUES (1, 5), (2, 2)");
+    RunOn2(u"INSERT p VALUES (1, 5, 1), (2, 2, 1) INSERT c VALUES (1, 5), (2, 2)");
+    ExpectToConverge({u"p"});
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM c"), u"2");
+    EXPECT_EQ(States(), u"0 0");
+}
+
+// Values that swap would be swapped in the children, too.
+TEST_P(Cascades, DoNotFollowUpdatesOfWhatIsReferredTo) {
+    MakeTables(u"ON UPDATE CASCADE");
+    RunOn1(u"INSERT p VALUES (1, 8, 1), (2, 2, 1), (3, 3, 1) INSERT c VALUES (1, 8), (2, 2)");
+    RunOn2(u"INSERT p VALUES (1, 2, 1), (2, 8, 1), (3, 3, 1) INSERT c VALUES (1, 8), (2, 2)");
+    const std::u16string script = Script({u"p"});
+    EXPECT_NE(script.find(Suspended), std::u16string::npos) << ToUtf8(script);
+    ExpectToConverge({u"p"});
+    EXPECT_EQ(On2(u"SELECT p FROM c WHERE id = 1"), u"8");
+    EXPECT_EQ(States(), u"0 0");
+}
+
+// What does not happen to the rows they refer to, suspends none.
+TEST_P(Cascades, AreLeftAloneWhereNothingSetsThemOff) {
+    MakeTables(u"ON DELETE CASCADE ON UPDATE SET NULL");
+    RunOn1(u"INSERT p VALUES (1, 1, 1), (2, 2, 2) INSERT c VALUES (1, 1)");
+    RunOn2(u"INSERT p VALUES (1, 1, 9) INSERT c VALUES (1, 1), (2, 1)");
+    const std::u16string script = Script({u"p", u"c"});
+    EXPECT_EQ(script.find(u"ALTER TABLE"), std::u16string::npos) << ToUtf8(script);
+    EXPECT_EQ(script.find(u"right to alter"), std::u16string::npos);
+    ExpectToConverge({u"p", u"c"});
+}
+
+// Rows that refer to nothing have been there before.
+TEST_P(Cascades, ThatAreNotTrustedAreGivenBackSo) {
+    MakeTables(u"ON DELETE CASCADE");
+    const std::u16string orphan =
+        u"ALTER TABLE c NOCHECK CONSTRAINT FK_c INSERT c VALUES (9, 99)"
+        u" ALTER TABLE c WITH NOCHECK CHECK CONSTRAINT FK_c";
+    RunOn1(u"INSERT p VALUES (1, 1, 1) INSERT c VALUES (1, 1)\nGO\n" + orphan);
+    RunOn2(u"INSERT p VALUES (1, 1, 1), (2, 2, 2) INSERT c VALUES (1, 1)\nGO\n" + orphan);
+    EXPECT_EQ(States(), u"0 1");
+    const std::u16string script = Script({u"p"});
+    EXPECT_NE(script.find(u"-- Suspended, and not checked at the end, for it was not trusted: "
+                          u"foreign key FK_c of [dbo].[c]\r\n"),
+              std::u16string::npos)
+        << ToUtf8(script);
+    ExpectToConverge({u"p"});
+    EXPECT_EQ(States(), u"0 1");
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM c"), u"2");
+}
+
+TEST_P(Cascades, ThatAreDisabledStaySo) {
+    MakeTables(u"ON DELETE CASCADE");
+    RunOnBoth(u"ALTER TABLE c NOCHECK CONSTRAINT FK_c");
+    RunOn1(u"INSERT p VALUES (1, 1, 1) INSERT c VALUES (1, 1)");
+    RunOn2(u"INSERT p VALUES (1, 1, 1), (2, 2, 2) INSERT c VALUES (1, 1)");
+    EXPECT_EQ(Script({u"p"}).find(u"ALTER TABLE"), std::u16string::npos);
+    ExpectToConverge({u"p"});
+    EXPECT_EQ(States(), u"1 1");
+}
+
+// A cycle, too.
+TEST_P(Cascades, OrNotKeysOfCyclesKeepWhatTheyWere) {
+    RunOnBoth(
+        u"CREATE TABLE t (id int PRIMARY KEY, other int NOT NULL, CONSTRAINT self FOREIGN KEY"
+        u" (other) REFERENCES t (id))\nGO\nALTER TABLE t NOCHECK CONSTRAINT self"
+        u" INSERT t VALUES (5, 55) ALTER TABLE t WITH NOCHECK CHECK CONSTRAINT self");
+    RunOn1(u"INSERT t VALUES (1,2),(2,1)");
+    RunOn2(u"INSERT t VALUES (3,4),(4,3)");
+    ExpectToConverge({u"t"});
+    EXPECT_EQ(States(), u"0 1");
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM t"), u"3");
+}
+
+TEST_P(Cascades, TakeTheRightToAlterTheirTable) {
+    MakeTables(u"ON DELETE CASCADE");
+    RunOn2(u"INSERT p VALUES (2, 2, 2)");
+    RunOn2(
+        u"CREATE LOGIN little WITH PASSWORD = 'l' CREATE USER little FOR LOGIN little"
+        u" GRANT SELECT, INSERT, UPDATE, DELETE ON p TO little"
+        u" GRANT SELECT, INSERT, UPDATE, DELETE ON c TO little");
+    two->Username(u"little");
+    two->Password(u"l");
+    EXPECT_FALSE(Run(Script({u"p"})).empty());
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM p"), u"1");
+    RunOn2(u"GRANT ALTER ON c TO little");
+    ExpectToConverge({u"p"});
+}
+
+}  // namespace
+}  // namespace QuillonLib
