@@ -13,6 +13,7 @@
 #include "compare/EventSink.h"
 #include "compare/TableDifference.h"
 #include "core/BoundedArray.h"
+#include "core/Export.h"
 #include "core/Options.h"
 #include "util/EncryptedText.h"
 
@@ -22,7 +23,7 @@ class Recordset;
 
 // Create one, set EventSink, call an operation. An operation runs on the caller's thread, logs in
 // to the servers that it needs, and holds nothing open when it returns. Every failure is an Error.
-class Utils {
+class QUILLON_API Utils {
   public:
     // The text of the last failure of CompareContents or AvailableDatabases; each of the two
     // clears it first.

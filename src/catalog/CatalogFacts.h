@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "core/Export.h"
+
 namespace QuillonLib {
 
 // Bits of IndexFacts::Type. An index carries at most one of them: the index of a primary key is
@@ -23,7 +25,7 @@ struct ObjectName {
 };
 
 // char, varchar or text, whose characters are bytes in a code page.
-bool IsCodePageType(std::u16string_view dataType);
+QUILLON_API bool IsCodePageType(std::u16string_view dataType);
 
 struct ColumnFacts {
     std::u16string Name;

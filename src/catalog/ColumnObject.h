@@ -6,13 +6,14 @@
 #include <string>
 #include <string_view>
 
+#include "core/Export.h"
 #include "core/ObjectCollection.h"
 
 namespace QuillonLib {
 
 // The catalog of a Database fills only Name and Computed; a comparison fills the rest for the
 // columns of its results. PrimaryKey and CannotCompare are the caller's to change.
-class ColumnObject {
+class QUILLON_API ColumnObject {
   public:
     const std::u16string& Name() const { return name_; }
 
@@ -49,7 +50,7 @@ class ColumnObject {
 };
 
 // Columns by name, in the order of the catalog.
-class ColumnObjects : public ObjectCollection<ColumnObject> {
+class QUILLON_API ColumnObjects : public ObjectCollection<ColumnObject> {
   public:
     // "[a], [b], [c]": every column that is compared or belongs to the key. Names are bracketed
     // as they stand; empty when no column qualifies.

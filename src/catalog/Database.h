@@ -7,6 +7,7 @@
 
 #include "catalog/LoginData.h"
 #include "catalog/TableObject.h"
+#include "core/Export.h"
 
 namespace QuillonLib {
 
@@ -14,7 +15,7 @@ class PropertyBag;
 
 // Holds no connection between calls: an operation that needs the server logs in, works, and lets
 // go before it returns. Changing a property does not drop a catalog already loaded; Refresh does.
-class Database {
+class QUILLON_API Database {
   public:
     // The server instance: "HOST", "HOST,port" or "HOST\INSTANCE". Passed to the driver unchanged.
     const std::u16string& Server() const { return login_.Server; }

@@ -6,11 +6,12 @@
 #include <string_view>
 
 #include "catalog/Database.h"
+#include "core/Export.h"
 #include "core/ObjectCollection.h"
 
 namespace QuillonLib {
 
-class Databases : public ObjectCollection<Database> {
+class QUILLON_API Databases : public ObjectCollection<Database> {
   public:
     // A new Database with the next ID: 1, 2, 3 ... in the order of creation, never given twice.
     // Error 457 for a key that is taken; an ID has then been used up all the same.

@@ -6,11 +6,12 @@
 #include <string>
 #include <string_view>
 
+#include "core/Export.h"
 #include "core/KeyedList.h"
 
 namespace QuillonLib {
 
-class Dependency {
+class QUILLON_API Dependency {
   public:
     // The other object, as a table entry: "[owner].[name]".
     const std::u16string& Name() const { return name_; }
@@ -22,7 +23,7 @@ class Dependency {
 
 // Each name once, in the order in which the server told of them. Unlike in other collections, a
 // look-up by Item() is by name only; positions go through AbsoluteItem().
-class Dependencies {
+class QUILLON_API Dependencies {
   public:
     // Error 5 when there is none of that name.
     std::shared_ptr<Dependency> Item(std::u16string_view sName) const { return list_.Item(sName); }

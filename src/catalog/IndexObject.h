@@ -5,11 +5,12 @@
 #include <string>
 #include <string_view>
 
+#include "core/Export.h"
 #include "core/ObjectCollection.h"
 
 namespace QuillonLib {
 
-class IndexObject {
+class QUILLON_API IndexObject {
   public:
     const std::u16string& Name() const { return name_; }
     // The index backs the primary key of the table.
@@ -24,7 +25,7 @@ class IndexObject {
 
 // Indexes by name, in the order of the catalog: the primary key's index, unique constraints and
 // unique indexes, no others.
-class IndexObjects : public ObjectCollection<IndexObject> {
+class QUILLON_API IndexObjects : public ObjectCollection<IndexObject> {
   private:
     friend struct CatalogBuilder;
     std::shared_ptr<IndexObject> AddIndex(std::u16string_view vKey);

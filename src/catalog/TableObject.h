@@ -10,11 +10,12 @@
 #include "catalog/Dependencies.h"
 #include "catalog/IndexObject.h"
 #include "catalog/LoginData.h"
+#include "core/Export.h"
 #include "core/ObjectCollection.h"
 
 namespace QuillonLib {
 
-class TableObject {
+class QUILLON_API TableObject {
   public:
     const std::u16string& Name() const { return name_; }
     const std::u16string& Owner() const { return owner_; }
@@ -49,7 +50,7 @@ class TableObject {
 };
 
 // Tables and views in the order of the catalog; the key of each is its table entry.
-class TableObjects : public ObjectCollection<TableObject> {
+class QUILLON_API TableObjects : public ObjectCollection<TableObject> {
   public:
     using ObjectCollection::ItemExists;
     bool ItemExists(std::u16string_view sOwner, std::u16string_view sName) const;

@@ -5,13 +5,15 @@
 #include <functional>
 #include <string>
 
+#include "core/Export.h"
+
 namespace QuillonLib {
 
 // Assign handlers and hand the sink to Utils. Handlers run on the caller's thread, inside the
 // operation that raises the event; an event without a handler is not raised. The flag that a
 // handler gets is the operation's own: it may be set (or cleared again) by any handler, and the
 // operation stops at the next point where it looks at it.
-class EventSink {
+class QUILLON_API EventSink {
   public:
     // iPercent: 0 to 100.
     std::function<void(const std::u16string& sMessage, std::int16_t iPercent, bool& bCancel)>

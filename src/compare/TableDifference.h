@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "catalog/ColumnObject.h"
+#include "core/Export.h"
 #include "core/ObjectCollection.h"
 
 namespace QuillonLib {
@@ -14,7 +15,7 @@ namespace QuillonLib {
 struct SideColumns;
 
 // A table that failed has the fields set as far as the comparison came, and Error.
-class TableDifference {
+class QUILLON_API TableDifference {
   public:
     // The columns that both databases have, with their flags. Never null.
     std::shared_ptr<ColumnObjects> Columns() const { return columns_; }
@@ -71,7 +72,7 @@ class TableDifference {
 };
 
 // Results in the order of the table list; the key of each is its table entry.
-class TableDifferences : public ObjectCollection<TableDifference> {
+class QUILLON_API TableDifferences : public ObjectCollection<TableDifference> {
   public:
     // A new, empty result. Error 457 when the key is taken.
     std::shared_ptr<TableDifference> Add() { return AddItem(std::make_shared<TableDifference>()); }

@@ -10,6 +10,8 @@
 #include <exception>
 #include <string>
 
+#include "core/Export.h"
+
 namespace QuillonLib {
 
 // Numbers that the library itself raises, besides those that Connection gives for a SQLSTATE
@@ -33,7 +35,7 @@ inline constexpr std::int32_t Comparison = static_cast<std::int32_t>(0x80040002)
 
 }  // namespace ErrorNumber
 
-class Error : public std::exception {
+class QUILLON_API Error : public std::exception {
   public:
     Error(std::int32_t number, std::u16string description, std::u16string source = {});
 

@@ -10,28 +10,30 @@
 #include <string>
 #include <string_view>
 
+#include "core/Export.h"
+
 namespace QuillonLib {
 
 inline constexpr std::u16string_view CrLf = u"\r\n";
 
 // For files, the terminal and exception texts. A lone surrogate becomes U+FFFD.
-std::string ToUtf8(std::u16string_view text);
+QUILLON_API std::string ToUtf8(std::u16string_view text);
 
 // Every malformed sequence becomes one U+FFFD; never fails.
-std::u16string FromUtf8(std::string_view text);
+QUILLON_API std::u16string FromUtf8(std::string_view text);
 
 // True when `text` is well-formed UTF-8 (no overlong forms, no encoded surrogates).
-bool IsUtf8(std::string_view text);
+QUILLON_API bool IsUtf8(std::string_view text);
 
 // Decimal digits, "-" in front of a negative number, no grouping.
-std::u16string ToText(std::int64_t number);
+QUILLON_API std::u16string ToText(std::int64_t number);
 
 // Simple case mapping over all of Unicode, code point by code point: one unit never becomes two
 // code points, and text that differs only in case folds to the same units.
-std::u16string FoldCase(std::u16string_view text);
-std::u16string ToUpper(std::u16string_view text);
-std::u16string ToLower(std::u16string_view text);
+QUILLON_API std::u16string FoldCase(std::u16string_view text);
+QUILLON_API std::u16string ToUpper(std::u16string_view text);
+QUILLON_API std::u16string ToLower(std::u16string_view text);
 
-bool EqualIgnoringCase(std::u16string_view a, std::u16string_view b);
+QUILLON_API bool EqualIgnoringCase(std::u16string_view a, std::u16string_view b);
 
 }  // namespace QuillonLib

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/Export.h"
 #include "data/Diagnostic.h"
 
 namespace QuillonLib {
@@ -17,7 +18,7 @@ namespace QuillonLib {
 //
 // Failures are thrown as DataError and stay readable through Errors(). The password is in no
 // error text.
-class Connection {
+class QUILLON_API Connection {
   public:
     Connection();
     ~Connection();
@@ -63,7 +64,7 @@ class Connection {
     const std::vector<Diagnostic>& Errors() const noexcept;
     void ClearErrors() noexcept;
 
-    class Impl;
+    class QUILLON_LOCAL Impl;
 
   private:
     friend class Recordset;

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "core/Export.h"
 #include "data/Value.h"
 
 namespace QuillonLib {
@@ -24,8 +25,8 @@ inline constexpr std::int64_t TicksPerDay = 300LL * 86400;
 inline constexpr std::int64_t MillisecondsPerDay = 86400000;
 
 // Proleptic Gregorian calendar; day 0 is 1899-12-30.
-std::int64_t DayFromCalendar(CalendarDate date);
-CalendarDate CalendarFromDay(std::int64_t day);
+QUILLON_API std::int64_t DayFromCalendar(CalendarDate date);
+QUILLON_API CalendarDate CalendarFromDay(std::int64_t day);
 
 // A day and the whole milliseconds of its time of day, 0 to 86,399,999.
 struct DayAndTime {
@@ -36,11 +37,11 @@ struct DayAndTime {
 // Rounded to the nearest millisecond (half to even); a time that rounds to midnight belongs to the
 // next day. Error 6 for what is no date: not a number, infinite, before 1 January 100
 // (day -657434), or, once rounded, after 31 December 9999 (day 2958465).
-DayAndTime SplitDate(Date date);
-DayAndTime SplitDate(DateTicks ticks);
+QUILLON_API DayAndTime SplitDate(Date date);
+QUILLON_API DayAndTime SplitDate(DateTicks ticks);
 
-Date ToDate(DateTicks ticks);
+QUILLON_API Date ToDate(DateTicks ticks);
 // The nearest tick.
-DateTicks ToTicks(Date date);
+QUILLON_API DateTicks ToTicks(Date date);
 
 }  // namespace QuillonLib

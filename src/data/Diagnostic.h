@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/Error.h"
+#include "core/Export.h"
 
 namespace QuillonLib {
 
@@ -35,7 +36,7 @@ struct Diagnostic {
 // An Error that the driver or the server reported. Description() joins the descriptions of all
 // diagnostics with CR LF; Number() is that of the first diagnostic whose SQLSTATE has a number of
 // its own, for the cause is not always the first record.
-class DataError : public Error {
+class QUILLON_API DataError : public Error {
   public:
     // `diagnostics` must not be empty.
     explicit DataError(std::vector<Diagnostic> diagnostics);
@@ -49,6 +50,6 @@ class DataError : public Error {
 };
 
 // The number for a SQLSTATE.
-std::int32_t NumberOfSqlState(std::string_view sqlState) noexcept;
+QUILLON_API std::int32_t NumberOfSqlState(std::string_view sqlState) noexcept;
 
 }  // namespace QuillonLib

@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/Export.h"
 #include "data/DateTime.h"
 #include "data/Value.h"
 
@@ -21,7 +22,7 @@ namespace QuillonLib {
 
 // One column of one block. A view: valid as long as the Recordset stays open. Rows count from the
 // start of the block; no accessor checks its row, its kind, or that the cell is not null.
-class PackedColumn {
+class QUILLON_API PackedColumn {
   public:
     ValueKind Kind() const noexcept { return kind_; }
     bool IsNull(std::size_t row) const noexcept {

@@ -9,10 +9,12 @@
 #include <utility>
 #include <variant>
 
+#include "core/Export.h"
+
 namespace QuillonLib {
 
 // Names are compared exactly. Writing a name again replaces its value.
-class PropertyBag {
+class QUILLON_API PropertyBag {
   public:
     void Write(std::u16string_view name, bool value) { Put(name, value); }
     void Write(std::u16string_view name, std::u16string value) { Put(name, std::move(value)); }

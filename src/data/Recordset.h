@@ -9,6 +9,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "core/Export.h"
 #include "data/Connection.h"
 #include "data/PackedRows.h"
 #include "data/Value.h"
@@ -29,7 +30,7 @@ using FieldCodePages = std::unordered_map<std::u16string, std::int32_t>;
 class Recordset;
 
 // A field of the current row: a view that follows the cursor, valid as long as its Recordset.
-class Field {
+class QUILLON_API Field {
   public:
     const std::u16string& Name() const noexcept;
     const std::u16string& TypeName() const noexcept;
@@ -54,7 +55,7 @@ class Field {
 // and the connection is ready for the next statement unless the server has gone away.
 //
 // Except for Open and IsOpen, every operation throws Error ObjectClosed when it is not open.
-class Recordset {
+class QUILLON_API Recordset {
   public:
     Recordset();
     ~Recordset();

@@ -13,6 +13,8 @@
 #include <variant>
 #include <vector>
 
+#include "core/Export.h"
+
 namespace QuillonLib {
 
 // In the order of Value's alternatives.
@@ -47,7 +49,7 @@ struct Currency {
 
 // An exact number of up to 38 digits, kept as the server writes it ("-12.50"). Never rounded, and
 // equal only to the same text.
-class Decimal {
+class QUILLON_API Decimal {
   public:
     Decimal() = default;
     // Throws Error (TypeMismatch) unless `text` is an optional "-", digits and at most one ".".
@@ -79,7 +81,7 @@ struct Guid {
 
 using ByteArray = std::vector<std::uint8_t>;
 
-class Value {
+class QUILLON_API Value {
   public:
     Value() = default;  // Empty
     static Value Null() { return Value(NullValue{}); }
@@ -132,18 +134,18 @@ class Value {
 //   Single, Double the shortest text that T-SQL reads back to the same bits, with "." as the point;
 //   Date "yyyy-mm-dd hh:mm:ss.fff"; Guid "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" in upper case.
 // Throws Error: InvalidUseOfNull for a Null, TypeMismatch for Bytes, Overflow as SplitDate does.
-std::u16string DefaultText(const Value& value);
+QUILLON_API std::u16string DefaultText(const Value& value);
 
 // Boolean (1 or 0), Byte, Integer, Long or LongLong as a number. Throws Error as Get does.
-std::int64_t ToInt64(const Value& value);
+QUILLON_API std::int64_t ToInt64(const Value& value);
 
 // The packed forms of the same texts, for writers that build no Value. Each writes ASCII at `out`,
 // which has room for MaxNumberText characters, and returns the end.
 inline constexpr std::size_t MaxNumberText = 40;
-char* WriteText(char* out, std::int64_t number);
-char* WriteText(char* out, Currency amount);
-char* WriteText(char* out, float number);
-char* WriteText(char* out, double number);
-char* WriteText(char* out, const Guid& guid);
+QUILLON_API char* WriteText(char* out, std::int64_t number);
+QUILLON_API char* WriteText(char* out, Currency amount);
+QUILLON_API char* WriteText(char* out, float number);
+QUILLON_API char* WriteText(char* out, double number);
+QUILLON_API char* WriteText(char* out, const Guid& guid);
 
 }  // namespace QuillonLib

@@ -19,6 +19,7 @@
 #include <memory>
 #include <vector>
 
+#include "core/Export.h"
 #include "direct/DirectOptions.h"
 #include "direct/DirectResult.h"
 
@@ -53,9 +54,10 @@ struct DirectSink {
 //   any other                  as Connection gives it: the server refused, or is gone
 // Throws the Error of the first login that fails, and InvalidArgument (5) for options out of range.
 // `database1` and `database2` are only read.
-std::vector<DirectTableResult> CompareDirectly(const Database& database1, const Database& database2,
-                                               const std::vector<DirectTable>& tables,
-                                               const DirectOptions& options,
-                                               const DirectSink& sink);
+QUILLON_API std::vector<DirectTableResult> CompareDirectly(const Database& database1,
+                                                           const Database& database2,
+                                                           const std::vector<DirectTable>& tables,
+                                                           const DirectOptions& options,
+                                                           const DirectSink& sink);
 
 }  // namespace QuillonLib

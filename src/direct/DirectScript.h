@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/Export.h"
 #include "direct/DirectResult.h"
 
 namespace QuillonLib {
@@ -59,7 +60,7 @@ struct DirectScriptTable {
 // those foreign keys are suspended, and checked again at the end. So are those that would delete or
 // change referring rows by themselves (ON DELETE, ON UPDATE), of whatever tables. One that the
 // server does not trust, for there may be rows that refer to nothing, is not checked at the end.
-class DirectScriptWriter {
+class QUILLON_API DirectScriptWriter {
   public:
     // `target`: the database of the side that is changed. Throws Error InvalidArgument for a target
     // that is neither 1 nor 2.
@@ -90,7 +91,7 @@ class DirectScriptWriter {
                                          const std::function<void(std::size_t table)>& begins = {});
 
   private:
-    class Impl;
+    class QUILLON_LOCAL Impl;
     std::unique_ptr<Impl> impl_;
 };
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "catalog/CatalogFacts.h"
+#include "core/Export.h"
 #include "data/Value.h"
 
 namespace QuillonLib {
@@ -10,6 +11,6 @@ namespace QuillonLib {
 // String, but stays Bytes where no text has them; a sql_variant becomes the String of an expression
 // in SQL that is worth its base value, type included, or stays Bytes; all other cells are handed
 // on.
-Value ReadableCell(const ColumnFacts& column, const Value& cell);
+QUILLON_API Value ReadableCell(const ColumnFacts& column, const Value& cell);
 
 }  // namespace QuillonLib

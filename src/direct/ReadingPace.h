@@ -7,11 +7,13 @@
 #include <functional>
 #include <optional>
 
+#include "core/Export.h"
+
 namespace QuillonLib {
 
 // Says nothing that it does not know: no rate before rows have been read for a second, no time
 // without a rate or without knowing how many rows there are.
-class ReadingPace {
+class QUILLON_API ReadingPace {
   public:
     using Clock = std::chrono::steady_clock;
 

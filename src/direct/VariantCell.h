@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "core/Export.h"
 #include "data/Value.h"
 
 namespace QuillonLib {
@@ -15,7 +16,7 @@ struct RowAt;
 
 // The bytes are those of CAST(value AS varbinary): integers, money, real and float with the highest
 // byte first, text in UTF-16LE or its code page, the rest as the server keeps it.
-class VariantCell {
+class QUILLON_API VariantCell {
   public:
     // From the fields that TableQuery asks for, `field` being the first. Not null.
     VariantCell(const RowAt& row, std::size_t field);

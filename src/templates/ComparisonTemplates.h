@@ -9,6 +9,7 @@
 
 #include "catalog/Databases.h"
 #include "core/BoundedArray.h"
+#include "core/Export.h"
 #include "core/KeyedList.h"
 #include "core/Options.h"
 
@@ -30,7 +31,7 @@ using ColumnLists = KeyedList<std::shared_ptr<NameList>>;
 // (a stored name that is already current binds nothing: see LoadTemplate), 94 for an element of
 // the file without its name or id, 0x80004005 for a name that a path expression or XML cannot
 // hold (an apostrophe, for one), whatever the databases raise while picks are checked.
-class ComparisonTemplates {
+class QUILLON_API ComparisonTemplates {
   public:
     ComparisonTemplates();
     // With other calls to the system under Persist; for tests.
@@ -131,7 +132,7 @@ class ComparisonTemplates {
     void DatabasesObject(std::shared_ptr<Databases> obDatabasesObject);
 
   private:
-    class Store;
+    class QUILLON_LOCAL Store;
     std::unique_ptr<Store> store_;
 };
 
