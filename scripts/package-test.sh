@@ -1,20 +1,43 @@
 #!/usr/bin/env bash
-# Installs the package into an empty folder, once as a static and once as a shared library, builds an
-# outside project against it, and runs the tour on two small databases of the sandbox.
+# Makes the packages, installs them in a Debian 12 that holds nothing else, and uses them there: the
+# program without a compiler, then the library from programs that are built with CMake and pkg-config,
+# shared and static.
+#
+# The Debian is made by mmdebstrap, from the network; it needs root or user namespaces. Where it
+# cannot be made this fails and says so; `scripts/package-test.sh --without-root` leaves it out by name.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
 
-need "${build_packages[@]}"
-work=$(mktemp -d)
-server=
-cleanup() {
-    [ -z "$server" ] || kill "$server" 2>/dev/null || true
-    rm -rf "$work"
-}
-trap cleanup EXIT
+clean_root=yes
+case "${1:-}" in
+    "") ;;
+    --without-root) clean_root=no ;;
+    *)
+        echo "usage: scripts/package-test.sh [--without-root]" >&2
+        exit 2
+        ;;
+esac
+need "${package_test_packages[@]}"
+scripts/package.sh
+lintian --fail-on error --suppress-tags bogus-mail-host,malformed-contact build/packages/*.deb
 
-cat >"$work/world.sql" <<'SQL'
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+chmod 755 "$work"
+
+# The archive is whole: CMake finds every file that it names.
+tar -xzf build/packages/quillonlib-*.tar.gz -C "$work"
+cmake -S "$work"/quillonlib-* -B "$work/configured" -G Ninja >/dev/null
+rm -rf "$work/configured"
+
+if [ $clean_root = no ]; then
+    echo "NOT TESTED: the packages were made, but not installed and used in a clean Debian"
+    exit 0
+fi
+mkdir "$work/try"
+cp build/packages/*.deb tests/package/* examples/tour.cpp "$work/try/"
+cat >"$work/try/world.sql" <<'SQL'
 CREATE DATABASE one
 GO
 CREATE DATABASE two
@@ -33,43 +56,14 @@ INSERT city VALUES (1, N'Oslo'), (2, N'Rome'), (4, N'Perth')
 GO
 SQL
 
-cmake --preset demo >/dev/null
-cmake --build --preset demo
-cmake --install build/demo --prefix "$work/tool" >/dev/null
-"$work/tool/bin/quillon" --version
-for file in man/man1/quillon.1 man/man1/quillon-sync.1 bash-completion/completions/quillon \
-    zsh/site-functions/_quillon fish/vendor_completions.d/quillon.fish; do
-    test -s "$work/tool/share/$file"
-done
-
-for shared in OFF ON; do
-    echo "Package with BUILD_SHARED_LIBS=$shared"
-    cmake -S . -B "$work/build-$shared" -G Ninja -DCMAKE_BUILD_TYPE=Release \
-        -DBUILD_SHARED_LIBS=$shared -DQUILLON_BUILD_TESTS=OFF -DQUILLON_BUILD_CLI=OFF \
-        -DCMAKE_INSTALL_PREFIX="$work/installed-$shared" >/dev/null
-    cmake --build "$work/build-$shared" -j 2 >"$work/log" || { cat "$work/log"; exit 1; }
-    cmake --install "$work/build-$shared" >/dev/null
-    cmake -S tests/package -B "$work/outside-$shared" -G Ninja -DTOUR="$PWD/examples/tour.cpp" \
-        -DCMAKE_PREFIX_PATH="$work/installed-$shared" >/dev/null
-    cmake --build "$work/outside-$shared" -j 2
-    "$work/outside-$shared/outside"
-done
-
-build/demo/cli/quillon sandbox --load "$work/world.sql" >"$work/sandbox.out" &
-server=$!
-for _ in $(seq 100); do
-    grep -q '127\.0\.0\.1,' "$work/sandbox.out" && break
-    sleep 0.1
-done
-address=$(grep -o '127\.0\.0\.1,[0-9]*' "$work/sandbox.out" | head -1)
-mkdir "$work/odbc"
-printf '[SQL Server]\nDriver=%s\n' "$(ls /usr/lib/*/odbc/libtdsodbc.so | head -1)" >"$work/odbc/odbcinst.ini"
-for shared in OFF ON; do
-    ODBCSYSINI="$work/odbc" QUILLON_PASSWORD=sandbox \
-        "$work/outside-$shared/outside_tour" "$address" one two sa >"$work/tour.out"
-    grep -q '^\[dbo\]\.\[city\]: 3 and 3 rows, 1 differing$' "$work/tour.out"
-    grep -q '^Template "Tour" holds 1 tables$' "$work/tour.out"
-    grep -q '^not a real secret$' "$work/tour.out"
-done
-cat "$work/tour.out"
-echo "The installed package works"
+version=$(sed -n 's/^project(QuillonLib VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+# The root lives as long as the hook runs, and nothing of it is kept.
+if ! mmdebstrap --quiet --variant=apt --skip=cleanup --dpkgopt=force-unsafe-io \
+    --aptopt='Acquire::Languages "none"' --format=null \
+    --customize-hook="copy-in $work/try /root" \
+    --customize-hook="chroot \"\$1\" sh /root/try/clean-root.sh $version" \
+    bookworm /dev/null; then
+    echo "The packages could not be tested in a clean Debian (above: why)" >&2
+    exit 1
+fi
+echo "The packages work in a clean Debian"

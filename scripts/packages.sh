@@ -38,6 +38,8 @@ test_packages=("${build_packages[@]}" chromium chromium-driver freetds-bin groff
 coverage_packages=("${test_packages[@]}" gcovr)
 # Style and analysis, and the fuzzers' compiler.
 check_packages=("${test_packages[@]}" clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev)
+# Making the packages and trying them in a root of their own.
+package_test_packages=("${build_packages[@]}" dpkg-dev lintian mmdebstrap)
 # Cross-building for Windows, and running what comes of it: the sources of what Debian does not ship
 # for Windows, the compilers, and wine with the host's ODBC.
 windows_packages=(cmake dpkg-dev g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix libcli11-dev
