@@ -57,11 +57,16 @@ GO
 SQL
 
 version=$(sed -n 's/^project(QuillonLib VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+# What is set here, a launcher of compilers say, is not set there; a proxy is needed there, too.
+clean="env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin"
+for name in http_proxy https_proxy; do
+    [ -z "${!name:-}" ] || clean+=" $name=${!name}"
+done
 # The root lives as long as the hook runs, and nothing of it is kept.
 if ! mmdebstrap --quiet --variant=apt --skip=cleanup --dpkgopt=force-unsafe-io \
     --aptopt='Acquire::Languages "none"' --format=null \
     --customize-hook="copy-in $work/try /root" \
-    --customize-hook="chroot \"\$1\" sh /root/try/clean-root.sh $version" \
+    --customize-hook="chroot \"\$1\" $clean sh /root/try/clean-root.sh $version" \
     bookworm /dev/null; then
     echo "The packages could not be tested in a clean Debian (above: why)" >&2
     exit 1
