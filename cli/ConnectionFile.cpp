@@ -1,15 +1,13 @@
 #include "cli/ConnectionFile.h"
 
-#include <algorithm>
 #include <filesystem>
-#include <set>
 #include <stdexcept>
-#include <string_view>
 #include <system_error>
 
 #include "cli/NumberText.h"
 #include "cli/Paths.h"
 #include "cli/Printable.h"
+#include "cli/SettingReader.h"
 #include "cli/Suggestion.h"
 #include "cli/TextFile.h"
 #include "core/Text.h"
@@ -17,19 +15,6 @@
 namespace quillon {
 
 namespace {
-
-std::string_view Trimmed(std::string_view text) {
-    constexpr std::string_view Blank = " \t\r";
-    const std::size_t begin = text.find_first_not_of(Blank);
-    if (begin == std::string_view::npos) return {};
-    return text.substr(begin, text.find_last_not_of(Blank) - begin + 1);
-}
-
-bool ParseYesNo(std::string_view text) {
-    if (text != "yes" && text != "no")
-        throw std::runtime_error("'" + std::string(text) + "' is neither yes nor no");
-    return text == "yes";
-}
 
 using Setter = void (*)(NamedConnection&, const std::string&);
 
@@ -51,23 +36,27 @@ const std::map<std::string, Setter>& Settings() {
     return settings;
 }
 
-// Reads line by line. What it passed over would be a choice that its user believes in, so nothing
-// is.
-class Reader {
+class Reader : public SettingReader {
   public:
-    void Take(std::string_view line) {
-        line = Trimmed(line);
-        if (line.empty() || line.front() == '#' || line.front() == ';') return;
-        if (line.front() == '[') return Begin(line);
-        const std::size_t equals = line.find('=');
-        if (equals == std::string_view::npos)
-            throw std::runtime_error("'" + std::string(line) + "' is not SETTING = VALUE");
-        Set(std::string(Trimmed(line.substr(0, equals))),
-            std::string(Trimmed(line.substr(equals + 1))));
+    std::vector<NamedConnection> connections;
+
+  private:
+    void Begin(const std::string& section) override { connections.emplace_back().name = section; }
+    void Set(const std::string& setting, const std::string& value) override {
+        RefusePassword(setting);
+        const auto found = Settings().find(setting);
+        if (found == Settings().end()) {
+            std::vector<std::string> known;
+            for (const auto& [name, setter] : Settings())
+                known.push_back(name);
+            throw std::runtime_error("there is no setting '" + setting + "'" +
+                                     DidYouMean(setting, known));
+        }
+        RequireOnce(setting);
+        RequireValue(setting, value);
+        found->second(connections.back(), value);
     }
-    // Called at the end of each connection.
-    void End() const {
-        if (connections.empty()) return;
+    void End() override {
         const NamedConnection& last = connections.back();
         const auto require = [&](bool given, const char* what) {
             if (!given) throw std::runtime_error("[" + last.name + "] has no " + what);
@@ -85,46 +74,6 @@ class Reader {
                                      "] has both a password-command and a password-variable");
         }
     }
-
-    std::vector<NamedConnection> connections;
-
-  private:
-    void Begin(std::string_view line) {
-        End();
-        const std::string_view name = Trimmed(line.substr(1, line.size() - 2));
-        if (line.back() != ']' || name.empty() || name.find('/') != std::string_view::npos) {
-            throw std::runtime_error("'" + std::string(line) +
-                                     "' is not [NAME]; a name holds no /");
-        }
-        for (const NamedConnection& other : connections) {
-            if (other.name == name)
-                throw std::runtime_error("[" + other.name + "] is there already");
-        }
-        connections.emplace_back().name = name;
-        given_.clear();
-    }
-    void Set(const std::string& setting, const std::string& value) {
-        if (connections.empty())
-            throw std::runtime_error("'" + setting + "' stands before the first [NAME]");
-        if (setting == "password") {
-            throw std::runtime_error(
-                "passwords do not belong here; write password-command or password-variable");
-        }
-        const auto found = Settings().find(setting);
-        if (found == Settings().end()) {
-            std::vector<std::string> known;
-            for (const auto& [name, setter] : Settings())
-                known.push_back(name);
-            throw std::runtime_error("there is no setting '" + setting + "'" +
-                                     DidYouMean(setting, known));
-        }
-        if (!given_.insert(setting).second)
-            throw std::runtime_error("'" + setting + "' is set twice");
-        if (value.empty()) throw std::runtime_error("'" + setting + "' has no value");
-        found->second(connections.back(), value);
-    }
-
-    std::set<std::string> given_;  // of the connection that was begun last
 };
 
 }  // namespace
@@ -145,22 +94,7 @@ Encryption ParseEncryption(const std::string& text) {
 
 ConnectionFile ConnectionFile::Parse(const std::string& text, const std::string& name) {
     Reader reader;
-    std::size_t number = 0;
-    const auto guarded = [&](const auto& action) {
-        try {
-            action();
-        } catch (const std::runtime_error& error) {
-            throw std::runtime_error(Printable(name) + ", line " + std::to_string(number) + ": " +
-                                     error.what());
-        }
-    };
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t end = std::min(text.find('\n', at), text.size());
-        ++number;
-        guarded([&] { reader.Take(std::string_view(text).substr(at, end - at)); });
-        at = end + 1;
-    }
-    guarded([&] { reader.End(); });
+    reader.Read(text, name);
     ConnectionFile file;
     file.file_ = name;
     file.exists_ = true;
