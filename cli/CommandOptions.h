@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/CompareRun.h"
 #include "cli/ComparisonOptions.h"
 #include "cli/OutputFormat.h"
 #include "cli/RowOutput.h"
@@ -18,8 +19,7 @@ namespace quillon {
 struct CompareOptions {
     ComparisonOptions comparison;
     FormatOption format;
-    std::string report;  // the file; empty: none
-    std::uint64_t reportLimit = 1000;
+    ReportChoice report;
 };
 
 struct RowsOptions {

@@ -1,53 +1,11 @@
 #include <CLI/CLI.hpp>
 #include <memory>
-#include <optional>
 
 #include "cli/CommandOptions.h"
 #include "cli/Commands.h"
-#include "cli/CompareResults.h"
-#include "cli/DirectRun.h"
-#include "cli/Report.h"
 #include "cli/Roads.h"
 
 namespace quillon {
-
-int CompareDirect(const CompareOptions& options, Console& console) {
-    CompareResults results;
-    const DirectRun run = PrepareDirect(options.comparison, console);
-    results.databases = run.databases;
-    results.tables = run;
-    results.onlyDifferent = run.onlyDifferent;
-    results.loosened = options.comparison.Direct().Loosened();
-    std::optional<Report> report;
-    if (!options.report.empty()) report.emplace(options.report, options.reportLimit);
-    const auto found = Run(run, console, [&](const QuillonLib::DirectDifference& difference) {
-        if (report) report->Take(difference);
-        return false;
-    });
-    results.lines = Judge(run, found);
-    results.exitCode = options.comparison.Accepted(ExitCodeOf(results.All()));
-    if (report) {
-        report->Finish(results);
-        console.Note("Written: " + options.report);
-    }
-    Print(console, results, options.format.Format());
-    return results.exitCode;
-}
-
-int CompareByServer(const CompareOptions& options, Console& console) {
-    CompareResults results;
-    const auto comparison = Prepare(options.comparison.Request(console), console);
-    const LinkedServerCleanup cleanup(*comparison, console);
-    results.databases = comparison->databases;
-    results.byServer = true;
-    results.tables = *comparison;
-    results.onlyDifferent = comparison->onlyDifferent;
-    results.lines = Judge(*comparison, *Run(*comparison, console));
-    results.exitCode = options.comparison.Accepted(ExitCodeOf(results.All()));
-    Print(console, results, options.format.Format());
-    NoteFailuresAcrossServers(console, *comparison, results.lines);
-    return results.exitCode;
-}
 
 void AddCompareCommand(CLI::App& app, Program& program) {
     auto* command = app.add_subcommand("compare", "Compare the rows of two databases");
@@ -68,20 +26,23 @@ void AddCompareCommand(CLI::App& app, Program& program) {
     options->comparison.AddAcceptTo(*command);
     options->format.AddTo(*command);
     command
-        ->add_option("--report", options->report,
+        ->add_option("--report", options->report.file,
                      "Write a report, too: one HTML file, with the rows that differ")
         ->type_name("FILE.html")
         ->group(DirectGroup);
     command
-        ->add_option("--report-limit", options->reportLimit,
+        ->add_option("--report-limit", options->report.limit,
                      "Rows of each table that the report shows (0: all)")
         ->capture_default_str()
         ->group(DirectGroup);
     command->callback([options, command, &program] {
-        const bool byServer = options->comparison.ByServer();
-        RequireRoad(*command, byServer);
-        program.exitCode = byServer ? CompareByServer(*options, program.console)
-                                    : CompareDirect(*options, program.console);
+        RequireRoad(*command, options->comparison.ByServer());
+        const CompareResults results =
+            CompareWhole(options->comparison, options->comparison.Request(program.console),
+                         options->report, program.console);
+        if (!options->report.file.empty()) program.console.Note("Written: " + options->report.file);
+        Print(program.console, results, options->format.Format());
+        program.exitCode = results.exitCode;
     });
 }
 

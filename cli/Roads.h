@@ -1,8 +1,9 @@
 // The two roads of a comparison. On the direct one, which is taken unless --by-server is given, the
 // rows of both databases are read and compared here; on the other one a server compares them.
 //
-// Every command that compares has one function for each road. It returns the exit code, and throws
-// what Prepare, or PrepareDirect, throws, the library's Error, and Interruption.
+// Every command that compares has one function for each road (CompareRun has those of `compare`).
+// It returns the exit code, and throws what Prepare, or PrepareDirect, throws, the library's Error,
+// and Interruption.
 #pragma once
 
 #include <string>
@@ -14,17 +15,14 @@ class App;
 namespace quillon {
 
 class Console;
-struct CompareOptions;
 struct RowsOptions;
 struct ScriptFileOptions;
 struct SyncOptions;
 
-int CompareDirect(const CompareOptions& options, Console& console);
 int ShowRowsDirect(const RowsOptions& options, Console& console);
 int WriteScriptsDirect(const ScriptFileOptions& options, Console& console);
 int SyncDirect(const SyncOptions& options, Console& console);
 
-int CompareByServer(const CompareOptions& options, Console& console);
 int ShowRowsByServer(const RowsOptions& options, Console& console);
 int WriteScriptsByServer(const ScriptFileOptions& options, Console& console);
 int SyncByServer(const SyncOptions& options, Console& console);
