@@ -17,6 +17,7 @@ struct Program {
 
 void AddDemoCommand(CLI::App& app, Program& program);
 void AddCompareCommand(CLI::App& app, Program& program);
+void AddBatchCommand(CLI::App& app, Program& program);
 void AddRowsCommand(CLI::App& app, Program& program);
 void AddScriptCommand(CLI::App& app, Program& program);
 void AddSyncCommand(CLI::App& app, Program& program);

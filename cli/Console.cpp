@@ -57,6 +57,9 @@ Console::Console()
     colours_ = ObeysEscapes(Stream::Result) && !dumb && (noColour == nullptr || *noColour == '\0');
 }
 
+Console::Console(std::vector<std::string>& notes) : kept_(&notes) {
+}
+
 void Console::NoteFailedWrite() {
     if (std::cout || failedWrite_) return;
     failedWrite_ = {errno == 0 ? EIO : errno, std::generic_category()};
@@ -98,6 +101,10 @@ void Console::Flush() {
 }
 
 void Console::Note(std::string_view lines) {
+    if (kept_ != nullptr) {
+        kept_->emplace_back(lines);
+        return;
+    }
     ClearProgress();
     errno = 0;
     std::cout.flush();
@@ -125,7 +132,7 @@ StyledText Console::Coloured(Colour colour, std::string_view lines) const {
 }
 
 bool Console::Confirm(std::string_view question) {
-    if (!IsTerminal(Stream::Input)) return false;
+    if (kept_ != nullptr || !IsTerminal(Stream::Input)) return false;
     ClearProgress();
     Flush();
     std::cerr << Printable(question) << " [y/N] " << std::flush;
@@ -134,7 +141,8 @@ bool Console::Confirm(std::string_view question) {
 }
 
 std::string Console::AskSecret(std::string_view prompt) {
-    if (!IsTerminal(Stream::Input)) throw std::runtime_error("there is no terminal to ask for it");
+    if (kept_ != nullptr || !IsTerminal(Stream::Input))
+        throw std::runtime_error("there is no terminal to ask for it");
     ClearProgress();
     const std::optional<std::string> secret = ReadUnseenAnswer(Printable(prompt));
     std::cerr << '\n';

@@ -45,6 +45,9 @@ class StyledText {
 class Console {
   public:
     Console();
+    // One for work in the background, in a thread of its own: notes are kept in a list that
+    // outlives it, there is no progress line, and nobody to ask. Nothing may be printed to it.
+    explicit Console(std::vector<std::string>& notes);
 
     // What goes to standard output may be kept in a buffer; each of these throws OutputFailure when
     // something that was written, now or before, cannot go out.
@@ -77,9 +80,10 @@ class Console {
     void Write(std::string_view text);
     void NoteFailedWrite();
 
-    bool resultIsTerminal_;
-    bool noteIsTerminal_;
-    bool colours_;
+    std::vector<std::string>* kept_ = nullptr;  // of work in the background
+    bool resultIsTerminal_ = false;
+    bool noteIsTerminal_ = false;
+    bool colours_ = false;
     bool progressShown_ = false;
     std::error_code failedWrite_;  // the first one
 };

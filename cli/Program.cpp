@@ -102,6 +102,7 @@ void AddCommands(CLI::App& app, Program& program) {
         "everything was compared, 130 or 143 interrupted.");
     AddDemoCommand(app, program);
     AddCompareCommand(app, program);
+    AddBatchCommand(app, program);
     AddRowsCommand(app, program);
     AddScriptCommand(app, program);
     AddSyncCommand(app, program);

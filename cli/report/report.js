@@ -378,6 +378,10 @@
     const rows = new Rows(index);
     const { found, shown } = data.rows[index];
     const section = make("section", {}, make("h2", {}, "Rows"));
+    if (results.road === "by-server") {
+      section.append(make("p", { class: "soft" }, "A server compared, and counted the rows without reading them: quillon rows --by-server shows them."));
+      return section;
+    }
     if (found > shown) {
       section.append(make("p", { class: "notice", id: "left-out" },
         "Shown are the first " + number(shown) + " of " + plural(found, "row") + " that differ or stand on one side; " +

@@ -8,7 +8,10 @@ import csv
 import datetime
 import io
 import json
+import os
+import subprocess
 import sys
+import tempfile
 import unittest
 
 import jsonschema
@@ -124,6 +127,22 @@ class Formats(unittest.TestCase):
         self.assertEqual(lines[-1]["exitCode"], code)
         return lines
 
+    def batch(self, text, *options, exit_code):
+        """The lines of a batch: those of the pairs by name, and the last."""
+        with tempfile.TemporaryDirectory() as folder:
+            file = os.path.join(folder, "b.ini")
+            with open(file, "w", encoding="utf-8") as stream:
+                stream.write(text)
+            done = subprocess.run(
+                [self.path, "batch", file, "--format", "json", *options], capture_output=True,
+                timeout=120, env=os.environ | {"QUILLON_PASSWORD": "sandbox"}, check=False)
+        self.assertEqual(done.returncode, exit_code, done.stderr)
+        lines = [json.loads(line) for line in done.stdout.decode("utf-8").splitlines()]
+        for line in lines:
+            for validator in (self.loose, self.validator):
+                validator.validate(line)
+        return {line["name"]: line for line in lines[:-1]}, lines[-1]
+
     @staticmethod
     def table(document, name):
         return next(each for each in document["tables"] if each["table"] == f"[dbo].[{name}]")
@@ -161,6 +180,29 @@ class Formats(unittest.TestCase):
         self.assertEqual({column["name"]: column["changedCells"] for column in types["columns"]},
                          {name: 0 if name == "id" else 1 for name in VALUES})
         self.assertEqual(types["columns"][2]["typeIn1"], "decimal(38,10)")
+
+    def test_a_batch_has_a_line_for_each_pair_and_one_for_all(self):
+        place = self.program.address
+        pairs, end = self.batch(
+            f"[one]\ndatabase1 = {place}/a\ndatabase2 = {place}/b\nuser = sa\ntable = types\n"
+            f"description = \u2028 \U0001F600\n"
+            f"[gone]\ndatabase1 = {place}/a\ndatabase2 = {place}/none\nuser = sa\n"
+            f"[self]\ndatabase1 = {place}/a\ndatabase2 = {place}/a\nuser = sa\ntable = same\n",
+            exit_code=2)
+        self.assertEqual({name: (line["position"], line["outcome"], line["exitCode"])
+                          for name, line in pairs.items()},
+                         {"one": (1, "different", 1), "gone": (2, "failed", 2),
+                          "self": (3, "identical", 0)})
+        self.assertEqual(pairs["one"]["description"], "\u2028 \U0001F600")
+        self.assertEqual(self.table(pairs["one"]["results"], "types")["differing"], 1)
+        self.assertIsNone(pairs["one"]["error"])
+        self.assertIsNone(pairs["gone"]["results"])
+        self.assertIn("none", pairs["gone"]["error"])
+        self.assertEqual(pairs["self"]["results"]["totals"]["identical"], 1)
+        self.assertEqual({name: end[name] for name in (
+            "pairs", "identical", "notWhole", "different", "failed", "brokenOff", "notRun",
+            "exitCode")}, {"pairs": 3, "identical": 1, "notWhole": 0, "different": 1, "failed": 1,
+                           "brokenOff": 0, "notRun": 0, "exitCode": 2})
 
     def test_nobody_is_told_a_number_that_nobody_counted(self):
         bag = self.table(self.document("-t", "bag", exit_code=1), "bag")

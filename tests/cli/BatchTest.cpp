@@ -1,0 +1,291 @@
+// quillon batch as it is called, against two servers that do not know each other.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <set>
+#include <sstream>
+
+#include "tests/cli/Process.h"
+#include "tests/cli/TwoServers.h"
+#include "tests/support/SilentServer.h"
+
+namespace quillon {
+namespace {
+
+using namespace std::chrono_literals;
+
+class Batch : public TwoServers {
+  protected:
+    Batch() {
+        for (const char16_t* database : {u"e", u"f"}) {
+            server.Run(u"CREATE DATABASE " + std::u16string(database) + u"\nGO\nUSE " + database +
+                       u"\nGO\nCREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY)\nGO\n"
+                       u"INSERT t VALUES (1), (2)");
+        }
+    }
+    // A pair of databases; a name without "/" is one of the first server's.
+    std::string Section(const std::string& name, const std::string& database1,
+                        const std::string& database2, const std::string& settings = {}) const {
+        const auto place = [&](const std::string& database) {
+            return database.find('/') == std::string::npos
+                       ? QuillonLib::ToUtf8(server.Address()) + "/" + database
+                       : database;
+        };
+        return "[" + name + "]\ndatabase1 = " + place(database1) +
+               "\ndatabase2 = " + place(database2) + "\nuser = sa\n" + settings;
+    }
+    void Write(const std::string& text) const { std::ofstream(File("b.ini")) << text; }
+    Outcome Run(std::vector<std::string> options = {}) const {
+        options.insert(options.begin(), {"batch", File("b.ini")});
+        return Call(options);
+    }
+    // Without the style.
+    std::string Index(const char* name) const {
+        const std::string page = Read(name);
+        return page.substr(page.find("<body>"));
+    }
+    // Lines that end in another order on a busy machine.
+    static std::multiset<std::string> Lines(const std::string& text) {
+        std::multiset<std::string> lines;
+        std::istringstream stream(text);
+        for (std::string line; std::getline(stream, line);)
+            lines.insert(line);
+        return lines;
+    }
+    std::set<std::string> Files(const char* name) const {
+        std::set<std::string> files;
+        for (const auto& entry : std::filesystem::directory_iterator(folder / name))
+            files.insert(entry.path().filename().string());
+        return files;
+    }
+};
+
+TEST_F(Batch, GoesOnAfterAFailureWhichOutranksADifference) {
+    Write(Section("same", "e", "f") + Section("gone", "e", "nowhere") + Section("other", "a", "b") +
+          Section("far", first, second) + Section("again", "f", "e"));
+    const Outcome outcome = Run();
+    EXPECT_EQ(outcome.exitCode, 2);
+    const auto lines = Lines(outcome.out);
+    EXPECT_EQ(lines.count("[same] identical"), 1u) << outcome.out;
+    EXPECT_EQ(lines.count("[again] identical"), 1u) << outcome.out;
+    EXPECT_EQ(lines.count("    1 table: 1 identical, 0 different"), 2u) << outcome.out;
+    EXPECT_EQ(lines.count("[gone] failed"), 1u) << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, "nowhere")) << outcome.out;
+    EXPECT_EQ(lines.count("[other] different"), 1u) << outcome.out;
+    EXPECT_EQ(lines.count("    2 tables: 0 identical, 2 different"), 1u) << outcome.out;
+    EXPECT_EQ(lines.count("[far] different"), 1u) << outcome.out;
+    const std::string last = "\n5 pairs: 2 identical, 2 different, 1 failed\n";
+    EXPECT_EQ(outcome.out.substr(outcome.out.size() - last.size()), last) << outcome.out;
+    EXPECT_EQ(outcome.err, "");
+}
+
+TEST_F(Batch, EndsWithTheCodeOfTheWorst) {
+    Write(Section("same", "e", "f"));
+    EXPECT_EQ(Run().exitCode, 0);
+    Write(Section("part", "e", "f", "where = t=id = 1\n"));
+    EXPECT_EQ(Run().exitCode, 3);
+    Write(Section("part", "e", "f", "where = t=id = 1\naccept-uncompared = yes\n"));
+    EXPECT_EQ(Run().exitCode, 0);
+    Write(Section("part", "e", "f", "where = t=id = 1\n") + Section("other", "a", "b"));
+    EXPECT_EQ(Run().exitCode, 1);
+    Write(Section("other", "a", "b") + Section("wrong", "e", "f", "table = nothing\n"));
+    const Outcome failed = Run();
+    EXPECT_EQ(failed.exitCode, 2);
+    EXPECT_TRUE(Holds(failed.out, "[wrong] failed\n")) << failed.out;
+    EXPECT_TRUE(Holds(failed.out, "nothing")) << failed.out;
+}
+
+TEST_F(Batch, SettingsAreThoseOfThePairAlone) {
+    Write(Section("all", "a", "b") + Section("p", "a", "b", "table = p\nkey = p=id\nignore = n\n") +
+          Section("none", first, second, "ignore-case = yes\nignore-trailing-blanks = yes\n"));
+    const Outcome outcome = Run({"--format", "json", "--jobs", "1"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    std::istringstream stream(outcome.out);
+    std::string all;
+    std::string p;
+    std::string none;
+    std::getline(stream, all);
+    std::getline(stream, p);
+    std::getline(stream, none);
+    EXPECT_TRUE(Holds(all, "\"table\":\"[dbo].[c]\"")) << all;
+    EXPECT_FALSE(Holds(p, "\"table\":\"[dbo].[c]\"")) << p;
+    EXPECT_TRUE(Holds(p, "\"why\":\"ignored\"")) << p;
+    EXPECT_TRUE(Holds(none, "\"loosened\":\"without regard to case, without blanks at the end\""))
+        << none;
+    EXPECT_TRUE(Holds(none, "\"notes\":[\"quillon: values are compared")) << none;
+    EXPECT_TRUE(Holds(outcome.err, "quillon: [none] values are compared without regard to case"))
+        << outcome.err;
+    EXPECT_FALSE(Holds(outcome.err, "[all]")) << outcome.err;
+}
+
+TEST_F(Batch, WritesAReportOfEachPairAndAnIndex) {
+    Write(Section("same", "e", "f", "description = <b>\n") + Section("gone", "e", "nowhere") +
+          Section("other", "a", "b") + Section("server's", "a", "b", "by-server = yes\n"));
+    const Outcome outcome = Run({"--reports", File("new/reports")});
+    EXPECT_EQ(outcome.exitCode, 2) << outcome.err;
+    EXPECT_EQ(Files("new/reports"),
+              (std::set<std::string>{"index.html", "other.html", "same.html", "server_s.html"}));
+    const std::string index = Index("new/reports/index.html");
+    EXPECT_TRUE(Holds(index, "<p>4 pairs: 1 identical, 2 different, 1 failed</p>")) << index;
+    EXPECT_TRUE(Holds(index, "<a href=\"same.html\">same</a><div class=\"soft\">&lt;b&gt;</div>"));
+    EXPECT_TRUE(Holds(index, "<a href=\"server_s.html\">server&#39;s</a>"));
+    EXPECT_TRUE(Holds(index, "<td class=\"name\">gone</td>")) << "no link to what is not there";
+    EXPECT_TRUE(Holds(Read("new/reports/other.html"), "data-kinds=\"d21\"") ||
+                Holds(Read("new/reports/other.html"), "data-kinds=\"d12\""))
+        << "the rows of p";
+    const std::string byServer = Read("new/reports/server_s.html");
+    EXPECT_TRUE(Holds(byServer, "\"road\":\"by-server\""));
+    EXPECT_FALSE(Holds(byServer, "class=\"rows\""));
+}
+
+TEST_F(Batch, AFolderThatCannotBeMadeOrWrittenToIsAnErrorBeforeAnythingRuns) {
+    Write(Section("same", "e", "f"));
+    std::ofstream(File("file")) << "x";
+    server.ClearLog();
+    const Outcome outcome = Run({"--reports", File("file/reports")});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_TRUE(Holds(outcome.err, "file/reports cannot be made: ")) << outcome.err;
+    EXPECT_TRUE(server.Log().empty());
+}
+
+TEST_F(Batch, SlicesShareNothingAndAreTheList) {
+    Write(Section("a", "e", "f") + Section("b", "a", "b") + Section("c", "f", "e"));
+    const Outcome one = Run({"--slice", "1/2", "--reports", File("r")});
+    const Outcome two = Run({"--slice", "2/2", "--reports", File("r")});
+    EXPECT_EQ(one.exitCode, 0) << one.out;
+    EXPECT_TRUE(Holds(one.out, "[a] identical\n"));
+    EXPECT_TRUE(Holds(one.out, "[c] identical\n"));
+    EXPECT_FALSE(Holds(one.out, "[b]"));
+    EXPECT_EQ(two.exitCode, 1);
+    EXPECT_EQ(FirstLine(two.out), "[b] different");
+    EXPECT_FALSE(Holds(two.out, "[a]"));
+    EXPECT_EQ(Files("r"), (std::set<std::string>{"a.html", "b.html", "c.html", "index-1-of-2.html",
+                                                 "index-2-of-2.html"}));
+    const Outcome none = Run({"--slice", "4/4"});
+    EXPECT_EQ(none.exitCode, 0) << none.err;
+    EXPECT_EQ(none.out, "0 pairs\n");
+    const Outcome wrong = Run({"--slice", "5/4"});
+    EXPECT_EQ(wrong.exitCode, 2);
+    EXPECT_EQ(FirstLine(wrong.err), "quillon: --slice: '5/4' is not PART/COUNT, as in 3/10");
+}
+
+TEST_F(Batch, AWrongFileRunsNothing) {
+    Write(Section("same", "e", "f") + "tabel = t\n");
+    server.ClearLog();
+    const Outcome outcome = Run({"--reports", File("r")});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "quillon: " + File("b.ini") +
+                               ", line 5: there is no setting 'tabel'; did you mean table?\n");
+    EXPECT_TRUE(server.Log().empty());
+    EXPECT_FALSE(std::filesystem::exists(folder / "r"));
+    const Outcome missing = Call({"batch", File("none.ini")});
+    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_TRUE(Holds(missing.err, "none.ini")) << missing.err;
+}
+
+// Linked servers have one name for every comparison: two at once would take each other's away.
+TEST_F(Batch, ComparisonsThatNeedLinkedServersDoNotMeet) {
+    sandbox::ServerSettings settings;
+    settings.name = u"NEAR";
+    sandbox::Server& near = box.AddServer(settings);
+    near.Run(
+        u"CREATE DATABASE d\nGO\nUSE d\nGO\n"
+        u"CREATE TABLE t (id int NOT NULL CONSTRAINT PK_t PRIMARY KEY, name varchar(20) NULL, "
+        u"note ntext NULL)\nGO\nINSERT t VALUES (1, 'same', N'long')");
+    std::string text;
+    for (const char* name : {"1", "2", "3", "4", "5", "6"}) {
+        text += Section(name, first, QuillonLib::ToUtf8(near.Address()) + "/d",
+                        "by-server = yes\ntable = t\n");
+    }
+    Write(text);
+    const Outcome outcome = Run({"--jobs", "6", "--per-server", "6"});
+    EXPECT_EQ(outcome.exitCode, 1) << outcome.out << outcome.err;
+    EXPECT_TRUE(Holds(outcome.out, "6 pairs: 6 different\n")) << outcome.out;
+}
+
+// Every comparison reads for 300 milliseconds: one after the other they take four times as long.
+TEST_F(Batch, AServerTakesPartInSoManyComparisonsAndNoMore) {
+    std::string text;
+    for (const char* mark : {"1 = 1", "2 = 2", "3 = 3", "4 = 4"}) {
+        sandbox::Fault slow;
+        slow.kind = sandbox::FaultKind::Delay;
+        slow.contains = QuillonLib::FromUtf8(mark);
+        slow.delay = 300ms;
+        server.AddFault(slow);
+        text += Section(mark, "e", "f",
+                        std::string("accept-uncompared = yes\nwhere = t=") + mark + "\n");
+    }
+    Write(text);
+    const auto begin = std::chrono::steady_clock::now();
+    const Outcome outcome = Run({"--jobs", "4", "--per-server", "1"});
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, 1200ms);
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, "4 pairs: 4 not compared whole\n")) << outcome.out;
+}
+
+TEST_F(Batch, CtrlCEndsAllAndTellsWhatWasNotRun) {
+    std::signal(SIGINT, SIG_DFL);  // a shell in the background has it ignored
+    const QuillonLib::test::SilentServer silent;
+    const std::string nobody = QuillonLib::ToUtf8(silent.Address()) + "/d";
+    Write(Section("done", "e", "f") + Section("stuck", nobody, "e") + Section("late", "f", "e") +
+          Section("later", "a", "b"));
+    std::filesystem::create_directory(folder / "tmp");
+    Process process(
+        folder, {"batch", File("b.ini"), "--jobs", "1", "--reports", File("r"), "--format", "json"},
+        Streams{}, {{"TMPDIR", File("tmp")}, {"QUILLON_PASSWORD", "sandbox"}});
+    ASSERT_TRUE(process.Prints("\"name\":\"done\""));
+    std::this_thread::sleep_for(300ms);
+    const auto begin = std::chrono::steady_clock::now();
+    process.Signal(SIGINT);
+    EXPECT_EQ(process.Wait(), 130);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 8s);
+    EXPECT_EQ(process.Err(),
+              "quillon: interrupted; ending as soon as everything is in order (once more: at "
+              "once)\nquillon: ends in the middle of [stuck]\nquillon: not run: [late], [later]\n");
+    EXPECT_TRUE(Holds(process.Out(), "\"name\":\"late\"")) << process.Out();
+    EXPECT_TRUE(Holds(process.Out(), "\"outcome\":\"not-run\"")) << process.Out();
+    EXPECT_EQ(Files("r"), (std::set<std::string>{"done.html", "index.html"}));
+    const std::string index = Index("r/index.html");
+    EXPECT_TRUE(Holds(index, "<a href=\"done.html\">done</a>")) << index;
+    EXPECT_TRUE(Holds(index, "not run</span></td>")) << index;
+    EXPECT_TRUE(std::filesystem::is_empty(folder / "tmp"));
+}
+
+// A comparison that is reading is told to end, and everything that was left says so.
+TEST_F(Batch, CtrlCBreaksOffWhatIsReading) {
+    std::signal(SIGINT, SIG_DFL);
+    sandbox::Fault slow;
+    slow.kind = sandbox::FaultKind::Delay;
+    slow.contains = u"FROM [dbo].[t]";
+    slow.delay = 60s;
+    other.AddFault(slow);
+    Write(Section("slow", first, second, "table = t\n") + Section("late", "e", "f"));
+    Process process(folder, {"batch", File("b.ini"), "--jobs", "1", "--reports", File("r")},
+                    Streams{}, {{"QUILLON_PASSWORD", "sandbox"}});
+    const auto reads = [&] {
+        const auto log = other.Log();
+        return std::any_of(log.begin(), log.end(), [&](const sandbox::LogEntry& entry) {
+            return entry.batch.find(slow.contains) != std::u16string::npos;
+        });
+    };
+    for (int i = 0; i < 3000 && !reads(); ++i)
+        std::this_thread::sleep_for(10ms);
+    ASSERT_TRUE(reads());
+    process.Signal(SIGINT);
+    EXPECT_EQ(process.Wait(), 130);
+    EXPECT_TRUE(
+        Holds(process.Err(), "quillon: ends in the middle of [slow]\nquillon: not run: [late]\n"))
+        << process.Err();
+    EXPECT_TRUE(Holds(process.Out(), "[slow] broken off\n")) << process.Out();
+    EXPECT_TRUE(Holds(process.Out(), "2 pairs: 1 broken off, 1 not run\n")) << process.Out();
+    EXPECT_FALSE(std::filesystem::exists(folder / "r/slow.html"));
+    for (const std::string& name : Files("r"))
+        EXPECT_EQ(name, "index.html");
+}
+
+}  // namespace
+}  // namespace quillon
