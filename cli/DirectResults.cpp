@@ -27,6 +27,8 @@ ColumnLeftOut LeftOut(const DirectOmitted& column) {
             return {column.name, "generated", "the server writes it itself"};
         case DirectOmission::RowVersion:
             return {column.name, "row-version", "a row version differs by nature"};
+        case DirectOmission::NotChosen:
+            return {column.name, "not-chosen", "it is not among the columns chosen"};
         case DirectOmission::Ignored:
             return {column.name, "ignored", "it is ignored, as asked for"};
         case DirectOmission::NotComparable:

@@ -21,6 +21,8 @@ struct DirectTable {
     std::vector<std::u16string> keyColumns;
     // Not compared, whatever their case. A column of the key is compared all the same.
     std::vector<std::u16string> ignoredColumns;
+    // Compared beside those of the key, whatever their case; both sides must have them. Empty: all.
+    std::vector<std::u16string> comparedColumns{};
 };
 
 // Exact unless the caller says otherwise. Keys are always matched exactly.

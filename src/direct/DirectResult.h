@@ -32,6 +32,7 @@ enum class DirectOmission : std::uint8_t {
     Computed,       // on either side
     Generated,      // on either side: only the server writes it (periods of temporal tables)
     RowVersion,     // timestamp, on either side: the server's own count of changes
+    NotChosen,      // the caller has named others
     Ignored,        // by the caller's word, whichever side has it
     NotComparable,  // the types hold no common value without loss, or cannot be read
 };

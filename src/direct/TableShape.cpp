@@ -53,6 +53,7 @@ class Planner {
         RequireDistinctNames(side2_);
         plan_.shape.drift = FindDrift(side1_, side2_);
         RequireNamed(table_.keyColumns);
+        RequireNamed(table_.comparedColumns);
         const Names key = ChooseKey();
         for (const ColumnFacts& column : side1_.Columns)
             Take(column, Contains(key, column.Name));
@@ -75,6 +76,10 @@ class Planner {
   private:
     bool IsIgnored(std::u16string_view name) const {
         return Contains(ignored_, name) || Contains(table_.ignoredColumns, name);
+    }
+
+    bool IsChosen(std::u16string_view name) const {
+        return table_.comparedColumns.empty() || Contains(table_.comparedColumns, name);
     }
 
     // Columns are matched whatever the case of their names. Of two such columns one would be
@@ -120,6 +125,7 @@ class Planner {
         if (column.Generated || other->Generated) {
             return Omit(column.Name, DirectOmission::Generated);
         }
+        if (!key && !IsChosen(column.Name)) return Omit(column.Name, DirectOmission::NotChosen);
         auto pair = PairColumns(column, *other);
         if (auto* const reason = std::get_if<std::u16string>(&pair)) {
             return Omit(column.Name, DirectOmission::NotComparable, std::move(*reason));

@@ -64,5 +64,27 @@ TEST(TableShape, AViewOnEitherSideMakesItAView) {
     EXPECT_TRUE(PlanTable(table, view, DirectTable{}, {}).shape.view);
 }
 
+TEST(TableShape, ColumnsThatAreNotAmongTheChosenAreLeftOutButForTheKey) {
+    DirectTable choice;
+    choice.keyColumns = {u"id"};
+    choice.comparedColumns = {u"NAME"};
+    const TablePlan plan = PlanTable(TableOf({u"id", u"name", u"rest", u"mine"}),
+                                     TableOf({u"id", u"Name", u"rest"}), choice, {});
+    ASSERT_EQ(plan.shape.columns.size(), 2U);
+    EXPECT_EQ(plan.shape.columns[0].side1.Name, u"id");
+    EXPECT_EQ(plan.shape.columns[1].side1.Name, u"name");
+    ASSERT_EQ(plan.shape.omitted.size(), 2U);
+    EXPECT_EQ(plan.shape.omitted[0].name, u"rest");
+    EXPECT_EQ(plan.shape.omitted[0].why, DirectOmission::NotChosen);
+    EXPECT_EQ(plan.shape.omitted[1].why, DirectOmission::OnlyIn1);
+}
+
+TEST(TableShape, AChosenColumnThatIsNotThereIsAnError) {
+    DirectTable choice;
+    choice.comparedColumns = {u"nmae"};
+    EXPECT_THROW(PlanTable(TableOf({u"id", u"name"}), TableOf({u"id", u"name"}), choice, {}),
+                 Error);
+}
+
 }  // namespace
 }  // namespace QuillonLib
