@@ -35,9 +35,15 @@ class QUILLON_API Database {
     void NTSecurity(bool value) { login_.NTSecurity = value; }
     const LoginData& Login() const { return login_; }
 
+    // The ODBC driver: its name, or, where the driver manager takes one (unixODBC), the path of its
+    // file, which begins with "/". Neither may hold a brace. Empty: "SQL Server". What a driver
+    // other than FreeTDS needs told goes into the keywords.
+    const std::u16string& Driver() const { return login_.Driver; }
+    void Driver(std::u16string value) { login_.Driver = std::move(value); }
+
     // More of the connection string, placed behind the rest as it stands, for what the driver knows
-    // and the object model does not: u"encryption=require". Neither this nor the time-outs are
-    // written to a property bag; linked servers know nothing of them.
+    // and the object model does not: u"encryption=require". Neither this, nor the driver, nor the
+    // time-outs are written to a property bag; linked servers know nothing of them.
     const std::u16string& ConnectionKeywords() const { return login_.Keywords; }
     void ConnectionKeywords(std::u16string value) { login_.Keywords = std::move(value); }
     // How long a login may take (default: 15 s), and a batch (default: 0). 0: no limit. Beyond it
@@ -46,6 +52,11 @@ class QUILLON_API Database {
     void LoginTimeout(std::chrono::seconds value) { login_.LoginTimeout = value; }
     std::chrono::seconds CommandTimeout() const { return login_.CommandTimeout; }
     void CommandTimeout(std::chrono::seconds value) { login_.CommandTimeout = value; }
+
+    // Hears of what the connections to this database send, from the next login on; null: nobody
+    // does. Not written to a property bag.
+    const std::shared_ptr<StatementListener>& Listener() const { return login_.Listener; }
+    void Listener(std::shared_ptr<StatementListener> value) { login_.Listener = std::move(value); }
 
     // The caller's label, by which comparison templates find the database again.
     const std::u16string& Description() const { return description_; }

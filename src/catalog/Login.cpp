@@ -9,9 +9,11 @@ namespace QuillonLib {
 namespace {
 
 void Open(Connection& connection, const LoginData& login, std::u16string_view database) {
-    std::u16string text = BuildConnectionString(login.Server, database, login.NTSecurity,
-                                                login.Username, login.Password);
+    std::u16string text =
+        BuildConnectionString(login.Server, database, login.NTSecurity, login.Username,
+                              login.Password, login.Driver.empty() ? DefaultDriver : login.Driver);
     if (!login.Keywords.empty()) text += u";" + login.Keywords;
+    connection.Listener(login.Listener);
     connection.Open(text);
 }
 

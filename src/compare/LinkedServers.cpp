@@ -28,8 +28,9 @@ void DefineLinkedServer(Database& obDatabase, const Database& obDB3, std::u16str
     if (obDatabase.NTSecurity()) {
         connection3->Execute(u"sp_addlinkedsrvlogin " + linked + u",'true'");
     } else {
-        connection3->Execute(u"sp_addlinkedsrvlogin " + linked + u",'false',NULL,'" +
-                             obDatabase.Username() + u"','" + obDatabase.Password() + u"'");
+        const std::u16string login =
+            u"sp_addlinkedsrvlogin " + linked + u",'false',NULL,'" + obDatabase.Username() + u"','";
+        connection3->Execute(login + obDatabase.Password() + u"'", login + u"***'");
     }
     probe.Close();
 }

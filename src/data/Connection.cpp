@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -50,9 +51,12 @@ void Connection::Impl::Open(std::u16string_view text) {
     environment = odbc::Environment(SQL_NULL_HANDLE);
     SQLSetEnvAttr(environment.Get(), SQL_ATTR_ODBC_VERSION, odbc::AsPointer(SQL_OV_ODBC3), 0);
     link = odbc::Link(environment.Get());
+    std::optional<ToldStatement> told;
+    if (listener) told.emplace(*listener);
     try {
         Connect();
     } catch (...) {
+        if (told) told->Fails(errors);
         Close();
         throw;
     }
@@ -134,6 +138,10 @@ void Connection::CommandTimeout(std::chrono::seconds limit) noexcept {
     impl_->commandTimeout = limit;
 }
 
+void Connection::Listener(std::shared_ptr<StatementListener> listener) noexcept {
+    impl_->listener = std::move(listener);
+}
+
 void Connection::Open(std::u16string_view connectionString) {
     impl_->Open(connectionString);
 }
@@ -143,8 +151,12 @@ const std::u16string& Connection::ConnectionString() const noexcept {
 }
 
 void Connection::Execute(std::u16string_view sql) {
+    Execute(sql, sql);
+}
+
+void Connection::Execute(std::u16string_view sql, std::u16string_view told) {
     odbc::Statement statement(*impl_);
-    statement.Execute(sql);
+    statement.Execute(sql, told);
     statement.Finish();
 }
 

@@ -9,6 +9,7 @@
 
 #include "core/Export.h"
 #include "data/Diagnostic.h"
+#include "data/StatementListener.h"
 
 namespace QuillonLib {
 
@@ -29,6 +30,9 @@ class QUILLON_API Connection {
     void LoginTimeout(std::chrono::seconds limit) noexcept;    // default 15 s
     void CommandTimeout(std::chrono::seconds limit) noexcept;  // default: none
 
+    // Hears of every login and batch from now on; null: nobody does, and nothing is measured.
+    void Listener(std::shared_ptr<StatementListener> listener) noexcept;
+
     // Throws Error ObjectOpen when already open.
     void Open(std::u16string_view connectionString);
     // As given to Open, letter for letter; it holds the password.
@@ -43,6 +47,8 @@ class QUILLON_API Connection {
     // sp_executesql does: what it SETs or USEs ends with it.
     // Throws Error ObjectClosed when not open.
     void Execute(std::u16string_view sql);
+    // The same for a batch that holds a secret: a listener hears `told` in place of it.
+    void Execute(std::u16string_view sql, std::u16string_view told);
 
     // From any thread: asks the server to stop the statement that runs, if there is one. Its call
     // fails then, unless it has just come to its end; the connection stays open. A statement that

@@ -37,8 +37,10 @@ bool NamesItsPort(std::u16string_view server) {
 
 std::u16string BuildConnectionString(std::u16string_view server, std::u16string_view database,
                                      bool ntSecurity, std::u16string_view user,
-                                     std::u16string_view password) {
-    std::u16string text = u"driver={SQL Server};server=";
+                                     std::u16string_view password, std::u16string_view driver) {
+    std::u16string text = u"driver={";
+    text += driver;
+    text += u"};server=";
     text += server;
     text += u";database=";
     text += database;
@@ -62,6 +64,11 @@ std::u16string DriverOf(std::u16string_view connectionString) {
         start = item.end + 1;
     }
     return {};
+}
+
+bool IsFileOfFreeTds(std::u16string_view driver) {
+    const std::size_t folder = driver.rfind(u'/');
+    return FoldCase(driver.substr(folder + 1)).find(u"tdsodbc") != std::u16string::npos;
 }
 
 // Two quirks of FreeTDS:

@@ -112,8 +112,9 @@ bool Statement::Succeeded(SQLRETURN result) {
     return SQL_SUCCEEDED(result);
 }
 
-bool Statement::Execute(std::u16string_view sql) {
+bool Statement::Execute(std::u16string_view sql, std::u16string_view told) {
     if (sql.empty()) return false;  // which the driver manager refuses to send
+    if (connection_.listener) told_.emplace(*connection_.listener, told.empty() ? sql : told);
     const SQLRETURN result = DriverWouldChange(sql) ? ExecuteAsParameter(sql) : ExecuteDirect(sql);
     const bool succeeded = Succeeded(result);
     // SQL_NO_DATA: the first statement counted no row, or had nothing to count.
@@ -167,13 +168,20 @@ bool Statement::GetData(SQLUSMALLINT column, SQLSMALLINT cType, void* buffer, st
 
 void Statement::Require(SQLRETURN result) {
     if (SQL_SUCCEEDED(result)) return;
-    connection_.Fail(ReadErrors(SQL_HANDLE_STMT, Get(), true));
+    Fail(ReadErrors(SQL_HANDLE_STMT, Get(), true));
 }
 
 void Statement::Finish() {
     while (NextResult()) {
     }
-    if (Failed()) connection_.Fail(std::move(errors_));
+    if (Failed()) Fail(std::move(errors_));
+    told_.reset();
+}
+
+void Statement::Fail(std::vector<Diagnostic> errors) {
+    if (told_) told_->Fails(errors);
+    told_.reset();
+    connection_.Fail(std::move(errors));
 }
 
 }  // namespace QuillonLib::odbc

@@ -10,13 +10,16 @@
 #include <sqlext.h>
 
 #include <bit>
+#include <memory>
 #include <mutex>
+#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "data/Connection.h"
 #include "data/Diagnostic.h"
+#include "data/ToldStatement.h"
 
 namespace QuillonLib::odbc {
 
@@ -98,6 +101,7 @@ class Connection::Impl {
     std::chrono::seconds commandTimeout{0};
     std::u16string connectionString;
     std::vector<Diagnostic> errors;
+    std::shared_ptr<StatementListener> listener;  // null: nobody
 
   private:
     void Connect();
@@ -121,8 +125,8 @@ class Statement {
     SQLHSTMT Get() const noexcept { return handle_.Get(); }
 
     // Each returns false when there is nothing (more) of its kind to read. `sql` stays as it is
-    // until the statement goes away.
-    bool Execute(std::u16string_view sql);
+    // until the statement goes away. `told`: what a listener hears in place of it; empty: `sql`.
+    bool Execute(std::u16string_view sql, std::u16string_view told = {});
     // Executes, and steps over results that have no columns: counts, messages.
     bool FindRowSet(std::u16string_view sql);
     bool NextResult();
@@ -147,12 +151,14 @@ class Statement {
     SQLRETURN ExecuteAsParameter(std::u16string_view sql);
     bool Succeeded(SQLRETURN result);
     void Gather(SQLRETURN result);
+    [[noreturn]] void Fail(std::vector<Diagnostic> errors);
 
     Connection::Impl& connection_;
     Handle<SQL_HANDLE_STMT> handle_;
     std::vector<Diagnostic> errors_;
     SQLLEN parameterLength_ = 0;
     bool more_ = false;
+    std::optional<ToldStatement> told_;
 };
 
 }  // namespace odbc

@@ -50,6 +50,32 @@ std::int32_t NumberThrown(const Action& action) {
     return 0;
 }
 
+// Writes down what it hears.
+class Notes : public StatementListener {
+  public:
+    std::uint64_t LogsIn() noexcept override {
+        lines.emplace_back(u"logs in");
+        return ++last_;
+    }
+    std::uint64_t Sends(std::u16string_view batch) noexcept override {
+        lines.emplace_back(u"sends " + std::u16string(batch));
+        return ++last_;
+    }
+    void Ends(std::uint64_t number, std::chrono::nanoseconds time,
+              std::u16string_view error) noexcept override {
+        lines.emplace_back(u"ends " + ToText(static_cast<std::int64_t>(number)) +
+                           (error.empty() ? u"" : u": " + std::u16string(error)));
+        EXPECT_GE(time.count(), 0);
+        last = time;
+    }
+
+    std::vector<std::u16string> lines;
+    std::chrono::nanoseconds last{};
+
+  private:
+    std::uint64_t last_ = 0;
+};
+
 TEST(Connection, KeepsTheConnectionStringLetterForLetter) {
     ScriptedServer server;
     const auto connection = server.Connect();
@@ -418,6 +444,37 @@ TEST(Connection, CancellingNothingDoesNothing) {
     EXPECT_NO_THROW(connection->Execute(u"SELECT 1"));
     connection->Cancel();
     EXPECT_TRUE(connection->IsOpen());
+}
+
+TEST(StatementListener, HearsOfLoginsAndBatchesWithTheirEndsAndTimes) {
+    ScriptedServer server;
+    const auto notes = std::make_shared<Notes>();
+    Connection connection;
+    connection.Listener(notes);
+    connection.Open(server.ConnectionString());
+    EXPECT_EQ(notes->lines, (std::vector<std::u16string>{u"logs in", u"ends 1"}));
+    DelayAnswers(server, 50ms);
+    connection.Execute(u"first");
+    EXPECT_GE(notes->last, 50ms);
+    connection.Execute(u"the secret 'x'", u"the secret '***'");
+    EXPECT_EQ(notes->lines,
+              (std::vector<std::u16string>{u"logs in", u"ends 1", u"sends first", u"ends 2",
+                                           u"sends the secret '***'", u"ends 3"}));
+    connection.Listener(nullptr);
+    connection.Execute(u"more");
+    EXPECT_EQ(notes->lines.size(), 6U);
+}
+
+TEST(StatementListener, HearsWhyALoginIsRefusedAndNoPassword) {
+    ScriptedServer server;
+    const auto notes = std::make_shared<Notes>();
+    Connection connection;
+    connection.Listener(notes);
+    EXPECT_THROW(connection.Open(server.ConnectionString(u"hunter2-geheim")), DataError);
+    ASSERT_EQ(notes->lines.size(), 2U);
+    EXPECT_NE(notes->lines[1].find(u"Login failed"), std::u16string::npos);
+    for (const std::u16string& line : notes->lines)
+        EXPECT_EQ(line.find(u"geheim"), std::u16string::npos);
 }
 
 }  // namespace
