@@ -40,7 +40,7 @@ void AddCompareCommand(CLI::App& app, Program& program) {
         const CompareResults results =
             CompareWhole(options->comparison, options->comparison.Request(program.console),
                          options->report, program.console);
-        if (!options->report.file.empty()) program.console.Note("Written: " + options->report.file);
+        if (!options->report.file.empty()) program.console.Hint("Written: " + options->report.file);
         Print(program.console, results, options->format.Format());
         program.exitCode = results.exitCode;
     });

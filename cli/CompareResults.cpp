@@ -4,11 +4,11 @@
 
 namespace quillon {
 
-std::string Stopwatch::Started() const {
+std::string UtcText(std::chrono::system_clock::time_point moment) {
     using namespace std::chrono;
-    const auto day = floor<days>(started_);
+    const auto day = floor<days>(moment);
     const year_month_day date(day);
-    const hh_mm_ss time(floor<milliseconds>(started_ - day));
+    const hh_mm_ss time(floor<milliseconds>(moment - day));
     char text[48];
     (void)std::snprintf(
         text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ", static_cast<int>(date.year()),
@@ -16,6 +16,10 @@ std::string Stopwatch::Started() const {
         static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
         static_cast<int>(time.seconds().count()), static_cast<int>(time.subseconds().count()));
     return text;
+}
+
+std::string Stopwatch::Started() const {
+    return UtcText(started_);
 }
 
 double Stopwatch::Seconds() const {

@@ -13,10 +13,12 @@
 
 namespace quillon {
 
+// "2026-01-15T13:45:30.123Z".
+std::string UtcText(std::chrono::system_clock::time_point moment);
+
 // When a command began, and how long ago that was.
 class Stopwatch {
   public:
-    // "2026-01-15T13:45:30.123Z".
     std::string Started() const;
     double Seconds() const;
 

@@ -9,6 +9,7 @@
 #include "cli/AbandonOnInterrupt.h"
 #include "cli/Interrupt.h"
 #include "cli/Printable.h"
+#include "cli/TableChoices.h"
 #include "cli/TableDependencies.h"
 #include "compare/LinkedServers.h"
 #include "data/Connection.h"
@@ -19,74 +20,15 @@ namespace {
 
 using namespace QuillonLib;
 
-// The facts of a table that a choice names.
-const TableFacts& FactsFor(const Comparison& comparison, const std::u16string& table,
-                           const char* option) {
-    const auto found = comparison.facts.find(table);
-    if (found != comparison.facts.end()) return found->second;
-    std::string text =
-        std::string(option) + ": " + ToUtf8(table) + " is not among the tables that are compared:";
-    for (const std::u16string& entry : comparison.tables)
-        text += " " + ToUtf8(entry);
-    throw CLI::ValidationError(text);
-}
-
-std::vector<std::u16string> UniqueIndexNames(const ObjectFacts& table) {
-    std::vector<std::u16string> names;
-    for (const IndexFacts& index : table.Indexes) {
-        if (index.Type != 0) names.push_back(index.Name);
-    }
-    return names;
-}
-
 void ChooseIndexes(Comparison& comparison, const std::vector<TableChoice>& choices) {
     for (const auto& [table, name] : choices) {
         if (comparison.IsOneSided(table)) continue;
-        const ObjectFacts& facts = FactsFor(comparison, table, "--index").in1;
-        const IndexFacts* index = facts.FindIndex(name);
-        if (index == nullptr || index->Type == 0) {
-            const std::vector<std::u16string> names = UniqueIndexNames(facts);
-            throw CLI::ValidationError("--index: " + ToUtf8(table) + " in " +
-                                       ToUtf8(comparison.databases.obDB1->Description()) +
-                                       (index == nullptr
-                                            ? " has no index [" + ToUtf8(name) +
-                                                  "] (disabled and filtered ones not counted)"
-                                            : " has no unique index [" + ToUtf8(name) + "]") +
-                                       (names.empty() ? "; it has no unique index"
-                                                      : "; its unique indexes: " + ListOf(names)));
-        }
-        if (comparison.indexes.ItemExists(table)) {
-            throw CLI::ValidationError("--index: " + ToUtf8(table) + " has two choices");
-        }
-        comparison.indexes.Add(index->Name, table);
-    }
-}
-
-// The columns that both databases have, by exactly that name.
-std::vector<std::u16string> CommonColumns(const TableFacts& facts) {
-    std::vector<std::u16string> names;
-    for (const ColumnFacts& column : facts.in1.Columns) {
-        if (facts.in2.FindColumn(column.Name) != nullptr) names.push_back(column.Name);
-    }
-    return names;
-}
-
-// A choice that was named on the command line goes before that of a template.
-void TakePicks(const Comparison& comparison, ComparisonRequest& request) {
-    const auto isNamed = [](const auto& choices, const std::u16string& table) {
-        return std::any_of(choices.begin(), choices.end(), [&](const auto& choice) {
-            return EqualIgnoringCase(choice.table, table);
-        });
-    };
-    const TemplateContents& picks = *request.picks;
-    for (const std::u16string& table : comparison.tables) {
-        if (picks.indexes->ItemExists(table) && !isNamed(request.indexes, table)) {
-            request.indexes.push_back({table, picks.indexes->Item(table)});
-        }
-        if (picks.columns->ItemExists(table) && !isNamed(request.columns, table)) {
-            const auto list = picks.columns->Item(table);
-            request.columns.push_back({table, {list->begin(), list->end()}});
-        }
+        const ObjectFacts& facts =
+            FactsFor(comparison.facts, comparison.tables, table, "--index").in1;
+        const IndexFacts& index =
+            RequireUniqueIndex(facts, table, name, *comparison.databases.obDB1);
+        if (comparison.indexes.ItemExists(table)) ThrowTwoChoices("--index", table);
+        comparison.indexes.Add(index.Name, table);
     }
 }
 
@@ -106,28 +48,17 @@ bool IsRefusedIn2(const ColumnFacts& column) {
 void ChooseColumns(Comparison& comparison, const std::vector<ColumnsChoice>& choices) {
     for (const auto& [table, columns] : choices) {
         if (comparison.IsOneSided(table)) continue;
-        const TableFacts& facts = FactsFor(comparison, table, "--columns");
-        const std::vector<std::u16string> common = CommonColumns(facts);
+        const TableFacts& facts = FactsFor(comparison.facts, comparison.tables, table, "--columns");
         auto chosen = std::make_shared<ColumnChoice>();
-        for (const std::u16string& name : columns) {
-            const auto found = std::find_if(
-                common.begin(), common.end(),
-                [&](const std::u16string& column) { return EqualIgnoringCase(column, name); });
-            if (found == common.end()) {
-                throw CLI::ValidationError("--columns: " + ToUtf8(table) + " has no column [" +
-                                           ToUtf8(name) +
-                                           "] in both databases; it has: " + ListOf(common));
-            }
-            if (IsRefusedByServer(*facts.in1.FindColumn(*found)) ||
-                IsRefusedIn2(*facts.in2.FindColumn(*found))) {
+        for (const std::u16string& name : RequireColumns(facts, table, columns, Letters::Exactly)) {
+            if (IsRefusedByServer(*facts.in1.FindColumn(name)) ||
+                IsRefusedIn2(*facts.in2.FindColumn(name))) {
                 throw CLI::ValidationError("--columns: the server cannot compare the values of [" +
-                                           ToUtf8(*found) + "] in " + ToUtf8(table));
+                                           ToUtf8(name) + "] in " + ToUtf8(table));
             }
-            if (!chosen->ItemExists(*found)) chosen->Add(*found, *found);
+            chosen->Add(name, name);
         }
-        if (comparison.columns.ItemExists(table)) {
-            throw CLI::ValidationError("--columns: " + ToUtf8(table) + " has two choices");
-        }
+        if (comparison.columns.ItemExists(table)) ThrowTwoChoices("--columns", table);
         comparison.columns.Add(std::move(chosen), table);
     }
 }
@@ -166,7 +97,7 @@ void ChooseUnnamedKeys(Comparison& comparison, Console& console) {
         chosen += " " + Printable(table);
     }
     if (chosen.empty()) return;
-    console.Note(
+    console.Hint(
         "quillon: primary keys of other names but the same columns are taken for the same key:" +
         chosen);
 }
@@ -189,7 +120,7 @@ void NoteTwoNamesOfOneServer(const Comparison& comparison, Console& console) {
     } catch (const Error&) {
         return;  // a hint is not worth a failure
     }
-    console.Note("quillon: " + ToUtf8(obDB1->Server()) + " and " + ToUtf8(obDB2->Server()) +
+    console.Hint("quillon: " + ToUtf8(obDB1->Server()) + " and " + ToUtf8(obDB2->Server()) +
                  " both call themselves " + ToUtf8(name1) +
                  ". If they are one server, write its name the same way twice: then no linked "
                  "server is needed.");
@@ -221,7 +152,8 @@ std::unique_ptr<Comparison> Prepare(ComparisonRequest request, Console& console)
     static_cast<TableLists&>(*comparison) =
         SelectTables(request.databases, request.tables, request.excluded, console);
     comparison->facts = ReadFacts(*obDB1, *obDB2, TextArray(comparison->tables));
-    if (request.picks) TakePicks(*comparison, request);
+    TakePicks(comparison->tables, request);
+    comparison->choosesColumns = !request.columns.empty();
     ChooseIndexes(*comparison, request.indexes);
     ChooseColumns(*comparison, request.columns);
     LeaveOutRefusedColumns(*comparison);

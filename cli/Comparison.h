@@ -26,6 +26,8 @@ struct ComparisonRequest {
     std::vector<TableChoice> indexes;
     std::vector<ColumnsChoice> columns;
     std::optional<TemplateContents> picks;  // choices for the tables that are compared
+    // The third database that a template names, where it is not the first.
+    std::optional<std::string> thirdOfTemplate;
     bool dropLinkedServers = false;
     bool onlyDifferent = false;  // identical tables are not listed
 };
@@ -36,6 +38,7 @@ struct Comparison : TableLists {
     FactsByTable facts;
     QuillonLib::IndexChoices indexes;
     QuillonLib::ColumnChoices columns;
+    bool choosesColumns = false;  // somebody has named columns of a table
     bool dropLinkedServers = false;
     bool onlyDifferent = false;
 

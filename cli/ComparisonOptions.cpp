@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "cli/Roads.h"
+#include "cli/StatementLog.h"
 #include "cli/TemplateFile.h"
 #include "cli/Verdict.h"
 
@@ -25,6 +26,19 @@ void ComparisonOptions::AddDatabasesTo(CLI::App& command) {
                   "comparison across servers defines and leaves behind, login and password "
                   "included")
         ->group(ByServerGroup);
+    AddTellingTo(command);
+}
+
+void ComparisonOptions::AddTellingTo(CLI::App& command) {
+    auto* const verbose = command.add_flag(
+        "--verbose", verbose_,
+        "Tell on standard error each statement that is sent, and how long it took; never a "
+        "password");
+    command
+        .add_option("--log", log_,
+                    "Write the same into a file, behind what it holds; values of rows are in it")
+        ->type_name("FILE");
+    command.add_flag("--quiet", quiet_, "Tell nothing but results and errors")->excludes(verbose);
 }
 
 void ComparisonOptions::AddTablesTo(CLI::App& command) {
@@ -41,24 +55,28 @@ void ComparisonOptions::AddTablesTo(CLI::App& command) {
         ->type_name("TABLE");
     command.add_option("--index", indexes_, "Unique index whose columns are a table's key")
         ->allow_extra_args(false)
-        ->type_name("TABLE=INDEX")
-        ->group(ByServerGroup);
+        ->type_name("TABLE=INDEX");
+    AddColumnsTo(command);
+}
+
+void ComparisonOptions::AddColumnsTo(CLI::App& command) {
     command
         .add_option("--columns", columns_, "Columns of a table that are compared (default: all)")
         ->allow_extra_args(false)
-        ->type_name("TABLE=A,B,...")
-        ->group(ByServerGroup);
+        ->type_name("TABLE=A,B,...");
 }
 
 void ComparisonOptions::AddTemplateTo(CLI::App& command) {
     command
-        .add_option("--template", template_,
-                    "Template whose databases (as SERVER/DATABASE) and picks are compared")
-        ->group(ByServerGroup);
+        .add_option(
+            "--template", template_,
+            "Template whose databases (as SERVER/DATABASE, or the names of connections) and "
+            "picks are compared; what the command line names goes before")
+        ->type_name("NAME");
     command
         .add_option("--templates", templates_,
                     "Template file (default: Templates.xml beside the program)")
-        ->group(ByServerGroup);
+        ->type_name("FILE");
 }
 
 void ComparisonOptions::AddListTo(CLI::App& command) {
@@ -72,14 +90,20 @@ void ComparisonOptions::AddAcceptTo(CLI::App& command) {
 
 ComparisonRequest ComparisonOptions::Request(Console& console) const {
     ComparisonRequest request;
+    if (quiet_) console.BeQuiet();
+    if (verbose_ || !log_.empty())
+        console.LogTo(std::make_shared<StatementLog>(log_, verbose_, console), verbose_);
     DatabaseOptions databases = databases_;
     if (!template_.empty()) {
         TemplateContents contents = TemplateFile::Existing(templates_).Read(FromUtf8(template_));
-        if (contents.database1.empty()) {
+        if (contents.database1.empty() && !databases.Given()) {
             throw CLI::ValidationError("The template '" + template_ + "' names no databases");
         }
-        databases.Take(ToUtf8(contents.database1), ToUtf8(contents.database2),
-                       ToUtf8(contents.database3));
+        if (databases.Take(ToUtf8(contents.database1), ToUtf8(contents.database2),
+                           ToUtf8(contents.database3)) &&
+            !contents.database3.empty() && contents.database3 != contents.database1) {
+            request.thirdOfTemplate = ToUtf8(contents.database3);
+        }
         for (const std::u16string& entry : contents.tables.Items)
             request.tables.push_back(TablePattern::Exactly(entry));
         request.picks = std::move(contents);

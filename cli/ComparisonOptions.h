@@ -22,8 +22,12 @@ class ComparisonOptions {
     void AddDatabasesTo(CLI::App& command);
     // --table and --exclude, --index and --columns.
     void AddTablesTo(CLI::App& command);
+    // --columns alone.
+    void AddColumnsTo(CLI::App& command);
     // --template and --templates: databases and picks from a template.
     void AddTemplateTo(CLI::App& command);
+    // Of every command: --verbose, --log and --quiet.
+    void AddTellingTo(CLI::App& command);
     // --only-different.
     void AddListTo(CLI::App& command);
     // --accept-uncompared.
@@ -49,6 +53,9 @@ class ComparisonOptions {
     std::string template_;
     std::string templates_;
     bool byServer_ = false;
+    bool verbose_ = false;
+    bool quiet_ = false;
+    std::string log_;
     bool dropLinkedServers_ = false;
     bool onlyDifferent_ = false;
     bool acceptUncompared_ = false;

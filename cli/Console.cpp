@@ -88,7 +88,7 @@ void Console::PrintData(std::string_view bytes) {
     std::string asItIs(bytes);
     std::erase(asItIs, '\r');
     if (shown == asItIs) return;
-    Note(
+    Hint(
         "quillon: control characters are shown as \\n, \\x1B ...; a file or a pipe gets them as "
         "they are");
 }
@@ -109,11 +109,20 @@ void Console::Note(std::string_view lines) {
     errno = 0;
     std::cout.flush();
     NoteFailedWrite();  // told by the next one that may throw
-    std::cerr << PrintableLines(lines) << '\n';
+    NoteFromAnyThread(PrintableLines(lines));
+}
+
+void Console::Hint(std::string_view lines) {
+    if (!quiet_) Note(lines);
+}
+
+void Console::NoteFromAnyThread(std::string_view line) {
+    const std::lock_guard lock(notes_);
+    std::cerr << std::string(line) + '\n';
 }
 
 void Console::Progress(int percent, std::string_view what) {
-    if (!noteIsTerminal_) return;
+    if (!noteIsTerminal_ || quiet_ || statementsShown_) return;
     const std::string line = std::to_string(percent) + "% " + Printable(what);
     std::cerr << "\r\x1b[K" << Shortened(line, ProgressWidth) << std::flush;
     progressShown_ = true;

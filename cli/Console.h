@@ -5,6 +5,8 @@
 
 #include <cstddef>
 #include <exception>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -42,6 +44,8 @@ class StyledText {
     std::string text_;
 };
 
+class StatementLog;
+
 class Console {
   public:
     Console();
@@ -60,11 +64,25 @@ class Console {
     void PrintData(std::string_view bytes);
     void Flush();
 
-    // Lines for the person at the terminal: an explanation, an error. Line ends (LF, CR LF) stay.
+    // Lines for the person at the terminal: an error, or what is missing in the result. Line ends
+    // (LF, CR LF) stay.
     void Note(std::string_view lines);
+    // The same for what is good to know; not told where somebody wants it quiet.
+    void Hint(std::string_view lines);
+    // One line that is printable as it is, while other threads may note something, too.
+    void NoteFromAnyThread(std::string_view line);
     // Replaces the line before it; shown only on a terminal. Any other output clears it first.
     void Progress(int percent, std::string_view what);
     void ClearProgress();
+    // From now on no hints and no progress.
+    void BeQuiet() { quiet_ = true; }
+    // What the command's connections do is told there. Where it is `shown` here as well, there is
+    // no progress.
+    void LogTo(std::shared_ptr<StatementLog> log, bool shown) {
+        log_ = std::move(log);
+        statementsShown_ = shown;
+    }
+    const std::shared_ptr<StatementLog>& Log() const { return log_; }
 
     // The text as Printable shows its lines, in a colour where standard output is a terminal that
     // wants it (NO_COLOR is respected).
@@ -85,6 +103,10 @@ class Console {
     bool noteIsTerminal_ = false;
     bool colours_ = false;
     bool progressShown_ = false;
+    bool quiet_ = false;
+    bool statementsShown_ = false;
+    std::mutex notes_;  // one line at a time
+    std::shared_ptr<StatementLog> log_;
     std::error_code failedWrite_;  // the first one
 };
 

@@ -6,6 +6,7 @@
 #include "cli/ParsedOption.h"
 #include "cli/Printable.h"
 #include "cli/Roads.h"
+#include "cli/StatementLog.h"
 #include "compare/LinkedServers.h"
 
 namespace quillon {
@@ -100,7 +101,21 @@ std::string ServerForm(std::string server) {
 
 }  // namespace
 
-std::string ConnectionValue(const std::string& value, const char* what) {
+namespace {
+
+// As the manuals of ODBC have it.
+std::string InBraces(const std::string& value) {
+    std::string text = "{";
+    for (const char unit : value)
+        text += unit == '}' ? std::string("}}") : std::string(1, unit);
+    return text + "}";
+}
+
+}  // namespace
+
+std::string ConnectionValue(const std::string& value, const char* what, DriverKind driver) {
+    const bool blank = value.starts_with(' ') || value.ends_with(' ');
+    if (driver != DriverKind::FreeTds) return NeedsBraces(value) || blank ? InBraces(value) : value;
     if (!NeedsBraces(value)) return value;
     if (value.find("};") != std::string::npos || value.ends_with('}')) {
         throw CLI::ValidationError(std::string("the ") + what +
@@ -127,14 +142,15 @@ DatabaseLocation DatabaseLocation::Parse(const std::string& text) {
 }
 
 std::shared_ptr<QuillonLib::Database> MakeDatabase(const DatabaseLocation& location,
-                                                   const LoginOptions& login, Console& console) {
+                                                   const LoginOptions& login, DriverKind driver,
+                                                   Console& console) {
     auto database = std::make_shared<QuillonLib::Database>();
     location.PutInto(*database);
     database->NTSecurity(login.integrated);
-    database->Username(FromUtf8(ConnectionValue(login.user, "user name")));
+    database->Username(FromUtf8(ConnectionValue(login.user, "user name", driver)));
     const std::u16string password =
         login.Password(Printable(ToUtf8(database->Description())), console);
-    database->Password(FromUtf8(ConnectionValue(ToUtf8(password), "password")));
+    database->Password(FromUtf8(ConnectionValue(ToUtf8(password), "password", driver)));
     database->CheckDependencies(true);
     return database;
 }
@@ -163,6 +179,12 @@ void RequireLinkable(const QuillonLib::Database& database, const QuillonLib::Dat
 
 }  // namespace
 
+#ifdef _WIN32
+constexpr const char* DriverForm = "NAME";
+#else
+constexpr const char* DriverForm = "FILE";
+#endif
+
 void SessionOptions::AddTo(CLI::App& command) {
     AddParsed(
         command, "--encryption", encryption, ParseEncryption,
@@ -170,6 +192,10 @@ void SessionOptions::AddTo(CLI::App& command) {
         "or "
         "all that is sent (require)")
         ->type_name("off|request|require");
+    AddParsed(command, "--driver", driver, ChooseDriver,
+              "Another ODBC driver (default: the one that is registered as SQL Server, else "
+              "FreeTDS)")
+        ->type_name(DriverForm);
     AddParsed(command, "--login-timeout", loginTimeout, ParseSeconds,
               "How long a login may take (default: 15; 0: as long as it takes)")
         ->type_name("SECONDS");
@@ -187,11 +213,9 @@ SessionOptions SessionOptions::Or(const NamedConnection& connection) const {
 }
 
 void SessionOptions::PutInto(QuillonLib::Database& target) const {
-    if (encryption) {
-        target.ConnectionKeywords(*encryption == Encryption::Off       ? u"encryption=off"
-                                  : *encryption == Encryption::Request ? u"encryption=request"
-                                                                       : u"encryption=require");
-    }
+    target.Driver(FromUtf8(driver.name));
+    target.ConnectionKeywords(
+        FromUtf8(DriverKeywords(driver.kind, encryption, target.NTSecurity())));
     if (loginTimeout) target.LoginTimeout(*loginTimeout);
     if (statementTimeout) target.CommandTimeout(*statementTimeout);
 }
@@ -249,6 +273,16 @@ DatabaseOptions::Place DatabaseOptions::Find(const std::string& text,
     return place;
 }
 
+namespace {
+
+// Where somebody wants to know what is sent.
+void TellOf(QuillonLib::Database& database, const SessionOptions& session, Console& console) {
+    if (console.Log() == nullptr) return;
+    console.Log()->ListenTo(database, EncryptionText(session.driver.kind, session.encryption));
+}
+
+}  // namespace
+
 DatabaseOptions::Databases DatabaseOptions::Make(Console& console) const {
     if (location1_.empty() || location2_.empty()) {
         throw CLI::RequiredError(
@@ -267,9 +301,9 @@ DatabaseOptions::Databases DatabaseOptions::Make(Console& console) const {
         login2.passwordVariable = login2_.passwordVariable;
 
     Databases databases;
-    databases.obDB1 = MakeDatabase(place1.location, login1, console);
+    databases.obDB1 = MakeDatabase(place1.location, login1, session_.driver.kind, console);
     if (login2_.Given() || !login1_.Given() || ownPassword2) {
-        databases.obDB2 = MakeDatabase(place2.location, login2, console);
+        databases.obDB2 = MakeDatabase(place2.location, login2, session_.driver.kind, console);
     } else {
         databases.obDB2 = std::make_shared<QuillonLib::Database>(*databases.obDB1);
         place2.location.PutInto(*databases.obDB2);
@@ -278,7 +312,8 @@ DatabaseOptions::Databases DatabaseOptions::Make(Console& console) const {
     if (!location3_.empty()) {
         const Place place3 = Find(location3_, file);
         if (!login1_.Given() && place3.login.Given()) {
-            databases.obDB3 = MakeDatabase(place3.location, place3.login, console);
+            databases.obDB3 =
+                MakeDatabase(place3.location, place3.login, session_.driver.kind, console);
         } else if (login1_.Given() || place3.location.server == place1.location.server) {
             databases.obDB3 = std::make_shared<QuillonLib::Database>(*databases.obDB1);
             place3.location.PutInto(*databases.obDB3);
@@ -286,9 +321,12 @@ DatabaseOptions::Databases DatabaseOptions::Make(Console& console) const {
             throw CLI::RequiredError("For --via to another server --user or --integrated");
         }
         place3.session.PutInto(*databases.obDB3);
+        TellOf(*databases.obDB3, place3.session, console);
     }
     place1.session.PutInto(*databases.obDB1);
     place2.session.PutInto(*databases.obDB2);
+    TellOf(*databases.obDB1, place1.session, console);
+    TellOf(*databases.obDB2, place2.session, console);
     return databases;
 }
 

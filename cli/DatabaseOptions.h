@@ -10,6 +10,7 @@
 #include "QuillonLib.h"
 #include "cli/ConnectionFile.h"
 #include "cli/Console.h"
+#include "cli/DriverFile.h"
 
 namespace CLI {
 class App;
@@ -33,9 +34,11 @@ struct LoginOptions {
 };
 
 // A login's name or password as the connection string takes it: in braces where it holds what
-// would end it, so that it can never add a keyword. Throws CLI::ValidationError for the few values
-// that cannot be carried; the text names `what`, not the value.
-std::string ConnectionValue(const std::string& value, const char* what);
+// would end it, so that it can never add a keyword. FreeTDS takes what is in them as it stands, so
+// that it throws CLI::ValidationError for the few values that cannot be carried; the text names
+// `what`, not the value. In them other drivers take "}" doubled.
+std::string ConnectionValue(const std::string& value, const char* what,
+                            DriverKind driver = DriverKind::FreeTds);
 
 // A server as the library takes it: "host", "host,port", "host\instance". "host:port", "tcp:host"
 // and "[IPv6 address]" are brought to that form. Throws CLI::ValidationError.
@@ -57,10 +60,12 @@ struct SessionOptions {
     std::optional<Encryption> encryption;
     std::optional<std::chrono::seconds> loginTimeout;
     std::optional<std::chrono::seconds> statementTimeout;
+    DriverChoice driver;
 
     void AddTo(CLI::App& command);
     // These, and for what is absent here, those of the connection.
     SessionOptions Or(const NamedConnection& connection) const;
+    // Throws std::runtime_error for an encryption that the driver cannot be asked for.
     void PutInto(QuillonLib::Database& target) const;
 };
 
@@ -82,11 +87,14 @@ class DatabaseOptions {
     static void RequireLinkable(const Databases& databases);
 
     bool Given() const { return !location1_.empty(); }
-    // Databases as a template describes them; an empty third one is the first.
-    void Take(std::string database1, std::string database2, std::string database3) {
+    // Databases as a template describes them; an empty third one is the first. What the command
+    // line names goes before: false where it names both databases.
+    bool Take(std::string database1, std::string database2, std::string database3) {
+        if (Given()) return false;
         location1_ = std::move(database1);
         location2_ = std::move(database2);
-        location3_ = std::move(database3);
+        if (location3_.empty()) location3_ = std::move(database3);
+        return true;
     }
 
   private:
@@ -103,6 +111,7 @@ class DatabaseOptions {
 };
 
 std::shared_ptr<QuillonLib::Database> MakeDatabase(const DatabaseLocation& location,
-                                                   const LoginOptions& login, Console& console);
+                                                   const LoginOptions& login, DriverKind driver,
+                                                   Console& console);
 
 }  // namespace quillon

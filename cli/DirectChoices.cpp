@@ -6,6 +6,7 @@
 #include "cli/CatalogSurvey.h"
 #include "cli/Names.h"
 #include "cli/Roads.h"
+#include "cli/TableChoices.h"
 #include "core/TableEntry.h"
 
 namespace quillon {
@@ -22,15 +23,46 @@ DirectTable& Chosen(const std::vector<std::u16string>& entries, std::vector<Dire
     for (std::size_t i = 0; i < entries.size(); ++i) {
         if (EqualIgnoringCase(entries[i], table)) return tables[i];
     }
-    std::string text =
-        std::string(option) + ": " + ToUtf8(table) + " is not among the tables that are compared:";
-    for (const std::u16string& entry : entries)
-        text += " " + ToUtf8(entry);
-    throw CLI::ValidationError(text);
+    ThrowNotCompared(entries, table, option);
 }
 
-[[noreturn]] void ThrowTwoChoices(const char* option, const std::u16string& table) {
-    throw CLI::ValidationError(std::string(option) + ": " + ToUtf8(table) + " has two choices");
+// The tables that choices name, each once, as those lists have them.
+template <typename Choice>
+void AddNamed(const std::vector<Choice>& choices, const TableLists& lists, TextArray& tables) {
+    for (const Choice& choice : choices) {
+        for (const std::u16string& entry : lists.tables) {
+            const bool there =
+                std::find(tables.Items.begin(), tables.Items.end(), entry) != tables.Items.end();
+            if (!there && EqualIgnoringCase(entry, choice.table)) tables.Items.push_back(entry);
+        }
+    }
+}
+
+// Those of the request, held against both catalogs. An index of database 1 stands for its columns.
+void TakeIndexesAndColumns(const TableLists& lists, const ComparisonRequest& request,
+                           std::vector<DirectTable>& tables) {
+    TextArray named;
+    AddNamed(request.indexes, lists, named);
+    AddNamed(request.columns, lists, named);
+    FactsByTable facts;
+    if (!named.Items.empty())
+        facts = ReadFacts(*request.databases.obDB1, *request.databases.obDB2, named);
+    for (const TableChoice& choice : request.indexes) {
+        if (lists.IsOneSided(choice.table)) continue;
+        const ObjectFacts& in1 = FactsFor(facts, lists.tables, choice.table, "--index").in1;
+        DirectTable& table = Chosen(lists.tables, tables, choice.table, "--index");
+        if (!table.keyColumns.empty()) ThrowTwoChoices("--index", choice.table);
+        table.keyColumns =
+            RequireUniqueIndex(in1, choice.table, choice.name, *request.databases.obDB1).Columns;
+    }
+    for (const ColumnsChoice& choice : request.columns) {
+        if (lists.IsOneSided(choice.table)) continue;
+        const TableFacts& both = FactsFor(facts, lists.tables, choice.table, "--columns");
+        DirectTable& table = Chosen(lists.tables, tables, choice.table, "--columns");
+        if (!table.comparedColumns.empty()) ThrowTwoChoices("--columns", choice.table);
+        table.comparedColumns =
+            RequireColumns(both, choice.table, choice.columns, Letters::AnyCase);
+    }
 }
 
 }  // namespace
@@ -67,12 +99,13 @@ void DirectChoices::AddTo(CLI::App& command) {
              ->check(CLI::Range(1, 64)));
 }
 
-std::vector<DirectTable> DirectChoices::Tables(const TableLists& lists) const {
+std::vector<DirectTable> DirectChoices::Tables(const TableLists& lists,
+                                               ComparisonRequest& request) const {
     const std::vector<std::u16string>& entries = lists.tables;
     std::vector<DirectTable> tables;
     tables.reserve(entries.size());
     for (const std::u16string& entry : entries)
-        tables.push_back({{GetTableOwner(entry), GetTableName(entry)}, {}, {}, {}});
+        tables.push_back({{GetTableOwner(entry), GetTableName(entry)}, {}, {}, {}, {}});
     for (const std::string& text : keys_) {
         const ColumnsChoice choice = ParseColumnsChoice(text);
         if (lists.IsOneSided(choice.table)) continue;
@@ -87,6 +120,10 @@ std::vector<DirectTable> DirectChoices::Tables(const TableLists& lists) const {
         if (!table.where.empty()) ThrowTwoChoices("--where", condition.table);
         table.where = FromUtf8(condition.text);
     }
+    TakePicks(entries, request, [&](const std::u16string& table) {
+        return !Chosen(entries, tables, table, "--key").keyColumns.empty();
+    });
+    TakeIndexesAndColumns(lists, request, tables);
     return tables;
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/Comparison.h"
 #include "cli/DatabaseOptions.h"
 #include "cli/TableSelection.h"
 #include "direct/DirectOptions.h"
@@ -20,9 +21,11 @@ class DirectChoices {
     void AddTo(CLI::App& command);
 
     // The tables of both databases in their order, each with what is chosen for it; choices of
-    // tables that one database has are left aside. Throws CLI::ValidationError for a choice of a
-    // table that is not among them.
-    std::vector<QuillonLib::DirectTable> Tables(const TableLists& lists) const;
+    // tables that one database has are left aside. Indexes and columns are those of the request,
+    // which gets what its template chooses where the options do not. Throws CLI::ValidationError
+    // for a choice of a table that is not among them, and of an index or column that is not there.
+    std::vector<QuillonLib::DirectTable> Tables(const TableLists& lists,
+                                                ComparisonRequest& request) const;
     // Throws CLI::ValidationError for a column to ignore that none of the tables has.
     void RequireIgnored(const DatabaseOptions::Databases& databases,
                         const std::vector<std::u16string>& entries) const;

@@ -1,5 +1,6 @@
 #include "cli/DirectRun.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <chrono>
 
@@ -57,6 +58,15 @@ std::string TimeText(std::chrono::seconds time) {
     return std::to_string(minutes / 60) + ":" + TwoDigits(minutes % 60) + seconds;
 }
 
+// Somebody may rely on it: on another server values can be equal by other rules.
+void RequireNoThird(const ComparisonRequest& request) {
+    if (!request.thirdOfTemplate) return;
+    throw CLI::ValidationError(
+        "the template has the queries across both databases run in " + *request.thirdOfTemplate +
+        ": without --by-server there are none; name both databases on the command line if they are "
+        "to be compared directly");
+}
+
 }  // namespace
 
 std::string ProgressText(std::uint64_t read, const ReadingPace::Reading& pace) {
@@ -66,19 +76,19 @@ std::string ProgressText(std::uint64_t read, const ReadingPace::Reading& pace) {
     return text;
 }
 
-DirectRun PrepareDirect(const ComparisonRequest& request, const DirectChoices& choices,
-                        Console& console) {
+DirectRun PrepareDirect(ComparisonRequest request, const DirectChoices& choices, Console& console) {
     const AbandonOnInterrupt silent;
+    RequireNoThird(request);
     DirectRun run;
     run.databases = request.databases;
     static_cast<TableLists&>(run) =
         SelectTables(request.databases, request.tables, request.excluded, console);
-    run.choices = choices.Tables(run);
+    run.choices = choices.Tables(run, request);
     choices.RequireIgnored(request.databases, run.tables);
     run.options = choices.Options();
     run.onlyDifferent = request.onlyDifferent;
     if (!choices.Loosened().empty())
-        console.Note("quillon: values are compared " + choices.Loosened());
+        console.Hint("quillon: values are compared " + choices.Loosened());
     return run;
 }
 

@@ -32,8 +32,7 @@ struct DirectRun : TableLists {
 // know of it. Throws CLI::ValidationError for a name that is not there, with those that are;
 // std::runtime_error when a catalog cannot be read or there is nothing to compare.
 DirectRun PrepareDirect(const ComparisonOptions& options, Console& console);
-DirectRun PrepareDirect(const ComparisonRequest& request, const DirectChoices& choices,
-                        Console& console);
+DirectRun PrepareDirect(ComparisonRequest request, const DirectChoices& choices, Console& console);
 
 // Gets every difference; true: enough, the comparison ends.
 using DifferenceHandler = std::function<bool(const QuillonLib::DirectDifference&)>;

@@ -30,7 +30,7 @@ DirectScripts::DirectScripts(const DirectRun& run, const std::vector<int>& sides
         std::any_of(run.choices.begin(), run.choices.end(),
                     [](const DirectTable& table) { return !table.where.empty(); });
     if (conditions) {
-        console.Note(
+        console.Hint(
             "quillon: --where: a row that meets the condition in one database alone counts as "
             "missing in the other, and is deleted or inserted");
     }

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "cli/Interrupt.h"
+#include "cli/StatementLog.h"
 
 namespace quillon {
 
@@ -15,6 +16,7 @@ int RunAndTell(Console& console, const std::function<int()>& command) {
     try {
         const int exitCode = command();
         console.Flush();
+        if (console.Log() != nullptr) console.Log()->RequireWhole();
         return exitCode;
     } catch (const OutputFailure& failure) {
         if (!failure.ReaderIsGone()) console.Note(std::string("quillon: ") + failure.what());

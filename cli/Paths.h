@@ -16,5 +16,7 @@ std::filesystem::path ConfigurationFolder();
 
 // Null where it cannot be opened; errno tells why.
 std::FILE* OpenToRead(const std::string& name);
+// The same; a file that is there keeps what it holds.
+std::FILE* OpenToAppend(const std::string& name);
 
 }  // namespace quillon

@@ -26,4 +26,9 @@ std::FILE* OpenToRead(const std::string& name) {
     return std::fopen(name.c_str(), "rb");
 }
 
+// No command that is run for a password gets it.
+std::FILE* OpenToAppend(const std::string& name) {
+    return std::fopen(name.c_str(), "abe");
+}
+
 }  // namespace quillon

@@ -25,4 +25,8 @@ std::FILE* OpenToRead(const std::string& name) {
     return _wfopen(PathOf(name).c_str(), L"rb");
 }
 
+std::FILE* OpenToAppend(const std::string& name) {
+    return _wfopen(PathOf(name).c_str(), L"ab");
+}
+
 }  // namespace quillon

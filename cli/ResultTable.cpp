@@ -177,7 +177,7 @@ void NoteFailuresAcrossServers(Console& console, const Comparison& comparison,
         return line.verdict.kind == Verdict::Kind::Failed;
     });
     if (!anyFailed || !comparison.NeedsLinkedServers()) return;
-    console.Note(
+    console.Hint(
         "quillon: these databases are on different servers, so the linked servers KARNOBE_1 "
         "and KARNOBE_2 are defined on " +
         ToUtf8(comparison.databases.obDB3->Server()) +

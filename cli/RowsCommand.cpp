@@ -28,8 +28,9 @@ void AddRowsCommand(CLI::App& app, Program& program) {
     command->add_option("table", options->table, "Table, as name or owner.name")->required();
     options->comparison.AddDatabasesTo(*command);
     options->comparison.AddAcceptTo(*command);
-    command->add_option("--index", options->index, "Unique index whose columns are the key")
-        ->group(ByServerGroup);
+    options->comparison.AddColumnsTo(*command);
+    options->comparison.AddTemplateTo(*command);
+    command->add_option("--index", options->index, "Unique index whose columns are the key");
     command->add_flag("--identical", options->identical, "Show identical rows");
     command->add_flag("--different", options->different, "Show differing rows");
     command->add_flag("--here", options->here, "Show rows only in the first database");

@@ -109,6 +109,8 @@ int ShowRowsDirect(const RowsOptions& options, Console& console) {
     RowsHead head;
     ComparisonRequest request = options.comparison.Request(console);
     request.tables = {TablePattern::Exactly(ToTableEntry(options.table))};
+    if (!options.index.empty())
+        request.indexes = {{ToTableEntry(options.table), FromUtf8(options.index)}};
     DirectRun run = PrepareDirect(request, options.comparison.Direct(), console);
     if (run.tables.empty()) return ExitCode::Different;  // only one database has it
     run.options.sameRows = options.identical;
@@ -129,7 +131,7 @@ int ShowRowsDirect(const RowsOptions& options, Console& console) {
     const int exitCode = options.comparison.Accepted(asked);
     rows.End(results.front(), line.verdict, exitCode);
     if (rows.Enough()) {
-        console.Note("quillon: the limit was reached: the rows behind those were not read");
+        console.Hint("quillon: the limit was reached: the rows behind those were not read");
     } else {
         NoteVerdict(console, line.verdict);
     }

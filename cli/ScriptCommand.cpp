@@ -19,6 +19,7 @@ void AddScriptCommand(CLI::App& app, Program& program) {
     auto options = std::make_shared<ScriptFileOptions>();
     options->comparison.AddDatabasesTo(*command);
     options->comparison.AddTablesTo(*command);
+    options->comparison.AddTemplateTo(*command);
     options->comparison.AddAcceptTo(*command);
     options->script.AddTo(*command);
     AddGuardTo(*command, options->guard, "(default: it does not)");

@@ -34,7 +34,7 @@ class ToFile : public ScriptSink {
         WriteOut();
         files.push_back(&file_);
     }
-    void Tell() override { console_.Note("Written: " + name_); }
+    void Tell() override { console_.Hint("Written: " + name_); }
 
   private:
     void WriteOut() {

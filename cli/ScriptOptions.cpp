@@ -34,11 +34,22 @@ enShowOptions ScriptOptions::Flags() const {
     return flags;
 }
 
+namespace {
+
+[[noreturn]] void ThrowFewColumns(const std::string& who) {
+    throw CLI::ValidationError(who +
+                               " compares few columns, but a script writes whole rows; say "
+                               "--whole-rows if that is meant");
+}
+
+}  // namespace
+
 void ScriptOptions::RequireWholeRows(const ComparisonOptions& comparison) const {
-    if (wholeRows || !comparison.ChoosesColumns()) return;
-    throw CLI::ValidationError(
-        "--columns compares few columns, but a script writes whole rows; say --whole-rows if that "
-        "is meant");
+    if (!wholeRows && comparison.ChoosesColumns()) ThrowFewColumns("--columns");
+}
+
+void ScriptOptions::RequireWholeRows(const Comparison& comparison) const {
+    if (!wholeRows && comparison.choosesColumns) ThrowFewColumns("the template");
 }
 
 ScriptMaker::ScriptMaker(const Comparison& comparison, const ScriptPlan& plan,

@@ -28,6 +28,8 @@ struct ScriptOptions {
     // A script writes whole rows. Throws CLI::ValidationError where only some columns are compared
     // and nobody has said that this is meant.
     void RequireWholeRows(const ComparisonOptions& comparison) const;
+    // The same where a template may choose columns, too.
+    void RequireWholeRows(const Comparison& comparison) const;
 };
 
 // The script to be run on database 1 or 2.

@@ -275,7 +275,7 @@ void NoteCascades(const std::vector<std::u16string>& tables, const Database& tar
     };
     for (const ForeignKey& key : ReadForeignKeys(OpenConnection(target))) {
         if (!key.cascades || !key.enabled || !isWritten(key.referenced)) continue;
-        console.Note("quillon: foreign key " + Printable(key.name) + " in " +
+        console.Hint("quillon: foreign key " + Printable(key.name) + " in " +
                      Printable(target.Description()) + " cascades: what is deleted or changed in " +
                      Printable(key.referenced) + " reaches rows of " + Printable(key.table));
     }

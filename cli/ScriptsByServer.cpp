@@ -14,6 +14,7 @@ namespace quillon {
 int WriteScriptsByServer(const ScriptFileOptions& options, Console& console) {
     options.script.RequireWholeRows(options.comparison);
     const auto comparison = Prepare(options.comparison.Request(console), console);
+    options.script.RequireWholeRows(*comparison);
     const LinkedServerCleanup cleanup(*comparison, console);
     const ScriptPlan plan =
         PlanScripts(*comparison, Run(*comparison, console), options.script.Plan(options.to != "2"));

@@ -151,6 +151,7 @@ class FailureText {
 int SyncByServer(const SyncOptions& options, Console& console) {
     options.script.RequireWholeRows(options.comparison);
     const auto comparison = Prepare(options.comparison.Request(console), console);
+    options.script.RequireWholeRows(*comparison);
     const LinkedServerCleanup cleanup(*comparison, console);
     const auto results = Run(*comparison, console);
     const int before = PrintResults(console, *comparison, *results);

@@ -19,6 +19,7 @@ void AddSyncCommand(CLI::App& app, Program& program) {
     auto options = std::make_shared<SyncOptions>();
     options->comparison.AddDatabasesTo(*command);
     options->comparison.AddTablesTo(*command);
+    options->comparison.AddTemplateTo(*command);
     options->comparison.AddListTo(*command);
     options->comparison.AddAcceptTo(*command);
     options->script.AddTo(*command);

@@ -151,15 +151,11 @@ TEST_F(DirectCompareTest, OptionsOfTheOtherRoadAreRefused) {
     const auto byServerOnly = [](const std::string& option) {
         return "quillon: " + option + " goes with --by-server only: without it no server compares";
     };
-    for (const char* option : {"--index", "--columns"})
-        EXPECT_EQ(error("compare", {option, "t=id"}), byServerOnly(option));
     EXPECT_EQ(error("compare", {"--drop-linked-servers"}), byServerOnly("--drop-linked-servers"));
     EXPECT_EQ(error("compare", {"--via", first}), byServerOnly("--via"));
-    EXPECT_EQ(error("compare", {"--template", "x"}), byServerOnly("--template"));
     EXPECT_EQ(error("script", {"-o", "-", "--no-comments"}), byServerOnly("--no-comments"));
     EXPECT_EQ(error("sync", {"--to", "2", "--suspend-constraints"}),
               byServerOnly("--suspend-constraints"));
-    EXPECT_EQ(error("rows", {"t", "--index", "PK_t"}), byServerOnly("--index"));
 
     const auto directOnly = [](const std::string& option) {
         return "quillon: " + option + " does not go with --by-server: there the server compares";
