@@ -24,7 +24,7 @@ std::string WhyNot() {
 // The driver manager says "file not found" whatever the matter is, so it is looked at here: a
 // library that lacks another one, say.
 std::string LoadableDriver(const std::string& text) {
-    const std::string file = std::filesystem::absolute(text).string();
+    std::string file = std::filesystem::absolute(text).string();
     const std::unique_ptr<void, CloseLibrary> library(dlopen(file.c_str(), RTLD_LAZY | RTLD_LOCAL));
     if (library == nullptr)
         throw std::runtime_error("the ODBC driver cannot be loaded: " + WhyNot());
