@@ -16,6 +16,24 @@ std::vector<RowKind> RowsOptions::Kinds() const {
     return kinds;
 }
 
+void RowsOptions::RequireSense() const {
+    if (format.Format() == OutputFormat::Table) return;
+    if (layout.vertical || layout.full) {
+        throw CLI::ValidationError(
+            "--vertical, --no-vertical and --full go with --format table only");
+    }
+}
+
+void PagerOption::AddTo(CLI::App& command) {
+    command.add_flag("--no-pager", none_,
+                     "Show the result on the terminal itself, and not by the program that "
+                     "QUILLON_PAGER, or else PAGER, names");
+}
+
+void PagerOption::Apply(Console& console) const {
+    if (!none_) console.PageResult();
+}
+
 void ScriptFileOptions::RequireSense() const {
     if (to == "both" && file == "-") throw CLI::ValidationError("--to both needs a file (-o)");
 }

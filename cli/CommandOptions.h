@@ -16,10 +16,22 @@
 
 namespace quillon {
 
+// --no-pager.
+class PagerOption {
+  public:
+    void AddTo(CLI::App& command);
+    // The result that is to come is shown by the person's pager, unless that is not wanted.
+    void Apply(Console& console) const;
+
+  private:
+    bool none_ = false;
+};
+
 struct CompareOptions {
     ComparisonOptions comparison;
     FormatOption format;
     ReportChoice report;
+    PagerOption pager;
 };
 
 struct RowsOptions {
@@ -32,7 +44,11 @@ struct RowsOptions {
     bool there = false;
     int limit = 0;  // of each kind; 0: none
     FormatOption format;
+    RowLayout layout;
+    PagerOption pager;
 
+    // Throws CLI::ValidationError for options that do not go with each other.
+    void RequireSense() const;
     // Those that are named; where none is, all but the identical rows.
     std::vector<RowKind> Kinds() const;
 };

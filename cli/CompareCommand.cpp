@@ -25,9 +25,12 @@ void AddCompareCommand(CLI::App& app, Program& program) {
     options->comparison.AddListTo(*command);
     options->comparison.AddAcceptTo(*command);
     options->format.AddTo(*command);
+    options->pager.AddTo(*command);
     command
-        ->add_option("--report", options->report.file,
-                     "Write a report, too: one HTML file, with the rows that differ")
+        ->add_option(
+            "--report", options->report.file,
+            "Write a report, too: one HTML file, with the rows that differ and the scripts "
+            "that bring them over")
         ->type_name("FILE.html")
         ->group(DirectGroup);
     command
@@ -37,6 +40,7 @@ void AddCompareCommand(CLI::App& app, Program& program) {
         ->group(DirectGroup);
     command->callback([options, command, &program] {
         RequireRoad(*command, options->comparison.ByServer());
+        options->pager.Apply(program.console);
         const CompareResults results =
             CompareWhole(options->comparison, options->comparison.Request(program.console),
                          options->report, program.console);

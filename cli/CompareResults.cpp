@@ -38,8 +38,7 @@ void Print(Console& console, const CompareResults& results, OutputFormat format)
             break;
     }
     PrintResults(console, results.lines,
-                 results.tables.onlyIn1.size() + results.tables.onlyIn2.size(),
-                 results.onlyDifferent);
+                 results.tables.onlyIn1.size() + results.tables.onlyIn2.size(), results.listing);
 }
 
 }  // namespace quillon

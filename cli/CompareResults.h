@@ -32,13 +32,13 @@ struct CompareResults {
     bool byServer = false;
     TableLists tables;
     std::vector<ResultLine> lines;  // in the order of tables.tables
-    bool onlyDifferent = false;
+    TableListing listing;
     std::string loosened;  // as DirectChoices::Loosened
     Stopwatch watch;
     int exitCode = 0;  // that the command ends with
 
     Totals All() const { return TotalsOf(lines, tables.onlyIn1.size() + tables.onlyIn2.size()); }
-    std::vector<const ResultLine*> Shown() const { return Listed(lines, onlyDifferent); }
+    std::vector<const ResultLine*> Shown() const { return Listed(lines, listing); }
 };
 
 // The result in the form that was asked for.

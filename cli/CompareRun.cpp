@@ -16,7 +16,7 @@ CompareResults CompareWholeDirect(const ComparisonOptions& options,
     const DirectRun run = PrepareDirect(request, options.Direct(), console);
     results.databases = run.databases;
     results.tables = run;
-    results.onlyDifferent = run.onlyDifferent;
+    results.listing = run.listing;
     results.loosened = options.Direct().Loosened();
     std::optional<Report> report;
     if (!choice.file.empty()) report.emplace(choice.file, choice.limit);
@@ -39,7 +39,7 @@ CompareResults CompareWholeByServer(const ComparisonOptions& options,
     results.databases = comparison->databases;
     results.byServer = true;
     results.tables = *comparison;
-    results.onlyDifferent = comparison->onlyDifferent;
+    results.listing = comparison->listing;
     results.lines = Judge(*comparison, *Run(*comparison, console));
     results.exitCode = options.Accepted(ExitCodeOf(results.All()));
     if (!choice.file.empty()) Report(choice.file, choice.limit).Finish(results);

@@ -147,7 +147,7 @@ std::unique_ptr<Comparison> Prepare(ComparisonRequest request, Console& console)
     auto comparison = std::make_unique<Comparison>();
     comparison->databases = request.databases;
     comparison->dropLinkedServers = request.dropLinkedServers;
-    comparison->onlyDifferent = request.onlyDifferent;
+    comparison->listing = request.listing;
     const auto& [obDB1, obDB2, obDB3] = comparison->databases;
     static_cast<TableLists&>(*comparison) =
         SelectTables(request.databases, request.tables, request.excluded, console);

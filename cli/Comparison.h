@@ -13,6 +13,7 @@
 #include "cli/Console.h"
 #include "cli/DatabaseOptions.h"
 #include "cli/Names.h"
+#include "cli/TableListing.h"
 #include "cli/TableSelection.h"
 #include "cli/TemplateFile.h"
 
@@ -29,7 +30,7 @@ struct ComparisonRequest {
     // The third database that a template names, where it is not the first.
     std::optional<std::string> thirdOfTemplate;
     bool dropLinkedServers = false;
-    bool onlyDifferent = false;  // identical tables are not listed
+    TableListing listing;
 };
 
 // A comparison that is ready to run. Every name in it stands in the catalogs.
@@ -40,7 +41,7 @@ struct Comparison : TableLists {
     QuillonLib::ColumnChoices columns;
     bool choosesColumns = false;  // somebody has named columns of a table
     bool dropLinkedServers = false;
-    bool onlyDifferent = false;
+    TableListing listing;
 
     bool NeedsLinkedServers() const;
     // The columns of the key by which the rows of a table are matched; none without a key.

@@ -1,6 +1,7 @@
 #include "cli/ComparisonOptions.h"
 
 #include <CLI/CLI.hpp>
+#include <map>
 #include <utility>
 
 #include "cli/Roads.h"
@@ -80,7 +81,20 @@ void ComparisonOptions::AddTemplateTo(CLI::App& command) {
 }
 
 void ComparisonOptions::AddListTo(CLI::App& command) {
-    command.add_flag("--only-different", onlyDifferent_, "List no tables that are identical");
+    command.add_flag("--only-different", listing_.onlyDifferent,
+                     "List no tables that are identical");
+    const std::map<std::string, TableOrder> orders{{"name", TableOrder::Name},
+                                                   {"differences", TableOrder::Differences},
+                                                   {"rows", TableOrder::Rows}};
+    command
+        .add_option_function<std::string>(
+            "--sort", [this, orders](const std::string& name) { listing_.order = orders.at(name); },
+            "List the tables by name, or those with the most differences or rows first (default: "
+            "as they are compared)")
+        ->check(CLI::IsMember({"name", "differences", "rows"}))
+        ->type_name("ORDER");
+    command.add_option("--limit", listing_.limit, "List at most so many tables")
+        ->check(CLI::PositiveNumber);
 }
 
 void ComparisonOptions::AddAcceptTo(CLI::App& command) {
@@ -118,7 +132,7 @@ ComparisonRequest ComparisonOptions::Request(Console& console) const {
     for (const std::string& text : columns_)
         request.columns.push_back(ParseColumnsChoice(text));
     request.dropLinkedServers = dropLinkedServers_;
-    request.onlyDifferent = onlyDifferent_;
+    request.listing = listing_;
     request.databases = databases.Make(console);
     return request;
 }

@@ -28,7 +28,7 @@ class ComparisonOptions {
     void AddTemplateTo(CLI::App& command);
     // Of every command: --verbose, --log and --quiet.
     void AddTellingTo(CLI::App& command);
-    // --only-different.
+    // --only-different, --sort and --limit: of the list of tables.
     void AddListTo(CLI::App& command);
     // --accept-uncompared.
     void AddAcceptTo(CLI::App& command);
@@ -57,7 +57,7 @@ class ComparisonOptions {
     bool quiet_ = false;
     std::string log_;
     bool dropLinkedServers_ = false;
-    bool onlyDifferent_ = false;
+    TableListing listing_;
     bool acceptUncompared_ = false;
 };
 

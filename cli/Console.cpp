@@ -9,6 +9,7 @@
 
 #include "cli/CharacterClass.h"
 #include "cli/Interrupt.h"
+#include "cli/Pager.h"
 #include "cli/Printable.h"
 #include "cli/Terminal.h"
 #include "core/Text.h"
@@ -50,7 +51,9 @@ std::string Shortened(const std::string& text, std::size_t width) {
 }  // namespace
 
 Console::Console()
-    : resultIsTerminal_(IsTerminal(Stream::Result)), noteIsTerminal_(ObeysEscapes(Stream::Notes)) {
+    : resultIsTerminal_(IsTerminal(Stream::Result)),
+      noteIsTerminal_(ObeysEscapes(Stream::Notes)),
+      width_(WidthOf(Stream::Result)) {
     const char* noColour = std::getenv("NO_COLOR");
     const char* terminal = std::getenv("TERM");
     const bool dumb = terminal != nullptr && std::string_view(terminal) == "dumb";
@@ -60,6 +63,22 @@ Console::Console()
 Console::Console(std::vector<std::string>& notes) : kept_(&notes) {
 }
 
+Console::~Console() = default;
+
+void Console::BeginPager() {
+    pages_ = false;
+    pagerCommand_ = PagerCommand();
+    if (!pagerCommand_.empty()) pager_ = Pager::Start(pagerCommand_);
+}
+
+void Console::EndPager() {
+    pages_ = false;
+    const std::unique_ptr<Pager> pager = std::move(pager_);
+    if (pager == nullptr || pager->Finish()) return;
+    throw std::runtime_error("the pager '" + pagerCommand_ +
+                             "' could not be run, and nothing was shown; --no-pager does without");
+}
+
 void Console::NoteFailedWrite() {
     if (std::cout || failedWrite_) return;
     failedWrite_ = {errno == 0 ? EIO : errno, std::generic_category()};
@@ -67,6 +86,7 @@ void Console::NoteFailedWrite() {
 
 void Console::Write(std::string_view text) {
     ClearProgress();
+    if (pages_) BeginPager();
     errno = 0;
     std::cout.write(text.data(), static_cast<std::streamsize>(text.size()));
     NoteFailedWrite();
@@ -122,7 +142,7 @@ void Console::NoteFromAnyThread(std::string_view line) {
 }
 
 void Console::Progress(int percent, std::string_view what) {
-    if (!noteIsTerminal_ || quiet_ || statementsShown_) return;
+    if (!noteIsTerminal_ || quiet_ || statementsShown_ || pager_ != nullptr) return;
     const std::string line = std::to_string(percent) + "% " + Printable(what);
     std::cerr << "\r\x1b[K" << Shortened(line, ProgressWidth) << std::flush;
     progressShown_ = true;
@@ -177,14 +197,26 @@ void TextTable::AddRow(std::vector<Cell> cells) {
     rows_.push_back(std::move(cells));
 }
 
-void TextTable::PrintTo(Console& console) const {
+std::vector<std::size_t> TextTable::Widths() const {
     std::vector<std::size_t> widths(columns_.size(), 0);
     for (const auto& row : rows_) {
         for (std::size_t i = 0; i < row.size(); ++i) {
             widths[i] = std::max(widths[i], DisplayWidth(row[i].text));
         }
     }
-    bool heading = true;
+    return widths;
+}
+
+std::size_t TextTable::Width() const {
+    std::size_t width = columns_.empty() ? 0 : 2 * (columns_.size() - 1);
+    for (const std::size_t column : Widths())
+        width += column;
+    return width;
+}
+
+void TextTable::PrintTo(Console& console) const {
+    const std::vector<std::size_t> widths = Widths();
+    bool heading = heading_;
     for (const auto& row : rows_) {
         StopIfInterrupted();
         StyledText line({});

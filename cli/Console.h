@@ -7,6 +7,7 @@
 #include <exception>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -44,6 +45,7 @@ class StyledText {
     std::string text_;
 };
 
+class Pager;
 class StatementLog;
 
 class Console {
@@ -52,6 +54,9 @@ class Console {
     // One for work in the background, in a thread of its own: notes are kept in a list that
     // outlives it, there is no progress line, and nobody to ask. Nothing may be printed to it.
     explicit Console(std::vector<std::string>& notes);
+    ~Console();
+    Console(const Console&) = delete;
+    Console& operator=(const Console&) = delete;
 
     // What goes to standard output may be kept in a buffer; each of these throws OutputFailure when
     // something that was written, now or before, cannot go out.
@@ -63,6 +68,15 @@ class Console {
     // looked at, as Printable shows their lines.
     void PrintData(std::string_view bytes);
     void Flush();
+
+    // The places of a line of the result; absent where it goes to no terminal.
+    std::optional<std::size_t> Width() const { return width_; }
+    // A result that is to come is shown by the person's pager (Pager.h), where it goes to a
+    // terminal and there is one.
+    void PageResult() { pages_ = resultIsTerminal_; }
+    // Waits until the person has seen enough. Throws std::runtime_error where the pager could not
+    // be run, so that nothing was seen.
+    void EndPager();
 
     // Lines for the person at the terminal: an error, or what is missing in the result. Line ends
     // (LF, CR LF) stay.
@@ -97,13 +111,18 @@ class Console {
   private:
     void Write(std::string_view text);
     void NoteFailedWrite();
+    void BeginPager();
 
     std::vector<std::string>* kept_ = nullptr;  // of work in the background
     bool resultIsTerminal_ = false;
     bool noteIsTerminal_ = false;
     bool colours_ = false;
     bool progressShown_ = false;
+    std::optional<std::size_t> width_;
     bool quiet_ = false;
+    bool pages_ = false;
+    std::string pagerCommand_;
+    std::unique_ptr<Pager> pager_;
     bool statementsShown_ = false;
     std::mutex notes_;  // one line at a time
     std::shared_ptr<StatementLog> log_;
@@ -126,11 +145,17 @@ class TextTable {
 
     explicit TextTable(std::vector<Align> columns) : columns_(std::move(columns)) {}
     void AddRow(std::vector<Cell> cells);
+    void HasNoHeading() { heading_ = false; }
+    // The places of its longest line, blanks at its end among them.
+    std::size_t Width() const;
     // The first row is the heading. Stops with Interruption when a signal comes.
     void PrintTo(Console& console) const;
 
   private:
+    std::vector<std::size_t> Widths() const;
+
     std::vector<Align> columns_;
+    bool heading_ = true;
     std::vector<std::vector<Cell>> rows_;
 };
 

@@ -29,7 +29,7 @@ class ProgressLine {
         const auto pace = pace_.At(progress.allRead, progress.allExpected);
         console_.Progress(
             static_cast<int>(100 * done / static_cast<double>(entries_.size())),
-            ToUtf8(entries_[progress.table]) + ": " + ProgressText(progress.allRead, pace));
+            ToUtf8(entries_[progress.table]) + ": " + ProgressText(progress.allRead, "read", pace));
     }
 
   private:
@@ -69,8 +69,8 @@ void RequireNoThird(const ComparisonRequest& request) {
 
 }  // namespace
 
-std::string ProgressText(std::uint64_t read, const ReadingPace::Reading& pace) {
-    std::string text = Grouped(read) + (read == 1 ? " row read" : " rows read");
+std::string ProgressText(std::uint64_t rows, const char* done, const ReadingPace::Reading& pace) {
+    std::string text = Grouped(rows) + (rows == 1 ? " row " : " rows ") + done;
     if (pace.rowsPerSecond) text += ", " + Grouped(*pace.rowsPerSecond) + " rows/s";
     if (pace.left) text += ", " + TimeText(*pace.left) + " left";
     return text;
@@ -86,7 +86,7 @@ DirectRun PrepareDirect(ComparisonRequest request, const DirectChoices& choices,
     run.choices = choices.Tables(run, request);
     choices.RequireIgnored(request.databases, run.tables);
     run.options = choices.Options();
-    run.onlyDifferent = request.onlyDifferent;
+    run.listing = request.listing;
     if (!choices.Loosened().empty())
         console.Hint("quillon: values are compared " + choices.Loosened());
     return run;
@@ -128,7 +128,7 @@ std::vector<ResultLine> Judge(const DirectRun& run, const std::vector<DirectTabl
 int PrintResults(Console& console, const DirectRun& run,
                  const std::vector<DirectTableResult>& results) {
     return PrintResults(console, Judge(run, results), run.onlyIn1.size() + run.onlyIn2.size(),
-                        run.onlyDifferent);
+                        run.listing);
 }
 
 }  // namespace quillon

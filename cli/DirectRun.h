@@ -21,7 +21,7 @@ struct DirectRun : TableLists {
     DatabaseOptions::Databases databases;
     std::vector<QuillonLib::DirectTable> choices;  // by table
     QuillonLib::DirectOptions options;
-    bool onlyDifferent = false;
+    TableListing listing;
 
     const QuillonLib::Database& Target(int side) const {
         return side == 1 ? *databases.obDB1 : *databases.obDB2;
@@ -42,8 +42,9 @@ using DifferenceHandler = std::function<bool(const QuillonLib::DirectDifference&
 std::vector<QuillonLib::DirectTableResult> Run(const DirectRun& run, Console& console,
                                                const DifferenceHandler& handler = {});
 
-// "1,234,000 rows read, 250,000 rows/s, 1:20 left", as far as it is known.
-std::string ProgressText(std::uint64_t read, const QuillonLib::ReadingPace::Reading& pace);
+// "1,234,000 rows read, 250,000 rows/s, 1:20 left", as far as it is known. `done`: "read".
+std::string ProgressText(std::uint64_t rows, const char* done,
+                         const QuillonLib::ReadingPace::Reading& pace);
 
 // What may be said of each table, in their order.
 std::vector<ResultLine> Judge(const DirectRun& run,

@@ -12,10 +12,31 @@ namespace quillon {
 
 namespace {
 
+void EndPagerQuietly(Console& console) {
+    try {
+        console.EndPager();
+    } catch (const std::exception&) {
+        // There is something worse to tell.
+    }
+}
+
+// What goes wrong is told when the pager is gone, on the terminal itself.
+int RunAndShow(Console& console, const std::function<int()>& command) {
+    int exitCode = Failed;
+    try {
+        exitCode = command();
+        console.Flush();
+    } catch (...) {
+        EndPagerQuietly(console);
+        throw;
+    }
+    console.EndPager();
+    return exitCode;
+}
+
 int RunAndTell(Console& console, const std::function<int()>& command) {
     try {
-        const int exitCode = command();
-        console.Flush();
+        const int exitCode = RunAndShow(console, command);
         if (console.Log() != nullptr) console.Log()->RequireWhole();
         return exitCode;
     } catch (const OutputFailure& failure) {

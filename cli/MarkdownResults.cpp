@@ -48,6 +48,8 @@ std::string MarkdownOf(const CompareResults& results) {
                         verdict.text});
         details += DetailsOf(*line);
     }
+    const std::string more = MoreText(results.lines, results.listing);
+    if (!more.empty()) details += "\n" + MarkdownText(more) + "\n";
     return "1: " + MarkdownText(ToUtf8(results.databases.obDB1->Description())) +
            "  \n2: " + MarkdownText(ToUtf8(results.databases.obDB2->Description())) + "\n\n" +
            MarkdownTable(rows, {false, true, true, true, true, true, true, false}) + details +

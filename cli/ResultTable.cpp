@@ -1,6 +1,8 @@
 #include "cli/ResultTable.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -83,6 +85,49 @@ void PrintError(Console& console, const ResultLine& line) {
     console.Print();
 }
 
+std::vector<const ResultLine*> Candidates(const std::vector<ResultLine>& lines,
+                                          const TableListing& listing) {
+    std::vector<const ResultLine*> listed;
+    for (const ResultLine& line : lines) {
+        const bool identical = line.verdict.kind == Verdict::Kind::Identical;
+        if (!listing.onlyDifferent || !identical) listed.push_back(&line);
+    }
+    return listed;
+}
+
+// What nobody counted stands before all numbers.
+std::int64_t DifferencesOf(const ResultLine& line) {
+    const Verdict& verdict = line.verdict;
+    if (verdict.kind == Verdict::Kind::Failed) return std::numeric_limits<std::int64_t>::max();
+    if (!verdict.rowsMatched && !verdict.hasKey) return std::abs(line.rows1 - line.rows2);
+    return line.differing + verdict.onlyIn1 + verdict.onlyIn2;
+}
+
+std::int64_t RowsOf(const ResultLine& line) {
+    if (line.verdict.kind == Verdict::Kind::Failed) return std::numeric_limits<std::int64_t>::max();
+    return std::max(line.rows1, line.rows2);
+}
+
+// Those that are equal keep their order.
+void Sort(std::vector<const ResultLine*>& lines, TableOrder order) {
+    const auto by = [&](auto less) { std::stable_sort(lines.begin(), lines.end(), less); };
+    switch (order) {
+        case TableOrder::AsCompared:
+            return;
+        case TableOrder::Name:
+            return by([](const ResultLine* a, const ResultLine* b) {
+                return QuillonLib::FoldCase(a->entry) < QuillonLib::FoldCase(b->entry);
+            });
+        case TableOrder::Differences:
+            return by([](const ResultLine* a, const ResultLine* b) {
+                return DifferencesOf(*a) > DifferencesOf(*b);
+            });
+        case TableOrder::Rows:
+            return by(
+                [](const ResultLine* a, const ResultLine* b) { return RowsOf(*a) > RowsOf(*b); });
+    }
+}
+
 }  // namespace
 
 Totals TotalsOf(const std::vector<ResultLine>& lines, std::size_t oneSided) {
@@ -123,13 +168,20 @@ int ExitCodeOf(const Totals& totals) {
     return totals.Of(Verdict::Kind::NotWhole) > 0 ? ExitCode::NotWhole : ExitCode::Identical;
 }
 
-std::vector<const ResultLine*> Listed(const std::vector<ResultLine>& lines, bool onlyDifferent) {
-    std::vector<const ResultLine*> listed;
-    for (const ResultLine& line : lines) {
-        const bool identical = line.verdict.kind == Verdict::Kind::Identical;
-        if (!onlyDifferent || !identical) listed.push_back(&line);
-    }
+std::vector<const ResultLine*> Listed(const std::vector<ResultLine>& lines,
+                                      const TableListing& listing) {
+    std::vector<const ResultLine*> listed = Candidates(lines, listing);
+    Sort(listed, listing.order);
+    if (listing.limit > 0 && listed.size() > listing.limit) listed.resize(listing.limit);
     return listed;
+}
+
+std::string MoreText(const std::vector<ResultLine>& lines, const TableListing& listing) {
+    const std::size_t all = Candidates(lines, listing).size();
+    if (listing.limit == 0 || all <= listing.limit) return {};
+    const std::size_t more = all - listing.limit;
+    return std::to_string(more) + (more == 1 ? " more table is" : " more tables are") +
+           " not listed (--limit)";
 }
 
 std::string ErrorText(const TableDifference& result) {
@@ -145,14 +197,16 @@ std::string ErrorText(const TableDifference& result) {
 }
 
 int PrintResults(Console& console, const std::vector<ResultLine>& lines, std::size_t oneSided,
-                 bool onlyDifferent) {
+                 const TableListing& listing) {
     const Totals totals = TotalsOf(lines, oneSided);
-    const std::vector<const ResultLine*> shown = Listed(lines, onlyDifferent);
-    if (!onlyDifferent || !shown.empty()) PrintTable(console, shown);
+    const std::vector<const ResultLine*> shown = Listed(lines, listing);
+    if (!listing.onlyDifferent || !shown.empty()) PrintTable(console, shown);
     for (const ResultLine* line : shown)
         PrintDetails(console, *line);
     for (const ResultLine* line : shown)
         PrintError(console, *line);
+    const std::string more = MoreText(lines, listing);
+    if (!more.empty()) console.Print(more);
     console.Print(console.Coloured(Colour::Bold, LastLine(totals)));
     return ExitCodeOf(totals);
 }
@@ -187,9 +241,8 @@ void NoteFailuresAcrossServers(Console& console, const Comparison& comparison,
 
 int PrintResults(Console& console, const Comparison& comparison, const TableDifferences& results) {
     const std::vector<ResultLine> lines = Judge(comparison, results);
-    const int exitCode =
-        PrintResults(console, lines, comparison.onlyIn1.size() + comparison.onlyIn2.size(),
-                     comparison.onlyDifferent);
+    const int exitCode = PrintResults(
+        console, lines, comparison.onlyIn1.size() + comparison.onlyIn2.size(), comparison.listing);
     NoteFailuresAcrossServers(console, comparison, lines);
     return exitCode;
 }

@@ -44,8 +44,11 @@ int ExitCodeOf(const Totals& totals);
 // "3 tables: 1 identical, 2 different; left out: 1 column".
 std::string LastLine(const Totals& totals);
 
-// The lines that are listed: all, or those of tables that are not identical.
-std::vector<const ResultLine*> Listed(const std::vector<ResultLine>& lines, bool onlyDifferent);
+// The lines that are listed, in their order.
+std::vector<const ResultLine*> Listed(const std::vector<ResultLine>& lines,
+                                      const TableListing& listing);
+// "12 more tables are not listed (--limit)"; empty where none is left out for that.
+std::string MoreText(const std::vector<ResultLine>& lines, const TableListing& listing);
 
 // What may be said of each table that was compared by a server, in the order of its list.
 std::vector<ResultLine> Judge(const Comparison& comparison,
@@ -56,10 +59,10 @@ void NoteFailuresAcrossServers(Console& console, const Comparison& comparison,
 
 // A line for each table, in their order; then, for each that needs them, how its columns differ and
 // what was not compared and why; the errors; and a last line that says it all. `oneSided`: tables
-// that only one database has. `onlyDifferent`: tables that are identical are counted alone. Returns
+// that only one database has. Tables that are not listed are counted all the same. Returns
 // the exit code that the results ask for (Verdict.h).
 int PrintResults(Console& console, const std::vector<ResultLine>& lines, std::size_t oneSided,
-                 bool onlyDifferent);
+                 const TableListing& listing);
 
 // The same of the results of a comparison, in the order of its list.
 int PrintResults(Console& console, const Comparison& comparison,

@@ -1,11 +1,14 @@
 #include "cli/RowDisplay.h"
 
 #include <array>
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "cli/MarkdownText.h"
 #include "cli/Printable.h"
+#include "cli/RowList.h"
 #include "cli/RowOutput.h"
 #include "cli/ShownValue.h"
 
@@ -16,12 +19,6 @@ namespace {
 using namespace QuillonLib;
 using RowCells = std::vector<TextTable::Cell>;
 
-// The rows of one kind. Differing rows are two lines each, one for each database.
-struct RowList {
-    std::vector<std::string> columns;
-    std::vector<RowCells> lines;
-};
-
 TextTable::Cell ShownCell(const Value& value) {
     return {Shown(value), value.IsNull() ? Colour::Dim : Colour::None};
 }
@@ -29,18 +26,6 @@ TextTable::Cell ShownCell(const Value& value) {
 // Of one of the two lines of a differing row; a cell that differs is marked with "*" and colour.
 TextTable::Cell ShownCell(const Value& value, bool changed) {
     return {(changed ? "*" : "") + Shown(value), changed ? Colour::Yellow : Colour::None};
-}
-
-void PrintTable(Console& console, const RowList& rows) {
-    TextTable table(std::vector<TextTable::Align>(rows.columns.size(), TextTable::Align::Left));
-    RowCells heading;
-    for (const std::string& column : rows.columns)
-        heading.push_back({column});
-    table.AddRow(std::move(heading));
-    for (const RowCells& line : rows.lines)
-        table.AddRow(line);
-    table.PrintTo(console);
-    console.Print();
 }
 
 void PrintMarkdown(Console& console, const RowList& rows) {
@@ -55,11 +40,15 @@ void PrintMarkdown(Console& console, const RowList& rows) {
 
 class Lists : public RowOutput {
   public:
-    Lists(Console& console, bool markdown) : console_(console), markdown_(markdown) {}
+    Lists(Console& console, bool markdown, const RowLayout& layout)
+        : console_(console), markdown_(markdown), layout_(layout) {}
 
     void Begin(const RowsHead& head) override {
         kinds_ = head.kinds;
         limit_ = head.limit;
+        for (const ComparedColumn& column : head.columns) {
+            if (column.key) key_.insert(column.name);
+        }
         titles_ = {"Identical", "Different",
                    "Only in " + ToUtf8(head.databases.obDB1->Description()),
                    "Only in " + ToUtf8(head.databases.obDB2->Description())};
@@ -69,10 +58,11 @@ class Lists : public RowOutput {
         RowList& list = lists_.at(static_cast<std::size_t>(row.kind));
         const bool both = row.kind == RowKind::Different;
         if (list.columns.empty()) {
-            if (both) list.columns.emplace_back();
+            list.both = both;
+            if (both) AddColumn(list, u"");
             const SideRow& named = row.in1 ? *row.in1 : *row.in2;
             for (const RowColumn& column : *named.columns)
-                list.columns.push_back(ToUtf8(column.name));
+                AddColumn(list, column.name);
         }
         if (row.in1) AddLine(list, row, *row.in1, "1");
         if (row.in2) AddLine(list, row, *row.in2, "2");
@@ -86,12 +76,29 @@ class Lists : public RowOutput {
             if (markdown_) {
                 PrintMarkdown(console_, lists_.at(index));
             } else {
-                PrintTable(console_, lists_.at(index));
+                Print(lists_.at(index));
             }
         }
     }
 
   private:
+    void AddColumn(RowList& list, const std::u16string& name) const {
+        list.columns.push_back(ToUtf8(name));
+        list.key.push_back(key_.contains(name));
+    }
+
+    // As a table, unless that would not fit, or somebody wants it otherwise.
+    void Print(const RowList& list) {
+        const TextTable table = AsTable(list);
+        const std::optional<std::size_t> width = console_.Width();
+        if (layout_.vertical.value_or(width && table.Width() > *width)) {
+            PrintVertically(console_, list, layout_.full, width);
+        } else {
+            table.PrintTo(console_);
+        }
+        console_.Print();
+    }
+
     static void AddLine(RowList& list, const FoundRow& row, const SideRow& side,
                         const char* number) {
         const bool both = row.kind == RowKind::Different;
@@ -123,6 +130,8 @@ class Lists : public RowOutput {
 
     Console& console_;
     bool markdown_;
+    RowLayout layout_;
+    std::set<std::u16string> key_;  // names, as database 1 spells them
     std::vector<RowKind> kinds_;
     int limit_ = 0;
     std::array<std::string, 4> titles_;  // by kind
@@ -131,8 +140,8 @@ class Lists : public RowOutput {
 
 }  // namespace
 
-std::unique_ptr<RowOutput> ListedRows(Console& console, bool markdown) {
-    return std::make_unique<Lists>(console, markdown);
+std::unique_ptr<RowOutput> ListedRows(Console& console, bool markdown, const RowLayout& layout) {
+    return std::make_unique<Lists>(console, markdown, layout);
 }
 
 void NoteVerdict(Console& console, const Verdict& verdict) {

@@ -18,10 +18,10 @@ const char* NameOf(RowKind kind) {
     return "only-in-2";
 }
 
-std::unique_ptr<RowOutput> RowsAs(OutputFormat format, Console& console) {
+std::unique_ptr<RowOutput> RowsAs(OutputFormat format, Console& console, const RowLayout& layout) {
     if (format == OutputFormat::Json) return JsonRows(console);
     if (format == OutputFormat::Csv) return CsvRows(console);
-    return ListedRows(console, format == OutputFormat::Markdown);
+    return ListedRows(console, format == OutputFormat::Markdown, layout);
 }
 
 bool RowSelection::Take(RowKind kind) {

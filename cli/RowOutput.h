@@ -74,10 +74,18 @@ class RowOutput {
 std::unique_ptr<RowOutput> JsonRows(Console& console);
 // CSV of the head's columns, as the rows come.
 std::unique_ptr<RowOutput> CsvRows(Console& console);
-// A list for each kind, at the end; in Markdown or for the terminal.
-std::unique_ptr<RowOutput> ListedRows(Console& console, bool markdown);
+// How rows are laid out for people.
+struct RowLayout {
+    // A line for each column; absent: where a table would be wider than the terminal.
+    std::optional<bool> vertical;
+    bool full = false;  // then: all columns of rows that differ, and no value cut
+};
 
-std::unique_ptr<RowOutput> RowsAs(OutputFormat format, Console& console);
+// A list for each kind, at the end; in Markdown or for the terminal.
+std::unique_ptr<RowOutput> ListedRows(Console& console, bool markdown, const RowLayout& layout);
+
+// `layout` is for OutputFormat::Table alone.
+std::unique_ptr<RowOutput> RowsAs(OutputFormat format, Console& console, const RowLayout& layout);
 
 // Which rows are shown: those of the kinds that are asked for, no more of each than the limit says.
 class RowSelection {

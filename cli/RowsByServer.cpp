@@ -96,6 +96,7 @@ std::vector<ComparedColumn> CommonColumns(const Comparison& comparison,
 
 int ShowRowsByServer(const RowsOptions& options, Console& console) {
     RowsHead head;
+    options.pager.Apply(console);
     ComparisonRequest request = options.comparison.Request(console);
     const std::u16string entry = ToTableEntry(options.table);
     request.tables = {TablePattern::Exactly(entry)};
@@ -143,7 +144,7 @@ int ShowRowsByServer(const RowsOptions& options, Console& console) {
     end.verdict = verdict;
     end.exitCode = options.comparison.Accepted(ExitCodeOf(verdict));
     KeptColumns kept;
-    const auto output = RowsAs(options.format.Format(), console);
+    const auto output = RowsAs(options.format.Format(), console, options.layout);
     output->Begin(head);
     ShowRows(*output, kept, RowKind::Identical, equal.get());
     ShowDifferent(*output, kept, *result, different.get());

@@ -41,9 +41,23 @@ void AddRowsCommand(CLI::App& app, Program& program) {
                      "than that takes")
         ->check(CLI::PositiveNumber);
     options->format.AddTo(*command);
+    auto* const vertical = command->add_flag_callback(
+        "--vertical", [options] { options->layout.vertical = true; },
+        "Show a line for each column (default: where a table would be wider than the terminal); of "
+        "a row that differs the key and what differs");
+    command
+        ->add_flag_callback(
+            "--no-vertical", [options] { options->layout.vertical = false; },
+            "Show a table, however wide")
+        ->excludes(vertical);
+    command->add_flag("--full", options->layout.full,
+                      "With a line for each column: show all of them, and values whole, which are "
+                      "cut to the width of the terminal otherwise");
+    options->pager.AddTo(*command);
     command->callback([options, command, &program] {
         const bool byServer = options->comparison.ByServer();
         RequireRoad(*command, byServer);
+        options->RequireSense();
         program.exitCode = byServer ? ShowRowsByServer(*options, program.console)
                                     : ShowRowsDirect(*options, program.console);
     });

@@ -107,6 +107,7 @@ class RowHandler {
 
 int ShowRowsDirect(const RowsOptions& options, Console& console) {
     RowsHead head;
+    options.pager.Apply(console);
     ComparisonRequest request = options.comparison.Request(console);
     request.tables = {TablePattern::Exactly(ToTableEntry(options.table))};
     if (!options.index.empty())
@@ -119,7 +120,7 @@ int ShowRowsDirect(const RowsOptions& options, Console& console) {
     head.loosened = options.comparison.Direct().Loosened();
     head.kinds = options.Kinds();
     head.limit = options.limit;
-    const auto output = RowsAs(options.format.Format(), console);
+    const auto output = RowsAs(options.format.Format(), console, options.layout);
     RowHandler rows(*output, std::move(head));
     const auto results =
         Run(run, console, [&](const DirectDifference& found) { return rows.Take(found); });

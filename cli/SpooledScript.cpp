@@ -33,6 +33,7 @@ void SpooledScript::Add(std::u16string_view piece) {
 void SpooledScript::EndBatch() {
     const std::string_view bytes(reinterpret_cast<const char*>(open_.data()),
                                  open_.size() * sizeof(char16_t));
+    AddSizes(parts_);
     batches_.push_back({file_.Append(bytes), bytes.size(), std::move(parts_)});
     open_.clear();
     parts_.clear();
@@ -47,6 +48,29 @@ std::vector<std::size_t> SpooledScript::TablesOf(std::size_t number) const {
         }
     }
     return tables;
+}
+
+// The parts of a batch are few, so that sums that grow from batch to batch cost nothing to keep.
+void SpooledScript::AddSizes(const std::vector<Part>& parts) {
+    for (const Part& part : parts) {
+        std::vector<Reached>& reached = sizes_[part.table];
+        const std::uint64_t before = reached.empty() ? 0 : reached.back().size;
+        if (reached.empty() || reached.back().batch != batches_.size()) {
+            reached.push_back({batches_.size(), before + part.size});
+        } else {
+            reached.back().size += part.size;
+        }
+    }
+}
+
+double SpooledScript::DoneBefore(std::size_t number, std::size_t table) const {
+    const auto found = sizes_.find(table);
+    if (found == sizes_.end()) return 0;
+    const std::vector<Reached>& reached = found->second;
+    const auto next = std::partition_point(
+        reached.begin(), reached.end(), [&](const Reached& each) { return each.batch < number; });
+    if (next == reached.begin()) return 0;
+    return static_cast<double>((next - 1)->size) / static_cast<double>(reached.back().size);
 }
 
 void SpooledScript::AddTime(const Place& place, std::chrono::duration<double> time) {

@@ -30,6 +30,9 @@ class SpooledScript : public BatchSource {
     std::function<void(std::size_t number)> progress;
     // The tables that a batch is about.
     std::vector<std::size_t> TablesOf(std::size_t number) const;
+    // How much of a table's statements stands in the batches before that one, from 0 to 1, by their
+    // length; before a batch is run, so much of the table is done.
+    double DoneBefore(std::size_t number, std::size_t table) const;
     // The time that the batches of a table have taken, by table; of one about several tables each
     // has a part, by the length of its statements.
     const std::map<std::size_t, std::chrono::duration<double>>& Times() const { return times_; }
@@ -48,12 +51,19 @@ class SpooledScript : public BatchSource {
         std::size_t size = 0;  // bytes
         std::vector<Part> parts;
     };
+    // Up to and with a batch.
+    struct Reached {
+        std::size_t batch = 0;
+        std::uint64_t size = 0;  // characters
+    };
     void EndBatch();
+    void AddSizes(const std::vector<Part>& parts);
     void AddTime(const Place& place, std::chrono::duration<double> time);
 
     std::vector<Place> batches_;
-    std::u16string open_;      // the last one
-    std::vector<Part> parts_;  // of the open batch
+    std::map<std::size_t, std::vector<Reached>> sizes_;  // by table
+    std::u16string open_;                                // the last one
+    std::vector<Part> parts_;                            // of the open batch
     std::optional<std::size_t> table_;
     QuillonLib::SpillFile file_;
     QuillonLib::ByteArray mark_;

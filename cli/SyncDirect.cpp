@@ -58,6 +58,44 @@ std::string TablesOf(const SpooledScript& script, std::size_t batch, const Direc
     return text;
 }
 
+// How far the script has come: rows, by the length of their statements, and how fast.
+class WritingProgress {
+  public:
+    WritingProgress(const DirectRun& run, const std::vector<DirectScriptTable>& tables,
+                    const SpooledScript& script, Console& console)
+        : run_(run), tables_(tables), script_(script), console_(console) {
+        for (const DirectScriptTable& table : tables_)
+            all_ += RowsOf(table);
+    }
+
+    // Before a batch is run.
+    void Show(std::size_t batch) {
+        double rows = 0;
+        for (const DirectScriptTable& table : tables_) {
+            rows += static_cast<double>(RowsOf(table)) * script_.DoneBefore(batch, table.table);
+        }
+        const auto written = std::min(all_, static_cast<std::uint64_t>(std::llround(rows)));
+        const std::string tables = TablesOf(script_, batch, run_);
+        console_.Progress(static_cast<int>(100 * batch / script_.Count()),
+                          "batch " + std::to_string(batch + 1) + " of " +
+                              std::to_string(script_.Count()) + ": " +
+                              ProgressText(written, "written", pace_.At(written, all_)) +
+                              (tables.empty() ? "" : ": " + tables));
+    }
+
+  private:
+    static std::uint64_t RowsOf(const DirectScriptTable& table) {
+        return table.LeftOut() ? 0 : table.deletes + table.updates + table.inserts;
+    }
+
+    const DirectRun& run_;
+    const std::vector<DirectScriptTable>& tables_;
+    const SpooledScript& script_;
+    Console& console_;
+    ReadingPace pace_;
+    std::uint64_t all_ = 0;
+};
+
 std::string FailureText(const BatchFailure& failure, const std::string& tables,
                         const Database& target) {
     std::string cause = failure.what();
@@ -93,13 +131,8 @@ int SyncDirect(const SyncOptions& options, Console& console) {
                       [&] { return PrintResults(console, run, Run(run, console)); });
     if (options.dryRun) return options.comparison.Accepted(ending.EndDryRun());
     if (!ending.MayChange(options.yes)) return ExitCode::Failed;
-    script.progress = [&](std::size_t number) {
-        const std::string tables = TablesOf(script, number, run);
-        console.Progress(static_cast<int>(100 * number / script.Count()),
-                         "batch " + std::to_string(number + 1) + " of " +
-                             std::to_string(script.Count()) +
-                             (tables.empty() ? "" : ": " + tables));
-    };
+    WritingProgress progress(run, scripts.Written(side), script, console);
+    script.progress = [&](std::size_t number) { progress.Show(number); };
     const auto begin = std::chrono::steady_clock::now();
     const auto connection = LogInToChange(target);
     try {

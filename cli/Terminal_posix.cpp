@@ -1,3 +1,4 @@
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -16,6 +17,8 @@
 namespace quillon {
 
 namespace {
+
+constexpr std::size_t UsualWidth = 80;
 
 // The terminal's settings while its echo is off, for the signal that ends the process.
 termios settingsToRestore;
@@ -70,6 +73,16 @@ bool IsTerminal(Stream stream) noexcept {
 
 bool ObeysEscapes(Stream stream) noexcept {
     return IsTerminal(stream);
+}
+
+std::optional<std::size_t> WidthOf(Stream stream) noexcept {
+    if (!IsTerminal(stream)) return std::nullopt;
+    const int descriptor = stream == Stream::Input    ? STDIN_FILENO
+                           : stream == Stream::Result ? STDOUT_FILENO
+                                                      : STDERR_FILENO;
+    winsize size{};
+    const bool told = ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return told ? size.ws_col : UsualWidth;
 }
 
 // Read unit by unit and past std::cin, whose reading would go on when a signal comes.

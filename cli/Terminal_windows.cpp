@@ -91,6 +91,15 @@ bool ObeysEscapes(Stream stream) noexcept {
     return GetConsoleMode(console, &mode) && SetConsoleMode(console, mode | ObeyEscapes);
 }
 
+std::optional<std::size_t> WidthOf(Stream stream) noexcept {
+    if (!IsTerminal(stream)) return std::nullopt;
+    constexpr std::size_t UsualWidth = 80;
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    if (GetConsoleScreenBufferInfo(HandleOf(stream), &info) == FALSE) return UsualWidth;
+    const int width = info.srWindow.Right - info.srWindow.Left + 1;
+    return width > 0 ? static_cast<std::size_t>(width) : UsualWidth;
+}
+
 std::optional<std::string> ReadAnswer() {
     const auto typed = std::make_shared<TypedLine>();
     std::thread([typed] { ReadLine(*typed); }).detach();

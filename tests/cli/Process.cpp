@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -159,6 +160,22 @@ Terminal::~Terminal() {
 
 void Terminal::Type(const std::string& keys) const {
     ASSERT_EQ(write(person_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+}
+
+void Terminal::Resize(unsigned short columns) const {
+    winsize size{};
+    size.ws_row = 24;
+    size.ws_col = columns;
+    EXPECT_EQ(ioctl(line_, TIOCSWINSZ, &size), 0);
+}
+
+void Terminal::Drain() {
+    for (pollfd ready{person_, POLLIN, 0}; poll(&ready, 1, 0) > 0;) {
+        char piece[1000];
+        const ssize_t size = read(person_, piece, sizeof piece);
+        if (size <= 0) return;
+        shown_.append(piece, static_cast<std::size_t>(size));
+    }
 }
 
 bool Terminal::Echoes() const {

@@ -63,11 +63,14 @@ class Terminal {
 
     const std::string& Path() const { return path_; }
     void Type(const std::string& keys) const;
+    void Resize(unsigned short columns) const;
     bool Echoes() const;
     // Reads what is shown until it holds a text; false when that does not come. Everything that
     // was shown is in Shown().
     bool Shows(const std::string& text);
     const std::string& Shown() const { return shown_; }
+    // Reads what is there already.
+    void Drain();
 
   private:
     int person_ = -1;

@@ -61,6 +61,24 @@ TEST_F(SpooledScriptTest, KnowsWhatItsBatchesAreAboutAndHowLongTheyTook) {
     EXPECT_LT(script.Times().at(3).count(), script.Times().at(7).count());
 }
 
+TEST_F(SpooledScriptTest, KnowsHowMuchOfATableIsDoneBeforeABatch) {
+    Add({u"BEGIN TRANSACTION", u"GO"});
+    script.BeginTable(7);
+    Add({u"1234", u"GO", u"12345678", u"12", u"GO"});
+    script.BeginTable(3);
+    Add({u"1234", u"GO", u"    COMMIT TRANSACTION"});
+    const auto done = [&](std::size_t table) {
+        std::vector<double> parts;
+        for (std::size_t batch = 0; batch <= 4; ++batch)
+            parts.push_back(script.DoneBefore(batch, table));
+        return parts;
+    };
+    // With the two units of each line's end.
+    EXPECT_EQ(done(7), (std::vector<double>{0, 0, 6.0 / 20, 1, 1}));
+    EXPECT_EQ(done(3), (std::vector<double>{0, 0, 0, 0, 1}));
+    EXPECT_EQ(done(5), (std::vector<double>(5, 0)));
+}
+
 // Its statements may not all have run, and nobody has told of an error.
 TEST_F(SpooledScriptTest, ABatchThatEndsEarlyIsRolledBack) {
     Add({u"BEGIN TRANSACTION", u"SET CONTEXT_INFO 0x01", u"GO", u"DELETE p WHERE id = 1", u"RETURN",
