@@ -134,26 +134,45 @@ std::vector<const ColumnMeta*> Executor::InsertTargets(const InsertStmt& stmt,
 
 namespace {
 
+// A value of a VALUES list; absent for DEFAULT.
+using RowValue = std::optional<Bound>;
+
 // The types to which the values of several rows are brought before they are stored: in each column
 // the common type of all. Absent where there is nothing to bring to it.
-std::vector<std::optional<SqlType>> CommonTypes(Context& context, const InsertStmt& stmt) {
-    const std::size_t width = stmt.rows.front().size();
-    std::vector<std::optional<SqlType>> types(width);
-    if (stmt.rows.size() == 1) return types;
-    Translator translator(context);  // whose parameters nobody binds
-    for (std::size_t i = 0; i < width; ++i) {
+std::vector<std::optional<SqlType>> CommonTypes(Translator& translator,
+                                                const std::vector<std::vector<RowValue>>& rows) {
+    std::vector<std::optional<SqlType>> types(rows.front().size());
+    if (rows.size() == 1) return types;
+    for (std::size_t i = 0; i < types.size(); ++i) {
         std::vector<Bound> values;
-        Scope scope;
         bool alike = true;
-        for (const auto& row : stmt.rows) {
-            if (i >= row.size() || row[i]->kind == ExprKind::Default) continue;
-            values.push_back(translator.Expression(*row[i], scope));
-            if (!values.back().typed) values.pop_back();
-            alike = alike && (values.empty() || SameType(values.front().type, values.back().type));
+        for (const auto& row : rows) {
+            if (!row[i] || !row[i]->typed) continue;
+            if (values.empty() || !SameType(values.back().type, row[i]->type)) {
+                alike = alike && values.empty();
+                values.push_back(*row[i]);
+            }
         }
         if (!alike) types[i] = translator.Unify(values).type;
     }
     return types;
+}
+
+void RequireWidth(const InsertStmt& stmt, std::size_t values, std::size_t columns) {
+    if (values == columns) return;
+    if (!stmt.columnsGiven) {
+        throw SqlError(
+            213, u"Column name or number of supplied values does not match table definition.");
+    }
+    const bool fewer = values < columns;
+    throw SqlError(fewer ? 109 : 110,
+                   fewer ? u"There are more columns in the INSERT statement than values specified "
+                           u"in the VALUES clause. The number of values in the VALUES clause must "
+                           u"match the number of columns specified in the INSERT statement."
+                         : u"There are fewer columns in the INSERT statement than values specified "
+                           u"in the VALUES clause. The number of values in the VALUES clause must "
+                           u"match the number of columns specified in the INSERT statement.",
+                   15);
 }
 
 }  // namespace
@@ -238,49 +257,39 @@ std::shared_ptr<Plan> Executor::PlanInsert(const InsertStmt& stmt) {
                            u"the maximum allowed number of 1000 row values.",
                            15);
         }
-        const auto common = CommonTypes(context_, stmt);
-        sql = head + "VALUES ";
-        for (std::size_t k = 0; k < stmt.rows.size(); ++k) {
-            const auto& row = stmt.rows[k];
-            if (row.size() != targets.size()) {
-                if (!stmt.columnsGiven) {
-                    throw SqlError(213,
-                                   u"Column name or number of supplied values does not match table "
-                                   u"definition.");
-                }
-                const bool fewer = row.size() < targets.size();
-                throw SqlError(fewer ? 109 : 110,
-                               fewer ? u"There are more columns in the INSERT statement than "
-                                       u"values specified in the "
-                                       u"VALUES clause. The number of values in the VALUES clause "
-                                       u"must match the number "
-                                       u"of columns specified in the INSERT statement."
-                                     : u"There are fewer columns in the INSERT statement than "
-                                       u"values specified in the "
-                                       u"VALUES clause. The number of values in the VALUES clause "
-                                       u"must match the number "
-                                       u"of columns specified in the INSERT statement.",
-                               15);
-            }
-            std::vector<std::string> values;
+        translator.shareParams = false;  // there are many, and nothing compares them
+        std::vector<std::vector<RowValue>> rows;
+        for (const auto& row : stmt.rows) {
+            RequireWidth(stmt, row.size(), targets.size());
+            std::vector<RowValue>& values = rows.emplace_back();
             for (std::size_t i = 0; i < row.size(); ++i) {
                 const ColumnMeta& c = *targets[i];
                 const bool isDefault = row[i]->kind == ExprKind::Default;
                 const bool isNull = row[i]->kind == ExprKind::Literal && !row[i]->typed;
                 if (c.type.id == TypeId::Timestamp && !isDefault && !isNull) timestampRefused();
                 if (c.generated != 0 && !isDefault) generatedRefused();
-                if (isDefault || c.type.id == TypeId::Timestamp) {
+                values.emplace_back();
+                if (!isDefault) values.back() = translator.Expression(*row[i], scope);
+            }
+        }
+        const auto common = CommonTypes(translator, rows);
+        sql = head + "VALUES ";
+        for (std::size_t k = 0; k < rows.size(); ++k) {
+            std::vector<std::string> values;
+            for (std::size_t i = 0; i < rows[k].size(); ++i) {
+                const ColumnMeta& c = *targets[i];
+                if (!rows[k][i] || c.type.id == TypeId::Timestamp) {
                     values.push_back(absent(c));
-                } else {
-                    Bound value = translator.Expression(*row[i], scope);
-                    if (common[i]) {
-                        value.sql = translator.Converted(value, *common[i]);
-                        value.typed = true;
-                        value.type = *common[i];
-                        value.literal.reset();
-                    }
-                    values.push_back(translator.Stored(value, c.type));
+                    continue;
                 }
+                Bound& value = *rows[k][i];
+                if (common[i]) {
+                    value.sql = translator.Converted(value, *common[i]);
+                    value.typed = true;
+                    value.type = *common[i];
+                    value.literal.reset();
+                }
+                values.push_back(translator.Stored(value, c.type));
             }
             sql += (k > 0 ? ",(" : "(") + whole(values) + ")";
         }

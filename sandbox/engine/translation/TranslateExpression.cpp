@@ -20,8 +20,7 @@ std::string Translator::AddParam(const Value& value) {
     if (inlineLiterals) return InlineLiteral(value);
     ParamSource source;
     source.value = value;
-    // Equal literals share a parameter, so that GROUP BY and the select list translate alike.
-    const std::size_t limit = std::min<std::size_t>(params.size(), 32);
+    const std::size_t limit = shareParams ? std::min<std::size_t>(params.size(), 32) : 0;
     for (std::size_t i = 0; i < limit; ++i) {
         const ParamSource& p = params[i];
         if (p.kind == ParamSource::Kind::Literal && p.value.kind == value.kind &&

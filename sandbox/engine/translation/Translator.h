@@ -77,6 +77,8 @@ class Translator {
     explicit Translator(Context& context) : context_(context) {}
 
     std::vector<ParamSource> params;
+    // Equal literals share a parameter, so that GROUP BY and the select list translate alike.
+    bool shareParams = true;
     // Literals in place, for text that cannot have parameters.
     bool inlineLiterals = false;
     // Objects that the text refers to.
