@@ -13,8 +13,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* NoRoom = "A temporary file for rows cannot be written: File too large\n";
-
 // What the system counts a limit in, and how far the limits stand apart here: files are written in
 // larger pieces.
 constexpr std::uintmax_t Block = 512;
@@ -55,6 +53,10 @@ class FullDiskTest : public TwoServers {
         ending.out = process.Out();
         ending.err = process.Err();
         return ending;
+    }
+    std::string NoRoom() const {
+        return "A temporary file for rows cannot be written in " + (folder / "tmp").string() +
+               ": File too large\n";
     }
     std::string Target() const { return (folder / "files" / "u.sql").string(); }
     std::string Written() const { return Read("files/u.sql"); }
@@ -97,7 +99,7 @@ TEST_F(FullDiskTest, AScriptThatFindsNoRoomLeavesTheOldFile) {
         if (blocks == last) break;
     }
     EXPECT_GT(failures, 10);
-    EXPECT_EQ(told, (std::set<std::string>{"quillon: " + std::string(NoRoom), cannot}));
+    EXPECT_EQ(told, (std::set<std::string>{"quillon: " + NoRoom(), cannot}));
 
     const Ending ending = Run("script", options, last + 1);
     EXPECT_EQ(ending.exitCode, 0) << ending.err;
@@ -141,7 +143,7 @@ TEST_F(FullDiskTest, AScriptForStandardOutputThatFindsNoRoomPrintsNothing) {
         SCOPED_TRACE(blocks);
         const Ending ending = Run("script", options, blocks);
         EXPECT_EQ(ending.exitCode, 2);
-        EXPECT_EQ(ending.err, "quillon: " + std::string(NoRoom));
+        EXPECT_EQ(ending.err, "quillon: " + NoRoom());
         EXPECT_EQ(ending.out, "");
         ExpectNothingLeft();
         ++failures;
@@ -166,7 +168,7 @@ TEST_F(FullDiskTest, ASyncThatFindsNoRoomChangesNothing) {
         if (ending.exitCode == 0) break;
         ++failures;
         EXPECT_EQ(ending.exitCode, 2);
-        EXPECT_EQ(ending.err, "quillon: " + std::string(NoRoom));
+        EXPECT_EQ(ending.err, "quillon: " + NoRoom());
         EXPECT_FALSE(Holds(ending.out, "Committed")) << ending.out;
         EXPECT_EQ(other.Scalar(u"USE d SELECT COUNT(*) FROM wide"), u"0");
         EXPECT_EQ(RowsOfT(other), "1 same|2 case |4 new|");
@@ -184,15 +186,14 @@ TEST_F(FullDiskTest, ATableWithoutAKeyThatFindsNoRoomIsToldAndTheOthersAreCompar
     AddRows(u"bag", 34, 1'000'000);
     const Ending compared = Run("compare", {}, 40'000);
     EXPECT_EQ(compared.exitCode, 2);
-    EXPECT_TRUE(Holds(compared.out, "\nError comparing [dbo].[bag]\n" + std::string(NoRoom)))
-        << compared.out;
+    EXPECT_TRUE(Holds(compared.out, "\nError comparing [dbo].[bag]\n" + NoRoom())) << compared.out;
     EXPECT_TRUE(Holds(compared.out, "changed cells: [name] 1, [note] 1\n")) << compared.out;
     EXPECT_TRUE(Holds(compared.out, "1 identical, 1 different, 1 not compared"));
     ExpectNothingLeft();
     const Ending shown = Run("rows", {"bag"}, 4);
     EXPECT_EQ(shown.exitCode, 2);
     EXPECT_EQ(shown.out, "");
-    EXPECT_TRUE(Holds(shown.err, NoRoom)) << shown.err;
+    EXPECT_TRUE(Holds(shown.err, NoRoom())) << shown.err;
     ExpectNothingLeft();
 }
 

@@ -1,6 +1,7 @@
 // Everything that can fail on the direct road, at every place where it can.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
@@ -266,7 +267,9 @@ TEST(SpillFiles, TellThatThereIsNoRoom) {
     EXPECT_EQ(file.Append(piece), 1000U);
     const Raised raised = RaisedBy([&] { file.Append(piece); });
     EXPECT_EQ(raised.number, ErrorNumber::FileAccess);
-    EXPECT_EQ(raised.description, u"A temporary file for rows cannot be written: File too large");
+    EXPECT_EQ(raised.description, u"A temporary file for rows cannot be written in " +
+                                      std::filesystem::temp_directory_path().u16string() +
+                                      u": File too large");
 }
 
 class OtherTemporaryFolder {
@@ -294,13 +297,19 @@ TEST(SpillFiles, LieInTheTemporaryFolderAndLeaveNothing) {
         char read[3] = {};
         file.Read(0, read, sizeof read);
         EXPECT_EQ(std::string(read, sizeof read), "abc");
+        errno = ENOSPC;  // of some other call
+        char more[4] = {};
+        EXPECT_EQ(RaisedBy([&] { file.Read(0, more, sizeof more); }).description,
+                  u"A temporary file for rows cannot be read in " + folder.u16string() +
+                      u": it does not hold so much");
         EXPECT_TRUE(std::filesystem::is_empty(folder));
     }
     std::filesystem::remove_all(folder);
     const OtherTemporaryFolder gone(folder);
     SpillFile file;
     EXPECT_EQ(RaisedBy([&] { file.Append("abc"); }).description,
-              u"A temporary file for rows cannot be made: No such file or directory");
+              u"A temporary file for rows cannot be made in " + folder.u16string() +
+                  u": No such file or directory");
 }
 
 // Nothing of the script is written then.
@@ -311,7 +320,9 @@ TEST_F(FaultsTest, DifferencesThatFindNoRoomAreAnErrorOfTheScript) {
     const FilesThatStayBelow limit(1 << 20);
     const Raised raised = RaisedBy([&] { CompareBoth(); });
     EXPECT_EQ(raised.number, ErrorNumber::FileAccess);
-    EXPECT_EQ(raised.description, u"A temporary file for rows cannot be written: File too large");
+    EXPECT_EQ(raised.description, u"A temporary file for rows cannot be written in " +
+                                      std::filesystem::temp_directory_path().u16string() +
+                                      u": File too large");
     EXPECT_EQ(ConnectionsLeft(server), 0);
 }
 
