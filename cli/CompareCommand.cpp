@@ -1,6 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
+#include "cli/CommandLine.h"
 #include "cli/CommandOptions.h"
 #include "cli/Commands.h"
 #include "cli/Roads.h"
@@ -41,6 +42,8 @@ void AddCompareCommand(CLI::App& app, Program& program) {
     command->callback([options, command, &program] {
         RequireRoad(*command, options->comparison.ByServer());
         options->pager.Apply(program.console);
+        options->report.scriptCommand =
+            SameCallOf(*command, *command->get_parent()->get_subcommand("script"));
         const CompareResults results =
             CompareWhole(options->comparison, options->comparison.Request(program.console),
                          options->report, program.console);

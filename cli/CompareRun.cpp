@@ -1,9 +1,11 @@
 #include "cli/CompareRun.h"
 
 #include <optional>
+#include <vector>
 
 #include "cli/DirectRun.h"
 #include "cli/Report.h"
+#include "cli/ReportScripts.h"
 
 namespace quillon {
 
@@ -19,14 +21,20 @@ CompareResults CompareWholeDirect(const ComparisonOptions& options,
     results.listing = run.listing;
     results.loosened = options.Direct().Loosened();
     std::optional<Report> report;
+    std::optional<ReportScripts> scripts;
     if (!choice.file.empty()) report.emplace(choice.file, choice.limit);
+    if (report && !choice.scriptCommand.empty()) scripts.emplace(run);
     const auto found = Run(run, console, [&](const QuillonLib::DirectDifference& difference) {
         if (report) report->Take(difference);
+        if (scripts) scripts->Take(difference);
         return false;
     });
     results.lines = Judge(run, found);
     results.exitCode = options.Accepted(ExitCodeOf(results.All()));
-    if (report) report->Finish(results);
+    if (report) {
+        report->Finish(results, scripts ? scripts->Write(found, choice.scriptCommand)
+                                        : std::vector<PageScript>());
+    }
     return results;
 }
 
@@ -42,7 +50,7 @@ CompareResults CompareWholeByServer(const ComparisonOptions& options,
     results.listing = comparison->listing;
     results.lines = Judge(*comparison, *Run(*comparison, console));
     results.exitCode = options.Accepted(ExitCodeOf(results.All()));
-    if (!choice.file.empty()) Report(choice.file, choice.limit).Finish(results);
+    if (!choice.file.empty()) Report(choice.file, choice.limit).Finish(results, {});
     NoteFailuresAcrossServers(console, *comparison, results.lines);
     return results;
 }

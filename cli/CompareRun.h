@@ -13,6 +13,9 @@ namespace quillon {
 struct ReportChoice {
     std::string file;            // empty: none
     std::uint64_t limit = 1000;  // rows of a table that it shows; 0: all
+    // The call that writes scripts of the same comparison, but for --to and -o; empty: the report
+    // holds no scripts.
+    std::string scriptCommand = {};
 };
 
 // Compares on the road that the options say, and writes the report that is asked for; where a

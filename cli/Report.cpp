@@ -104,8 +104,41 @@ void Report::EndElement() {
     rows_.clear();
 }
 
-void Report::Finish(const CompareResults& results) {
+namespace {
+
+const char* NameOf(PageScript::State state) {
+    switch (state) {
+        case PageScript::State::Whole:
+            return "whole";
+        case PageScript::State::TooLong:
+            return "too-long";
+        case PageScript::State::Nothing:
+            return "nothing";
+        case PageScript::State::Failed:
+            break;
+    }
+    return "failed";
+}
+
+}  // namespace
+
+// An element for each, so that a page that is opened reads no script that nobody asks for.
+void Report::WriteScripts(const std::vector<PageScript>& scripts) {
+    for (const PageScript& script : scripts) {
+        JsonWriter json(JsonWriter::Layout::Line, JsonWriter::Target::Html);
+        json.BeginObject().Name("to").Number(static_cast<std::int64_t>(script.side));
+        json.Name("state").Text(NameOf(script.state));
+        json.Name("rows").Number(static_cast<std::int64_t>(script.rows));
+        json.Name("text").Text(script.text);
+        json.Name("reason").Text(script.reason);
+        json.Name("command").Text(script.command).EndObject();
+        Write("<script type=\"application/json\" class=\"sql\">" + json.Take() + "</script>\n");
+    }
+}
+
+void Report::Finish(const CompareResults& results, const std::vector<PageScript>& scripts) {
     EndElement();
+    WriteScripts(scripts);
     tables_.resize(results.lines.size());
     std::vector<const ResultLine*> lines;
     for (const ResultLine& line : results.lines)

@@ -11,6 +11,7 @@
 
 #include "cli/CompareResults.h"
 #include "cli/JsonWriter.h"
+#include "cli/ReportScripts.h"
 #include "core/WholeFile.h"
 #include "direct/DirectResult.h"
 
@@ -25,7 +26,7 @@ class Report {
     // The next difference of a direct comparison; tables come one behind the other.
     void Take(const QuillonLib::DirectDifference& found);
     // The last call.
-    void Finish(const CompareResults& results);
+    void Finish(const CompareResults& results, const std::vector<PageScript>& scripts);
 
   private:
     struct Rows {
@@ -33,6 +34,7 @@ class Report {
         std::uint64_t shown = 0;
     };
 
+    void WriteScripts(const std::vector<PageScript>& scripts);
     void WriteRow(const QuillonLib::DirectDifference& found);
     void EndElement();
     void Write(std::string_view text);

@@ -569,6 +569,62 @@
         make("thead", {}, make("tr", {}, heads, make("th", { class: "bars" }))), body)));
   }
 
+  // ---- Scripts -----------------------------------------------------------------------------
+
+  // Where the clipboard is not given to pages of files, what is selected can be copied.
+  function copySelected(text) {
+    const area = make("textarea", { "aria-hidden": "true", class: "unseen" });
+    area.value = text;
+    document.body.append(area);
+    area.select();
+    const copied = document.execCommand("copy");
+    area.remove();
+    return copied;
+  }
+  async function copy(text) {
+    try {
+      await navigator.clipboard.writeText(text);
+      return true;
+    } catch {
+      return copySelected(text);
+    }
+  }
+  function copyButton(text) {
+    return make("button", { type: "button", class: "plain copy", "aria-live": "polite", on: {
+      click: async (event) => {
+        const button = event.currentTarget;
+        button.textContent = await copy(text) ? "Copied" : "Not copied: select it by hand";
+        setTimeout(() => { button.textContent = "Copy"; }, 2000);
+      } } }, "Copy");
+  }
+  // Made when somebody looks at it.
+  function shownScript(text) {
+    const box = make("pre", { class: "value" });
+    return make("details", { on: { toggle: () => { if (!box.hasChildNodes()) addText(box, text); } } },
+      make("summary", {}, "Show"), box);
+  }
+  function scriptParts(script) {
+    switch (script.state) {
+      case "whole":
+        return [make("p", { class: "soft" }, plural(script.rows, "row") + ", " + plural(script.text.length, "character") +
+          ". It changes nothing where a row is not as it was compared."), copyButton(script.text), shownScript(script.text)];
+      case "too-long":
+        return [make("p", { class: "notice" }, "It is too long for this page. This writes it into a file:"),
+          make("p", {}, make("code", {}, script.command)), copyButton(script.command)];
+      case "failed":
+        return [make("p", { class: "notice error" }, script.reason)];
+      default:
+        return [make("p", { class: "soft" }, "There is nothing that a script could do.")];
+    }
+  }
+  function scriptsSection() {
+    const scripts = [...document.querySelectorAll("script.sql")].map((element) => JSON.parse(element.textContent));
+    return make("section", { id: "scripts" }, make("h2", {}, "Scripts"), make("div", { class: "cards" },
+      scripts.map((script) => make("div", { class: "card", "data-to": String(script.to) },
+        make("h2", {}, "Make " + script.to + " agree with " + (3 - script.to)),
+        make("p", { class: "name" }, "to be run in " + place(script.to - 1)), scriptParts(script)))));
+  }
+
   const endings = {
     0: "All that was asked for agrees.", 1: "The databases differ.",
     2: "Something could not be compared: see the tables that failed.",
@@ -596,6 +652,7 @@
           uncounted > 0 ? make("p", { class: "soft" }, "without those of " + plural(uncounted, "table") + " that could not be compared") : null)),
       ...(anyFound ? [make("p", { class: "notice" }, "Of some tables not all rows are in this report: no more than " + number(data.limit) + " of each (--report-limit).")] : []),
       tablesSection(),
+      scriptsSection(),
       make("section", { class: "paper" }, entries.filter((entry) => entry.table !== null).map((entry) => {
         const parts = details(entry.table);
         return parts.length === 0 ? null : make("div", {}, make("h2", { class: "name" }, entry.name), parts);

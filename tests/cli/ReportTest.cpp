@@ -2,6 +2,7 @@
 // tests/formats.
 #include <gtest/gtest.h>
 
+#include "cli/CommandLine.h"
 #include "cli/ReportCell.h"
 #include "tests/cli/TwoServers.h"
 
@@ -74,7 +75,7 @@ TEST_F(ReportTest, DataNeverEndsAnElement) {
          at = html.find("</script", at + 1)) {
         ++ends;
     }
-    EXPECT_EQ(ends, 3U);  // rows, results, the script itself
+    EXPECT_EQ(ends, 5U);  // rows, two scripts in SQL, results, the script itself
 }
 
 TEST_F(ReportTest, ALimitCountsWhatItLeavesOut) {
@@ -100,6 +101,13 @@ TEST_F(ReportTest, ALongTextIsCutInFrontOfWhatDiffers) {
                              R"(","from":29500,"of":60001}]]])");
 }
 
+TEST(ShellWord, IsQuotedWhereAShellWouldReadIt) {
+    EXPECT_EQ(ShellWord("db1.example.org,1433/sales"), "db1.example.org,1433/sales");
+    EXPECT_EQ(ShellWord(""), "''");
+    EXPECT_EQ(ShellWord("a b$(c)"), "'a b$(c)'");
+    EXPECT_EQ(ShellWord("it's"), R"('it'\''s')");
+}
+
 // Neither in front nor behind.
 TEST(ReportCellTest, NoSurrogatePairIsCut) {
     DirectColumn column;
@@ -118,6 +126,59 @@ TEST(ReportCellTest, NoSurrogatePairIsCut) {
     WriteCell(json1, column.side1, Value(std::u16string(19998, u'z') + u"\U0001F601z"));
     EXPECT_EQ(json1.Take(),
               R"({"t":")" + std::string(19998, 'z') + "\U0001F601" + R"(","from":0,"of":20001})");
+}
+
+TEST_F(ReportTest, HoldsTheScriptsOfBothDirections) {
+    Report({"--key", "t=id", "--where", "t=name <> 'it''s'", "--limit", "1"});
+    for (const int side : {1, 2}) {
+        const std::string to = std::to_string(side);
+        const std::string script =
+            Element(R"(<script type="application/json" class="sql">{"to":)" + to + ",");
+        EXPECT_TRUE(Holds(script, R"("state":"whole","rows":3,"text":")")) << script;
+        EXPECT_TRUE(Holds(script, side == 1 ? "N'LONG'" : "N'long'"));
+        // Who logs in is in no report.
+        EXPECT_TRUE(Holds(script, R"("command":"quillon script )" + first + " " + second +
+                                      R"( --user NAME --key t=id --where )"
+                                      R"('t=name \u003c> '\\''it'\\'''\\''s'\\''' --guard --to )" +
+                                      to + " -o to" + to + R"(.sql")"))
+            << script;
+    }
+    Report({"--where", "t=id=1"});
+    EXPECT_TRUE(Holds(Read("r.html"), R"({"to":2,"state":"nothing","rows":0,"text":"")"));
+}
+
+TEST_F(ReportTest, ItsScriptBringsTheRowsOver) {
+    Report();
+    std::string text = Element(
+        R"(<script type="application/json" class="sql">{"to":2,"state":"whole","rows":3,"text":")");
+    text.erase(text.find(R"(","reason")"));
+    for (const auto& [escape, plain] : std::vector<std::pair<std::string, std::string>>{
+             {R"(\r)", "\r"}, {R"(\n)", "\n"}, {R"(\u003c)", "<"}, {R"(\")", "\""}}) {
+        for (std::size_t at = text.find(escape); at != std::string::npos; at = text.find(escape))
+            text.replace(at, escape.size(), plain);
+    }
+    other.Run(u"USE d\nGO\n" + FromUtf8(text));
+    EXPECT_EQ(Direct("compare").exitCode, 0);
+}
+
+TEST_F(ReportTest, AScriptThatIsTooLongIsLeftToTheCommandThatWritesIt) {
+    RunOnFirst(u"INSERT t VALUES (5, 'x', N'" + std::u16string(250'000, u'y') + u"')");
+    EXPECT_EQ(Report().exitCode, 1);
+    EXPECT_TRUE(
+        Holds(Read("r.html"), R"({"to":2,"state":"too-long","rows":0,"text":"","reason":"",)"
+                              R"("command":"quillon script )" +
+                                  first + " " + second + R"( --user NAME --guard --to 2 -o to2.sql"})"));
+}
+
+TEST_F(ReportTest, AScriptThatCannotBeWrittenIsToldWithTheReason) {
+    const std::u16string create =
+        u"CREATE TABLE w (id int NOT NULL CONSTRAINT PK_w PRIMARY KEY, n ";
+    RunOnFirst(create + u"nvarchar(20))\nGO\nINSERT w VALUES (1, NCHAR(28450))");
+    RunOnSecond(create + u"varchar(20))");
+    EXPECT_EQ(Report({"-t", "w"}).exitCode, 1);
+    EXPECT_TRUE(Holds(Read("r.html"), R"({"to":2,"state":"failed","rows":0,"text":"","reason":")"))
+        << Element(R"(class="sql">)");
+    EXPECT_TRUE(Holds(Read("r.html"), R"({"to":1,"state":"whole","rows":1,)"));
 }
 
 TEST_F(ReportTest, ATableThatFailedIsInIt) {

@@ -3,6 +3,7 @@
 Usage: report_test.py <the program> <chromium> <chromedriver>
 """
 import os
+import re
 import shutil
 import sys
 import tempfile
@@ -11,6 +12,7 @@ import unittest
 
 from selenium import webdriver
 from selenium.webdriver.common.by import By
+from selenium.webdriver.common.keys import Keys
 from selenium.webdriver.chrome.options import Options
 from selenium.webdriver.chrome.service import Service
 
@@ -40,6 +42,9 @@ class Report(unittest.TestCase):
         cls.small = cls.report("small.html", "--exclude", "big", "--where", "failing=nonsense")
         cls.large = cls.report("large.html", "-t", "big", "-t", "few", "--report-limit", "0")
         cls.limited = cls.report("limited.html", "-t", "big", "--report-limit", "3")
+        cls.same = cls.report("same.html", "-t", "same", "--ignore", "extra")
+        cls.scripts = cls.report("scripts.html", databases="cd")
+        cls.unwritable = cls.report("unwritable.html", databases="ef")
         options = Options()
         options.binary_location = cls.chromium
         for argument in ("--headless=new", "--no-sandbox", "--disable-gpu",
@@ -80,11 +85,18 @@ class Report(unittest.TestCase):
             "(3, N'x\U0001F601y')",
             "ALTER TABLE same ADD extra int NULL", database="b")
 
+        for name, kind, row in (("c", "nvarchar(20)", "N'one'"), ("d", "nvarchar(20)", "N'uno'"),
+                                ("e", "nvarchar(20)", "NCHAR(28450)"), ("f", "varchar(20)", "''")):
+            cls.program.run_sql(f"CREATE DATABASE {name}")
+            cls.program.run_sql(f"CREATE TABLE t ({KEY.format('t')}, n {kind})",
+                                f"INSERT t VALUES (1, {row})", database=name)
+        cls.program.run_sql("INSERT t VALUES (2, N'<b>&\"')", database="c")
+
     @classmethod
-    def report(cls, name, *options):
+    def report(cls, name, *options, databases="ab"):
         path = os.path.join(cls.folder, name)
-        code, _, err = cls.program.call("compare", "--report", path, *options)
-        assert f"Written: {path}" in err and code in (1, 2), err
+        code, _, err = cls.program.call("compare", "--report", path, *options, databases=databases)
+        assert f"Written: {path}" in err and code in (1, 2, 3), err
         return "file://" + path
 
     def open(self, address):
@@ -212,6 +224,73 @@ class Report(unittest.TestCase):
         # A character of two units is one.
         self.assertEqual([each.text for each in third.find_elements(By.TAG_NAME, "mark")],
                          ["\U0001F600", "\U0001F601"])
+
+    def script(self, side):
+        return self.one(f"#scripts [data-to='{side}']")
+
+    def copy(self, side):
+        button = self.script(side).find_element(By.CSS_SELECTOR, "button.copy")
+        button.click()
+        self.wait_for(lambda: button.text == "Copied")
+        self.wait_for(lambda: button.text == "Copy")
+
+    def pasted(self):
+        """What the clipboard holds, by the keys that a person presses."""
+        self.browser.execute_script(
+            "const area = document.createElement('textarea'); area.id = 'pasted';"
+            "document.body.append(area); area.focus();")
+        area = self.one("#pasted")
+        area.send_keys(Keys.CONTROL, "v")
+        self.wait_for(lambda: area.get_property("value") != "")
+        text = area.get_property("value")
+        self.browser.execute_script("document.getElementById('pasted').remove()")
+        return text
+
+    def test_scripts_are_shown_and_copied(self):
+        self.open(self.scripts)
+        self.assertEqual([each.text for each in self.all("#scripts .card h2")],
+                         ["Make 1 agree with 2", "Make 2 agree with 1"])
+        self.assertIn("2 rows, ", self.script(2).text)
+        body = self.script(2).find_element(By.TAG_NAME, "pre")
+        self.assertFalse(body.is_displayed())
+        self.script(2).find_element(By.TAG_NAME, "summary").click()
+        self.wait_for(body.is_displayed)
+        shown = body.get_attribute("textContent")
+        self.assertIn("UPDATE", shown)
+        self.copy(2)
+        copied = self.pasted()
+        self.assertEqual(copied.splitlines(), shown.splitlines())
+        # It is the whole script: run, it brings the rows over.
+        batches = [batch for batch in re.split(r"(?m)^GO$", copied) if batch.strip()]
+        self.program.run_sql(*batches, database="d")
+        self.assertEqual(self.program.call("compare", databases=("c", "d"))[0], 0)
+
+    def test_a_script_is_copied_where_the_clipboard_is_kept_from_pages(self):
+        self.open(self.scripts)
+        self.browser.execute_script(
+            "Object.defineProperty(navigator, 'clipboard', { value: undefined })")
+        self.copy(1)
+        self.assertIn("UPDATE", self.pasted())
+        self.assertEqual(self.all("textarea"), [])
+
+    def test_a_script_that_is_too_long_is_left_to_a_command(self):
+        self.open(self.limited)
+        self.assertIn("too long for this page", self.script(2).text)
+        command = self.script(2).find_element(By.TAG_NAME, "code").text
+        self.assertEqual(command, f"quillon script {self.program.address}/a {self.program.address}"
+                                  "/b --user NAME --table big --guard --to 2 -o to2.sql")
+        self.copy(2)
+        self.assertEqual(self.pasted(), command)
+
+    def test_a_script_that_cannot_be_written_says_why(self):
+        self.open(self.unwritable)
+        self.assertIn("[n]", self.script(2).find_element(By.CSS_SELECTOR, ".error").text)
+        self.assertEqual(self.script(2).find_elements(By.CSS_SELECTOR, "button"), [])
+
+    def test_nothing_to_do_is_no_script(self):
+        self.open(self.same)
+        self.assertIn("There is nothing that a script could do.", self.script(1).text)
+        self.assertEqual(self.script(1).find_elements(By.CSS_SELECTOR, "button"), [])
 
     def test_nothing_is_fetched(self):
         self.open(self.small)
