@@ -1,6 +1,6 @@
 #include "cli/BatchFile.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/App.hpp>
 #include <algorithm>
 #include <map>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "cli/CommandLine.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/App.hpp>
 #include <algorithm>
 #include <string>
 #include <vector>

@@ -1,6 +1,6 @@
 #include "cli/CommandOptions.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/App.hpp>
 
 #include "cli/Roads.h"
 

@@ -1,6 +1,6 @@
 #include "cli/Comparison.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/Error.hpp>
 #include <algorithm>
 #include <stdexcept>
 #include <utility>

@@ -1,6 +1,6 @@
 #include "cli/ComparisonOptions.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/App.hpp>
 #include <map>
 #include <utility>
 

@@ -1,6 +1,6 @@
 #include "cli/DirectChoices.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/App.hpp>
 #include <algorithm>
 
 #include "cli/CatalogSurvey.h"

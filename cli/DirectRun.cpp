@@ -1,6 +1,6 @@
 #include "cli/DirectRun.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/Error.hpp>
 #include <algorithm>
 #include <chrono>
 

@@ -1,5 +1,5 @@
 // The commands that need the sandbox, which runs on Linux only: they say so.
-#include <CLI/CLI.hpp>
+#include <CLI/App.hpp>
 #include <stdexcept>
 
 #include "cli/Commands.h"

@@ -1,6 +1,6 @@
 #include "cli/Names.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/Error.hpp>
 #include <algorithm>
 
 #include "core/TableEntry.h"

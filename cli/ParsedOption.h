@@ -1,7 +1,7 @@
 // Options whose texts are parsed by functions of their own.
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include <CLI/App.hpp>
 #include <stdexcept>
 #include <string>
 

@@ -1,3 +1,4 @@
+// All of it: here is compiled what the other files, which include parts, only declare.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>

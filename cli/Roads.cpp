@@ -1,6 +1,6 @@
 #include "cli/Roads.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/App.hpp>
 
 namespace quillon {
 

@@ -1,6 +1,6 @@
 #include "cli/ScriptOptions.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/App.hpp>
 #include <utility>
 
 #include "catalog/Login.h"

@@ -1,6 +1,6 @@
 #include "cli/TableChoices.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/Error.hpp>
 #include <algorithm>
 
 #include "cli/Names.h"

@@ -1,6 +1,6 @@
 #include "cli/TableSelection.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/Error.hpp>
 #include <algorithm>
 #include <stdexcept>
 

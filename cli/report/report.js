@@ -619,6 +619,7 @@
   }
   function scriptsSection() {
     const scripts = [...document.querySelectorAll("script.sql")].map((element) => JSON.parse(element.textContent));
+    if (scripts.length === 0) return make("section", { id: "scripts", hidden: true });
     return make("section", { id: "scripts" }, make("h2", {}, "Scripts"), make("div", { class: "cards" },
       scripts.map((script) => make("div", { class: "card", "data-to": String(script.to) },
         make("h2", {}, "Make " + script.to + " agree with " + (3 - script.to)),

@@ -1,6 +1,7 @@
 // INSERT, UPDATE, DELETE.
 #include "sandbox/engine/syntax/Parser.h"
 #include "sandbox/engine/values/Collation.h"
+#include "sandbox/engine/values/SqlError.h"
 
 namespace sandbox::engine {
 
