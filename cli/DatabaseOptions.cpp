@@ -250,6 +250,7 @@ void DatabaseOptions::AddThirdTo(CLI::App& command) {
 struct DatabaseOptions::Place {
     DatabaseLocation location;
     LoginOptions login;
+    bool namesPassword = false;  // the connection says itself where its password is
     SessionOptions session;
 };
 
@@ -267,6 +268,8 @@ DatabaseOptions::Place DatabaseOptions::Find(const std::string& text,
     place.login.user = connection.user;
     place.login.integrated = connection.integrated;
     place.login.passwordCommand = connection.passwordCommand;
+    place.namesPassword =
+        !connection.passwordCommand.empty() || !connection.passwordVariable.empty();
     if (!connection.passwordVariable.empty())
         place.login.passwordVariable = connection.passwordVariable;
     place.session = session_.Or(connection);
@@ -297,7 +300,8 @@ DatabaseOptions::Databases DatabaseOptions::Make(Console& console) const {
     LoginOptions login2 = login2_.Given() ? login2_ : login1_.Given() ? login1_ : place2.login;
     if (!login2.Given()) throw CLI::RequiredError("--user2 or --integrated2");
     const bool ownPassword2 = Environment(login2_.passwordVariable.c_str()).has_value();
-    if (ownPassword2 && login2.passwordVariable == LoginOptions().passwordVariable)
+    const bool ofConnection2 = !login2_.Given() && !login1_.Given();
+    if (ownPassword2 && !(ofConnection2 && place2.namesPassword))
         login2.passwordVariable = login2_.passwordVariable;
 
     Databases databases;

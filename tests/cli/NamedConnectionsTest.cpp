@@ -55,6 +55,19 @@ TEST_F(NamedConnections, AreFoundInAFile) {
     EXPECT_EQ(LastUser(other), u"sa");
 }
 
+// Whatever QUILLON_PASSWORD2 holds.
+TEST_F(NamedConnections, KeepTheVariableThatTheyName) {
+    const std::string variable = "QUILLON_PASSWORD";
+    Write(Section("one", server, "user = sa\npassword-variable = " + variable) +
+          Section("two", other, "user = sa\npassword-variable = " + variable) +
+          Section("three", other, "user = sa"));
+    QuillonLib::test::SetVariable("QUILLON_PASSWORD2", "wrong");
+    const Outcome outcome = Compare({"one", "two"});
+    EXPECT_EQ(outcome.exitCode, 1) << outcome.err;
+    // what names none takes that of the second database
+    EXPECT_TRUE(Holds(Compare({"one", "three"}).err, "Login failed for user 'sa'."));
+}
+
 TEST_F(NamedConnections, AreFoundInTheUsersOwnFile) {
     const Outcome none = Call({"compare", "one", second, "--user", "sa"});
     EXPECT_EQ(none.exitCode, 2);
