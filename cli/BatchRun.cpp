@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <mutex>
 #include <new>
-#include <optional>
 #include <stdexcept>
 #include <system_error>
 #include <thread>
@@ -14,13 +13,11 @@
 #include <vector>
 
 #include "cli/BatchIndex.h"
+#include "cli/BatchPair.h"
 #include "cli/BatchQueue.h"
 #include "cli/BatchResult.h"
-#include "cli/CompareRun.h"
 #include "cli/Interrupt.h"
 #include "cli/Paths.h"
-#include "cli/Verdict.h"
-#include "compare/LinkedServers.h"
 #include "core/WholeFile.h"
 
 namespace quillon {
@@ -33,54 +30,6 @@ using namespace std::chrono_literals;
 // Looked at so often that a signal is told before anything that waits for a server is abandoned.
 constexpr auto LookEvery = 50ms;
 constexpr auto IndexEvery = 1s;
-
-// A pair as it can be compared.
-struct Pair {
-    const BatchSetup* setup = nullptr;
-    std::string report;  // the name of its file
-    // Absent where the login cannot be had, or the template.
-    std::optional<ComparisonRequest> request;
-};
-
-// One name for a server, whatever its case and whether the port is written that goes without
-// saying.
-std::string ServerName(const Database& database) {
-    std::string name = ToUtf8(FoldCase(database.Server()));
-    constexpr std::string_view Port = ",1433";
-    if (name.ends_with(Port)) name.resize(name.size() - Port.size());
-    return name;
-}
-
-std::vector<BatchQueue::Need> NeedsOf(const Pair& pair, std::size_t perServer) {
-    const auto& [obDB1, obDB2, obDB3] = pair.request->databases;
-    std::vector<BatchQueue::Need> needs = {{"server " + ServerName(*obDB1), perServer},
-                                           {"server " + ServerName(*obDB2), perServer}};
-    if (!pair.setup->options.ByServer()) return needs;
-    needs.push_back({"server " + ServerName(*obDB3), perServer});
-    // Linked servers have the same names for every comparison.
-    if (!IsOnServerOf(*obDB1, *obDB3) || !IsOnServerOf(*obDB2, *obDB3))
-        needs.push_back({"linked servers of " + ServerName(*obDB3), 1});
-    return needs;
-}
-
-BatchOutcome OutcomeOf(const CompareResults& results) {
-    switch (ExitCodeOf(results.All())) {
-        case ExitCode::Identical:
-            return BatchOutcome::Identical;
-        case ExitCode::Different:
-            return BatchOutcome::Different;
-        case ExitCode::NotWhole:
-            return BatchOutcome::NotWhole;
-        default:
-            return BatchOutcome::Failed;
-    }
-}
-
-void Fail(BatchResult& result, const std::string& why) {
-    result.outcome = BatchOutcome::Failed;
-    result.exitCode = ExitCode::Failed;
-    result.error = result.summary = why;
-}
 
 std::string ListOfNames(const std::vector<const BatchResult*>& results) {
     std::string text;
@@ -186,11 +135,15 @@ class BatchRun {
     void Work(BatchQueue& queue, const std::vector<std::size_t>& ready) noexcept {
         while (const auto next = queue.Next()) {
             const std::size_t at = ready[*next];
+            BatchResult result;
             {
                 const std::lock_guard lock(mutex_);
+                // What was told not to be run is not.
+                if (stopped_) break;
                 results_[at].outcome = BatchOutcome::Running;
+                result = results_[at];
             }
-            BatchResult result = Compare(at);
+            RunPair(pairs_[at], ReportOf(pairs_[at]), result);
             {
                 const std::lock_guard lock(mutex_);
                 results_[at] = std::move(result);
@@ -205,41 +158,15 @@ class BatchRun {
         }
         changed_.notify_all();
     }
-    // One pair, in a thread of its own.
-    BatchResult Compare(std::size_t at) {
-        const Pair& pair = pairs_[at];
-        BatchResult result;
-        {
-            const std::lock_guard lock(mutex_);
-            result = results_[at];
-        }
-        const auto begun = std::chrono::steady_clock::now();
-        try {
-            Console quiet(result.notes);
-            ReportChoice report;
-            report.limit = options_.reportLimit;
-            if (!options_.reports.empty()) report.file = NameOf(InFolder(pair.report));
-            CompareResults found = CompareWhole(pair.setup->options, *pair.request, report, quiet);
-            if (!options_.reports.empty()) result.report = pair.report;
-            result.outcome = OutcomeOf(found);
-            result.exitCode = found.exitCode;
-            result.summary = LastLine(found.All());
-            result.results = std::move(found);
-        } catch (const Interruption&) {
-            result.outcome = BatchOutcome::BrokenOff;
-        } catch (const std::bad_alloc&) {
-            Fail(result, "there is not enough memory");
-        } catch (const std::exception& error) {
-            Fail(result, error.what());
-        }
-        result.seconds =
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count();
-        return result;
+    ReportChoice ReportOf(const BatchPair& pair) const {
+        ReportChoice report;
+        report.limit = options_.reportLimit;
+        if (!options_.reports.empty()) report.file = NameOf(InFolder(pair.report));
+        return report;
     }
 
     // Tells of each pair that ends, until no worker is left.
     void Follow(BatchQueue& queue) {
-        bool stopped = false;
         for (bool last = false; !last;) {
             std::vector<std::size_t> finished;
             {
@@ -252,7 +179,7 @@ class BatchRun {
             }
             for (const std::size_t at : finished)
                 Tell(results_[at]);
-            if (Interrupted() && !std::exchange(stopped, true)) Stop(queue);
+            if (Interrupted() && !stopped_) Stop(queue);
             if (!finished.empty()) FollowOnPage();
             if (!last) ShowProgress();
         }
@@ -277,6 +204,7 @@ class BatchRun {
     void Stop(BatchQueue& queue) {
         queue.Close();
         const std::lock_guard lock(mutex_);
+        stopped_ = true;
         if (const auto running = Of(BatchOutcome::Running); !running.empty())
             console_.Note("quillon: ends in the middle of " + ListOfNames(running));
         if (const auto waiting = Of(BatchOutcome::NotRun); !waiting.empty())
@@ -316,7 +244,7 @@ class BatchRun {
     Console& console_;
     Stopwatch watch_;
     std::vector<BatchSetup> setups_;  // the whole list
-    std::vector<Pair> pairs_;         // those of the slice
+    std::vector<BatchPair> pairs_;    // those of the slice
     std::chrono::steady_clock::time_point indexWritten_;
 
     std::mutex mutex_;
@@ -324,6 +252,7 @@ class BatchRun {
     std::vector<BatchResult> results_;   // by pair
     std::vector<std::size_t> finished_;  // that have not been told yet
     std::size_t working_ = 0;            // threads
+    bool stopped_ = false;               // written by the thread that follows alone
 };
 
 }  // namespace
