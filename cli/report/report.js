@@ -600,7 +600,7 @@
   // Made when somebody looks at it.
   function shownScript(text) {
     const box = make("pre", { class: "value" });
-    return make("details", { on: { toggle: () => { if (!box.hasChildNodes()) addText(box, text); } } },
+    return make("details", { on: { toggle: () => { if (!box.hasChildNodes()) addText(box, text.replaceAll("\r\n", "\n")); } } },
       make("summary", {}, "Show"), box);
   }
   function scriptParts(script) {

@@ -164,10 +164,10 @@ TEST_F(ReportTest, ItsScriptBringsTheRowsOver) {
 TEST_F(ReportTest, AScriptThatIsTooLongIsLeftToTheCommandThatWritesIt) {
     RunOnFirst(u"INSERT t VALUES (5, 'x', N'" + std::u16string(250'000, u'y') + u"')");
     EXPECT_EQ(Report().exitCode, 1);
-    EXPECT_TRUE(
-        Holds(Read("r.html"), R"({"to":2,"state":"too-long","rows":0,"text":"","reason":"",)"
-                              R"("command":"quillon script )" +
-                                  first + " " + second + R"( --user NAME --guard --to 2 -o to2.sql"})"));
+    EXPECT_TRUE(Holds(Read("r.html"),
+                      R"({"to":2,"state":"too-long","rows":0,"text":"","reason":"",)"
+                      R"("command":"quillon script )" +
+                          first + " " + second + R"( --user NAME --guard --to 2 -o to2.sql"})"));
 }
 
 TEST_F(ReportTest, AScriptThatCannotBeWrittenIsToldWithTheReason) {

@@ -284,7 +284,7 @@ class Report(unittest.TestCase):
 
     def test_a_script_that_cannot_be_written_says_why(self):
         self.open(self.unwritable)
-        self.assertIn("[n]", self.script(2).find_element(By.CSS_SELECTOR, ".error").text)
+        self.assertIn("Table [dbo].[t], column n: ", self.script(2).find_element(By.CSS_SELECTOR, ".error").text)
         self.assertEqual(self.script(2).find_elements(By.CSS_SELECTOR, "button"), [])
 
     def test_nothing_to_do_is_no_script(self):
