@@ -26,6 +26,9 @@ int RunAndShow(Console& console, const std::function<int()>& command) {
     try {
         exitCode = command();
         console.Flush();
+    } catch (const OutputFailure&) {
+        console.EndPager();  // which tells where it was never there to read
+        throw;
     } catch (...) {
         EndPagerQuietly(console);
         throw;

@@ -123,6 +123,15 @@ TEST_F(TerminalTest, APagerThatCannotBeRunIsToldAndNothingPassesForShown) {
         << Read("err");
 }
 
+// However the race between the result and the shell's refusal ends.
+TEST_F(TerminalTest, APagerThatCannotBeRunIsToldThoughItsEndComesFirst) {
+    AddMany();
+    EXPECT_EQ(Shown({"rows", "t", "--format", "json"}, {{"QUILLON_PAGER", "exit 127"}}), "");
+    EXPECT_EQ(exitCode, 2);
+    EXPECT_TRUE(Holds(Read("err"), "quillon: the pager 'exit 127' could not be run"))
+        << Read("err");
+}
+
 // The rows that are written, on a terminal; nothing where there is none.
 TEST_F(TerminalTest, ASyncTellsHowFarItHasCome) {
     AddMany();
