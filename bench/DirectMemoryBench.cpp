@@ -4,6 +4,7 @@
 // own.
 //
 //   quillon_direct_memory_bench [rows]   which are doubled twice
+//   quillon_direct_memory_bench ROWS bag   so many without a key, all of which differ
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -109,5 +110,7 @@ int Run(std::int64_t rows) {
 int main(int argc, char** argv) {
     quillon::MakeDriverReachable();
     const std::int64_t rows = argc > 1 ? std::atoll(argv[1]) : 1000000;
-    return bench::ExitStatusOf([&] { return Run(rows); });
+    const bool bag = argc > 2 && std::string(argv[2]) == "bag";
+    return bench::ExitStatusOf(
+        [&] { return bag ? (RunOn(bench::Sides::Different, rows, false) ? 0 : 1) : Run(rows); });
 }
