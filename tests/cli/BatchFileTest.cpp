@@ -82,7 +82,8 @@ TEST_F(BatchFile, HoldsPairsInTheirOrder) {
     EXPECT_EQ(options.ignoredColumns[0], u"changed at");
     TableLists lists;
     lists.tables = {u"[dbo].[a]", u"[dbo].[b]"};
-    const auto tables = setups[0].options.Direct().Tables(lists);
+    ComparisonRequest request;
+    const auto tables = setups[0].options.Direct().Tables(lists, request);
     EXPECT_EQ(tables[0].where, u"x = 1");
     EXPECT_EQ(tables[0].keyColumns, (std::vector<std::u16string>{u"x", u"y"}));
     EXPECT_EQ(tables[1].keyColumns, (std::vector<std::u16string>{u"z"}));
