@@ -112,8 +112,8 @@ TEST_F(BatchFile, SaysWhatIsWrongWithALine) {
 }
 
 TEST_F(BatchFile, SaysWhatSettingsDoNotGoTogether) {
-    EXPECT_EQ(FailureOf("index = a=IX"),
-              "index goes with by-server only: without it no server compares");
+    EXPECT_EQ(FailureOf("drop-linked-servers = yes"),
+              "drop-linked-servers goes with by-server only: without it no server compares");
     EXPECT_EQ(Failure("[p]\ndatabase1 = sales\ndatabase2 = sales\nignore = x\nby-server = yes\n"),
               "b.ini, line 4: ignore does not go with by-server: there the server compares");
     EXPECT_EQ(Failure("[p]\ndatabase1 = sales\ndatabase2 = sales\nkey = a=x\nkey = dbo.A=y\n"),

@@ -26,6 +26,10 @@ DATABASE = [
     " name nvarchar(50) NULL, city nvarchar(50) NULL)",
     "CREATE TABLE invoice (id int NOT NULL CONSTRAINT PK_invoice PRIMARY KEY, customer int NULL,"
     " amount decimal(12,2) NULL)",
+    "CREATE TABLE orders (id int NOT NULL CONSTRAINT PK_orders PRIMARY KEY, placed datetime NULL,"
+    " changed_at datetime NULL)",
+    "CREATE TABLE session (id int NOT NULL CONSTRAINT PK_session PRIMARY KEY)",
+    "CREATE TABLE log_2026 (at datetime NULL)",
     "CREATE USER reader FOR LOGIN reader", "CREATE USER writer FOR LOGIN writer",
     "GRANT SELECT TO reader", "GRANT SELECT, INSERT, UPDATE, DELETE TO writer",
 ]
@@ -69,10 +73,10 @@ class Documents(unittest.TestCase):
             self.addCleanup(server.close)
         for number, server in enumerate(self.servers, 1):
             server.run_sql(*TABLES)
-            names = ["sales", "sales_copy"] if number == 1 else ["sales"]
-            for name in names:
+            copies = ["sales_copy", "stock", "stock_copy"]
+            for name in ["sales", *copies] if number == 1 else ["sales"]:
                 server.run_sql(f"CREATE DATABASE {name}")
-                server.run_sql(*DATABASE, *ROWS[2 if name == "sales_copy" else number],
+                server.run_sql(*DATABASE, *ROWS[2 if name.endswith("_copy") else number],
                                database=name)
         self.make_home()
 
@@ -91,7 +95,12 @@ class Documents(unittest.TestCase):
         store = home / "bin" / "pass"
         store.write_text("#!/bin/sh\n[ \"$1\" = show ] && echo sandbox\n")
         store.chmod(0o755)
-        (home / "bin" / "quillon").symlink_to(PROGRAM)
+        # A copy: its templates stand beside it.
+        shutil.copy(PROGRAM, home / "bin" / "quillon")
+        lists = [block for block in blocks((ROOT / "docs" / "batch.md").read_text())
+                 if "[sales]" in block]
+        self.assertEqual(len(lists), 1)
+        (home / "nightly.ini").write_text(self.here("\n".join(lists[0]) + "\n"))
         self.environment = os.environ | {
             "XDG_CONFIG_HOME": self.folder, "PATH": f"{home}/bin:{os.environ['PATH']}",
             "QUILLON_PASSWORD": "sandbox", "DB2_PASSWORD": "sandbox", "PAGER": ""}
@@ -99,7 +108,7 @@ class Documents(unittest.TestCase):
     def here(self, text):
         """The same with the sandboxes in place of the servers that documents speak of."""
         first, second = (server.address for server in self.servers)
-        return re.sub(r"\bdb1?\.example\.org(,\d+)?", first,
+        return re.sub(r"\bdb[13]?\.example\.org(,\d+)?", first,
                       re.sub(r"\bdb2\.example\.org(,\d+)?", second, text))
 
     def type(self, line):
@@ -124,6 +133,7 @@ class Documents(unittest.TestCase):
         self.assertGreaterEqual(typed["production.md"], 4)
         self.assertGreaterEqual(typed["templates.md"], 7)
         self.assertGreaterEqual(typed["connecting.md"], 1)
+        self.assertGreaterEqual(typed["batch.md"], 1)
 
     def test_the_program_of_the_readme(self):
         text = (ROOT / "README.md").read_text()
@@ -158,7 +168,7 @@ class Text(unittest.TestCase):
             known |= set(re.findall(r"--[a-z][a-z0-9-]*", text))
         self.assertIn("--table", known)
         others = {"--build", "--preset", "--install", "--prefix", "--target", "--fix", "--cflags",
-                  "--libs", "--static", "--gtest"}  # of other programs
+                  "--libs", "--static", "--gtest", "--without-root"}  # of other programs
         for document in DOCUMENTS:
             for option in set(re.findall(r"(?<![\w-])--[a-z][a-z0-9-]*", document.read_text())):
                 with self.subTest(document=document.name, option=option):
