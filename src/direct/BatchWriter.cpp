@@ -72,6 +72,15 @@ void BatchWriter::Begin(const std::vector<std::u16string>& comments) {
     Line(u"    SET CONTEXT_INFO 0x00");
     Line(u"    RETURN");
     Line(u"END");
+    // Read in another code page than it was written in, each text of the script would be another.
+    Line(u"IF LEN(N'\u00e9') <> 1 OR UNICODE(N'\u00e9') <> 233");
+    Line(u"BEGIN");
+    Line(
+        u"    RAISERROR(N'The client has read the script in another code page: it is UTF-8 or "
+        u"UTF-16.', 16, 1)");
+    Line(u"    SET CONTEXT_INFO 0x00");
+    Line(u"    RETURN");
+    Line(u"END");
     Line(u"BEGIN TRANSACTION");
     Line(u"SET CONTEXT_INFO " + Mark());
     Line(u"GO");

@@ -16,6 +16,7 @@
 #include "direct/DifferenceSpool.h"
 #include "direct/ServerFacts.h"
 #include "direct/StatementWriter.h"
+#include "direct/StrayRows.h"
 #include "direct/WriteOrder.h"
 
 namespace QuillonLib {
@@ -206,18 +207,19 @@ class DirectScriptWriter::Impl {
                                                       : DirectLeftOut::No;
     }
 
-    // Whether the table has columns that are not compared, and that only a caller can write.
+    // Whether the table has columns that are not compared, and that only a caller can write. What
+    // the other side has in their place says nothing: it may be a computed column there.
     static bool HoldsMore(const ObjectFacts& facts, const DirectShape& shape) {
+        const auto written = [](const ColumnFacts& column) {
+            return !column.Computed && !column.Generated && column.DataType != u"timestamp";
+        };
         return std::any_of(
-            shape.omitted.begin(), shape.omitted.end(), [&](const DirectOmitted& omitted) {
-                const bool served = omitted.why == DirectOmission::Computed ||
-                                    omitted.why == DirectOmission::Generated ||
-                                    omitted.why == DirectOmission::RowVersion;
-                return !served && std::any_of(facts.Columns.begin(), facts.Columns.end(),
-                                              [&](const ColumnFacts& column) {
-                                                  return !column.Computed && !column.Generated &&
-                                                         column.Name == omitted.name;
-                                              });
+            facts.Columns.begin(), facts.Columns.end(), [&](const ColumnFacts& column) {
+                return written(column) &&
+                       std::any_of(shape.omitted.begin(), shape.omitted.end(),
+                                   [&](const DirectOmitted& omitted) {
+                                       return EqualIgnoringCase(omitted.name, column.Name);
+                                   });
             });
     }
 
@@ -238,6 +240,12 @@ class DirectScriptWriter::Impl {
         batches.Begin(Head());
         for (const ForeignKeyFacts& key : order_.suspended)
             batches.Add(AlterKey(key, u" NOCHECK CONSTRAINT "));
+        std::vector<StrayRows> strays;
+        for (const ForeignKeyFacts& key : order_.suspended) {
+            if (key.Trusted) continue;
+            strays.emplace_back(key, strays.size() + 1);
+            batches.AddAlone(strays.back().Keep());
+        }
         ForEach(true, batches,
                 [this](std::size_t i, StatementWriter& writer) { EmptyDeferred(i, writer); });
         ForEach(true, batches,
@@ -249,6 +257,8 @@ class DirectScriptWriter::Impl {
         });
         ForEach(false, batches,
                 [this](std::size_t i, StatementWriter& writer) { FillDeferred(i, writer); });
+        for (const StrayRows& stray : strays)
+            batches.AddAlone(stray.LookForMore());
         for (const ForeignKeyFacts& key : order_.suspended) {
             batches.Add(AlterKey(key, key.Trusted ? u" WITH CHECK CHECK CONSTRAINT "
                                                   : u" WITH NOCHECK CHECK CONSTRAINT "));
@@ -257,9 +267,11 @@ class DirectScriptWriter::Impl {
     }
 
     std::vector<std::u16string> Head() const {
-        std::vector<std::u16string> head = {u"Makes the rows of side " + ToText(options_.target) +
-                                            u" those of side " + ToText(3 - options_.target) +
-                                            u", in one transaction."};
+        std::vector<std::u16string> head = {
+            u"Makes the rows of side " + ToText(options_.target) + u" those of side " +
+                ToText(3 - options_.target) + u", in one transaction.",
+            u"Side " + ToText(options_.target) + u" is database " + database_.DatabaseName() +
+                u" on server " + database_.Server()};
         if (options_.guard) {
             head.push_back(
                 u"Ends, and changes nothing, where a row is not as it was compared, or is not"
@@ -277,8 +289,8 @@ class DirectScriptWriter::Impl {
         for (const ForeignKeyFacts& key : order_.suspended) {
             head.push_back(std::u16string(key.Trusted
                                               ? u"Suspended, and checked again at the end"
-                                              : u"Suspended, and not checked at the end, for it "
-                                                u"was not trusted") +
+                                              : u"Suspended, and looked at for more rows that "
+                                                u"refer to nothing, for it was not trusted") +
                            u": foreign key " + key.Name + u" of " +
                            MakeTableEntry(key.Table.Owner, key.Table.Name));
         }

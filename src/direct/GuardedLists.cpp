@@ -54,7 +54,16 @@ std::u16string StatementWriter::GuardedWrite(const Shape& shape, const std::u16s
     // without an index each row would be looked for in the whole table: the server has to know how
     // many there are
     if (!shape_.keyIsUnique) text += u" OPTION (RECOMPILE)";
-    text += u"\r\nIF @@ROWCOUNT <> " + ToText(static_cast<std::int64_t>(expected)) + u"\r\nBEGIN";
+    const std::u16string count = ToText(static_cast<std::int64_t>(expected));
+    if (shape_.keyIsUnique) {
+        text += u"\r\nIF @@ROWCOUNT <> " + count;
+    } else {  // one that is missing and one that is there twice would make up for each other
+        const std::u16string written = u"@written" + number;
+        text += u"\r\nDECLARE " + written + u" int\r\nSET " + written + u" = @@ROWCOUNT\r\nIF " +
+                written + u" <> " + count + u" OR (SELECT COUNT(DISTINCT n) FROM " + rows.met +
+                u") <> " + count;
+    }
+    text += u"\r\nBEGIN";
     text += FindMissed(rows, u"    ");
     return text + u"\r\n    RAISERROR(N'" + MessageText(u"Table " + table_) +
            u"%s: a row is not as it was compared.', 16, 1, " + rows.row +

@@ -288,7 +288,7 @@ std::u16string ColumnLiterals::ListType() const {
         case CellClass::Bytes:
             return WithLength(u"varbinary", fromType_.legacyLong ? -1 : from_.Length, 8000);
         default:
-            return DeclaredType(from_);
+            return DeclaredType(to_);  // which the literals are written for
     }
 }
 

@@ -212,7 +212,8 @@ void StatementWriter::Delete(const DirectRow& row, const std::vector<std::size_t
     Shape shape;
     std::vector<std::size_t> guarded;
     for (std::size_t i = 0; i < row.size(); ++i) {
-        if (!shape_.columns[i].key) guarded.push_back(i);
+        // A key that the server takes for the same may have become another: 'ABC' is 'abc' now.
+        if (!shape_.columns[i].key || (shape_.keyIsUnique && ByBytes(i))) guarded.push_back(i);
     }
     const DirectRow now = Without(row, emptied);
     AddConditions(shape, now, true, guarded);
@@ -323,7 +324,9 @@ void StatementWriter::Write(const Shape& shape, const std::vector<Line>& lines) 
     std::vector<Line> part;
     std::size_t size = 0;
     const std::size_t cells = shape.conditions.size() + shape.columns.size();
-    const std::size_t rows = std::clamp<std::size_t>(MaxListCells / cells, 1, MaxListRows);
+    // A row that is missing and one that is there twice would make up for each other in a list.
+    const std::size_t most = shape_.keyIsUnique || style_.guard ? MaxListRows : 1;
+    const std::size_t rows = std::clamp<std::size_t>(MaxListCells / cells, 1, most);
     for (const Line& line : lines) {
         size += Size(line.values);
         for (const Cell& cell : line.conditions)

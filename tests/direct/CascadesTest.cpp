@@ -98,13 +98,39 @@ TEST_P(Cascades, ThatAreNotTrustedAreGivenBackSo) {
     RunOn2(u"INSERT p VALUES (1, 1, 1), (2, 2, 2) INSERT c VALUES (1, 1)\nGO\n" + orphan);
     EXPECT_EQ(States(), u"0 1");
     const std::u16string script = Script({u"p"});
-    EXPECT_NE(script.find(u"-- Suspended, and not checked at the end, for it was not trusted: "
-                          u"foreign key FK_c of [dbo].[c]\r\n"),
+    EXPECT_NE(script.find(u"-- Suspended, and looked at for more rows that refer to nothing, for "
+                          u"it was not trusted: foreign key FK_c of [dbo].[c]\r\n"),
               std::u16string::npos)
         << ToUtf8(script);
     ExpectToConverge({u"p"});
     EXPECT_EQ(States(), u"0 1");
     EXPECT_EQ(On2(u"SELECT COUNT(*) FROM c"), u"2");
+}
+
+// An untrusted key holds all the same for what happens from now on: a script must not make rows
+// that refer to nothing while it has the key suspended.
+TEST_P(Cascades, ThatAreNotTrustedLeaveNoMoreRowsBehind) {
+    MakeTables(u"ON DELETE CASCADE");
+    const std::u16string orphan =
+        u"ALTER TABLE c NOCHECK CONSTRAINT FK_c INSERT c VALUES (9, 99)"
+        u" ALTER TABLE c WITH NOCHECK CHECK CONSTRAINT FK_c";
+    RunOn1(u"INSERT p VALUES (1, 1, 1) INSERT c VALUES (1, 1)\nGO\n" + orphan);
+    RunOn2(u"INSERT p VALUES (1, 1, 1), (2, 2, 2) INSERT c VALUES (1, 1), (2, 2), (3, NULL)\nGO\n" +
+           orphan);
+    const Texts errors = Run(Script({u"p"}));
+    ASSERT_EQ(errors.size(), 1U);
+    EXPECT_NE(errors[0].find(u"Foreign key [FK_c] of [dbo].[c]: rows would refer to what is no "
+                             u"longer there."),
+              std::u16string::npos)
+        << ToUtf8(errors[0]);
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM p"), u"2");
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM c"), u"4");
+    EXPECT_EQ(States(), u"0 1");
+    // with the row that would be left behind gone, too
+    RunOn2(u"DELETE c WHERE id = 2");
+    ExpectToConverge({u"p"});
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM c"), u"3");
+    EXPECT_EQ(States(), u"0 1");
 }
 
 TEST_P(Cascades, ThatAreDisabledStaySo) {

@@ -507,6 +507,48 @@ TEST_P(Scripts, LongTextsShareListsWithNationalOnes) {
     EXPECT_EQ(On2(u"SELECT SUM(LEN(a)) FROM t"), u"16002");
 }
 
+// Whatever the other side has in their place, and however it spells them.
+TEST_P(Scripts, RowsWithoutAKeyKeepWhatOnlyTheTargetHolds) {
+    RunOn1(u"CREATE TABLE t (a int, Note varchar(9)) CREATE TABLE s (a int, b AS a * 2)");
+    RunOn2(u"CREATE TABLE t (a int, note varchar(9)) CREATE TABLE s (a int, b int)");
+    RunOn1(u"INSERT t VALUES (1, 'x') INSERT s VALUES (1)");
+    RunOn2(u"INSERT t VALUES (2, 'y') INSERT s VALUES (2, 7)");
+    options.ignoredColumns = {u"NOTE"};
+    for (const auto* table : {u"t", u"s"}) {
+        const std::u16string script = Script({table});
+        EXPECT_NE(script.find(u"-- Left out, rows without a key"), std::u16string::npos)
+            << ToUtf8(script);
+        EXPECT_EQ(Run(script), Texts{});
+    }
+    EXPECT_EQ(On2(u"SELECT note FROM t"), u"y");
+    EXPECT_EQ(On2(u"SELECT b FROM s"), u"7");
+}
+
+// A list takes the type of its first row: NULL of the source's type would cut what follows.
+TEST_P(Scripts, NullsAtTheTopOfAListHaveTheTypeOfTheTarget) {
+    RunOn1(u"CREATE TABLE t (id int PRIMARY KEY, a smalldatetime NULL)");
+    RunOn2(u"CREATE TABLE t (id int PRIMARY KEY, a datetime2(7) NULL)");
+    RunOn1(u"INSERT t VALUES (1, NULL), (2, '20200101 12:00')");
+    const std::u16string script = Script({u"t"});
+    EXPECT_NE(script.find(u"(1, CAST(NULL AS datetime2(7)))"), std::u16string::npos)
+        << ToUtf8(script);
+    ExpectToConverge({u"t"});
+}
+
+// Written in UTF-8 and read as something else, the script says so and does nothing.
+TEST_P(Scripts, ReadInAnotherCodePageDoNothing) {
+    RunOnBoth(u"CREATE TABLE t (id int PRIMARY KEY, a nvarchar(9))");
+    RunOn1(u"INSERT t VALUES (1, N'é')");
+    std::u16string misread;
+    for (const char unit : ToUtf8(Script({u"t"})))
+        misread.push_back(static_cast<unsigned char>(unit));
+    const Texts errors = Run(misread);
+    ASSERT_EQ(errors.size(), 1U);
+    EXPECT_NE(errors[0].find(u"in another code page"), std::u16string::npos) << ToUtf8(errors[0]);
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM t"), u"0");
+    ExpectToConverge({u"t"});
+}
+
 // A row that goes and comes again would come without them.
 TEST_P(Scripts, RowsWithoutAKeyKeepWhatIsNotCompared) {
     RunOn1(u"CREATE TABLE t (a int, twice AS a * 2)");
@@ -719,95 +761,111 @@ TEST_F(FailingScripts, AreWholeTexts) {
     EXPECT_EQ(
         Script({u"s"}),
         u"-- Makes the rows of side 2 those of side 1, in one transaction.\r\n"
-        u"-- Ends, and changes nothing, where a row is not as it was compared, or is not"
-        u" inserted.\r\n"
-        u"-- [dbo].[s]: 2 deleted, 2 updated, 2 inserted\r\n"
-        u"SET ANSI_NULLS, ANSI_PADDING, ANSI_WARNINGS, ARITHABORT, CONCAT_NULL_YIELDS_NULL, "
-        u"QUOTED_IDENTIFIER ON\r\n"
-        u"SET NUMERIC_ROUNDABORT OFF\r\n"
-        u"SET IMPLICIT_TRANSACTIONS OFF\r\n"
-        u"SET ROWCOUNT 0\r\n"
-        u"SET NOCOUNT, XACT_ABORT ON\r\n"
-        u"IF @@TRANCOUNT > 0\r\n"
-        u"BEGIN\r\n"
-        u"    RAISERROR(N'A transaction is open already: the script has to begin its own.', 16, "
-        u"1)\r\n"
-        u"    SET CONTEXT_INFO 0x00\r\n"
-        u"    RETURN\r\n"
-        u"END\r\n"
-        u"BEGIN TRANSACTION\r\n"
-        u"SET CONTEXT_INFO 0x51756C6E00000000\r\n"
-        u"GO\r\n"
-        u"IF @@TRANCOUNT = 0 OR ISNULL(CAST(CONTEXT_INFO() AS varbinary(8)), 0x) <> "
-        u"0x51756C6E00000000 RETURN\r\n"
-        u"DECLARE @rows1 TABLE (n int IDENTITY, k1 int NULL, k2 varbinary(max) NULL, k3 "
-        u"varbinary(max) NULL)\r\n"
-        u"INSERT INTO @rows1 (k1, k2, k3) VALUES\r\n"
-        u"(5, 0x650001, 0x6501),\r\n"
-        u"(6, 0x660001, 0x6601)\r\n"
-        u"DECLARE @met2 TABLE (n int)\r\n"
-        u"DELETE t OUTPUT v.n INTO @met2\r\n"
-        u"FROM [dbo].[s] AS t INNER JOIN @rows1 AS v ON t.[id] = v.k1 AND CAST(t.[a] AS "
-        u"varbinary(max)) + 0x01 = v.k2 AND CAST(t.[b] AS varbinary(max)) + 0x01 = v.k3\r\n"
-        u"IF @@ROWCOUNT <> 2\r\n"
-        u"BEGIN\r\n"
-        u"    DECLARE @row2 nvarchar(300)\r\n"
-        u"    SELECT TOP (1) @row2 = LEFT(ISNULL(CAST(v.k1 AS nvarchar(60)), N'NULL'), 200) FROM "
-        u"@rows1 AS v\r\n"
-        u"    WHERE NOT EXISTS (SELECT * FROM @met2 AS m WHERE m.n = v.n) ORDER BY v.n\r\n"
-        u"    SET @row2 = ISNULL(N', key (' + @row2 + N')', N', a key that is there more than "
-        u"once')\r\n"
-        u"    RAISERROR(N'Table [dbo].[s]%s: a row is not as it was compared.', 16, 1, @row2)\r\n"
-        u"    IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\r\n"
-        u"    RETURN\r\n"
-        u"END\r\n"
-        u"UPDATE [dbo].[s] SET [a] = NULL, [b] = N'€'\r\n"
-        u"WHERE [id] = 3 AND CAST([a] AS varbinary(max)) + 0x01 = 0x630001 AND CAST([b] AS "
-        u"varbinary(max)) + 0x01 "
-        u"IS NULL\r\n"
-        u"IF @@ROWCOUNT <> 1\r\n"
-        u"BEGIN\r\n"
-        u"    RAISERROR(N'Table [dbo].[s], key (3): a row is not as it was compared.', 16, 1)\r\n"
-        u"    IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\r\n"
-        u"    RETURN\r\n"
-        u"END\r\n"
-        u"UPDATE [dbo].[s] SET [b] = 'y'\r\n"
-        u"WHERE [id] = 4 AND CAST([b] AS varbinary(max)) + 0x01 = 0x7A01\r\n"
-        u"IF @@ROWCOUNT <> 1\r\n"
-        u"BEGIN\r\n"
-        u"    RAISERROR(N'Table [dbo].[s], key (4): a row is not as it was compared.', 16, 1)\r\n"
-        u"    IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\r\n"
-        u"    RETURN\r\n"
-        u"END\r\n"
-        u"INSERT INTO [dbo].[s] ([id], [a], [b]) VALUES\r\n"
-        u"(1, N'a', 'b'),\r\n"
-        u"(2, N'Ж', 'it''s')\r\n"
-        u"IF @@ROWCOUNT <> 2\r\n"
-        u"BEGIN\r\n"
-        u"    RAISERROR(N'Table [dbo].[s], among the rows from key (1): not every row was"
-        u" inserted.', 16, 1)\r\n"
-        u"    IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\r\n"
-        u"    RETURN\r\n"
-        u"END\r\n"
-        u"SET CONTEXT_INFO 0x51756C6E00000001\r\n"
-        u"GO\r\n"
-        u"DECLARE @outcome nvarchar(200)\r\n"
-        u"IF @@TRANCOUNT = 1 AND ISNULL(CAST(CONTEXT_INFO() AS varbinary(8)), 0x) = "
-        u"0x51756C6E00000001\r\n"
-        u"BEGIN\r\n"
-        u"    COMMIT TRANSACTION\r\n"
-        u"    SET @outcome = N'The script ran to its end: its changes are committed.'\r\n"
-        u"END\r\n"
-        u"ELSE\r\n"
-        u"BEGIN\r\n"
-        u"    IF @@TRANCOUNT > 0 AND ISNULL(CAST(CONTEXT_INFO() AS varbinary(4)), 0x) = "
-        u"0x51756C6E\r\n"
-        u"        ROLLBACK TRANSACTION\r\n"
-        u"    SET @outcome = N'The script did not run to its end: nothing has been changed.'\r\n"
-        u"END\r\n"
-        u"SET CONTEXT_INFO 0x00\r\n"
-        u"PRINT @outcome\r\n"
-        u"GO\r\n");
+        u"-- Side 2 is database w on server " +
+            two->Server() +
+            u"\r\n"
+            u"-- Ends, and changes nothing, where a row is not as it was compared, or is not"
+            u" inserted.\r\n"
+            u"-- [dbo].[s]: 2 deleted, 2 updated, 2 inserted\r\n"
+            u"SET ANSI_NULLS, ANSI_PADDING, ANSI_WARNINGS, ARITHABORT, CONCAT_NULL_YIELDS_NULL, "
+            u"QUOTED_IDENTIFIER ON\r\n"
+            u"SET NUMERIC_ROUNDABORT OFF\r\n"
+            u"SET IMPLICIT_TRANSACTIONS OFF\r\n"
+            u"SET ROWCOUNT 0\r\n"
+            u"SET NOCOUNT, XACT_ABORT ON\r\n"
+            u"IF @@TRANCOUNT > 0\r\n"
+            u"BEGIN\r\n"
+            u"    RAISERROR(N'A transaction is open already: the script has to begin its own.', "
+            u"16, "
+            u"1)\r\n"
+            u"    SET CONTEXT_INFO 0x00\r\n"
+            u"    RETURN\r\n"
+            u"END\r\n"
+            u"IF LEN(N'é') <> 1 OR UNICODE(N'é') <> 233\r\n"
+            u"BEGIN\r\n"
+            u"    RAISERROR(N'The client has read the script in another code page: it is UTF-8 or "
+            u"UTF-16.', 16, 1)\r\n"
+            u"    SET CONTEXT_INFO 0x00\r\n"
+            u"    RETURN\r\n"
+            u"END\r\n"
+            u"BEGIN TRANSACTION\r\n"
+            u"SET CONTEXT_INFO 0x51756C6E00000000\r\n"
+            u"GO\r\n"
+            u"IF @@TRANCOUNT = 0 OR ISNULL(CAST(CONTEXT_INFO() AS varbinary(8)), 0x) <> "
+            u"0x51756C6E00000000 RETURN\r\n"
+            u"DECLARE @rows1 TABLE (n int IDENTITY, k1 int NULL, k2 varbinary(max) NULL, k3 "
+            u"varbinary(max) NULL)\r\n"
+            u"INSERT INTO @rows1 (k1, k2, k3) VALUES\r\n"
+            u"(5, 0x650001, 0x6501),\r\n"
+            u"(6, 0x660001, 0x6601)\r\n"
+            u"DECLARE @met2 TABLE (n int)\r\n"
+            u"DELETE t OUTPUT v.n INTO @met2\r\n"
+            u"FROM [dbo].[s] AS t INNER JOIN @rows1 AS v ON t.[id] = v.k1 AND CAST(t.[a] AS "
+            u"varbinary(max)) + 0x01 = v.k2 AND CAST(t.[b] AS varbinary(max)) + 0x01 = v.k3\r\n"
+            u"IF @@ROWCOUNT <> 2\r\n"
+            u"BEGIN\r\n"
+            u"    DECLARE @row2 nvarchar(300)\r\n"
+            u"    SELECT TOP (1) @row2 = LEFT(ISNULL(CAST(v.k1 AS nvarchar(60)), N'NULL'), 200) "
+            u"FROM "
+            u"@rows1 AS v\r\n"
+            u"    WHERE NOT EXISTS (SELECT * FROM @met2 AS m WHERE m.n = v.n) ORDER BY v.n\r\n"
+            u"    SET @row2 = ISNULL(N', key (' + @row2 + N')', N', a key that is there more than "
+            u"once')\r\n"
+            u"    RAISERROR(N'Table [dbo].[s]%s: a row is not as it was compared.', 16, 1, "
+            u"@row2)\r\n"
+            u"    IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\r\n"
+            u"    RETURN\r\n"
+            u"END\r\n"
+            u"UPDATE [dbo].[s] SET [a] = NULL, [b] = N'€'\r\n"
+            u"WHERE [id] = 3 AND CAST([a] AS varbinary(max)) + 0x01 = 0x630001 AND CAST([b] AS "
+            u"varbinary(max)) + 0x01 "
+            u"IS NULL\r\n"
+            u"IF @@ROWCOUNT <> 1\r\n"
+            u"BEGIN\r\n"
+            u"    RAISERROR(N'Table [dbo].[s], key (3): a row is not as it was compared.', 16, "
+            u"1)\r\n"
+            u"    IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\r\n"
+            u"    RETURN\r\n"
+            u"END\r\n"
+            u"UPDATE [dbo].[s] SET [b] = 'y'\r\n"
+            u"WHERE [id] = 4 AND CAST([b] AS varbinary(max)) + 0x01 = 0x7A01\r\n"
+            u"IF @@ROWCOUNT <> 1\r\n"
+            u"BEGIN\r\n"
+            u"    RAISERROR(N'Table [dbo].[s], key (4): a row is not as it was compared.', 16, "
+            u"1)\r\n"
+            u"    IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\r\n"
+            u"    RETURN\r\n"
+            u"END\r\n"
+            u"INSERT INTO [dbo].[s] ([id], [a], [b]) VALUES\r\n"
+            u"(1, N'a', 'b'),\r\n"
+            u"(2, N'Ж', 'it''s')\r\n"
+            u"IF @@ROWCOUNT <> 2\r\n"
+            u"BEGIN\r\n"
+            u"    RAISERROR(N'Table [dbo].[s], among the rows from key (1): not every row was"
+            u" inserted.', 16, 1)\r\n"
+            u"    IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\r\n"
+            u"    RETURN\r\n"
+            u"END\r\n"
+            u"SET CONTEXT_INFO 0x51756C6E00000001\r\n"
+            u"GO\r\n"
+            u"DECLARE @outcome nvarchar(200)\r\n"
+            u"IF @@TRANCOUNT = 1 AND ISNULL(CAST(CONTEXT_INFO() AS varbinary(8)), 0x) = "
+            u"0x51756C6E00000001\r\n"
+            u"BEGIN\r\n"
+            u"    COMMIT TRANSACTION\r\n"
+            u"    SET @outcome = N'The script ran to its end: its changes are committed.'\r\n"
+            u"END\r\n"
+            u"ELSE\r\n"
+            u"BEGIN\r\n"
+            u"    IF @@TRANCOUNT > 0 AND ISNULL(CAST(CONTEXT_INFO() AS varbinary(4)), 0x) = "
+            u"0x51756C6E\r\n"
+            u"        ROLLBACK TRANSACTION\r\n"
+            u"    SET @outcome = N'The script did not run to its end: nothing has been "
+            u"changed.'\r\n"
+            u"END\r\n"
+            u"SET CONTEXT_INFO 0x00\r\n"
+            u"PRINT @outcome\r\n"
+            u"GO\r\n");
 }
 
 // The key is the target's alone, so that rows are matched as wholes.
