@@ -17,7 +17,10 @@ fi
 cmake --preset lint >/dev/null
 linted=('src/*.cpp' 'cli/*.cpp')
 [ "${1:-}" != all ] || linted+=('sandbox/*.cpp')
-# What is for Windows alone cannot be compiled here without the cross-compiler's headers.
+# What is for Windows alone cannot be compiled here without the cross-compiler's headers. The analyzer
+# follows a function's paths to a fifth of its usual number of states: it took four fifths of the time.
 git ls-files "${linted[@]}" | grep -v '_windows\.cpp$' |
-    xargs -P 2 -n 6 clang-tidy-14 --quiet -p build/lint --extra-arg=-Wno-unknown-warning-option
+    xargs -P 2 -n 6 clang-tidy-14 --quiet -p build/lint --extra-arg=-Wno-unknown-warning-option \
+        --extra-arg=-Xclang --extra-arg=-analyzer-config --extra-arg=-Xclang \
+        --extra-arg=max-nodes=45000
 echo "Format and lint are clean"
