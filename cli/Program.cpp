@@ -53,8 +53,8 @@ const CLI::App* FindCommand(const CLI::App& app, const std::string& name) {
     return nullptr;
 }
 
-void RequireCommand(const CLI::App& app, const std::string& name) {
-    if (FindCommand(app, name) != nullptr) return;
+const CLI::App& RequireCommand(const CLI::App& app, const std::string& name) {
+    if (const CLI::App* const command = FindCommand(app, name)) return *command;
     throw CLI::ValidationError("there is no command " + name + DidYouMean(name, CommandNames(app)));
 }
 
@@ -86,9 +86,8 @@ void AddHelpCommand(CLI::App& app, Program& program) {
     auto manual = std::make_shared<bool>(false);
     help->add_flag("--man", *manual, "Print it as a manual page, for man -l -");
     help->callback([&app, &program, name, manual] {
-        if (!name->empty()) RequireCommand(app, *name);
         // App::help() would tell of the command that was called, which is this one.
-        const CLI::App& subject = name->empty() ? app : *FindCommand(app, *name);
+        const CLI::App& subject = name->empty() ? app : RequireCommand(app, *name);
         if (*manual) return program.console.PrintData(ManualPage(ModelOf(subject, *name)));
         program.console.PrintData(subject.get_formatter()->make_help(
             &subject, name->empty() ? "quillon" : "quillon " + *name, CLI::AppFormatMode::Normal));
