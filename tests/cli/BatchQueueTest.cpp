@@ -93,7 +93,7 @@ TEST(BatchQueueTest, HoldsItsLimitsWithManyThreads) {
         }
     }
     EXPECT_EQ(run, 200);
-    EXPECT_EQ(most, 2);
+    EXPECT_LE(most, 2);
 }
 
 }  // namespace

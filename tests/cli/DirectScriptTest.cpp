@@ -50,7 +50,7 @@ TEST_F(DirectScriptTest, StandardOutputGetsTheFileWithoutItsMark) {
     EXPECT_EQ(outcome.out, Read("u.sql").substr(3));
     EXPECT_EQ(outcome.err, "");
     EXPECT_EQ(Script({"-o", File("w.sql"), "--encoding", "utf16"}).exitCode, 0);
-    EXPECT_EQ(Read("w.sql").size(), 2 * outcome.out.size() + 2);
+    EXPECT_EQ(Read("w.sql").size(), 2 * QuillonLib::FromUtf8(outcome.out).size() + 2);
     EXPECT_EQ(Read("w.sql").substr(0, 4), std::string("\xFF\xFE-\0", 4));
 }
 

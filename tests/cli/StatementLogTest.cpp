@@ -85,7 +85,7 @@ TEST_F(StatementLogTest, TheEncryptionIsToldAsFarAsItIsKnown) {
 }
 
 TEST_F(StatementLogTest, ALogGrowsBehindWhatItHolds) {
-    std::ofstream(File("l.txt")) << "before\n";
+    std::ofstream(File("l.txt"), std::ios::binary) << "before\n";
     const Outcome outcome = Direct("compare", {"--log", File("l.txt")});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_EQ(outcome.err, "");
