@@ -23,9 +23,12 @@ std::size_t GoLine(std::u16string_view script, std::size_t at) {
 
 // Where the script goes on behind what may be left out before a batch that begins with `batch`.
 std::size_t Skip(std::u16string_view script, std::size_t at, std::u16string_view batch) {
-    while (at < script.size() && !script.substr(at).starts_with(batch)) {
+    while (at < script.size()) {
+        // No batch begins with such a line, but one may be as short as its "G".
         if (const std::size_t line = GoLine(script, at); line > 0) {
             at += line;
+        } else if (script.substr(at).starts_with(batch)) {
+            break;
         } else if (IsBlank(script[at])) {
             ++at;
         } else {
