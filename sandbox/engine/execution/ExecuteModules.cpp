@@ -6,6 +6,30 @@
 
 namespace sandbox::engine {
 
+namespace {
+
+// CREATE and ALTER of a view ("V") or a procedure ("P"): ALTER keeps the number.
+template <class Definition>
+NewObject MakeModule(Catalog& catalog, CatalogWriter& writer, const Definition& stmt, int schema,
+                     const char16_t* type) {
+    const auto existing = catalog.Find(stmt.name.schema, stmt.name.name);
+    NewObject object;
+    object.id = existing ? existing->id : catalog.File()->NextObjectId();
+    if (stmt.alter) {
+        if (!existing || existing->type != type) ThrowInvalidObject(stmt.name.Text());
+        writer.RemoveObject(existing->id);
+    } else {
+        writer.CheckName(stmt.name.name, schema);
+    }
+    object.schemaId = schema;
+    object.name = stmt.name.name;
+    object.type = type;
+    object.text = stmt.text;
+    return object;
+}
+
+}  // namespace
+
 void Executor::CreateView(const CreateViewStmt& stmt) {
     Catalog& catalog = TargetCatalog(context_, stmt.name);
     if (!stmt.name.database.empty()) {
@@ -34,19 +58,7 @@ void Executor::CreateView(const CreateViewStmt& stmt) {
     }
     Atomically([&] {
         CatalogWriter writer(context_, catalog);
-        const auto existing = catalog.Find(stmt.name.schema, stmt.name.name);
-        NewObject object;
-        object.id = existing ? existing->id : catalog.File()->NextObjectId();
-        if (stmt.alter) {
-            if (!existing || existing->type != u"V") ThrowInvalidObject(stmt.name.Text());
-            writer.RemoveObject(existing->id);
-        } else {
-            writer.CheckName(stmt.name.name, schema);
-        }
-        object.schemaId = schema;
-        object.name = stmt.name.name;
-        object.type = u"V";
-        object.text = stmt.text;
+        NewObject object = MakeModule(catalog, writer, stmt, schema, u"V");
         object.bound = stmt.schemaBinding;
         writer.AddObject(object);
         std::vector<std::u16string> names;
@@ -111,19 +123,7 @@ void Executor::CreateProcedure(const CreateProcedureStmt& stmt) {
     }
     Atomically([&] {
         CatalogWriter writer(context_, catalog);
-        const auto existing = catalog.Find(stmt.name.schema, stmt.name.name);
-        NewObject object;
-        object.id = existing ? existing->id : catalog.File()->NextObjectId();
-        if (stmt.alter) {
-            if (!existing || existing->type != u"P") ThrowInvalidObject(stmt.name.Text());
-            writer.RemoveObject(existing->id);
-        } else {
-            writer.CheckName(stmt.name.name, schema);
-        }
-        object.schemaId = schema;
-        object.name = stmt.name.name;
-        object.type = u"P";
-        object.text = stmt.text;
+        NewObject object = MakeModule(catalog, writer, stmt, schema, u"P");
         writer.AddObject(object);
         catalog.Changed();
         context_.BumpGeneration();
