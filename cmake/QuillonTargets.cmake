@@ -36,14 +36,21 @@ function(quillon_precompile_test_headers)
         <algorithm> <functional> <map> <memory> <optional> <string> <thread> <vector>)
 endfunction()
 
-# quillon_test(NAME name SOURCES file... LIBS target... [PARTS n]): one test program, run by ctest as
-# `name`; or in n parts, side by side, where many of its tests wait.
-function(quillon_test)
-    cmake_parse_arguments(ARG "" "NAME;PARTS" "SOURCES;LIBS" ${ARGN})
+# quillon_test_program(NAME name SOURCES file... LIBS target...): a program of tests that ctest does
+# not run as it stands.
+function(quillon_test_program)
+    cmake_parse_arguments(ARG "" "NAME" "SOURCES;LIBS" ${ARGN})
     add_executable(${ARG_NAME} ${ARG_SOURCES})
     target_link_libraries(${ARG_NAME} PRIVATE quillon_test_flags ${ARG_LIBS} GTest::gmock GTest::gtest_main)
     target_include_directories(${ARG_NAME} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src)
     target_precompile_headers(${ARG_NAME} REUSE_FROM quillon_test_headers)
+endfunction()
+
+# quillon_test(NAME name SOURCES file... LIBS target... [PARTS n]): one test program, run by ctest as
+# `name`; or in n parts, side by side, where many of its tests wait.
+function(quillon_test)
+    cmake_parse_arguments(ARG "" "NAME;PARTS" "SOURCES;LIBS" ${ARGN})
+    quillon_test_program(NAME ${ARG_NAME} SOURCES ${ARG_SOURCES} LIBS ${ARG_LIBS})
     set(environment "ODBCSYSINI=${PROJECT_BINARY_DIR}/odbc")
     if(NOT ARG_PARTS)
         add_test(NAME ${ARG_NAME} COMMAND ${ARG_NAME})

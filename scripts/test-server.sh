@@ -13,14 +13,10 @@ cd "$(dirname "$0")/.."
 [ $# -ge 1 ] || { sed -n 's/^#   \?//p' "$0" >&2; exit 2; }
 need "${test_packages[@]}"
 cmake --preset release >/dev/null
-cmake --build --preset release --target quillon_live_tests quillon
+cmake --build --preset release --target quillon_live_tests
 
 export ODBCSYSINI=$PWD/build/release/odbc QUILLON_LIVE_SERVER=$1 QUILLON_LIVE_USER=${2:-}
 export QUILLON_LIVE_PREFIX=quillon_live_$$_
 # Each test drops its own; a test that ends with a signal does not.
-drop() {
-    build/release/tests/live/quillon_live_tests --gtest_also_run_disabled_tests \
-        --gtest_filter='Leftovers.*' --gtest_brief=1
-}
-trap drop EXIT
+trap 'build/release/tests/live/quillon_live_tests --drop-leftovers' EXIT
 build/release/tests/live/quillon_live_tests

@@ -1,9 +1,8 @@
 // What the tests against any server share. The server is told by the environment:
-// QUILLON_LIVE_SERVER, QUILLON_LIVE_USER (empty: integrated), QUILLON_PASSWORD. Without a server
-// every test is skipped.
+// QUILLON_LIVE_SERVER, QUILLON_LIVE_USER (empty: integrated), QUILLON_PASSWORD.
 //
 // Databases are made anew for each test, under QUILLON_LIVE_PREFIX, and dropped behind it; what a
-// broken-off run left behind is for scripts/test-server.sh.
+// broken-off run left behind, --drop-leftovers drops.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -19,17 +18,55 @@
 
 namespace QuillonLib::live {
 
+inline constexpr const char16_t* Prefix = u"quillon_live_";
+
 inline std::u16string Setting(const char* name, std::u16string otherwise = {}) {
     const char* const text = std::getenv(name);
     return text == nullptr ? std::move(otherwise) : FromUtf8(text);
 }
 
+inline std::shared_ptr<Database> Described(const std::u16string& name) {
+    auto database = std::make_shared<Database>();
+    database->Server(Setting("QUILLON_LIVE_SERVER"));
+    database->DatabaseName(name);
+    database->Username(Setting("QUILLON_LIVE_USER"));
+    database->Password(Setting("QUILLON_PASSWORD"));
+    database->NTSecurity(database->Username().empty());
+    database->Description(name);
+    database->CheckDependencies(true);
+    return database;
+}
+inline std::shared_ptr<Connection> Open(const std::u16string& name) {
+    const auto database = Described(name);
+    auto connection = std::make_shared<Connection>();
+    connection->Open(u"driver={SQL Server};server=" + database->Server() + u";database=" + name +
+                     (database->NTSecurity()
+                          ? u";trusted_connection=yes"
+                          : u";uid=" + database->Username() + u";pwd=" + database->Password()));
+    return connection;
+}
+
+// A session of the test's own may still be on its way out, and keeps its database for a moment.
+inline void Drop(Connection& server, const std::u16string& name) {
+    for (int tries = 1;; ++tries) {
+        try {
+            server.Execute(u"ALTER DATABASE [" + name +
+                           u"] SET SINGLE_USER WITH ROLLBACK IMMEDIATE");
+        } catch (const Error&) {  // not every server knows it
+        }
+        try {
+            server.Execute(u"DROP DATABASE [" + name + u"]");
+            return;
+        } catch (const Error&) {
+            if (tries == 50) throw;
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        }
+    }
+}
+
 class LiveServer : public ::testing::Test {
   protected:
     void SetUp() override {
-        if (Setting("QUILLON_LIVE_SERVER").empty()) {
-            GTEST_SKIP() << "no server (QUILLON_LIVE_SERVER)";
-        }
         server_ = Open(u"master");
         version_ = std::atoi(ToUtf8(Scalar(u"SELECT CAST(SERVERPROPERTY('ProductVersion') "
                                            u"AS nvarchar(60))"))
@@ -43,51 +80,11 @@ class LiveServer : public ::testing::Test {
             Drop(*server_, name);
     }
 
-    // A session of the test's own may still be on its way out, and keeps its database for a moment.
-    static void Drop(Connection& server, const std::u16string& name) {
-        for (int tries = 1;; ++tries) {
-            try {
-                server.Execute(u"ALTER DATABASE [" + name +
-                               u"] SET SINGLE_USER WITH ROLLBACK IMMEDIATE");
-            } catch (const Error&) {  // not every server knows it
-            }
-            try {
-                server.Execute(u"DROP DATABASE [" + name + u"]");
-                return;
-            } catch (const Error&) {
-                if (tries == 50) throw;
-                std::this_thread::sleep_for(std::chrono::milliseconds(200));
-            }
-        }
-    }
-
     // Whether the server is at least SQL Server 2008, and so on: 10, 11 ...
     bool Since(int version) const { return version_ >= version; }
 
-    static std::shared_ptr<Database> Described(const std::u16string& name) {
-        auto database = std::make_shared<Database>();
-        database->Server(Setting("QUILLON_LIVE_SERVER"));
-        database->DatabaseName(name);
-        database->Username(Setting("QUILLON_LIVE_USER"));
-        database->Password(Setting("QUILLON_PASSWORD"));
-        database->NTSecurity(database->Username().empty());
-        database->Description(name);
-        database->CheckDependencies(true);
-        return database;
-    }
-    static std::shared_ptr<Connection> Open(const std::u16string& name) {
-        const auto database = Described(name);
-        auto connection = std::make_shared<Connection>();
-        connection->Open(u"driver={SQL Server};server=" + database->Server() + u";database=" +
-                         name +
-                         (database->NTSecurity()
-                              ? u";trusted_connection=yes"
-                              : u";uid=" + database->Username() + u";pwd=" + database->Password()));
-        return connection;
-    }
-
     std::shared_ptr<Database> Make(const std::u16string& suffix) {
-        const std::u16string name = Setting("QUILLON_LIVE_PREFIX", u"quillon_live_") + suffix;
+        const std::u16string name = Setting("QUILLON_LIVE_PREFIX", Prefix) + suffix;
         Run(u"CREATE DATABASE [" + name + u"]");
         made_.push_back(name);
         return Described(name);

@@ -46,11 +46,30 @@ const std::vector<std::u16string> RowsOfTwo = {
     u"INSERT INTO visit VALUES ('20240115 13:45:30.123', N'x')",
 };
 
+// Compares directly, and writes the script for the target.
+std::u16string DirectScriptOf(const Database& one, const Database& two,
+                              const std::vector<DirectTable>& tables,
+                              const DirectScriptOptions& options) {
+    DirectScriptWriter writer(options.target == 2 ? two : one, options);
+    DirectSink sink;
+    sink.Difference = [&](const DirectDifference& difference, bool&) { writer.Add(difference); };
+    const auto results = CompareDirectly(one, two, tables, {}, sink);
+    for (const DirectTableResult& result : results)
+        EXPECT_FALSE(result.error) << ToUtf8(result.shape.table.Name) << result.error->what();
+    std::u16string script;
+    writer.Write(results, [&](std::u16string_view piece) { script += piece; });
+    return script;
+}
+
+// As `quillon sync` runs it.
+void Apply(const std::u16string& script, const Database& target) {
+    quillon::RunBatches(*Open(target.DatabaseName()), quillon::CutIntoBatches(script, 500));
+}
+
 class Live : public LiveServer {
   protected:
     void SetUp() override {
         LiveServer::SetUp();
-        if (IsSkipped()) return;
         Run(*one, With(Tables, RowsOfOne));
         Run(*two, With(Tables, RowsOfTwo));
     }
@@ -61,15 +80,15 @@ class Live : public LiveServer {
             one, two, one, TextArray({u"[dbo].[town]", u"[dbo].[person]", u"[dbo].[visit]"}), {},
             {});
     }
-    std::vector<DirectTableResult> Directly(const DirectSink& sink = {}) const {
+    static std::vector<DirectTable> AllTables() {
         std::vector<DirectTable> tables(3);
         tables[0].name = {u"dbo", u"town"};
         tables[1].name = {u"dbo", u"person"};
         tables[2].name = {u"dbo", u"visit"};
-        return CompareDirectly(*one, *two, tables, {}, sink);
+        return tables;
     }
-    static void Apply(const std::u16string& script, const Database& target) {
-        quillon::RunBatches(*Open(target.DatabaseName()), quillon::CutIntoBatches(script, 500));
+    std::vector<DirectTableResult> Directly(const DirectSink& sink = {}) const {
+        return CompareDirectly(*one, *two, AllTables(), {}, sink);
     }
 };
 
@@ -181,13 +200,7 @@ TEST_F(Live, ScriptsOfStatementsConverge) {
             options.target = target;
             options.guard = guard;
             const auto& database = target == 2 ? *two : *one;
-            DirectScriptWriter writer(database, options);
-            DirectSink sink;
-            sink.Difference = [&](const DirectDifference& row, bool&) { writer.Add(row); };
-            const auto results = Directly(sink);
-            std::u16string script;
-            writer.Write(results, [&](std::u16string_view piece) { script += piece; });
-            Apply(script, database);
+            Apply(DirectScriptOf(*one, *two, AllTables(), options), database);
             for (const DirectTableResult& result : Directly())
                 EXPECT_TRUE(result.Same()) << ToUtf8(result.shape.table.Name);
             Run(*one, {u"UPDATE person SET code = code + 'x', name = N'new'"});
@@ -202,12 +215,7 @@ TEST_F(Live, ScriptsOfStatementsConverge) {
 TEST_F(Live, AGuardHolds) {
     DirectScriptOptions options;
     options.guard = true;
-    DirectScriptWriter writer(*two, options);
-    DirectSink sink;
-    sink.Difference = [&](const DirectDifference& row, bool&) { writer.Add(row); };
-    const auto results = Directly(sink);
-    std::u16string script;
-    writer.Write(results, [&](std::u16string_view piece) { script += piece; });
+    const std::u16string script = DirectScriptOf(*one, *two, AllTables(), options);
     Run(*two, {u"UPDATE town SET name = N'meanwhile' WHERE id = 2"});
     EXPECT_THROW(Apply(script, *two), quillon::BatchFailure);
     EXPECT_EQ(Scalar(*two, u"SELECT name FROM town WHERE id = 2"), u"meanwhile");
@@ -285,15 +293,7 @@ TEST_F(Literals, CarryEveryType) {
     std::vector<DirectTable> tables(static_cast<std::size_t>(row));
     for (int i = 0; i < row; ++i)
         tables[static_cast<std::size_t>(i)].name = {u"dbo", u"t" + ToText(i + 1)};
-    DirectScriptWriter writer(*two, {});
-    DirectSink sink;
-    sink.Difference = [&](const DirectDifference& difference, bool&) { writer.Add(difference); };
-    const auto results = CompareDirectly(*one, *two, tables, {}, sink);
-    for (const DirectTableResult& result : results)
-        ASSERT_FALSE(result.error) << ToUtf8(result.shape.table.Name) << result.error->what();
-    std::u16string script;
-    writer.Write(results, [&](std::u16string_view piece) { script += piece; });
-    quillon::RunBatches(*Open(two->DatabaseName()), quillon::CutIntoBatches(script, 500));
+    Apply(DirectScriptOf(*one, *two, tables, {}), *two);
 
     // The server looks itself: the same bytes of the same type.
     int at = 0;
@@ -319,26 +319,6 @@ TEST_F(Literals, CarryEveryType) {
         EXPECT_EQ(first.Fields(0).Value(), second.Fields(0).Value());
         EXPECT_EQ(Scalar(*two, u"SELECT COUNT(*) FROM " + table + u" WHERE id = 2 AND c IS NULL"),
                   u"1");
-    }
-}
-
-// No test: drops what a run that was broken off has left under its prefix.
-class Leftovers : public LiveServer {
-  protected:
-    void SetUp() override {}
-};
-
-TEST_F(Leftovers, DISABLED_AreDropped) {
-    const auto server = Open(u"master");
-    Recordset names;
-    names.Open(u"SELECT name FROM master.dbo.sysdatabases ORDER BY name", server);
-    const std::u16string prefix = Setting("QUILLON_LIVE_PREFIX");
-    ASSERT_GT(prefix.size(), std::u16string_view(u"quillon_live_").size());
-    for (; !names.EndOfSet(); names.MoveNext()) {
-        const std::u16string name = names.Fields(0).Value().Get<std::u16string>();
-        if (!name.starts_with(prefix)) continue;
-        Drop(*server, name);
-        std::cout << "dropped " << ToUtf8(name) << '\n';
     }
 }
 
