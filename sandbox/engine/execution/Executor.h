@@ -4,6 +4,8 @@
 #include <atomic>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "sandbox/Backend.h"
@@ -114,7 +116,22 @@ class Executor {
     void Assign(std::u16string_view folded, const TypedValue& value);
     std::shared_ptr<Plan> FreshPlan(const Stmt& stmt);
 
-    // Writes (ExecuteWrites.cpp)
+    // Plans of writes (WritePlans.cpp)
+    struct WrittenRows;
+    TablePtr NeedTable(const ObjectName& name, const Resolved& resolved);
+    std::string DefaultSql(Translator& translator, const ColumnMeta& column);
+    // The target of UPDATE and DELETE: a table, or an alias of the FROM clause. `right`: what it
+    // takes, "UPDATE" or "DELETE".
+    WrittenRows ChooseTarget(const RowsStmt& stmt, std::u16string_view right,
+                             Translator& translator, Scope& scope);
+    void ChooseRows(WrittenRows& rows, const RowsStmt& stmt, Translator& translator, Scope& scope);
+    void PrepareOutput(Plan& plan, const OutputClause& output, const WrittenRows& rows,
+                       Translator& translator, Scope& scope);
+    void FinishPlan(Plan& plan, Catalog& catalog, TablePtr table, Translator& translator);
+
+    // Writes (ExecuteInserts.cpp, ExecuteUpdates.cpp, ExecuteDeletes.cpp)
+    // Columns, and what they are set to.
+    using Sets = std::vector<std::pair<std::string, std::string>>;
     void Insert(const InsertStmt& stmt);
     void Update(const UpdateStmt& stmt);
     void Delete(const DeleteStmt& stmt);
@@ -124,18 +141,15 @@ class Executor {
     std::shared_ptr<Plan> PlanDelete(const DeleteStmt& stmt);
     std::vector<const ColumnMeta*> InsertTargets(const InsertStmt& stmt, const Catalog& catalog,
                                                  const TableMeta& table);
-    // The target of UPDATE and DELETE: a table, or an alias of the FROM clause.
-    Resolved WriteTarget(const ObjectName& name, const std::vector<TableRefPtr>& from,
-                         const TableRef** reference);
-    void PrepareOutput(Plan& plan, const OutputClause& output, const Source& target,
-                       Translator& translator, Scope& scope, const std::string& rows);
+    Sets PlanSets(const UpdateStmt& stmt, const WrittenRows& rows, Translator& translator,
+                  Scope& scope);
+    bool Reshuffle(Plan& plan);
+
+    // What they come to (RunWrites.cpp)
     void RunOutput(Plan& plan);
     void RunWrite(Plan& plan, const char16_t* verb);
     [[noreturn]] void ThrowConstraint(const StoreError& error, const Plan& plan,
                                       const char16_t* verb);
-    bool Reshuffle(const UpdateStmt& stmt, Plan& plan);
-    TablePtr NeedTable(const ObjectName& name, const Resolved& resolved);
-    std::string DefaultSql(Translator& translator, const ColumnMeta& column);
 
     // Foreign keys (ForeignKeys.cpp)
     void CheckPendingKeys();

@@ -94,6 +94,7 @@ void RegisterFunctions(Context& context) {
     RegisterTextFunctions(context);
     RegisterDateFunctions(context);
     RegisterMetadataFunctions(context);
+    RegisterPropertyFunctions(context);
     RegisterSessionFunctions(context);
     RegisterWriteFunctions(context);
 }

@@ -26,6 +26,7 @@ void RegisterNumberFunctions(Context& context);
 void RegisterTextFunctions(Context& context);
 void RegisterDateFunctions(Context& context);
 void RegisterMetadataFunctions(Context& context);
+void RegisterPropertyFunctions(Context& context);
 void RegisterSessionFunctions(Context& context);
 void RegisterWriteFunctions(Context& context);
 

@@ -264,23 +264,23 @@ struct OutputClause {
     ObjectName into;
 };
 
-struct UpdateStmt : Stmt {
-    explicit UpdateStmt(int l) : Stmt(StmtKind::Update, l) {}
+// UPDATE or DELETE.
+struct RowsStmt : Stmt {
+    using Stmt::Stmt;
     ObjectName table;
-    std::vector<Assignment> assignments;
+    std::vector<Assignment> assignments;  // none where it deletes
     OutputClause output;
     std::vector<TableRefPtr> from;
     ExprPtr where;
     ExprPtr top;
 };
 
-struct DeleteStmt : Stmt {
-    explicit DeleteStmt(int l) : Stmt(StmtKind::Delete, l) {}
-    ObjectName table;
-    OutputClause output;
-    std::vector<TableRefPtr> from;
-    ExprPtr where;
-    ExprPtr top;
+struct UpdateStmt : RowsStmt {
+    explicit UpdateStmt(int l) : RowsStmt(StmtKind::Update, l) {}
+};
+
+struct DeleteStmt : RowsStmt {
+    explicit DeleteStmt(int l) : RowsStmt(StmtKind::Delete, l) {}
 };
 
 struct Declaration {
