@@ -13,8 +13,6 @@ namespace quillon {
 
 namespace {
 
-constexpr std::chrono::milliseconds LookEvery{50};
-
 std::atomic<int> keepingOrder = 0;
 std::atomic<const char*> outcomeSoFar = nullptr;
 
@@ -37,7 +35,7 @@ AbandonOnInterrupt::~AbandonOnInterrupt() {
 void AbandonOnInterrupt::Watch() {
     std::unique_lock lock(mutex_);
     const auto over = [this] { return over_; };
-    while (!ended_.wait_for(lock, LookEvery, over)) {
+    while (!ended_.wait_for(lock, LookForSignalEvery, over)) {
         if (!Interrupted() || keepingOrder > 0) continue;
         if (ended_.wait_for(lock, patience_, over)) return;
         Abandon();  // with the lock

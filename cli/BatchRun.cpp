@@ -28,7 +28,7 @@ using namespace QuillonLib;
 using namespace std::chrono_literals;
 
 // Looked at so often that a signal is told before anything that waits for a server is abandoned.
-constexpr auto LookEvery = 50ms;
+constexpr auto AskEvery = 50ms;
 constexpr auto IndexEvery = 1s;
 
 std::string ListOfNames(const std::vector<const BatchResult*>& results) {
@@ -171,7 +171,7 @@ class BatchRun {
             std::vector<std::size_t> finished;
             {
                 std::unique_lock lock(mutex_);
-                changed_.wait_for(lock, LookEvery,
+                changed_.wait_for(lock, AskEvery,
                                   [&] { return !finished_.empty() || working_ == 0; });
                 finished.swap(finished_);
                 finished_.reserve(pairs_.size());

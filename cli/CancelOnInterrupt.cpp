@@ -8,7 +8,6 @@ namespace quillon {
 
 namespace {
 
-constexpr std::chrono::milliseconds LookEvery{50};
 // For a call that ends by itself: see Connection::Cancel.
 constexpr std::chrono::milliseconds Grace{500};
 
@@ -18,7 +17,7 @@ CancelOnInterrupt::CancelOnInterrupt(QuillonLib::Connection& connection)
     : watcher_([this, &connection] {
           std::unique_lock lock(mutex_);
           const auto over = [this] { return over_; };
-          while (!ended_.wait_for(lock, LookEvery, over)) {
+          while (!ended_.wait_for(lock, LookForSignalEvery, over)) {
               if (!Interrupted()) continue;
               if (ended_.wait_for(lock, Grace, over)) return;
               connection.Cancel();

@@ -9,7 +9,7 @@ namespace quillon {
 
 namespace {
 
-bool IsPlain(char unit) {
+bool IsPlainToShells(char unit) {
     constexpr std::string_view Others = "_-./,:=@%+";
     return (unit >= '0' && unit <= '9') || (unit >= 'A' && unit <= 'Z') ||
            (unit >= 'a' && unit <= 'z') || Others.find(unit) != std::string_view::npos;
@@ -38,7 +38,8 @@ void AddOption(const CLI::Option& option, const std::string& name, std::string& 
 }  // namespace
 
 std::string ShellWord(std::string_view text) {
-    if (!text.empty() && std::all_of(text.begin(), text.end(), IsPlain)) return std::string(text);
+    if (!text.empty() && std::all_of(text.begin(), text.end(), IsPlainToShells))
+        return std::string(text);
     std::string word = "'";
     for (const char unit : text) {
         if (unit == '\'') {

@@ -13,7 +13,7 @@ namespace {
 
 using namespace QuillonLib;
 
-std::u16string Bracketed(const std::u16string& name) {
+std::u16string InBrackets(const std::u16string& name) {
     std::u16string text = u"[";
     for (const char16_t unit : name)
         text.append(unit == u']' ? 2 : 1, unit);
@@ -37,7 +37,7 @@ class Writer : public RowOutput {
     void Row(const FoundRow& row) override {
         std::u16string changed;
         for (std::size_t i = 0; i < row.changed.size(); ++i) {
-            if (row.changed[i]) changed += Bracketed((*row.in1->columns)[i].name);
+            if (row.changed[i]) changed += InBrackets((*row.in1->columns)[i].name);
         }
         if (row.in1) WriteRow(row.kind, 1, changed, *row.in1);
         if (row.in2) WriteRow(row.kind, 2, changed, *row.in2);

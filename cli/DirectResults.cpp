@@ -15,7 +15,7 @@ std::string Bracketed(const std::u16string& name) {
     return "[" + ToUtf8(name) + "]";
 }
 
-ColumnLeftOut LeftOut(const DirectOmitted& column) {
+ColumnLeftOut Told(const DirectOmitted& column) {
     switch (column.why) {
         case DirectOmission::OnlyIn1:
             return {column.name, "only-in-1", ""};
@@ -43,7 +43,7 @@ bool IsOneSided(const DirectOmitted& column) {
 
 void TellOmitted(const DirectTableResult& result, Verdict& verdict) {
     for (const DirectOmitted& column : result.shape.omitted) {
-        verdict.leftOut.push_back(LeftOut(column));
+        verdict.leftOut.push_back(Told(column));
         if (IsOneSided(column)) continue;
         verdict.notCompared.push_back("column " + Bracketed(column.name) + ": " +
                                       verdict.leftOut.back().reason);

@@ -3,6 +3,7 @@
 // user's session.
 #pragma once
 
+#include <chrono>
 #include <exception>
 #include <memory>
 #include <string>
@@ -24,6 +25,9 @@ class InterruptWatch {
     class Before;  // how the signals were handled
     std::unique_ptr<Before> before_;
 };
+
+// How often those that wait for something else look whether a signal has come.
+inline constexpr std::chrono::milliseconds LookForSignalEvery{50};
 
 // Whether a signal has come while somebody watches: what a progress sink sets bCancel by. From any
 // thread.

@@ -15,7 +15,7 @@ bool IsBlank(char16_t unit) {
     return unit == u' ' || unit == u'\t' || unit == u'\r';
 }
 
-std::u16string_view Trim(std::u16string_view text) {
+std::u16string_view TrimBlanks(std::u16string_view text) {
     while (!text.empty() && IsBlank(text.front()))
         text.remove_prefix(1);
     while (!text.empty() && IsBlank(text.back()))
@@ -29,11 +29,11 @@ bool IsDigit(char16_t unit) {
 
 // How often a line asks for the batch above it to run; nothing when it is not a GO line.
 std::optional<int> GoCount(std::u16string_view line) {
-    line = Trim(line);
+    line = TrimBlanks(line);
     if (line.size() < 2 || (line[0] | 0x20) != u'g' || (line[1] | 0x20) != u'o') return {};
     if (line.size() == 2) return 1;
     if (!IsBlank(line[2])) return {};
-    const std::u16string_view digits = Trim(line.substr(2));
+    const std::u16string_view digits = TrimBlanks(line.substr(2));
     if (digits.size() > 6 || !std::ranges::all_of(digits, IsDigit)) return {};
     int count = 0;
     for (const char16_t digit : digits)

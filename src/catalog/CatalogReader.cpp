@@ -139,7 +139,7 @@ constexpr std::int32_t FirstVersionWithTemporalTables = 13;
 // What the services in the cloud say that they are, whatever they know.
 constexpr std::int32_t VersionOfServices = 12;
 
-std::u16string TextOf(const Recordset& rows, std::size_t field) {
+std::u16string CellText(const Recordset& rows, std::size_t field) {
     return rows.Fields(field).Value().Get<std::u16string>();
 }
 
@@ -190,10 +190,10 @@ void ReadColumns(const std::shared_ptr<Connection>& connection, std::u16string_v
                  std::vector<ObjectFacts>& objects) {
     Recordset rows;
     for (rows.Open(sql, connection); !rows.EndOfSet(); rows.MoveNext()) {
-        ObjectFacts& object = ObjectOf(objects, {TextOf(rows, 0), TextOf(rows, 1)});
-        object.IsView = TextOf(rows, 2).starts_with(u'V');
+        ObjectFacts& object = ObjectOf(objects, {CellText(rows, 0), CellText(rows, 1)});
+        object.IsView = CellText(rows, 2).starts_with(u'V');
         ColumnFacts column;
-        column.Name = TextOf(rows, 3);
+        column.Name = CellText(rows, 3);
         column.DataType = TextOrNone(rows, 4);
         column.Length = LengthInTypeUnits(column.DataType, NumberOf(rows, 5));
         column.NumericPrecision = NumberOf(rows, 6);
@@ -216,17 +216,17 @@ void ReadIndexes(const std::shared_ptr<Connection>& connection, std::u16string_v
     const ObjectFacts* lastObject = nullptr;
     std::int32_t lastIndex = 0;
     for (rows.Open(sql, connection); !rows.EndOfSet(); rows.MoveNext()) {
-        ObjectFacts& object = ObjectOf(objects, {TextOf(rows, 0), TextOf(rows, 1)});
+        ObjectFacts& object = ObjectOf(objects, {CellText(rows, 0), CellText(rows, 1)});
         const std::int32_t index = NumberOf(rows, 3);
         if (&object != lastObject || index != lastIndex) {
             object.Indexes.push_back(
-                {TextOf(rows, 2),
+                {CellText(rows, 2),
                  IndexTypeOf(FlagOf(rows, 4), FlagOf(rows, 5), FlagOf(rows, 6)),
                  {}});
             lastObject = &object;
             lastIndex = index;
         }
-        object.Indexes.back().Columns.push_back(TextOf(rows, 7));
+        object.Indexes.back().Columns.push_back(CellText(rows, 7));
     }
 }
 
@@ -241,7 +241,7 @@ std::vector<std::u16string> CatalogReader::DatabaseNames() {
     Recordset rows;
     for (rows.Open(u"SELECT name FROM master..sysdatabases ORDER BY name", connection_);
          !rows.EndOfSet(); rows.MoveNext()) {
-        names.push_back(TextOf(rows, 0));
+        names.push_back(CellText(rows, 0));
     }
     return names;
 }
@@ -262,7 +262,7 @@ void CatalogReader::UseDatabase(std::u16string_view name) {
     level_ = NumberOf(rows, 1);
     dialect_ = version_ >= FirstVersionWithSystemViews ? &SystemViews : &SystemTables;
     temporal_ = KnowsTemporalTables();
-    if (!FlagOf(rows, 3)) connection_->Execute(u"USE " + QuoteIdentifier(TextOf(rows, 2)));
+    if (!FlagOf(rows, 3)) connection_->Execute(u"USE " + QuoteIdentifier(CellText(rows, 2)));
 }
 
 bool CatalogReader::KnowsTemporalTables() const {
@@ -278,7 +278,7 @@ std::vector<ObjectName> CatalogReader::Names(std::u16string_view sql) {
     std::vector<ObjectName> names;
     Recordset rows;
     for (rows.Open(sql, connection_); !rows.EndOfSet(); rows.MoveNext()) {
-        names.push_back({TextOf(rows, 0), TextOf(rows, 1)});
+        names.push_back({CellText(rows, 0), CellText(rows, 1)});
     }
     return names;
 }

@@ -15,10 +15,10 @@ namespace QuillonLib {
 
 namespace {
 
-constexpr std::size_t Alignment = 8;
+constexpr std::size_t CellAlignment = 8;
 
 constexpr std::size_t Aligned(std::size_t size) {
-    return (size + Alignment - 1) / Alignment * Alignment;
+    return (size + CellAlignment - 1) / CellAlignment * CellAlignment;
 }
 
 [[noreturn]] void ThrowCut(const StagedColumn& column) {

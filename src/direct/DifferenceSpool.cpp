@@ -8,7 +8,7 @@ namespace QuillonLib {
 
 namespace {
 
-constexpr std::size_t Room = std::size_t{1} << 20;
+constexpr std::size_t MaxHeldBytes = std::size_t{1} << 20;
 
 void AppendSize(std::string& out, std::uint64_t size) {
     out.append(reinterpret_cast<const char*>(&size), sizeof size);
@@ -57,7 +57,7 @@ void DifferenceSpool::Add(const DirectDifference& difference) {
     AppendRow(bytes_, difference.row2);
     if (counts_.size() <= table_) counts_.resize(table_ + 1);
     ++counts_[table_];
-    if (bytes_.size() > Room) Spill();
+    if (bytes_.size() > MaxHeldBytes) Spill();
 }
 
 std::uint64_t DifferenceSpool::Count(std::size_t table) const {

@@ -21,8 +21,6 @@ namespace QuillonLib {
 namespace {
 
 constexpr std::chrono::milliseconds AskEvery{100};
-// Only a server that is silent has its query cancelled: see Connection::Cancel.
-constexpr std::chrono::milliseconds CancelEvery{500};
 
 void RequireSense(const DirectOptions& options) {
     if (options.equality.floatDigits < 0 || options.equality.floatDigits > 17) {

@@ -9,7 +9,7 @@ namespace QuillonLib {
 
 namespace {
 
-constexpr std::size_t BlockSize = 100;
+constexpr std::size_t TablesAtOnce = 100;
 
 }  // namespace
 
@@ -40,7 +40,7 @@ std::optional<std::uint64_t> FactsAhead::Counted(std::size_t index) {
 void FactsAhead::Read(std::size_t begin, CatalogReader& reader,
                       const std::shared_ptr<Connection>& connection, std::int32_t version) {
     end_ = begin_ = begin;
-    const std::size_t end = std::min(begin + BlockSize, tables_.size());
+    const std::size_t end = std::min(begin + TablesAtOnce, tables_.size());
     std::vector<ObjectName> names;
     for (std::size_t i = begin; i < end; ++i)
         names.push_back(tables_[i].name);

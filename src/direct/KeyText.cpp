@@ -8,7 +8,7 @@ namespace QuillonLib {
 
 namespace {
 
-std::u16string HexText(std::span<const std::uint8_t> bytes) {
+std::u16string Hexadecimal(std::span<const std::uint8_t> bytes) {
     static constexpr std::u16string_view Digits = u"0123456789ABCDEF";
     std::u16string text = u"0x";
     for (const std::uint8_t byte : bytes) {
@@ -28,7 +28,7 @@ std::u16string CellText(const ColumnPair& pair, const RowAt& row, int side) {
             return u"'" + std::u16string(text) + u"'";
         }
     }
-    if (column.Kind() == ValueKind::Bytes) return HexText(column.Bytes(row.row));
+    if (column.Kind() == ValueKind::Bytes) return Hexadecimal(column.Bytes(row.row));
     return DefaultText(column.Value(row.row));
 }
 

@@ -30,7 +30,7 @@ void AppendSized(std::string& out, std::string_view bytes) {
     out.append(bytes);
 }
 
-std::string_view AsBytes(std::u16string_view text) {
+std::string_view BytesOf(std::u16string_view text) {
     static_assert(std::endian::native == std::endian::little, "the server's text is UTF-16LE");
     return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t)};
 }
@@ -71,7 +71,7 @@ std::u16string_view WithoutTrailingBlanks(std::u16string_view text) {
 
 // The base type is part of the value. Its collation is not: the code page says what the bytes mean.
 void AppendVariant(std::string& out, const VariantCell& cell) {
-    AppendSized(out, AsBytes(cell.BaseType()));
+    AppendSized(out, BytesOf(cell.BaseType()));
     AppendSigned(out, cell.Precision());
     AppendSigned(out, cell.Scale());
     AppendSigned(out, cell.CodePage());
@@ -133,7 +133,7 @@ void CellEncoder::Append(std::string& out, const ColumnPair& pair, const RowAt& 
         case CellClass::WideText:
             return AppendText(out, pair, row, side);
         case CellClass::Xml:
-            return AppendSized(out, AsBytes(column.Text(row.row)));
+            return AppendSized(out, BytesOf(column.Text(row.row)));
         case CellClass::Variant:
             return AppendVariant(out, VariantCell(row, pair.field));
     }
@@ -160,9 +160,9 @@ void CellEncoder::AppendText(std::string& out, const ColumnPair& pair, const Row
     }
     out.push_back('t');
     if (equality_.ignoreTrailingBlanks) text = WithoutTrailingBlanks(text);
-    if (!equality_.ignoreCase) return AppendSized(out, AsBytes(text));
+    if (!equality_.ignoreCase) return AppendSized(out, BytesOf(text));
     const std::u16string folded = FoldCase(text);
-    AppendSized(out, AsBytes(folded));
+    AppendSized(out, BytesOf(folded));
 }
 
 void KeyEncoder::Encode(std::string& out, const RowAt& row, int side) {
@@ -211,7 +211,7 @@ void KeyEncoder::AppendText(std::string& out, const ColumnPair& pair, const RowA
     if (pair.samePage) return AppendOrderedBytes(out, AsChars(column.Bytes(row.row)));
     std::u16string_view text;
     if (!TextAt(column, row.row, pair.Page(side), text_, text)) ThrowNoText(pair, side);
-    AppendOrderedBytes(out, AsBytes(text));
+    AppendOrderedBytes(out, BytesOf(text));
 }
 
 }  // namespace QuillonLib

@@ -13,8 +13,6 @@ namespace {
 // enough to be in the processor's cache when they are taken.
 constexpr std::size_t Room = std::size_t{256} << 10;
 
-// Only a server that is silent has its query cancelled: see Connection::Cancel.
-constexpr std::chrono::milliseconds CancelEvery{500};
 constexpr std::chrono::milliseconds LookEvery{100};
 
 }  // namespace

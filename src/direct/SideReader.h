@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
@@ -16,6 +17,9 @@
 namespace QuillonLib {
 
 class Connection;
+
+// Only a server that is silent has its query cancelled: see Connection::Cancel.
+inline constexpr std::chrono::milliseconds CancelEvery{500};
 
 // One query at a time, on a thread of its own, so that both servers work and both connections
 // deliver while rows are compared. What is ready and not yet taken is bounded. All calls come from

@@ -19,7 +19,7 @@ constexpr std::size_t MaxShownKey = 200;
 // Behind bytes that are compared: the server takes bytes for equal where only zeros follow.
 constexpr std::u16string_view Terminator = u"01";
 
-bool Contains(const std::vector<std::size_t>& list, std::size_t item) {
+bool Holds(const std::vector<std::size_t>& list, std::size_t item) {
     return std::find(list.begin(), list.end(), item) != list.end();
 }
 
@@ -200,7 +200,7 @@ void StatementWriter::Insert(const DirectRow& source,
     std::vector<std::u16string> values;
     bool alone = false;
     for (std::size_t i = 0; i < source.size(); ++i) {
-        const bool without = Contains(withoutValue, i);
+        const bool without = Holds(withoutValue, i);
         values.push_back(without ? ofSource_[i].Of(Value::Null()) : ofSource_[i].Of(source[i]));
         alone = alone || (!without && ofSource_[i].StandsAlone(source[i]));
     }

@@ -8,7 +8,7 @@ namespace QuillonLib {
 namespace {
 
 // Bytes of rows, about: that wait, and as many are in the hands of the caller.
-constexpr std::size_t Room = std::size_t{4} << 20;
+constexpr std::size_t MaxWaitingBytes = std::size_t{4} << 20;
 constexpr std::size_t HandedAtOnce = std::size_t{64} << 10;
 
 std::size_t SizeOf(const std::optional<DirectRow>& row) {
@@ -53,7 +53,7 @@ void TableFeed::Keep(Item item, std::size_t size) {
 
 void TableFeed::Hand() {
     std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return held_ < Room || stopped_; });
+    changed_.wait(lock, [this] { return held_ < MaxWaitingBytes || stopped_; });
     if (stopped_) throw ComparisonStopped();
     Append();
 }

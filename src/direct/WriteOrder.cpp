@@ -61,9 +61,9 @@ std::vector<std::size_t> Sorted(std::size_t count, const std::vector<Edge>& edge
     return order;
 }
 
-class Planner {
+class WritePlanner {
   public:
-    Planner(const std::vector<WrittenTable>& tables, const std::vector<ForeignKeyFacts>& keys)
+    WritePlanner(const std::vector<WrittenTable>& tables, const std::vector<ForeignKeyFacts>& keys)
         : tables_(tables) {
         for (const ForeignKeyFacts& key : keys) {
             const std::size_t child = FindTable(tables, key.Table);
@@ -147,7 +147,7 @@ class Planner {
 
 WriteOrder OrderWrites(const std::vector<WrittenTable>& tables,
                        const std::vector<ForeignKeyFacts>& keys) {
-    return Planner(tables, keys).Plan();
+    return WritePlanner(tables, keys).Plan();
 }
 
 }  // namespace QuillonLib

@@ -17,7 +17,7 @@ constexpr std::u16string_view Separator = u", ";
 // case (every character a quote) is not worth the room.
 constexpr std::size_t MaxBufferedLine = std::size_t{64} << 10;
 
-char16_t* Write(char16_t* out, std::u16string_view text) {
+char16_t* Copy(char16_t* out, std::u16string_view text) {
     return std::copy(text.begin(), text.end(), out);
 }
 
@@ -68,7 +68,7 @@ class LineWriter {
                     end = WriteCell(end, i, row);
                     ++i;
                 } else {
-                    end = Write(end, other.Cells(i, same));
+                    end = Copy(end, other.Cells(i, same));
                     i = same;
                 }
             }
@@ -86,9 +86,9 @@ class LineWriter {
         if (isLong_) return LongLine(row);
         if (room > line_.size()) line_.resize(room);
         char16_t* end = line_.data();
-        if (!first_) end = Write(end, CrLf);
+        if (!first_) end = Copy(end, CrLf);
         first_ = false;
-        end = writeCells(Write(end, command_));
+        end = writeCells(Copy(end, command_));
         // every cell has a separator behind it
         if (!columns_.empty()) end -= Separator.size();
         return {line_.data(), static_cast<std::size_t>(end - line_.data())};
@@ -96,7 +96,7 @@ class LineWriter {
 
     char16_t* WriteCell(char16_t* out, std::size_t i, std::size_t row) {
         starts_[i] = static_cast<std::size_t>(out - line_.data());
-        out = Write(WriteSqlLiteral(out, columns_[i], row), Separator);
+        out = Copy(WriteSqlLiteral(out, columns_[i], row), Separator);
         starts_[i + 1] = static_cast<std::size_t>(out - line_.data());
         return out;
     }

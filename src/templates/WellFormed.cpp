@@ -1,10 +1,8 @@
 #include "templates/WellFormed.h"
 
-#include <expat.h>
-
-#include <memory>
 #include <new>
-#include <type_traits>
+
+#include "templates/ExpatParser.h"
 
 namespace QuillonLib {
 
@@ -12,11 +10,6 @@ namespace {
 
 // Expat counts in int.
 constexpr std::size_t LongestPiece = std::size_t{1} << 24;
-
-struct FreeParser {
-    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
-};
-using Parser = std::unique_ptr<std::remove_pointer_t<XML_Parser>, FreeParser>;
 
 // What the handlers see of one text.
 struct Checked {
@@ -68,7 +61,7 @@ std::string Complaint(const Checked& checked) {
 }  // namespace
 
 std::string WhyNotXml(std::string_view utf8) {
-    const Parser parser(XML_ParserCreate("UTF-8"));
+    const ExpatParser parser(XML_ParserCreate("UTF-8"));
     if (parser == nullptr) throw std::bad_alloc();
     Checked checked;
     checked.parser = parser.get();

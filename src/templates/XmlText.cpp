@@ -1,15 +1,12 @@
 #include "templates/XmlText.h"
 
-#include <expat.h>
-
 #include <array>
-#include <memory>
 #include <new>
-#include <type_traits>
 #include <utility>
 
 #include "core/Text.h"
 #include "templates/EncodedText.h"
+#include "templates/ExpatParser.h"
 
 namespace QuillonLib {
 
@@ -18,11 +15,6 @@ namespace {
 using namespace std::string_view_literals;
 
 constexpr std::string_view Utf8Mark = "\xEF\xBB\xBF";
-
-struct FreeParser {
-    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
-};
-using Parser = std::unique_ptr<std::remove_pointer_t<XML_Parser>, FreeParser>;
 
 void OnDeclaration(void* name, const XML_Char*, const XML_Char* encoding, int) {
     if (encoding != nullptr) *static_cast<std::string*>(name) = encoding;
@@ -35,7 +27,7 @@ std::string DeclaredEncoding(std::string_view bytes) {
     const std::size_t end = bytes.find(End);
     if (!bytes.starts_with("<?xml") || end == std::string_view::npos) return {};
     const std::string declaration(bytes.substr(0, end + End.size()));
-    const Parser parser(XML_ParserCreate("ISO-8859-1"));
+    const ExpatParser parser(XML_ParserCreate("ISO-8859-1"));
     if (parser == nullptr) throw std::bad_alloc();
     std::string name;
     XML_SetUserData(parser.get(), &name);

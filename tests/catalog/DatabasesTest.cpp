@@ -3,19 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "core/Error.h"
+#include "tests/support/NumberThrown.h"
 
 namespace QuillonLib {
 namespace {
-
-template <typename Action>
-std::int32_t NumberOf(Action action) {
-    try {
-        action();
-    } catch (const Error& error) {
-        return error.Number();
-    }
-    return 0;
-}
 
 TEST(Databases, IdsAreNeverGivenTwice) {
     Databases databases;
@@ -30,7 +21,7 @@ TEST(Databases, IdsAreNeverGivenTwice) {
 TEST(Databases, ADuplicateKeyUsesAnIdUp) {
     Databases databases;
     databases.Add(u"a");
-    EXPECT_EQ(NumberOf([&] { databases.Add(u"A"); }), 457);
+    EXPECT_EQ(test::NumberThrown([&] { databases.Add(u"A"); }), 457);
     EXPECT_EQ(databases.Count(), 1);
     EXPECT_EQ(databases.Add(u"b")->ID(), 3);
 }
@@ -97,8 +88,8 @@ TEST(Databases, RemoveIDGoesByTheIdAndNotThePosition) {
 
 TEST(Databases, RemovingWhatIsAbsentIsError5AndChangesNothing) {
     Databases databases;
-    EXPECT_EQ(NumberOf([&] { databases.Remove(u"x"); }), 5);
-    EXPECT_EQ(NumberOf([&] { databases.Remove(1); }), 5);
+    EXPECT_EQ(test::NumberThrown([&] { databases.Remove(u"x"); }), 5);
+    EXPECT_EQ(test::NumberThrown([&] { databases.Remove(1); }), 5);
     EXPECT_FALSE(databases.Dirty());
 }
 
@@ -107,7 +98,7 @@ TEST(Databases, ItemExistsBeyondTheEndIsFalse) {
     databases.Add();
     EXPECT_TRUE(databases.ItemExists(1));
     EXPECT_FALSE(databases.ItemExists(2));
-    EXPECT_EQ(NumberOf([&] { databases.Item(2); }), 5);
+    EXPECT_EQ(test::NumberThrown([&] { databases.Item(2); }), 5);
 }
 
 TEST(Databases, WalksInListOrder) {
@@ -126,8 +117,8 @@ TEST(Databases, AListOf32768ItemsCannotBeWalkedById) {
         databases.Add();
     EXPECT_EQ(databases.ItemFromID(32767)->ID(), 32767);
     databases.Add();
-    EXPECT_EQ(NumberOf([&] { databases.ItemFromID(1); }), 6);
-    EXPECT_EQ(NumberOf([&] { databases.RemoveID(1); }), 6);
+    EXPECT_EQ(test::NumberThrown([&] { databases.ItemFromID(1); }), 6);
+    EXPECT_EQ(test::NumberThrown([&] { databases.RemoveID(1); }), 6);
     EXPECT_EQ(databases.Count(), 32768);
 }
 

@@ -21,9 +21,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* Told =
-    "quillon: interrupted; ending as soon as everything is in order (once more: at once)\n";
-
 // A shell that starts the tests in the background has them ignore SIGINT.
 void TakeSignals() {
     std::signal(SIGINT, SIG_DFL);
@@ -40,7 +37,7 @@ TEST(Interrupt, TheFirstSignalIsNotedAndTold) {
         EXPECT_NO_THROW(StopIfInterrupted());
         testing::internal::CaptureStderr();
         raise(SIGTERM);
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), Told);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), ToldOfInterrupt);
         EXPECT_TRUE(Interrupted());
         EXPECT_EQ(InterruptExitCode(), 143);
         EXPECT_THROW(StopIfInterrupted(), Interruption);
@@ -135,7 +132,7 @@ TEST_F(InterruptedProcessTest, EndsInOrderWithTheExitCodeOfTheSignal) {
         AwaitRegistration();
         process.Signal(signal);
         EXPECT_EQ(process.Wait(), exitCode);
-        EXPECT_EQ(process.Err(), Told);
+        EXPECT_EQ(process.Err(), ToldOfInterrupt);
         EXPECT_EQ(process.Out(), "");
         EXPECT_TRUE(fs::is_empty(Temporary()));
     }
@@ -147,13 +144,13 @@ TEST_F(InterruptedProcessTest, EndsAtOnceAtTheSecondSignal) {
     const int connection = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
     EXPECT_GE(connection, 0);
     process.Signal(SIGINT);
-    EXPECT_TRUE(process.Says(Told));
+    EXPECT_TRUE(process.Says(ToldOfInterrupt));
     process.Signal(SIGSTOP);  // it ends by itself otherwise, after a second
     EXPECT_FALSE(fs::is_empty(Temporary()));
     process.Signal(SIGTERM);
     process.Signal(SIGCONT);
     EXPECT_EQ(process.Wait(), -SIGTERM);
-    EXPECT_EQ(process.Err(), Told);
+    EXPECT_EQ(process.Err(), ToldOfInterrupt);
     EXPECT_TRUE(fs::is_empty(Temporary()));
     close(connection);
 }

@@ -11,6 +11,10 @@
 
 namespace quillon {
 
+// What the program says where it is interrupted in work that it ends in order.
+inline constexpr const char* ToldOfInterrupt =
+    "quillon: interrupted; ending as soon as everything is in order (once more: at once)\n";
+
 // Where the streams of a process go. An empty path means a file in the folder of the test (for the
 // input: /dev/null); "closed" that the process has no such stream; "fd:" and a number a file that
 // the test has open.

@@ -17,7 +17,7 @@ namespace {
 using namespace worlds;
 
 // What the program has to say of a table.
-struct Expected {
+struct ExpectedTable {
     bool keyed = false;
     bool different = false;
     bool whole = true;
@@ -51,13 +51,13 @@ class RandomFrontEnd : public RandomPairs {
         return table1.key == Table::Key::UniqueConstraint;
     }
 
-    static bool DiffersInRows(const Expected& expected) {
+    static bool DiffersInRows(const ExpectedTable& expected) {
         return expected.differing + expected.onlyIn1 + expected.onlyIn2 > 0;
     }
 
-    static Expected Expect(const Table& table1, const Table& table2, const Rows& rows1,
-                           const Rows& rows2) {
-        Expected expected;
+    static ExpectedTable Expect(const Table& table1, const Table& table2, const Rows& rows1,
+                                const Rows& rows2) {
+        ExpectedTable expected;
         expected.keyed = ShareAKey(table1, table2);
         std::vector<const Column*> compared;
         for (const Column& column : table1.columns) {
@@ -109,7 +109,7 @@ class RandomFrontEnd : public RandomPairs {
     }
 
     struct Judgement {
-        std::map<std::string, Expected> tables;
+        std::map<std::string, ExpectedTable> tables;
         int exitCode = 0;
     };
 
@@ -125,7 +125,7 @@ class RandomFrontEnd : public RandomPairs {
                 different = true;
                 continue;
             }
-            const Expected expected =
+            const ExpectedTable expected =
                 Expect(table1, table2, in1.tables.at(name), in2.tables.at(name));
             different = different || expected.different;
             whole = whole && expected.whole;
@@ -140,7 +140,7 @@ class RandomFrontEnd : public RandomPairs {
     }
 
     static void CheckTable(const std::string& out, const std::string& name,
-                           const Expected& expected, std::size_t rows1, std::size_t rows2,
+                           const ExpectedTable& expected, std::size_t rows1, std::size_t rows2,
                            bool uniqueIn2) {
         SCOPED_TRACE(name);
         const std::vector<std::string> cells = LineOf(out, name);
@@ -201,7 +201,7 @@ class RandomFrontEnd : public RandomPairs {
                 different = true;
                 continue;
             }
-            const Expected& expected = found->second;
+            const ExpectedTable& expected = found->second;
             const bool columns = expected.different && !DiffersInRows(expected);
             bool oneSided = false;
             for (int side = 0; side < 2; ++side) {
@@ -217,7 +217,7 @@ class RandomFrontEnd : public RandomPairs {
 
     // Rows that the script touched are database 1's in every column that it writes; all others are
     // as they were.
-    static void CheckRows(const Table& table1, const Table& table2, const Expected& before,
+    static void CheckRows(const Table& table1, const Table& table2, const ExpectedTable& before,
                           const Rows& rows1, const Rows& old2, const Rows& new2) {
         const auto source = ById(rows1);
         const auto old = ById(old2);

@@ -28,9 +28,6 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-constexpr const char* Told =
-    "quillon: interrupted; ending as soon as everything is in order (once more: at once)\n";
-
 // A second is promised; the machine may be busy. Time-outs are 15 seconds, and delays a minute.
 constexpr auto Soon = 8s;
 
@@ -222,7 +219,7 @@ TEST_F(SilentServerTest, ALoginThatIsNotAnsweredEndsByCtrlC) {
                 std::this_thread::sleep_for(10ms);
             std::this_thread::sleep_for(200ms);
             ExpectToEnd(*process);
-            EXPECT_EQ(process->Err(), Told);
+            EXPECT_EQ(process->Err(), ToldOfInterrupt);
             EXPECT_EQ(process->Out(), "");
             ExpectNothingLeft();
         }
@@ -251,13 +248,16 @@ TEST_F(SilentServerTest, AnyLaterLoginThatIsNotAnsweredEndsByCtrlC) {
                 break;
             }
             if (Holds(process->Out(), "Committed")) {
-                EXPECT_EQ(process->Err(),
-                          Told + std::string("quillon: the transaction was committed; the "
-                                             "comparison after it was interrupted\n"));
+                EXPECT_EQ(
+                    process->Err(),
+                    ToldOfInterrupt + std::string("quillon: the transaction was committed; the "
+                                                  "comparison after it was interrupted\n"));
                 EXPECT_EQ(RowsOfT(other), "1 same|2 Case|3 gone|");
                 break;
             }
-            EXPECT_EQ(process->Err().substr(0, std::string(Told).size()), Told) << process->Err();
+            EXPECT_EQ(process->Err().substr(0, std::string(ToldOfInterrupt).size()),
+                      ToldOfInterrupt)
+                << process->Err();
             EXPECT_EQ(RowsOfT(other), before);
             ExpectNothingLeft();
         }
@@ -286,8 +286,9 @@ TEST_F(SilentServerTest, ATransactionWhoseServerIsGoneIsGivenUpByCtrlC) {
         EXPECT_EQ(process->Wait(), 130);
         EXPECT_LT(std::chrono::steady_clock::now() - begin, 15s);
         EXPECT_EQ(process->Err(),
-                  Told + std::string("quillon: the server is silent, and the connection was given "
-                                     "up: it rolls everything back\n"));
+                  ToldOfInterrupt +
+                      std::string("quillon: the server is silent, and the connection was given "
+                                  "up: it rolls everything back\n"));
         other.ClearFaults();
     }
     EXPECT_EQ(ConnectionsLeft(other), 0);
@@ -305,8 +306,9 @@ TEST_F(SilentServerTest, ACommitIsWaitedFor) {
     ASSERT_TRUE(Gets(other, slow.contains));
     process->Signal(SIGINT);
     EXPECT_EQ(process->Wait(), 130);
-    EXPECT_EQ(process->Err(), Told + std::string("quillon: the transaction was committed; the "
-                                                 "comparison after it was interrupted\n"));
+    EXPECT_EQ(process->Err(),
+              ToldOfInterrupt + std::string("quillon: the transaction was committed; the "
+                                            "comparison after it was interrupted\n"));
     EXPECT_EQ(RowsOfT(other), "1 same|2 Case|3 gone|");
 }
 
@@ -350,14 +352,14 @@ TEST_F(SilentServerTest, AnyBatchThatIsNotAnsweredEndsByCtrlC) {
             std::u16string batch;
             if (!InterruptAt(command, nth, err, batch)) break;
             if (batch.find(u"COMMIT") != std::u16string::npos) break;
-            ASSERT_TRUE(Holds(err, Told)) << err;
+            ASSERT_TRUE(Holds(err, ToldOfInterrupt)) << err;
             ASSERT_EQ(RowsOfT(other), before) << QuillonLib::ToUtf8(batch);
             // What follows the files are questions for notes.
             if (Holds(err, "Written: ")) {
                 EXPECT_EQ(FilesWritten(), 2);
                 break;
             }
-            EXPECT_EQ(err.substr(0, std::string(Told).size()), Told);
+            EXPECT_EQ(err.substr(0, std::string(ToldOfInterrupt).size()), ToldOfInterrupt);
             EXPECT_FALSE(Holds(err, "given up")) << QuillonLib::ToUtf8(batch);
             ExpectNothingLeft();
             ASSERT_FALSE(HasFailure()) << QuillonLib::ToUtf8(batch);

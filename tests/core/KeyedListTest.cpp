@@ -1,4 +1,5 @@
 #include "core/KeyedList.h"
+#include "tests/support/NumberThrown.h"
 
 #include <gtest/gtest.h>
 
@@ -8,16 +9,6 @@
 
 namespace QuillonLib {
 namespace {
-
-template <typename Action>
-std::int32_t NumberOf(Action action) {
-    try {
-        action();
-    } catch (const Error& error) {
-        return error.Number();
-    }
-    return 0;
-}
 
 std::vector<std::u16string> Values(const KeyedList<std::u16string>& list) {
     return {list.begin(), list.end()};
@@ -57,17 +48,17 @@ TEST_F(KeyedListTest, KeysFoldAllOfUnicode) {
 }
 
 TEST_F(KeyedListTest, DuplicateKeyIsError457AndChangesNothing) {
-    EXPECT_EQ(NumberOf([&] { list.Add(u"x", u"ALPHA"); }), 457);
+    EXPECT_EQ(test::NumberThrown([&] { list.Add(u"x", u"ALPHA"); }), 457);
     EXPECT_EQ(list.Count(), 3);
     EXPECT_EQ(list.Item(u"Alpha"), u"one");
 }
 
 TEST_F(KeyedListTest, AbsentKeyOrPositionIsError5) {
-    EXPECT_EQ(NumberOf([&] { list.Item(u"Beta"); }), 5);
-    EXPECT_EQ(NumberOf([&] { list.Item(0); }), 5);
-    EXPECT_EQ(NumberOf([&] { list.Item(4); }), 5);
-    EXPECT_EQ(NumberOf([&] { list.Remove(u"Beta"); }), 5);
-    EXPECT_EQ(NumberOf([&] { list.Remove(-1); }), 5);
+    EXPECT_EQ(test::NumberThrown([&] { list.Item(u"Beta"); }), 5);
+    EXPECT_EQ(test::NumberThrown([&] { list.Item(0); }), 5);
+    EXPECT_EQ(test::NumberThrown([&] { list.Item(4); }), 5);
+    EXPECT_EQ(test::NumberThrown([&] { list.Remove(u"Beta"); }), 5);
+    EXPECT_EQ(test::NumberThrown([&] { list.Remove(-1); }), 5);
     EXPECT_EQ(list.Count(), 3);
 }
 
@@ -88,7 +79,7 @@ TEST_F(KeyedListTest, RemovingByPositionFreesTheKey) {
 TEST_F(KeyedListTest, AnEmptyTextIsAKeyLikeAnyOther) {
     list.Add(u"empty", u"");
     EXPECT_EQ(list.Item(u""), u"empty");
-    EXPECT_EQ(NumberOf([&] { list.Add(u"x", u""); }), 457);
+    EXPECT_EQ(test::NumberThrown([&] { list.Add(u"x", u""); }), 457);
 }
 
 TEST_F(KeyedListTest, ItemExistsNeverFails) {

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "tests/data/ScriptedServer.h"
+#include "tests/support/NumberThrown.h"
 #include "tests/support/SilentServer.h"
 
 namespace QuillonLib {
@@ -38,16 +39,6 @@ DataError Failure(const Action& action) {
     }
     ADD_FAILURE() << "nothing was thrown";
     return DataError({Diagnostic{}});
-}
-
-template <class Action>
-std::int32_t NumberThrown(const Action& action) {
-    try {
-        action();
-    } catch (const Error& error) {
-        return error.Number();
-    }
-    return 0;
 }
 
 // Writes down what it hears.
@@ -139,10 +130,10 @@ TEST(Connection, ClosesAndOpensAgain) {
 TEST(Connection, RefusesWhatNeedsTheOtherState) {
     ScriptedServer server;
     Connection closed;
-    EXPECT_EQ(NumberThrown([&] { closed.Execute(u"SELECT 1"); }), 3704);
+    EXPECT_EQ(test::NumberThrown([&] { closed.Execute(u"SELECT 1"); }), 3704);
     const auto connection = server.Connect();
-    EXPECT_EQ(NumberThrown([&] { connection->Open(server.ConnectionString()); }), 3705);
-    EXPECT_EQ(NumberThrown([&] { closed.Open(std::u16string(40000, u'x')); }), 5);
+    EXPECT_EQ(test::NumberThrown([&] { connection->Open(server.ConnectionString()); }), 3705);
+    EXPECT_EQ(test::NumberThrown([&] { closed.Open(std::u16string(40000, u'x')); }), 5);
 }
 
 // The driver reports its own failure first and the server's reason in a later record.
@@ -171,7 +162,7 @@ TEST(Connection, FailsCleanlyWithoutAServer) {
     });
     EXPECT_EQ(error.Number(), static_cast<std::int32_t>(0x80004005));
     EXPECT_EQ(error.Description().find(u"hunter2"), std::u16string::npos);
-    EXPECT_EQ(NumberThrown([&] { connection.Execute(u"SELECT 1"); }), 3704);
+    EXPECT_EQ(test::NumberThrown([&] { connection.Execute(u"SELECT 1"); }), 3704);
 }
 
 TEST(Connection, FailsCleanlyWithoutTheDriver) {
@@ -378,10 +369,10 @@ TEST(Connection, NoticesThatTheServerHasGoneAway) {
     EXPECT_EQ(Failure([&] { connection->Execute(u"SELECT 1"); }).Number(),
               static_cast<std::int32_t>(0x80004005));
     EXPECT_FALSE(connection->IsOpen());
-    EXPECT_EQ(NumberThrown([&] { connection->Execute(u"SELECT 1"); }),
+    EXPECT_EQ(test::NumberThrown([&] { connection->Execute(u"SELECT 1"); }),
               static_cast<std::int32_t>(0x80004005));
     Recordset rows;
-    EXPECT_EQ(NumberThrown([&] { rows.Open(u"SELECT 1", connection); }),
+    EXPECT_EQ(test::NumberThrown([&] { rows.Open(u"SELECT 1", connection); }),
               static_cast<std::int32_t>(0x80004005));
     connection->Close();
     EXPECT_NO_THROW(connection->Open(server.ConnectionString()));
@@ -393,7 +384,7 @@ TEST(Connection, NoticesACrashBetweenTwoBatches) {
     const auto connection = server.Connect();
     connection->Execute(u"SELECT 1");
     server.Wire().Kill();
-    EXPECT_NE(NumberThrown([&] { connection->Execute(u"SELECT 1"); }), 0);
+    EXPECT_NE(test::NumberThrown([&] { connection->Execute(u"SELECT 1"); }), 0);
     EXPECT_FALSE(connection->IsOpen());
 }
 
@@ -403,7 +394,7 @@ TEST(Connection, GivesUpAfterTheCommandTimeout) {
     DelayAnswers(server, 3s);
     connection->CommandTimeout(1s);
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_NE(NumberThrown([&] { connection->Execute(u"SELECT 1"); }), 0);
+    EXPECT_NE(test::NumberThrown([&] { connection->Execute(u"SELECT 1"); }), 0);
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 2500ms);
 }
 

@@ -7,6 +7,7 @@
 
 #include "sandbox/text/Collations.h"
 #include "tests/data/ScriptedServer.h"
+#include "tests/support/NumberThrown.h"
 
 namespace QuillonLib {
 namespace {
@@ -23,16 +24,6 @@ using test::ScriptedServer;
 using test::SendRows;
 using test::TextCell;
 using test::Type;
-
-template <class Action>
-std::int32_t NumberThrown(const Action& action) {
-    try {
-        action();
-    } catch (const Error& error) {
-        return error.Number();
-    }
-    return 0;
-}
 
 // A server that answers "rows" with integers 0 to count - 1 in column "Number" and their text in
 // column "Text".
@@ -101,8 +92,8 @@ TEST_F(RecordsetTest, AFieldOfExactlyTheNameComesFirst) {
 TEST_F(RecordsetTest, HasNoFieldOfAnUnknownName) {
     ServeNumbers(1);
     rows.Open(u"rows", connection);
-    EXPECT_EQ(NumberThrown([&] { rows.Fields(u"nothing"); }), 3265);
-    EXPECT_EQ(NumberThrown([&] { rows.Fields(2); }), 3265);
+    EXPECT_EQ(test::NumberThrown([&] { rows.Fields(u"nothing"); }), 3265);
+    EXPECT_EQ(test::NumberThrown([&] { rows.Fields(2); }), 3265);
     try {
         rows.Fields(u"nothing");
     } catch (const Error& error) {
@@ -118,10 +109,10 @@ TEST_F(RecordsetTest, HasNoValuePastTheLastRow) {
     EXPECT_TRUE(rows.EndOfSet());
     EXPECT_EQ(rows.RecordCount(), 0U);
     EXPECT_EQ(rows.FieldCount(), 2U);
-    EXPECT_EQ(NumberThrown([&] { rows.Fields(0).Value(); }), 3021);
-    EXPECT_EQ(NumberThrown([&] { rows.Fields(0).IsNull(); }), 3021);
-    EXPECT_EQ(NumberThrown([&] { rows.MoveNext(); }), 3021);
-    EXPECT_EQ(NumberThrown([&] { rows.ValueAt(0, 0); }), 9);
+    EXPECT_EQ(test::NumberThrown([&] { rows.Fields(0).Value(); }), 3021);
+    EXPECT_EQ(test::NumberThrown([&] { rows.Fields(0).IsNull(); }), 3021);
+    EXPECT_EQ(test::NumberThrown([&] { rows.MoveNext(); }), 3021);
+    EXPECT_EQ(test::NumberThrown([&] { rows.ValueAt(0, 0); }), 9);
 }
 
 TEST_F(RecordsetTest, OpensAndClosesAgainAndAgain) {
@@ -129,7 +120,7 @@ TEST_F(RecordsetTest, OpensAndClosesAgainAndAgain) {
     for (int i = 0; i < 3; ++i) {
         rows.Open(u"rows", connection);
         EXPECT_EQ(rows.RecordCount(), 2U);
-        EXPECT_EQ(NumberThrown([&] { rows.Open(u"rows", connection); }), 3705);
+        EXPECT_EQ(test::NumberThrown([&] { rows.Open(u"rows", connection); }), 3705);
         rows.Close();
         EXPECT_FALSE(rows.IsOpen());
     }
@@ -143,12 +134,13 @@ TEST_F(RecordsetTest, RefusesEverythingWhenClosed) {
         EXPECT_EQ(error.Number(), 3704);
         EXPECT_EQ(error.Description(), u"Operation is not allowed when the object is closed.");
     }
-    EXPECT_EQ(NumberThrown([&] { rows.RecordCount(); }), 3704);
-    EXPECT_EQ(NumberThrown([&] { rows.EndOfSet(); }), 3704);
-    EXPECT_EQ(NumberThrown([&] { rows.Fields(0); }), 3704);
-    EXPECT_EQ(NumberThrown([&] { rows.MoveFirst(); }), 3704);
-    EXPECT_EQ(NumberThrown([&] { rows.Open(u"rows", nullptr); }), 91);
-    EXPECT_EQ(NumberThrown([&] { rows.Open(u"rows", std::make_shared<Connection>()); }), 3704);
+    EXPECT_EQ(test::NumberThrown([&] { rows.RecordCount(); }), 3704);
+    EXPECT_EQ(test::NumberThrown([&] { rows.EndOfSet(); }), 3704);
+    EXPECT_EQ(test::NumberThrown([&] { rows.Fields(0); }), 3704);
+    EXPECT_EQ(test::NumberThrown([&] { rows.MoveFirst(); }), 3704);
+    EXPECT_EQ(test::NumberThrown([&] { rows.Open(u"rows", nullptr); }), 91);
+    EXPECT_EQ(test::NumberThrown([&] { rows.Open(u"rows", std::make_shared<Connection>()); }),
+              3704);
 }
 
 TEST_F(RecordsetTest, KeepsItsRowsWhenTheConnectionCloses) {
@@ -234,7 +226,7 @@ TEST_F(RecordsetTest, SurfacesTheErrorOfALaterStatement) {
         SendRows(sink, {Column(u"a", Type(TypeId::Int))}, {{IntegerCell(1)}});
         test::SendError(sink, 208, u"Invalid object name 't'.");
     });
-    EXPECT_EQ(NumberThrown([&] { rows.Open(u"batch", connection); }),
+    EXPECT_EQ(test::NumberThrown([&] { rows.Open(u"batch", connection); }),
               static_cast<std::int32_t>(0x80040E37));
     EXPECT_FALSE(rows.IsOpen());
     EXPECT_EQ(connection->Errors().size(), 1U);

@@ -9,18 +9,10 @@
 #include <random>
 
 #include "core/Error.h"
+#include "tests/support/NumberThrown.h"
 
 namespace QuillonLib {
 namespace {
-
-std::int32_t NumberThrown(const auto& action) {
-    try {
-        action();
-    } catch (const Error& error) {
-        return error.Number();
-    }
-    return 0;
-}
 
 TEST(Value, KnowsItsKind) {
     EXPECT_EQ(Value().Kind(), ValueKind::Empty);
@@ -42,9 +34,9 @@ TEST(Value, KnowsItsKind) {
 
 TEST(Value, GivesItsContentOnlyAsItsOwnKind) {
     EXPECT_EQ(Value(42).Get<std::int32_t>(), 42);
-    EXPECT_EQ(NumberThrown([] { Value(42).Get<double>(); }), 13);
-    EXPECT_EQ(NumberThrown([] { Value::Null().Get<std::int32_t>(); }), 94);
-    EXPECT_EQ(NumberThrown([] { Value().Get<std::int32_t>(); }), 13);
+    EXPECT_EQ(test::NumberThrown([] { Value(42).Get<double>(); }), 13);
+    EXPECT_EQ(test::NumberThrown([] { Value::Null().Get<std::int32_t>(); }), 94);
+    EXPECT_EQ(test::NumberThrown([] { Value().Get<std::int32_t>(); }), 13);
 }
 
 TEST(Value, ReadsEveryWholeNumberAsInt64) {
@@ -53,8 +45,8 @@ TEST(Value, ReadsEveryWholeNumberAsInt64) {
     EXPECT_EQ(ToInt64(Value(std::int16_t{-32768})), -32768);
     EXPECT_EQ(ToInt64(Value(-5)), -5);
     EXPECT_EQ(ToInt64(Value(std::int64_t{9223372036854775807})), 9223372036854775807);
-    EXPECT_EQ(NumberThrown([] { ToInt64(Value(u"1")); }), 13);
-    EXPECT_EQ(NumberThrown([] { ToInt64(Value::Null()); }), 94);
+    EXPECT_EQ(test::NumberThrown([] { ToInt64(Value(u"1")); }), 13);
+    EXPECT_EQ(test::NumberThrown([] { ToInt64(Value::Null()); }), 94);
 }
 
 TEST(Decimal, KeepsTheServersText) {
@@ -68,7 +60,7 @@ TEST(Decimal, KeepsTheServersText) {
 
 TEST(Decimal, RefusesWhatIsNoNumber) {
     for (const char* text : {"", "-", ".", "1.2.3", "1e5", "+1", " 1", "1-"}) {
-        EXPECT_EQ(NumberThrown([&] { Decimal{text}; }), 13) << text;
+        EXPECT_EQ(test::NumberThrown([&] { Decimal{text}; }), 13) << text;
     }
 }
 
@@ -87,8 +79,8 @@ TEST(DefaultText, WritesEveryKind) {
     EXPECT_EQ(DefaultText(Value(Guid{{0x6F, 0x96, 0x19, 0xFF, 0x8B, 0x86, 0xD0, 0x11, 0xB4, 0x2D,
                                       0x00, 0xC0, 0x4F, 0xC9, 0x64, 0xFF}})),
               u"{6F9619FF-8B86-D011-B42D-00C04FC964FF}");
-    EXPECT_EQ(NumberThrown([] { DefaultText(Value::Null()); }), 94);
-    EXPECT_EQ(NumberThrown([] { DefaultText(Value(ByteArray{1})); }), 13);
+    EXPECT_EQ(test::NumberThrown([] { DefaultText(Value::Null()); }), 94);
+    EXPECT_EQ(test::NumberThrown([] { DefaultText(Value(ByteArray{1})); }), 13);
 }
 
 TEST(DefaultText, WritesMoneyWithUpToFourDecimals) {

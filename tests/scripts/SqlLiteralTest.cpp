@@ -10,6 +10,7 @@
 #include "core/Error.h"
 #include "data/DateTime.h"
 #include "tests/data/StagedColumns.h"
+#include "tests/support/NumberThrown.h"
 
 namespace QuillonLib {
 namespace {
@@ -128,24 +129,13 @@ TEST(SqlLiteral, CountsTheMillisecondsOfADate) {
     EXPECT_EQ(DateMilliseconds(Date{std::nextafter(45307.0, 0)}), 0);
 }
 
-// The number of the error that is raised; 0 for none.
-template <class Action>
-std::int32_t NumberRaisedBy(Action action) {
-    try {
-        action();
-    } catch (const Error& error) {
-        return error.Number();
-    }
-    return 0;
-}
-
 TEST(SqlLiteral, RefusesWhatIsNoDate) {
     for (const double days : {std::nan(""), HUGE_VAL, -HUGE_VAL, 1e300, -1e300, -657435.0,
                               2958466.0, std::nextafter(2958466.0, 0.0)}) {
         SCOPED_TRACE(days);
-        EXPECT_EQ(NumberRaisedBy([&] { DateToSqlLiteral(Value(Date{days})); }), 6);
-        EXPECT_EQ(NumberRaisedBy([&] { ValueToSqlLiteral(Value(Date{days})); }), 6);
-        EXPECT_EQ(NumberRaisedBy([&] { DateMilliseconds(Date{days}); }), 6);
+        EXPECT_EQ(test::NumberThrown([&] { DateToSqlLiteral(Value(Date{days})); }), 6);
+        EXPECT_EQ(test::NumberThrown([&] { ValueToSqlLiteral(Value(Date{days})); }), 6);
+        EXPECT_EQ(test::NumberThrown([&] { DateMilliseconds(Date{days}); }), 6);
     }
     EXPECT_EQ(DateToSqlLiteral(Value(Date{-657434})), u"'01000101 00:00:00.000'");
     EXPECT_EQ(DateToSqlLiteral(Value(Date{2958465 + 86399999 / 86400000.0})),

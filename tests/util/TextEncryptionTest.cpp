@@ -1,3 +1,4 @@
+#include "tests/support/NumberThrown.h"
 #include "util/TextEncryption.h"
 
 #include <gtest/gtest.h>
@@ -175,26 +176,17 @@ TEST_F(TextEncryptionTest, AsManyBytesAreHashedAsThePassPhraseHasCharacters) {
     EXPECT_EQ(cryptography.hashed, (Bytes{'a', 0x80, 0xFF, '?', '?', 0x81}));
 }
 
-std::int32_t NumberOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const Error& error) {
-        return error.Number();
-    }
-    return 0;
-}
-
 TEST_F(TextEncryptionTest, AnEmptyTextIsError9) {
-    EXPECT_EQ(NumberOf([&] { Encrypt(u"", u"p"); }), 9);
+    EXPECT_EQ(test::NumberThrown([&] { Encrypt(u"", u"p"); }), 9);
 }
 
 TEST_F(TextEncryptionTest, AnEmptyArrayIsError9) {
-    EXPECT_EQ(NumberOf([&] { Decrypt(EncryptedText(), u"p"); }), 9);
+    EXPECT_EQ(test::NumberThrown([&] { Decrypt(EncryptedText(), u"p"); }), 9);
 }
 
 TEST_F(TextEncryptionTest, AnArrayThatDoesNotBeginAtZeroIsError9) {
-    EXPECT_EQ(NumberOf([&] { Decrypt(EncryptedText(Bytes{1, 2}, 1), u"p"); }), 9);
-    EXPECT_EQ(NumberOf([&] { Decrypt(EncryptedText(Bytes{1, 2}, -1), u"p"); }), 9);
+    EXPECT_EQ(test::NumberThrown([&] { Decrypt(EncryptedText(Bytes{1, 2}, 1), u"p"); }), 9);
+    EXPECT_EQ(test::NumberThrown([&] { Decrypt(EncryptedText(Bytes{1, 2}, -1), u"p"); }), 9);
 }
 
 TEST_F(TextEncryptionTest, AnOddByteIsNoCharacter) {
@@ -229,11 +221,13 @@ TEST_F(TextEncryptionTest, AFailureToAskForTheSizeIsPassedOver) {
 
 TEST_F(TextEncryptionTest, TheSubscriptErrorComesBehindTheKeyAndReleasesNothing) {
     RecordedCryptography cryptography;
-    EXPECT_EQ(NumberOf([&] { EncryptText(u"", u"p", cryptography, *messages); }), 9);
+    EXPECT_EQ(test::NumberThrown([&] { EncryptText(u"", u"p", cryptography, *messages); }), 9);
     EXPECT_EQ(cryptography.calls,
               (Calls{"acquire", "create hash", "hash data", "derive key", "size"}));
     cryptography.calls.clear();
-    EXPECT_EQ(NumberOf([&] { DecryptText(EncryptedText(), u"p", cryptography, *messages); }), 9);
+    EXPECT_EQ(
+        test::NumberThrown([&] { DecryptText(EncryptedText(), u"p", cryptography, *messages); }),
+        9);
     EXPECT_EQ(cryptography.calls, (Calls{"acquire", "create hash", "hash data", "derive key"}));
 }
 
@@ -316,15 +310,15 @@ TEST(Utils, EncryptsAndDecrypts) {
     EXPECT_EQ(bytes.Items, (Bytes{0xDE, 0x1C, 0x9D, 0xDF, 0xD7, 0x7F, 0xC3, 0x86, 0x12, 0x15}));
     EXPECT_EQ(utils.DecryptText(bytes, u"secret"), u"Hello");
     EXPECT_EQ(utils.DecryptText(bytes, u"other").size(), 5U);
-    EXPECT_EQ(NumberOf([&] { utils.EncryptText(u"", u"secret"); }), 9);
-    EXPECT_EQ(NumberOf([&] { utils.DecryptText(EncryptedText(), u"secret"); }), 9);
+    EXPECT_EQ(test::NumberThrown([&] { utils.EncryptText(u"", u"secret"); }), 9);
+    EXPECT_EQ(test::NumberThrown([&] { utils.DecryptText(EncryptedText(), u"secret"); }), 9);
 }
 
 TEST(Utils, DecryptsTheBytesOfATextToo) {
     const Utils utils;
     const std::u16string text{0x1CDE, 0xDF9D, 0x7FD7, 0x86C3, 0x1512};
     EXPECT_EQ(utils.DecryptText(text, u"secret"), u"Hello");
-    EXPECT_EQ(NumberOf([&] { utils.DecryptText(u"", u"secret"); }), 9);
+    EXPECT_EQ(test::NumberThrown([&] { utils.DecryptText(u"", u"secret"); }), 9);
 }
 
 }  // namespace

@@ -8,7 +8,7 @@ namespace {
 
 using namespace viewtype;
 
-std::vector<std::vector<Value>> Databases(Context& context) {
+std::vector<std::vector<Value>> OldDatabases(Context& context) {
     std::vector<std::vector<Value>> rows;
     for (const DatabasePtr& d : context.server.Databases()) {
         rows.push_back({Value::Text(d->name), Value::Int(d->id), Value::Blob(std::string(1, '\1')),
@@ -19,7 +19,7 @@ std::vector<std::vector<Value>> Databases(Context& context) {
     return rows;
 }
 
-std::vector<std::vector<Value>> Servers(Context& context) {
+std::vector<std::vector<Value>> OldServers(Context& context) {
     std::vector<std::vector<Value>> rows;
     rows.push_back({Value::Int(0), Value::Int(1089), Value::Text(context.server.settings.name),
                     Value::Text(u"SQL Server"), Value::Text(u"SQLOLEDB"),
@@ -268,7 +268,7 @@ const std::vector<ViewDefinition>& LegacyViews() {
           {"cmptlevel", T, ""},
           {"filename", NVarCharType(260), ""},
           {"version", S, ""}},
-         Databases},
+         OldDatabases},
         {"sysservers",
          ViewHome::LegacyMaster,
          "",
@@ -284,7 +284,7 @@ const std::vector<ViewDefinition>& LegacyViews() {
           {"rpc", B, ""},
           {"pub", B, ""},
           {"dataaccess", B, ""}},
-         Servers},
+         OldServers},
         {"syslogins",
          ViewHome::LegacyMaster,
          "",

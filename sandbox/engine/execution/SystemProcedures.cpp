@@ -16,7 +16,7 @@ std::u16string Text(const Arguments& args, std::size_t i) {
     return i < args.size() && args[i] ? *args[i] : u"";
 }
 
-void RefuseInTransaction(const Context& context, std::u16string_view name) {
+void RequireNoTransaction(const Context& context, std::u16string_view name) {
     if (context.transactionDepth == 0) return;
     throw SqlError(15002,
                    Format(u"The procedure '%1' cannot be executed within a transaction.", {name}));
@@ -30,7 +30,7 @@ void RefuseInTransaction(const Context& context, std::u16string_view name) {
 }
 
 void AddLinkedServer(Context& context, const Arguments& args) {
-    RefuseInTransaction(context, u"sys.sp_addlinkedserver");
+    RequireNoTransaction(context, u"sys.sp_addlinkedserver");
     LinkedServer link;
     link.name = Text(args, 0);
     link.product = Text(args, 1);
@@ -94,7 +94,7 @@ void ServerOption(Context& context, const Arguments& args) {
 }
 
 void AddLinkedLogin(Context& context, const Arguments& args) {
-    RefuseInTransaction(context, u"sys.sp_addlinkedsrvlogin");
+    RequireNoTransaction(context, u"sys.sp_addlinkedsrvlogin");
     const std::u16string self = Text(args, 1);
     const bool useSelf = self.empty() || SameName(self, u"true");
     if (!useSelf && !SameName(self, u"false")) {
@@ -120,7 +120,7 @@ void DropLinkedLogin(Context& context, const Arguments& args) {
 }
 
 void DropServer(Context& context, const Arguments& args) {
-    RefuseInTransaction(context, u"sys.sp_dropserver");
+    RequireNoTransaction(context, u"sys.sp_dropserver");
     const std::u16string option = Text(args, 1);
     if (!option.empty() && !SameName(option, u"droplogins")) {
         throw SqlError(

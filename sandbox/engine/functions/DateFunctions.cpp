@@ -206,7 +206,7 @@ void Arithmetic(Context&, sqlite3_context* c, sqlite3_value** a) {
     sqlite3_result_int64(c, r);
 }
 
-constexpr FunctionEntry kFunctions[] = {
+constexpr FunctionEntry kDateFunctions[] = {
     {"ms_now", 1, Purity::Pure, Now},           {"ms_dateadd", 4, Purity::Pure, DateAdd},
     {"ms_datediff", 5, Purity::Pure, DateDiff}, {"ms_datepart", 3, Purity::Pure, DatePart},
     {"ms_datename", 3, Purity::Pure, DateName}, {"ms_dtarith", 3, Purity::Pure, Arithmetic},
@@ -215,7 +215,7 @@ constexpr FunctionEntry kFunctions[] = {
 }  // namespace
 
 void RegisterDateFunctions(Context& context) {
-    RegisterTable(context, kFunctions, std::size(kFunctions));
+    RegisterTable(context, kDateFunctions, std::size(kDateFunctions));
 }
 
 }  // namespace sandbox::engine

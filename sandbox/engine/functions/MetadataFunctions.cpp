@@ -224,7 +224,7 @@ void Significant(Context&, sqlite3_context* c, sqlite3_value** a) {
     sqlite3_result_blob(c, size == 0 ? "" : bytes, size, SQLITE_TRANSIENT);
 }
 
-constexpr FunctionEntry kFunctions[] = {
+constexpr FunctionEntry kMetadataFunctions[] = {
     {"ms_object_id", 2, Purity::Pure, ObjectId},
     {"ms_object_name", 2, Purity::Pure, ObjectNameOf},
     {"ms_object_schema", 2, Purity::Pure, ObjectSchemaName},
@@ -247,7 +247,7 @@ constexpr FunctionEntry kFunctions[] = {
 }  // namespace
 
 void RegisterMetadataFunctions(Context& context) {
-    RegisterTable(context, kFunctions, std::size(kFunctions));
+    RegisterTable(context, kMetadataFunctions, std::size(kMetadataFunctions));
 }
 
 }  // namespace sandbox::engine

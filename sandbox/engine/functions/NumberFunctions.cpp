@@ -345,7 +345,7 @@ void OneFinal(sqlite3_context* c) {
     s->value = nullptr;
 }
 
-constexpr FunctionEntry kFunctions[] = {
+constexpr FunctionEntry kNumberFunctions[] = {
     {"ms_cvt", 5, Purity::Pure, ConvertValue},
     {"ms_iarith", 4, Purity::Pure, IntegerArithmetic},
     {"ms_farith", 4, Purity::Pure, FloatArithmetic},
@@ -359,7 +359,7 @@ constexpr FunctionEntry kFunctions[] = {
 }  // namespace
 
 void RegisterNumberFunctions(Context& context) {
-    RegisterTable(context, kFunctions, std::size(kFunctions));
+    RegisterTable(context, kNumberFunctions, std::size(kNumberFunctions));
     const auto aggregate = [&](const char* name,
                                void (*step)(sqlite3_context*, int, sqlite3_value**),
                                void (*final)(sqlite3_context*)) {

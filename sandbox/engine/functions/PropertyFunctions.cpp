@@ -240,7 +240,7 @@ void VariantProperty(Context&, sqlite3_context* c, sqlite3_value** a) {
     sqlite3_result_null(c);
 }
 
-constexpr FunctionEntry kFunctions[] = {
+constexpr FunctionEntry kPropertyFunctions[] = {
     {"ms_objprop", 2, Purity::Pure, ObjectProperty},
     {"ms_serverprop", 1, Purity::Pure, ServerProperty},
     {"ms_dbprop", 2, Purity::Pure, DatabaseProperty},
@@ -253,7 +253,7 @@ constexpr FunctionEntry kFunctions[] = {
 }  // namespace
 
 void RegisterPropertyFunctions(Context& context) {
-    RegisterTable(context, kFunctions, std::size(kFunctions));
+    RegisterTable(context, kPropertyFunctions, std::size(kPropertyFunctions));
 }
 
 }  // namespace sandbox::engine

@@ -80,7 +80,7 @@ void Random(Context&, sqlite3_context* c, sqlite3_value**) {
     sqlite3_result_double(c, std::uniform_real_distribution<double>(0, 1)(random));
 }
 
-constexpr FunctionEntry kFunctions[] = {
+constexpr FunctionEntry kSessionFunctions[] = {
     {"ms_rowcount", 0, Purity::Pure, SessionFact<0>},
     {"ms_error", 0, Purity::Pure, SessionFact<1>},
     {"ms_trancount", 0, Purity::Pure, SessionFact<2>},
@@ -97,7 +97,7 @@ constexpr FunctionEntry kFunctions[] = {
 }  // namespace
 
 void RegisterSessionFunctions(Context& context) {
-    RegisterTable(context, kFunctions, std::size(kFunctions));
+    RegisterTable(context, kSessionFunctions, std::size(kSessionFunctions));
 }
 
 }  // namespace sandbox::engine

@@ -362,7 +362,7 @@ void IsDate(Context& context, sqlite3_context* c, sqlite3_value** a) {
     sqlite3_result_int(c, ok ? 1 : 0);
 }
 
-constexpr FunctionEntry kFunctions[] = {
+constexpr FunctionEntry kTextFunctions[] = {
     {"ms_like", 4, Purity::Pure, LikeFunction},
     {"ms_patindex", 3, Purity::Pure, PatIndex},
     {"ms_len", 1, Purity::Pure, Length},
@@ -391,7 +391,7 @@ constexpr FunctionEntry kFunctions[] = {
 }  // namespace
 
 void RegisterTextFunctions(Context& context) {
-    RegisterTable(context, kFunctions, std::size(kFunctions));
+    RegisterTable(context, kTextFunctions, std::size(kTextFunctions));
 }
 
 }  // namespace sandbox::engine

@@ -90,7 +90,7 @@ void CheckFailed(Context& context, sqlite3_context*, sqlite3_value** a) {
     }
 }
 
-constexpr FunctionEntry kFunctions[] = {
+constexpr FunctionEntry kWriteFunctions[] = {
     {"ms_ident", 5, Purity::Impure, NextIdentity},
     {"ms_seeident", 5, Purity::Impure, GivenIdentity},
     {"ms_rowver", 1, Purity::Impure, RowVersion},
@@ -100,7 +100,7 @@ constexpr FunctionEntry kFunctions[] = {
 }  // namespace
 
 void RegisterWriteFunctions(Context& context) {
-    RegisterTable(context, kFunctions, std::size(kFunctions));
+    RegisterTable(context, kWriteFunctions, std::size(kWriteFunctions));
     sqlite3_create_function_v2(context.store.Raw(), "ms_notekey", -1, SQLITE_UTF16LE, &context,
                                NoteKey, nullptr, nullptr, nullptr);
 }

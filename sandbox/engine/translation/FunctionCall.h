@@ -10,8 +10,11 @@
 
 namespace sandbox::engine {
 
-inline const SqlType kIntType = Plain(TypeId::Int);
 inline const SqlType kSysnameType = NVarCharType(128);
+
+// As the tables of plain functions call them.
+inline constexpr TypeId N = TypeId::NVarChar;
+inline constexpr TypeId I = TypeId::Int;
 
 struct FunctionCall {
     Translator& t;

@@ -9,12 +9,6 @@
 namespace sandbox::engine {
 namespace {
 
-const SqlType kInt = Plain(TypeId::Int);
-
-std::string PackText(const SqlType& type) {
-    return std::to_string(Pack(type));
-}
-
 SqlType ArithmeticType(const std::u16string& op, const SqlType& a, const SqlType& b) {
     const SqlType common = CommonType(a, b);
     if (!IsDecimal(common.id)) return common;
@@ -81,7 +75,7 @@ Bound Translator::Unary(const Expr& e, Scope& scope) {
             // -2147483648 is an int although its digits alone are not.
             const Int128 whole = DecimalFromValue(v);
             if (b.type.scale == 0 && whole == IntegerMin(TypeId::Int)) {
-                return Literal(Value::Int(IntegerMin(TypeId::Int)), kInt);
+                return Literal(Value::Int(IntegerMin(TypeId::Int)), kIntType);
             }
         } else {
             v.i = -v.i;
@@ -103,7 +97,7 @@ Bound Translator::Unary(const Expr& e, Scope& scope) {
         throw SqlError(8117, Format(u"Operand data type %1 is invalid for minus operator.",
                                     {TypeName(b.type.id)}));
     }
-    Bound zero = Literal(Value::Int(0), kInt);
+    Bound zero = Literal(Value::Int(0), kIntType);
     if (IsApproximate(b.type.id)) {
         b.sql = "(-" + b.sql + ")";
         return b;
@@ -121,7 +115,7 @@ Bound Translator::Arithmetic(const std::u16string& op, const Bound& a, const Bou
     r.nullable = a.nullable || b.nullable;
     if (!a.typed && !b.typed) {
         r.sql = "NULL";
-        r.type = kInt;
+        r.type = kIntType;
         r.typed = false;
         return r;
     }
@@ -286,7 +280,7 @@ Bound Translator::Aggregate(const Expr& e, std::u16string_view name, Scope& scop
     if (e.star) {
         if (!count) ThrowSyntax(u"*");
         r.sql = "count(*)";
-        r.type = name == u"COUNT" ? kInt : Plain(TypeId::BigInt);
+        r.type = name == u"COUNT" ? kIntType : Plain(TypeId::BigInt);
         return r;
     }
     if (e.args.size() != 1) {
@@ -311,7 +305,7 @@ Bound Translator::Aggregate(const Expr& e, std::u16string_view name, Scope& scop
     if (count) {
         if (IsLob(x.type.id) && (e.distinct || x.type.id != TypeId::Xml)) invalid();
         r.sql = "count(" + distinct + Collated(x) + ")";
-        r.type = name == u"COUNT" ? kInt : Plain(TypeId::BigInt);
+        r.type = name == u"COUNT" ? kIntType : Plain(TypeId::BigInt);
         return r;
     }
     r.nullable = true;
@@ -332,7 +326,7 @@ Bound Translator::Aggregate(const Expr& e, std::u16string_view name, Scope& scop
     if (IsInteger(x.type.id) || IsMoney(x.type.id)) {
         r.type = IsMoney(x.type.id)            ? Plain(TypeId::Money)
                  : x.type.id == TypeId::BigInt ? x.type
-                                               : kInt;
+                                               : kIntType;
         r.sql = std::string(average ? "ms_avgi(" : "ms_sumi(") + distinct + x.sql + ")";
         r.sql = "ms_range(" + r.sql + "," + std::to_string(static_cast<int>(r.type.id)) + ")";
         return r;

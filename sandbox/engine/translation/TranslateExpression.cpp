@@ -6,15 +6,6 @@
 #include "sandbox/engine/values/Decimal.h"
 
 namespace sandbox::engine {
-namespace {
-
-const SqlType kInt = Plain(TypeId::Int);
-
-std::string PackText(const SqlType& type) {
-    return std::to_string(Pack(type));
-}
-
-}  // namespace
 
 std::string Translator::AddParam(const Value& value) {
     if (inlineLiterals) return InlineLiteral(value);
@@ -204,7 +195,7 @@ Bound Translator::Plainly(const Expr& e, Scope& scope) {
             if (!e.typed) {
                 Bound b;
                 b.sql = "NULL";
-                b.type = kInt;
+                b.type = kIntType;
                 b.typed = false;
                 return b;
             }
@@ -271,7 +262,7 @@ std::string Translator::AsText(const Bound& b) {
 Bound Translator::Unify(std::vector<Bound>& values, std::u16string_view operation) {
     Bound r;
     r.typed = false;
-    r.type = kInt;
+    r.type = kIntType;
     r.nullable = false;
     for (const Bound& v : values) {
         r.nullable = r.nullable || v.nullable || !v.typed;
@@ -335,7 +326,7 @@ Bound Translator::Convert(const Expr& e, Scope& scope) {
         }
         if (!s.literal) {
             r.sql = "ms_cvt(" + value.sql + "," + PackText(value.type) + "," + PackText(r.type) +
-                    "," + Converted(s, kInt) + ",0)";
+                    "," + Converted(s, kIntType) + ",0)";
             return r;
         }
         style = static_cast<int>(s.literal->i);

@@ -23,9 +23,6 @@ constexpr char kSchemaId[] = "ms_schema_id";
 constexpr char kColName[] = "ms_col_name";
 constexpr char kColLength[] = "ms_col_length";
 
-constexpr TypeId N = TypeId::NVarChar;
-constexpr TypeId I = TypeId::Int;
-
 Bound DbProperty(FunctionCall& c) {  // DATABASEPROPERTY: 0 and 1 as int
     return Make("CAST(ms_dbprop(" + c.Text(0) + "," + c.Text(1) + ") AS INTEGER)", kIntType);
 }

@@ -8,8 +8,6 @@
 namespace sandbox::engine {
 namespace {
 
-const SqlType kInt = Plain(TypeId::Int);
-
 std::string ColumnSql(const Source& source, const SourceColumn& column) {
     if (!column.expression) return source.sql + "." + column.sql;
     std::string sql;
@@ -128,7 +126,7 @@ Bound Translator::Variable(const Expr& e) {
 Bound Translator::GlobalVariable(std::u16string_view name) {
     const std::u16string folded = FoldName(name);
     Bound b;
-    b.type = kInt;
+    b.type = kIntType;
     b.nullable = false;
     const auto simple = [&](const char* sql) {
         b.sql = sql;
@@ -161,7 +159,7 @@ Bound Translator::GlobalVariable(std::u16string_view name) {
                                    : folded == u"@@MAX_CONNECTIONS" ? 32767
                                    : folded == u"@@OPTIONS"         ? 5496
                                                                     : 0;
-        return Literal(Value::Int(value), kInt);
+        return Literal(Value::Int(value), kIntType);
     }
     const ServerState& server = context_.server;
     if (folded == u"@@SERVERNAME")
@@ -195,7 +193,7 @@ Bound Translator::GlobalVariable(std::u16string_view name) {
             minor = LeadingNumber(std::string_view(server.settings.version).substr(first + 1));
         return Literal(Value::Int((static_cast<std::int64_t>(server.major) << 24) |
                                   (static_cast<std::int64_t>(minor) << 16) | (build & 0xFFFF)),
-                       kInt);
+                       kIntType);
     }
     throw SqlError(137, Format(u"Must declare the scalar variable \"%1\".", {name}), 15);
 }

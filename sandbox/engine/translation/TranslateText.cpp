@@ -14,9 +14,6 @@ constexpr char kUnicode[] = "ms_unicode";
 constexpr char kIsNumeric[] = "ms_isnumeric";
 constexpr char kIsDate[] = "ms_isdate";
 
-constexpr TypeId N = TypeId::NVarChar;
-constexpr TypeId I = TypeId::Int;
-
 // The string type of a result that is as long as the argument.
 SqlType StringLike(const Bound& b) {
     if (IsBinary(b.type.id)) return SqlType{TypeId::VarBinary, b.type.length, 0, 0};

@@ -60,6 +60,13 @@ struct Scope {
     bool aggregatesAllowed = false;
 };
 
+inline const SqlType kIntType = Plain(TypeId::Int);
+
+// A type, as SQLite is given it.
+inline std::string PackText(const SqlType& type) {
+    return std::to_string(Pack(type));
+}
+
 // The values of a row in the types of their targets, and where they come from.
 struct RowSource {
     std::vector<std::string> values;

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <thread>
 
+#include "Days.h"
 #include "Driver.h"
 #include "FakeBackend.h"
 #include "sandbox/wire/WireServer.h"
@@ -17,9 +18,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-
-constexpr std::int64_t kDay = 864'000'000'000;
-constexpr std::int64_t kJanuary = 738'899;  // 2024-01-15
 
 // Types by name, with the value that is sent and what the driver makes of it.
 struct Sample {

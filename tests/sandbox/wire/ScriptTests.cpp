@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "Days.h"
 #include "FakeBackend.h"
 #include "sandbox/wire/TextForms.h"
 
@@ -97,8 +98,6 @@ TEST(RunScalar, IsTheFirstFieldOfTheFirstRow) {
     EXPECT_EQ(RunScalar(backend, Sa(), u"SET x"), u"");
     EXPECT_THROW(RunScalar(backend, Sa(), u"nonsense"), std::runtime_error);
 }
-
-constexpr std::int64_t kDay = 864'000'000'000;
 
 TEST(CellText, OfEveryKind) {
     EXPECT_EQ(CellText({TypeId::Int}, Null()), u"");

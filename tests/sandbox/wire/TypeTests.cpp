@@ -1,6 +1,7 @@
 // Every type as it lies on the wire, in every version. The bytes are written out here.
 #include <gtest/gtest.h>
 
+#include "Days.h"
 #include "FakeBackend.h"
 #include "TdsClient.h"
 #include "sandbox/text/Collations.h"
@@ -9,8 +10,6 @@
 namespace sandbox::wire {
 namespace {
 
-constexpr std::int64_t kDay = 864'000'000'000;        // in 100 ns
-constexpr std::int64_t kJanuary = 738'899;            // 2024-01-15 in days since 0001-01-01
 constexpr std::int64_t kAfternoon = 495'301'234'567;  // 13:45:30.1234567
 constexpr Int128 kLargestDecimal =
     static_cast<Int128>(10'000'000'000'000'000'000ULL) * 10'000'000'000'000'000'000ULL - 1;
