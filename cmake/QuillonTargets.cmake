@@ -19,6 +19,15 @@ if(QUILLON_COVERAGE)
     target_link_options(quillon_counted INTERFACE --coverage)
 endif()
 
+# The headers of the standard library that most sources of a target include, and further ones,
+# compiled once. What is shipped is compiled file by file all the same.
+function(quillon_precompile_headers target)
+    if(QUILLON_PRECOMPILE)
+        target_precompile_headers(${target} PRIVATE <algorithm> <array> <chrono> <cstdint> <functional>
+            <map> <memory> <optional> <string> <string_view> <utility> <vector> ${ARGN})
+    endif()
+endfunction()
+
 # Tests are compiled without optimisation, which takes half the time: what they test has its own.
 add_library(quillon_test_flags INTERFACE)
 target_link_libraries(quillon_test_flags INTERFACE quillon_build_flags)
@@ -44,6 +53,7 @@ function(quillon_test_program)
     target_link_libraries(${ARG_NAME} PRIVATE quillon_test_flags ${ARG_LIBS} GTest::gmock GTest::gtest_main)
     target_include_directories(${ARG_NAME} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src)
     target_precompile_headers(${ARG_NAME} REUSE_FROM quillon_test_headers)
+    set_target_properties(${ARG_NAME} PROPERTIES UNITY_BUILD ${QUILLON_UNITE} UNITY_BUILD_BATCH_SIZE 6)
 endfunction()
 
 # quillon_test(NAME name SOURCES file... LIBS target... [PARTS n]): one test program, run by ctest as
