@@ -75,19 +75,25 @@ class LiveServer : public ::testing::Test {
         two = Make(u"two");
     }
 
-    void TearDown() override {
+    void TearDown() override { DropMade(); }
+
+    void DropMade() {
         for (const std::u16string& name : made_)
             Drop(*server_, name);
+        made_.clear();
     }
 
     // Whether the server is at least SQL Server 2008, and so on: 10, 11 ...
     bool Since(int version) const { return version_ >= version; }
 
     std::shared_ptr<Database> Make(const std::u16string& suffix) {
-        const std::u16string name = Setting("QUILLON_LIVE_PREFIX", Prefix) + suffix;
+        const std::u16string name = Named(suffix);
         Run(u"CREATE DATABASE [" + name + u"]");
-        made_.push_back(name);
         return Described(name);
+    }
+    // The name of a database that is about to be made: it is dropped at the end.
+    const std::u16string& Named(const std::u16string& suffix) {
+        return made_.emplace_back(Setting("QUILLON_LIVE_PREFIX", Prefix) + suffix);
     }
 
     void Run(const std::u16string& batch) { server_->Execute(batch); }

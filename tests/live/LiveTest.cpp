@@ -4,8 +4,7 @@
 #include <map>
 #include <set>
 
-#include "LiveServer.h"
-#include "cli/ScriptRunner.h"
+#include "LiveScripts.h"
 
 namespace QuillonLib::live {
 namespace {
@@ -45,26 +44,6 @@ const std::vector<std::u16string> RowsOfTwo = {
     u"INSERT INTO person (name, town, code) VALUES (N'Bob', 4, 'a')",
     u"INSERT INTO visit VALUES ('20240115 13:45:30.123', N'x')",
 };
-
-// Compares directly, and writes the script for the target.
-std::u16string DirectScriptOf(const Database& one, const Database& two,
-                              const std::vector<DirectTable>& tables,
-                              const DirectScriptOptions& options) {
-    DirectScriptWriter writer(options.target == 2 ? two : one, options);
-    DirectSink sink;
-    sink.Difference = [&](const DirectDifference& difference, bool&) { writer.Add(difference); };
-    const auto results = CompareDirectly(one, two, tables, {}, sink);
-    for (const DirectTableResult& result : results)
-        EXPECT_FALSE(result.error) << ToUtf8(result.shape.table.Name) << result.error->what();
-    std::u16string script;
-    writer.Write(results, [&](std::u16string_view piece) { script += piece; });
-    return script;
-}
-
-// As `quillon sync` runs it.
-void Apply(const std::u16string& script, const Database& target) {
-    quillon::RunBatches(*Open(target.DatabaseName()), quillon::CutIntoBatches(script, 500));
-}
 
 class Live : public LiveServer {
   protected:
