@@ -383,31 +383,65 @@ class DirectScriptWriter::Impl {
         });
     }
 
-    // Columns of unique indexes are set by statements of their own, all of a row together, so that
-    // rows can swap their values.
+    // Of rows that are in both sides.
+    template <class Action>
+    void VisitUpdates(std::size_t i, const Action& action) {
+        Visit(i,
+              [&](const DirectRow* row, const DirectRow* source, const std::vector<bool>& changed) {
+                  if (row != nullptr && source != nullptr) action(*row, *source, changed);
+              });
+    }
+
+    // What differs in a row, but for what is filled in later.
+    Positions Set(std::size_t i, const std::vector<bool>& changed) const {
+        Positions set;
+        for (std::size_t column = 0; column < changed.size(); ++column) {
+            if (changed[column] && !Contains(order_.deferred[i], column)) set.push_back(column);
+        }
+        return set;
+    }
+
+    bool ChangesUnique(std::size_t i, const std::vector<bool>& changed) const {
+        return !Both(changed, targets_[i].unique).empty();
+    }
+
+    // All that is set in rows which change a column of a unique index.
+    TogetherColumns SetTogether(std::size_t i) {
+        std::vector<std::uint64_t> rowsThatChange(targets_[i].shape.columns.size(), 0);
+        std::uint64_t rows = 0;
+        VisitUpdates(i, [&](const DirectRow&, const DirectRow&, const std::vector<bool>& changed) {
+            if (!ChangesUnique(i, changed)) return;
+            ++rows;
+            for (const std::size_t column : Set(i, changed))
+                ++rowsThatChange[column];
+        });
+        TogetherColumns together;
+        for (std::size_t column = 0; column < rowsThatChange.size(); ++column) {
+            if (rowsThatChange[column] == 0) continue;
+            together.columns.push_back(column);
+            together.some.push_back(rowsThatChange[column] < rows);
+        }
+        return together;
+    }
+
+    // Rows that change columns of unique indexes are set by one statement, so that they can swap
+    // their values.
     void UpdateRows(std::size_t i, StatementWriter& writer) {
         if (targets_[i].updates == 0) return;
-        const Positions& unique = targets_[i].unique;
-        Visit(i,
-              [&](const DirectRow* row, const DirectRow* source, const std::vector<bool>& changed) {
-                  if (row == nullptr || source == nullptr) return;
-                  if (!Both(changed, unique).empty()) {
-                      writer.UpdateTogether(*row, *source, unique, changed);
-                  }
-              });
-        writer.Flush();
-        Visit(i,
-              [&](const DirectRow* row, const DirectRow* source, const std::vector<bool>& changed) {
-                  if (row == nullptr || source == nullptr) return;
-                  Positions others;
-                  for (std::size_t column = 0; column < changed.size(); ++column) {
-                      if (changed[column] && !Contains(unique, column) &&
-                          !Contains(order_.deferred[i], column)) {
-                          others.push_back(column);
-                      }
-                  }
-                  writer.Update(*row, *source, others);
-              });
+        if (!targets_[i].unique.empty()) {
+            const TogetherColumns together = SetTogether(i);
+            VisitUpdates(i, [&](const DirectRow& row, const DirectRow& source,
+                                const std::vector<bool>& changed) {
+                if (ChangesUnique(i, changed)) {
+                    writer.UpdateTogether(row, source, together, changed);
+                }
+            });
+            writer.Flush();
+        }
+        VisitUpdates(i, [&](const DirectRow& row, const DirectRow& source,
+                            const std::vector<bool>& changed) {
+            if (!ChangesUnique(i, changed)) writer.Update(row, source, Set(i, changed));
+        });
     }
 
     void InsertRows(std::size_t i, StatementWriter& writer) {

@@ -1,7 +1,6 @@
 #include "direct/StatementWriter.h"
 
 #include <algorithm>
-#include <tuple>
 
 #include "catalog/Identifiers.h"
 #include "core/TableEntry.h"
@@ -34,8 +33,8 @@ std::u16string Which(std::u16string_view what, std::u16string_view values) {
 }  // namespace
 
 bool StatementWriter::Shape::operator<(const Shape& other) const {
-    return std::tie(kind, conditions, columns) <
-           std::tie(other.kind, other.conditions, other.columns);
+    return std::tie(kind, conditions, columns, some) <
+           std::tie(other.kind, other.conditions, other.columns, other.some);
 }
 
 StatementWriter::StatementWriter(const DirectShape& shape, int target, const StatementStyle& style,
@@ -120,8 +119,40 @@ void StatementWriter::AddConditions(Shape& shape, const DirectRow& row, bool ofT
     }
     if (!style_.guard) return;
     for (const std::size_t column : guarded)
-        shape.conditions.push_back({column, ByBytes(column)});
+        shape.conditions.push_back({column, ByBytes(column), MarkOf(shape, column)});
 }
+
+// ---- marks -------------------------------------------------------------------------------------
+
+// A text of the list: "1" for each column that the row changes, "0" for the others.
+
+bool StatementWriter::HasMarks(const Shape& shape) {
+    return std::find(shape.some.begin(), shape.some.end(), true) != shape.some.end();
+}
+
+std::size_t StatementWriter::MarkOf(const Shape& shape, std::size_t column) {
+    for (std::size_t i = 0; i < shape.some.size(); ++i) {
+        if (shape.some[i] && shape.columns[i] == column) return i + 1;
+    }
+    return 0;
+}
+
+std::u16string StatementWriter::Marks(const Shape& shape, const std::vector<bool>& changed) {
+    std::u16string marks = u"'";
+    for (const std::size_t column : shape.columns)
+        marks.push_back(changed[column] ? u'1' : u'0');
+    return marks + u"'";
+}
+
+namespace {
+
+std::u16string IsMarked(std::size_t mark, char16_t as) {
+    return u"SUBSTRING(v.c, " + ToText(static_cast<std::int64_t>(mark)) + u", 1) = '" + as + u"'";
+}
+
+}  // namespace
+
+// ---- left sides and cells ----------------------------------------------------------------------
 
 std::u16string StatementWriter::LeftSide(const Condition& condition,
                                          const std::u16string& prefix) const {
@@ -225,41 +256,47 @@ void StatementWriter::Update(const DirectRow& row, const DirectRow& source,
                              const std::vector<std::size_t>& columns) {
     if (columns.empty()) return;
     bool alone = false;
-    Shape shape{Kind::Update, {}, columns};
+    Shape shape{Kind::Update, {}, columns, {}};
+    AddConditions(shape, row, true, columns);
     Line line =
         MakeUpdate(shape, row, source, std::vector<bool>(shape_.columns.size(), true), alone);
     Take(shape, std::move(line), alone);
 }
 
-StatementWriter::Line StatementWriter::MakeUpdate(Shape& shape, const DirectRow& row,
+// What a row does not change is NULL in the list: the row's mark has nobody look at it.
+StatementWriter::Line StatementWriter::MakeUpdate(const Shape& shape, const DirectRow& row,
                                                   const DirectRow& source,
                                                   const std::vector<bool>& changed,
                                                   bool& alone) const {
-    AddConditions(shape, row, true, shape.columns);
-    Line line = MakeLine(shape, row, true);
+    Line line;
+    for (const Condition& condition : shape.conditions) {
+        const bool holds = condition.mark == 0 || changed[condition.column];
+        line.conditions.push_back(holds ? ConditionCell(condition, row, true)
+                                        : Cell{u"NULL", false, false});
+    }
     for (const std::size_t column : shape.columns)
-        line.values.push_back(NewValue(column, row, source, changed, alone));
+        line.values.push_back(NewValue(column, source, changed, alone));
+    if (HasMarks(shape)) line.values.push_back(Marks(shape, changed));
     return line;
 }
 
-std::u16string StatementWriter::NewValue(std::size_t column, const DirectRow& row,
-                                         const DirectRow& source, const std::vector<bool>& changed,
-                                         bool& alone) const {
-    const ColumnLiterals& literals = (changed[column] ? ofSource_ : ofTarget_)[column];
-    const Value& value = (changed[column] ? source : row)[column];
-    alone = alone || literals.StandsAlone(value);
-    return literals.Of(value);
+std::u16string StatementWriter::NewValue(std::size_t column, const DirectRow& source,
+                                         const std::vector<bool>& changed, bool& alone) const {
+    const ColumnLiterals& literals = ofSource_[column];
+    if (!changed[column]) return literals.Of(Value::Null());
+    alone = alone || literals.StandsAlone(source[column]);
+    return literals.Of(source[column]);
 }
 
 void StatementWriter::Empty(const DirectRow& row, const std::vector<std::size_t>& columns) {
-    Shape shape{Kind::Empty, {}, columns};
+    Shape shape{Kind::Empty, {}, columns, {}};
     AddConditions(shape, row, true, columns);
     Line line = MakeLine(shape, row, true);
     Take(shape, std::move(line), false);
 }
 
 void StatementWriter::Complete(const DirectRow& source, const std::vector<std::size_t>& columns) {
-    Shape shape{Kind::Update, {}, columns};
+    Shape shape{Kind::Update, {}, columns, {}};
     const DirectRow now = Without(source, columns);
     AddConditions(shape, now, false, columns);
     Line line = MakeLine(shape, now, false);
@@ -306,8 +343,12 @@ std::u16string StatementWriter::Check(std::size_t expected, const Line& first) c
     for (std::size_t i = 0; i < shape_.key.size(); ++i)
         key.push_back(first.conditions[i].literal);
     const std::u16string which = Which(u"key", Joined(key));
-    if (style_.guard) return Check(expected, which, u"a row is not as it was compared.");
-    return Check(expected, which, u"a row is missing, or there more than once.");
+    return Check(expected, which, Failure());
+}
+
+std::u16string_view StatementWriter::Failure() const {
+    return style_.guard ? u"a row is not as it was compared."
+                        : u"a row is missing, or there more than once.";
 }
 
 std::u16string StatementWriter::Check(std::size_t expected, std::u16string_view which,
@@ -344,11 +385,23 @@ std::u16string StatementWriter::Sets(const Shape& shape) const {
     std::u16string sets;
     for (std::size_t i = 0; i < shape.columns.size(); ++i) {
         const std::u16string name = QuoteIdentifier(TargetFacts(shape.columns[i]).Name);
-        const std::u16string value =
-            shape.kind == Kind::Empty ? u"NULL" : u"v." + Numbered(u'n', i);
+        std::u16string value = shape.kind == Kind::Empty ? u"NULL" : u"v." + Numbered(u'n', i);
+        if (const std::size_t mark = MarkOf(shape, shape.columns[i])) {
+            value = u"CASE WHEN " + IsMarked(mark, u'1') + u" THEN " + value + u" ELSE " +
+                    OwnValue(shape.columns[i]) + u" END";
+        }
         AppendTerm(sets, u", ", name + u" = " + value);
     }
     return sets;
+}
+
+// What a row has in the column, in the type that the list declares.
+std::u16string StatementWriter::OwnValue(std::size_t column) const {
+    const ColumnFacts& facts = TargetFacts(column);
+    const std::u16string name = u"t." + QuoteIdentifier(facts.Name);
+    const std::u16string type = ListedType(facts);
+    const bool converts = ClassifyType(facts).value().legacyLong || facts.DataType == u"xml";
+    return converts ? u"CAST(" + name + u" AS " + type + u")" : name;
 }
 
 std::u16string StatementWriter::Join(const Shape& shape, const std::vector<bool>& anyNull) const {
@@ -361,17 +414,17 @@ std::u16string StatementWriter::Join(const Shape& shape, const std::vector<bool>
             own += u" COLLATE " + facts.Collation;
         }
         const std::u16string column = LeftSide(shape.conditions[i], u"t.");
-        const std::u16string equal = column + u" = " + own;
-        AppendTerm(join, u" AND ",
-                   anyNull[i]
-                       ? u"(" + equal + u" OR " + column + u" IS NULL AND " + own + u" IS NULL)"
-                       : equal);
+        const std::size_t mark = shape.conditions[i].mark;
+        std::u16string holds = column + u" = " + own;
+        if (anyNull[i]) holds += u" OR " + column + u" IS NULL AND " + own + u" IS NULL";
+        if (mark > 0) holds = IsMarked(mark, u'0') + u" OR " + holds;
+        AppendTerm(join, u" AND ", anyNull[i] || mark > 0 ? u"(" + holds + u")" : holds);
     }
     return join;
 }
 
 void StatementWriter::WriteList(const Shape& shape, const std::vector<Line>& lines) {
-    if (lines.size() == 1) return WriteSingle(shape, lines.front());
+    if (lines.size() == 1 && !HasMarks(shape)) return WriteSingle(shape, lines.front());
     std::u16string names;
     std::vector<bool> anyNull;
     for (std::size_t i = 0; i < shape.conditions.size(); ++i) {
@@ -379,7 +432,7 @@ void StatementWriter::WriteList(const Shape& shape, const std::vector<Line>& lin
         anyNull.push_back(std::any_of(lines.begin(), lines.end(),
                                       [&](const Line& line) { return line.conditions[i].null; }));
     }
-    if (style_.guard) return WriteGuardedList(shape, lines, anyNull);
+    if (NotesMet() || HasMarks(shape)) return WriteDeclaredList(shape, lines, anyNull);
     for (std::size_t i = 0; shape.kind == Kind::Update && i < shape.columns.size(); ++i)
         AppendTerm(names, u", ", Numbered(u'n', i));
     std::u16string text =

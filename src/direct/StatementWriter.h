@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 #include "direct/BatchWriter.h"
@@ -21,6 +22,12 @@ struct StatementStyle {
     bool guard = false;
     // A unique index of the target drops rows that it has: each is inserted, and named, by itself.
     bool dropsDuplicates = false;
+};
+
+// The columns of one statement for rows of which not all change the same ones.
+struct TogetherColumns {
+    std::vector<std::size_t> columns;
+    std::vector<bool> some;  // of each: there are rows that do not change it
 };
 
 class StatementWriter {
@@ -42,10 +49,10 @@ class StatementWriter {
     void Update(const DirectRow& row, const DirectRow& source,
                 const std::vector<std::size_t>& columns);
     // The same with one statement for all rows until Flush, however many: they may swap values that
-    // have to be unique. `columns`: the same for all of them, and not empty; those that are not
-    // `changed` stay as they are.
+    // have to be unique. `together`: the same for all of them, and not empty. What is not `changed`
+    // of a row keeps the value that it has when the statement runs.
     void UpdateTogether(const DirectRow& row, const DirectRow& source,
-                        const std::vector<std::size_t>& columns, const std::vector<bool>& changed);
+                        const TogetherColumns& together, const std::vector<bool>& changed);
     // Sets columns to NULL.
     void Empty(const DirectRow& row, const std::vector<std::size_t>& columns);
     // Sets columns that are NULL by now.
@@ -71,8 +78,10 @@ class StatementWriter {
     struct Condition {
         std::size_t column = 0;
         bool exact = false;  // by its bytes and their number, a sql_variant by its base type, too
+        // Where not 0: it holds for rows only that are marked at this place, from 1.
+        std::size_t mark = 0;
         bool operator<(const Condition& other) const {
-            return column != other.column ? column < other.column : exact < other.exact;
+            return std::tie(column, exact, mark) < std::tie(other.column, other.exact, other.mark);
         }
     };
     enum class Kind { Delete, Update, Empty };
@@ -80,7 +89,21 @@ class StatementWriter {
         Kind kind = Kind::Delete;
         std::vector<Condition> conditions;
         std::vector<std::size_t> columns;
+        // Of each column: a row is set only where its mark says so. Empty: there are no marks.
+        std::vector<bool> some;
         bool operator<(const Shape& other) const;
+    };
+    // A column of a table that holds the rows of a statement.
+    struct ListColumn {
+        std::u16string name;
+        std::u16string type;
+        std::u16string null;  // with a type
+    };
+    // What holds the rows of a statement.
+    struct RowList {
+        std::u16string source;  // what stands behind FROM, before AS
+        std::size_t count = 0;
+        bool many = false;  // more than a list may have
     };
     // A row of UpdateTogether that has not been written yet.
     struct Pending {
@@ -91,48 +114,56 @@ class StatementWriter {
         Line line;
         bool alone = false;
     };
-    // Rows of UpdateTogether in a temporary table.
+    // Rows of UpdateTogether in temporary tables, of which each holds some columns of every row.
     struct Waiting {
         Shape shape;
-        InsertLists rows;
-        std::vector<bool> anyNull;  // of each condition
+        std::vector<std::u16string> tables;
+        std::vector<InsertLists> rows;  // of each table
+        std::vector<bool> anyNull;      // of each condition
         Line first;
-        std::size_t count = 0;
+        RowList list;
     };
 
     const ColumnFacts& TargetFacts(std::size_t column) const;
     bool ByBytes(std::size_t column) const;
     void AddConditions(Shape& shape, const DirectRow& row, bool ofTarget,
                        const std::vector<std::size_t>& guarded) const;
+    static bool HasMarks(const Shape& shape);
+    static std::size_t MarkOf(const Shape& shape, std::size_t column);
+    static std::u16string Marks(const Shape& shape, const std::vector<bool>& changed);
     Line MakeLine(const Shape& shape, const DirectRow& row, bool ofTarget) const;
     Cell ConditionCell(const Condition& condition, const DirectRow& row, bool ofTarget) const;
     void Take(const Shape& shape, Line line, bool alone);
     void Write(const Shape& shape, const std::vector<Line>& lines);
     void WriteList(const Shape& shape, const std::vector<Line>& lines);
     void WriteSingle(const Shape& shape, const Line& line);
-    InsertLists::Table LinesTable(const Shape& shape, std::u16string name,
-                                  std::u16string& declared) const;
-    std::u16string GuardedWrite(const Shape& shape, const std::u16string& table,
-                                const std::vector<bool>& anyNull, std::size_t expected,
-                                bool many) const;
-    void WriteGuardedList(const Shape& shape, const std::vector<Line>& lines,
-                          const std::vector<bool>& anyNull);
+    bool NotesMet() const;
+    std::vector<ListColumn> ListColumns(const Shape& shape) const;
+    std::u16string WriteFrom(const Shape& shape, const RowList& list,
+                             const std::vector<bool>& anyNull, const Line& first) const;
+    std::u16string NotingWrite(const Shape& shape, const RowList& list, const std::u16string& write,
+                               const std::u16string& from) const;
+    void WriteDeclaredList(const Shape& shape, const std::vector<Line>& lines,
+                           const std::vector<bool>& anyNull);
     void DeleteWhole(const DirectRow& row);
     void MakeInserts();
     std::function<void(std::u16string_view)> ToBatches() const;
-    Line MakeUpdate(Shape& shape, const DirectRow& row, const DirectRow& source,
+    Line MakeUpdate(const Shape& shape, const DirectRow& row, const DirectRow& source,
                     const std::vector<bool>& changed, bool& alone) const;
-    std::u16string NewValue(std::size_t column, const DirectRow& row, const DirectRow& source,
+    std::u16string NewValue(std::size_t column, const DirectRow& source,
                             const std::vector<bool>& changed, bool& alone) const;
     bool FitsOneList() const;
-    void MakeWaiting(const std::vector<std::size_t>& columns);
+    void MakeWaiting(const TogetherColumns& together);
+    void MakeTables(const std::vector<ListColumn>& columns);
     void AddWaiting(const DirectRow& row, const DirectRow& source,
                     const std::vector<bool>& changed);
     void FlushTogether();
     std::u16string Sets(const Shape& shape) const;
+    std::u16string OwnValue(std::size_t column) const;
     std::u16string Join(const Shape& shape, const std::vector<bool>& anyNull) const;
     std::u16string LeftSide(const Condition& condition, const std::u16string& prefix) const;
     std::u16string Check(std::size_t expected, const Line& first) const;
+    std::u16string_view Failure() const;
     // `which`: "key (5)", or empty.
     std::u16string Check(std::size_t expected, std::u16string_view which,
                          std::u16string_view failure) const;

@@ -83,4 +83,11 @@ std::u16string DeclaredType(const ColumnFacts& column) {
     return text;
 }
 
+std::u16string ListedType(const ColumnFacts& column) {
+    if (column.DataType == u"text") return u"varchar(max)";
+    if (column.DataType == u"ntext") return u"nvarchar(max)";
+    if (column.DataType == u"image") return u"varbinary(max)";
+    return DeclaredType(column);
+}
+
 }  // namespace QuillonLib

@@ -37,4 +37,8 @@ std::optional<TypeClass> ClassifyType(const ColumnFacts& column);
 // "varchar(10)", "nvarchar(max)", "decimal(9, 2)", "datetime2(3)", "int": as in a declaration.
 std::u16string DeclaredType(const ColumnFacts& column);
 
+// That of a column that keeps any value of the other as it is, and that expressions take:
+// "nvarchar(max)" of ntext.
+std::u16string ListedType(const ColumnFacts& column);
+
 }  // namespace QuillonLib

@@ -240,6 +240,175 @@ TEST_P(UniqueValues, OfOtherRowsLeaveWhatCountsAsTheSameAlone) {
     }
 }
 
+// A constraint over such a column and others holds before and after, and not in between.
+TEST_P(UniqueValues, ChangeTogetherWithTheOthersOfTheirRow) {
+    RunOnBoth(
+        u"CREATE TABLE p (a int, b int, PRIMARY KEY (a, b))"
+        u" CREATE TABLE t (id int PRIMARY KEY, code int UNIQUE, twin int, CHECK (twin = code),"
+        u" CONSTRAINT FK_p FOREIGN KEY (code, twin) REFERENCES p (a, b))");
+    for (const int rows : {2, 3, 800}) {
+        SCOPED_TRACE(rows);
+        const std::u16string last = ToText(rows - 1);
+        const std::u16string parents = u"DELETE t DELETE p DECLARE @n int SET @n = 0 WHILE @n <= " +
+                                       last +
+                                       u" BEGIN INSERT p VALUES (@n, @n) SET @n = @n + 1 END ";
+        RunOn1(parents + Fill(rows, u"@i, @i, @i"));
+        RunOn2(parents + Fill(rows, u"@i, " + last + u" - @i, " + last + u" - @i"));
+        ExpectToConverge({u"t"});
+        EXPECT_EQ(On2(u"SELECT COUNT(*) FROM t WHERE code = id AND twin = id"), ToText(rows));
+    }
+}
+
+// Beside rows that change it: neither written nor looked at.
+TEST_P(UniqueValues, ThatARowDoesNotChangeStayAsTheyAre) {
+    RunOnBoth(u"CREATE TABLE t (id int PRIMARY KEY, code int UNIQUE, mail int UNIQUE, a int)");
+    for (const int rows : {4, 800}) {
+        SCOPED_TRACE(rows);
+        RunOnBoth(u"DELETE t");
+        RunOn1(Fill(rows, u"@i, @i, @i, @i"));
+        RunOn2(Fill(rows, u"@i, @i + 1000, @i + 1000, @i"));
+        // row 1 changes its code only, row 2 its mail, row 3 both and the rest
+        RunOn2(
+            u"UPDATE t SET mail = 1 WHERE id = 1 UPDATE t SET code = 2 WHERE id = 2"
+            u" UPDATE t SET a = -3 WHERE id = 3");
+        const std::u16string script = Script({u"t"});
+        RunOn2(
+            u"UPDATE t SET mail = 5001, a = 5001 WHERE id = 1"
+            u" UPDATE t SET code = 5002, a = NULL WHERE id = 2");
+        EXPECT_EQ(Run(script), Texts{}) << ToUtf8(script);
+        EXPECT_EQ(On2(u"SELECT code FROM t WHERE id = 1"), u"1");
+        EXPECT_EQ(On2(u"SELECT mail FROM t WHERE id = 1"), u"5001");
+        EXPECT_EQ(On2(u"SELECT a FROM t WHERE id = 1"), u"5001");
+        EXPECT_EQ(On2(u"SELECT code FROM t WHERE id = 2"), u"5002");
+        EXPECT_EQ(On2(u"SELECT mail FROM t WHERE id = 2"), u"2");
+        EXPECT_EQ(On2(u"SELECT COUNT(*) FROM t WHERE a IS NULL"), u"1");
+        EXPECT_EQ(On2(u"SELECT code + mail + a FROM t WHERE id = 3"), u"9");
+    }
+}
+
+// To the bit, whatever its type: bytes without a character, and what only a float holds.
+TEST_P(UniqueValues, LeaveTheOtherValuesOfEveryTypeAlone) {
+    const struct {
+        const char16_t *type, *old, *other, *meanwhile;
+    } cases[] = {
+        {u"tinyint", u"1", u"2", u"3"},
+        {u"decimal(38,20)", u"1", u"2", u"123456789012345678.12345678901234567891"},
+        {u"money", u"1", u"2", u"922337203685477.5807"},
+        {u"real", u"1e0", u"2e0", u"CAST(0.1e0 AS real)"},
+        {u"float", u"1e0", u"2e0", u"0.1e0"},
+        {u"datetime", u"'20240101'", u"'20240102'", u"'20240103 10:00:00.003'"},
+        {u"datetime2(7)", u"'20240101'", u"'20240102'", u"'20240103 10:00:00.1234567'"},
+        {u"datetimeoffset(3)", u"'2024-01-01 00:00 +01:00'", u"'2024-01-01 00:00 +02:00'",
+         u"'2024-01-01 10:00:00.123 -03:30'"},
+        {u"uniqueidentifier", u"'11234567-89AB-CDEF-0123-456789ABCDEF'",
+         u"'21234567-89AB-CDEF-0123-456789ABCDEF'", u"'31234567-89AB-CDEF-0123-456789ABCDEF'"},
+        {u"char(4)", u"'a'", u"'b'", u"CAST(0x81208D20 AS char(4))"},
+        {u"varchar(9)", u"'a'", u"N'\u00e9'", u"CAST(0x818D2020 AS varchar(9))"},
+        {u"varchar(9) COLLATE Cyrillic_General_CI_AS", u"'a'", u"N'\u0416'", u"N'\u0436 '"},
+        {u"nchar(3)", u"N'a'", u"N'\u0416'", u"N'\u0436 '"},
+        {u"nvarchar(max)", u"N'a'", u"N'\u0416'", u"N'\u0436 '"},
+        {u"binary(3)", u"0x01", u"0x02", u"0x0300"},
+        {u"varbinary(9)", u"0x01", u"0x02", u"0x0300"},
+        {u"text", u"'a'", u"N'\u00e9'", u"CAST(0x818D2020 AS varchar(9))"},
+        {u"ntext", u"N'a'", u"N'\u0416'", u"N'\u0436 '"},
+        {u"image", u"0x01", u"0x02", u"0x0300"},
+        {u"xml", u"'<a/>'", u"'<b/>'", u"'<c>1</c>'"},
+        {u"sql_variant", u"1", u"'a'", u"CAST(5 AS tinyint)"},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(ToUtf8(each.type));
+        const std::u16string type(each.type);
+        RunOnBoth(u"IF OBJECT_ID('t') IS NOT NULL DROP TABLE t");
+        RunOnBoth(u"CREATE TABLE t (id int PRIMARY KEY, code int UNIQUE, a " + type + u" NULL)");
+        const auto row = [](const char16_t* start, const char16_t* value) {
+            return std::u16string(start) + value + u") ";
+        };
+        RunOn1(row(u"INSERT t VALUES (1, 1, ", each.old) +
+               row(u"INSERT t VALUES (2, 2, ", each.old));
+        RunOn2(row(u"INSERT t VALUES (1, 2, ", each.old) +
+               row(u"INSERT t VALUES (2, 1, ", each.other));
+        const std::u16string script = Script({u"t"});
+        EXPECT_NE(script.find(u"CASE WHEN"), std::u16string::npos);
+        for (auto* side : {&server, &server2}) {
+            side->Run(u"USE w\nGO\nUPDATE t SET a = " + std::u16string(each.meanwhile) +
+                      u" WHERE id = 1");
+        }
+        EXPECT_EQ(Run(script), Texts{}) << ToUtf8(script);
+        const DirectTableResult result = CompareOne();
+        EXPECT_EQ(result.identical, 2U) << ToUtf8(script);
+        EXPECT_TRUE(result.Same());
+        ASSERT_FALSE(HasFailure()) << ToUtf8(script);
+    }
+}
+
+// More columns than a row of a table has room for.
+TEST_P(UniqueValues, OfWideTables) {
+    std::u16string declared, values;
+    for (int i = 1; i <= 330; ++i) {
+        const std::u16string name = u"c" + ToText(i);
+        declared += u", " + name + (i % 2 == 0 ? u" nvarchar(30)" : u" decimal(38,2)");
+        values += u", " + ToText(i);
+    }
+    RunOnBoth(u"CREATE TABLE t (id int PRIMARY KEY, code int UNIQUE" + declared + u")");
+    RunOn1(Fill(4, u"@i, @i" + values));
+    RunOn2(Fill(4, u"@i, @i + 100" + values) + u" UPDATE t SET c2 = NULL WHERE id = 2");
+    std::u16string sets;
+    for (int i = 1; i <= 328; i += 2)
+        sets += u"c" + ToText(i) + u" = -1, c" + ToText(i + 1) + u" = N'other', ";
+    RunOn2(u"UPDATE t SET " + sets + u"code = code WHERE id <> 2");
+    const std::u16string script = Script({u"t"});
+    EXPECT_NE(script.find(u"CREATE TABLE #quillon_rows2 (n int NOT NULL PRIMARY KEY"),
+              std::u16string::npos);
+    EXPECT_NE(script.find(u"DROP TABLE #quillon_rows2\r\n"), std::u16string::npos);
+    RunOn2(u"UPDATE t SET c7 = 77 WHERE id = 2 UPDATE t SET c327 = 78 WHERE id = 3");
+    const Texts errors = Run(script);
+    if (scripted.guard) {
+        ASSERT_EQ(errors.size(), 1U);
+        EXPECT_TRUE(
+            errors[0].ends_with(u"Table [dbo].[t], key (3): a row is not as it was compared."))
+            << ToUtf8(errors[0]);
+        EXPECT_EQ(On2(u"SELECT COUNT(*) FROM t WHERE code = id + 100"), u"4");
+        RunOn2(u"UPDATE t SET c327 = -1 WHERE id = 3");
+        EXPECT_EQ(Run(script), Texts{});
+    } else {
+        EXPECT_EQ(errors, Texts{});
+    }
+    EXPECT_EQ(On2(u"SELECT c7 FROM t WHERE id = 2"), u"77.00");
+    RunOn2(u"UPDATE t SET c7 = 7 WHERE id = 2");
+    ExpectToConverge({u"t"});
+    EXPECT_EQ(CompareOne().differing, 0U);
+}
+
+// One that is missing and one that is there twice make up for each other in a count.
+TEST_P(UniqueValues, OfKeysThatAreNotUniqueAreCountedOneByOne) {
+    keyColumns = {u"k"};
+    options.ignoredColumns = {u"id"};
+    RunOnBoth(
+        u"CREATE TABLE t (id int IDENTITY PRIMARY KEY, k int, code int, part int,"
+        u" CONSTRAINT UQ UNIQUE (code, part))");
+    for (const int rows : {3, 800}) {
+        SCOPED_TRACE(rows);
+        RunOnBoth(u"DELETE t");
+        const std::u16string fill = u"DECLARE @i int SET @i = 0 WHILE @i < " + ToText(rows) +
+                                    u" BEGIN INSERT t (k, code, part) VALUES (@i, @i * 10 + ";
+        RunOn1(fill + u"1, 0) SET @i = @i + 1 END");
+        RunOn2(fill + u"2, 0) SET @i = @i + 1 END");
+        const std::u16string script = Script({u"t"});
+        RunOn2(u"DELETE t WHERE k = 2 INSERT t (k, code, part) VALUES (1, 12, 7)");
+        const Texts errors = Run(script);
+        ASSERT_EQ(errors.size(), 1U) << ToUtf8(script);
+        EXPECT_TRUE(errors[0].ends_with(
+            scripted.guard ? u"Table [dbo].[t], key (2): a row is not as it was compared."
+                           : u"Table [dbo].[t], key (2): a row is missing, or there more than "
+                             u"once."))
+            << ToUtf8(errors[0]);
+        EXPECT_EQ(On2(u"SELECT COUNT(*) FROM t WHERE code % 10 = 2"), ToText(rows));
+        RunOn2(u"DELETE t WHERE part = 7 INSERT t (k, code, part) VALUES (2, 22, 0)");
+        EXPECT_EQ(Run(script), Texts{});
+        EXPECT_EQ(On2(u"SELECT COUNT(*) FROM t WHERE code % 10 = 1"), ToText(rows));
+    }
+}
+
 TEST(NamesOfExpressions, AreReadQuotedOrNot) {
     EXPECT_EQ(NamesIn(u"([Active]=(1) AND [a]]b] IS NOT NULL)"),
               (Texts{u"Active", u"AND", u"a]b", u"IS", u"NOT", u"NULL"}));
