@@ -84,10 +84,14 @@ std::u16string DeclaredType(const ColumnFacts& column) {
 }
 
 std::u16string ListedType(const ColumnFacts& column) {
+    ColumnFacts listed = column;
+    if (column.DataType == u"char") listed.DataType = u"varchar";
+    if (column.DataType == u"nchar") listed.DataType = u"nvarchar";
+    if (column.DataType == u"binary") listed.DataType = u"varbinary";
     if (column.DataType == u"text") return u"varchar(max)";
     if (column.DataType == u"ntext") return u"nvarchar(max)";
     if (column.DataType == u"image") return u"varbinary(max)";
-    return DeclaredType(column);
+    return DeclaredType(listed);
 }
 
 }  // namespace QuillonLib

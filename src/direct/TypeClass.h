@@ -37,8 +37,9 @@ std::optional<TypeClass> ClassifyType(const ColumnFacts& column);
 // "varchar(10)", "nvarchar(max)", "decimal(9, 2)", "datetime2(3)", "int": as in a declaration.
 std::u16string DeclaredType(const ColumnFacts& column);
 
-// That of a column that keeps any value of the other as it is, and that expressions take:
-// "nvarchar(max)" of ntext.
+// That of a column that keeps any value of the other as it is, and compares it alike, but that can
+// put it outside of the row, which has 8,060 bytes, and that expressions take: "varchar(10)" of
+// char(10), "nvarchar(max)" of ntext. The values of char, nchar and binary are filled up already.
 std::u16string ListedType(const ColumnFacts& column);
 
 }  // namespace QuillonLib

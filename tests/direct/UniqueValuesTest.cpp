@@ -379,6 +379,24 @@ TEST_P(UniqueValues, OfWideTables) {
     EXPECT_EQ(CompareOne().differing, 0U);
 }
 
+// Of fixed length, the old and the new values of such columns are more than a row may hold.
+TEST_P(UniqueValues, BesideLongValuesOfFixedLength) {
+    RunOnBoth(
+        u"CREATE TABLE t (id char(3) PRIMARY KEY, code int UNIQUE, a char(3000), b nchar(1000),"
+        u" c binary(2000))");
+    for (const int rows : {2, 300}) {
+        SCOPED_TRACE(rows);
+        RunOnBoth(u"DELETE t");
+        RunOn1(Fill(rows, u"@i, @i, 'a', N'b', 0x0100"));
+        RunOn2(Fill(rows, u"@i, @i + 1000, 'A', N'c ', 0x01") +
+               u" UPDATE t SET a = 'a', c = 0x02 WHERE id = '1'");
+        const std::u16string script = Script({u"t"});
+        for (const auto* type : {u" char(", u" nchar(", u" binary("})
+            EXPECT_EQ(script.find(type), std::u16string::npos) << ToUtf8(type);
+        ExpectToConverge({u"t"});
+    }
+}
+
 // One that is missing and one that is there twice make up for each other in a count.
 TEST_P(UniqueValues, OfKeysThatAreNotUniqueAreCountedOneByOne) {
     keyColumns = {u"k"};
