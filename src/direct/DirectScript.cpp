@@ -179,6 +179,8 @@ class DirectScriptWriter::Impl {
         written.name = name;
         written.inserts = target.inserts > 0;
         written.deletes = target.deletes > 0;
+        for (const std::size_t column : target.shape.key)
+            written.key.push_back(FactsOf(target.shape.columns[column]).Name);
         for (std::size_t i = 0; i < target.shape.columns.size(); ++i) {
             DirectColumn& column = target.shape.columns[i];
             ColumnFacts& own = FactsOf(column);

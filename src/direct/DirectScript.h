@@ -58,7 +58,8 @@ struct DirectScriptTable {
 // by the foreign keys of the target. Where these form a cycle, refer to their own table, or lead
 // away from rows that are deleted, their columns are NULL for the time being; where that cannot be,
 // those foreign keys are suspended, and checked again at the end. So are those that would delete or
-// change referring rows by themselves (ON DELETE, ON UPDATE), of whatever tables. One that the
+// change referring rows by themselves (ON DELETE, ON UPDATE), and those that refer to what may pass
+// from one row to another, of whatever tables. One that the
 // server does not trust, for there may be rows that refer to nothing, is not checked at the end.
 class QUILLON_API DirectScriptWriter {
   public:

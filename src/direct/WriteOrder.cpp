@@ -69,8 +69,8 @@ class WritePlanner {
             const std::size_t child = FindTable(tables, key.Table);
             const std::size_t parent = FindTable(tables, key.Referenced);
             if (!key.Enabled || parent == None) continue;
-            if (Acts(key, parent)) {
-                acting_.push_back(&key);
+            if (Acts(key, parent) || PassesOn(key, parent)) {
+                unheld_.push_back(&key);
             } else if (child != None) {
                 edges_.push_back({&key, child, parent});
             }
@@ -81,7 +81,7 @@ class WritePlanner {
         WriteOrder plan;
         plan.order = Sorted(tables_.size(), edges_);
         plan.deferred.resize(tables_.size());
-        for (const ForeignKeyFacts* const key : acting_)
+        for (const ForeignKeyFacts* const key : unheld_)
             plan.suspended.push_back(*key);
         std::vector<std::size_t> place(tables_.size());
         for (std::size_t i = 0; i < plan.order.size(); ++i)
@@ -117,6 +117,31 @@ class WritePlanner {
                (key.ActsOnUpdate && IsChanged({&key, None, parent}, true));
     }
 
+    // Whether what is referred to may be given up by one row, and taken by another, in statements
+    // of their own: rows that are updated pass it on at once, those of one key have the same.
+    bool PassesOn(const ForeignKeyFacts& key, std::size_t parent) const {
+        const WrittenTable& table = tables_[parent];
+        if (IsChanged({&key, None, parent}, true)) return table.inserts || table.deletes;
+        return table.inserts && table.deletes && !SettlesKey(key, table) && IsWritten(key, table);
+    }
+
+    // Whether rows with the same referred values are one row to the comparison.
+    static bool SettlesKey(const ForeignKeyFacts& key, const WrittenTable& table) {
+        return !table.key.empty() &&
+               std::all_of(table.key.begin(), table.key.end(), [&](const std::u16string& name) {
+                   return std::any_of(key.Columns.begin(), key.Columns.end(),
+                                      [&](const auto& columns) {
+                                          return EqualIgnoringCase(columns.second, name);
+                                      });
+               });
+    }
+
+    static bool IsWritten(const ForeignKeyFacts& key, const WrittenTable& table) {
+        return std::all_of(key.Columns.begin(), key.Columns.end(), [&](const auto& columns) {
+            return FindColumn(table, columns.second) != None;
+        });
+    }
+
     bool ReferredIsChanged(const Edge& edge) const { return IsChanged(edge, true); }
 
     bool IsChanged(const Edge& edge, bool referred) const {
@@ -140,7 +165,7 @@ class WritePlanner {
 
     const std::vector<WrittenTable>& tables_;
     std::vector<Edge> edges_;
-    std::vector<const ForeignKeyFacts*> acting_;
+    std::vector<const ForeignKeyFacts*> unheld_;  // that no order of the tables would keep
 };
 
 }  // namespace

@@ -16,6 +16,7 @@ struct WrittenTable {
     std::vector<bool> changed;            // of each: rows are updated in it
     // Of each: it may be NULL for the time being (nullable, and in no unique index or key).
     std::vector<bool> mayBeNull;
+    std::vector<std::u16string> key;  // columns that rows are matched by; empty: there are none
     bool inserts = false;
     bool deletes = false;
 };
@@ -24,8 +25,9 @@ struct WriteOrder {
     std::vector<std::size_t> order;  // parents before children
     // By table: positions of the columns that are NULL for the time being.
     std::vector<std::vector<std::size_t>> deferred;
-    // Also those that would act by themselves on what happens to the rows they refer to; their
-    // tables need not be among those that are written.
+    // Also those that would act by themselves on what happens to the rows they refer to, and those
+    // that refer to what passes from one row to another; their tables need not be among those that
+    // are written.
     std::vector<ForeignKeyFacts> suspended;
 };
 

@@ -77,6 +77,55 @@ TEST_P(Cascades, DoNotFollowUpdatesOfWhatIsReferredTo) {
     EXPECT_EQ(States(), u"0 0");
 }
 
+// Keys that do not act by themselves, of children that are the same on both sides. The value that
+// they refer to passes from one row to another: to one that is inserted, from one that is deleted,
+// or both; in between nobody has it.
+TEST_P(Cascades, AreNotAloneInLosingWhatIsPassedOn) {
+    const struct {
+        const char16_t *one, *two;
+    } cases[] = {
+        {u"(1, 6, 0), (2, 5, 0)", u"(1, 5, 0)"},
+        {u"(2, 5, 0)", u"(1, 5, 0), (2, 6, 0)"},
+        {u"(2, 5, 0)", u"(1, 5, 0)"},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(ToUtf8(each.one));
+        RunOnBoth(u"IF OBJECT_ID('c') IS NOT NULL DROP TABLE c");
+        RunOnBoth(u"IF OBJECT_ID('p') IS NOT NULL DROP TABLE p");
+        MakeTables(u"");
+        RunOn1(std::u16string(u"INSERT p VALUES ") + each.one + u" INSERT c VALUES (1, 5)");
+        RunOn2(std::u16string(u"INSERT p VALUES ") + each.two + u" INSERT c VALUES (1, 5)");
+        const std::u16string script = Script({u"p"});
+        EXPECT_NE(script.find(Suspended), std::u16string::npos) << ToUtf8(script);
+        ExpectToConverge({u"p"});
+        EXPECT_EQ(States(), u"0 0");
+        // children that would be left behind have it rolled back
+        RunOn1(u"DELETE c DELETE p INSERT p VALUES (3, 7, 0)");
+        const Texts errors = Run(Script({u"p"}));
+        ASSERT_EQ(errors.size(), 1U);
+        EXPECT_NE(errors[0].find(u"FK_c"), std::u16string::npos) << ToUtf8(errors[0]);
+        EXPECT_EQ(On2(u"SELECT COUNT(*) FROM p WHERE code = 5"), u"1");
+    }
+}
+
+// Rows that swap what is referred to do it at once, and those of the key itself cannot.
+TEST_P(Cascades, AreNoReasonToSuspendWhatAnOrderKeeps) {
+    MakeTables(u"");
+    RunOnBoth(u"CREATE TABLE d (id int PRIMARY KEY, p int REFERENCES p (id))");
+    RunOn1(
+        u"INSERT p VALUES (1, 8, 1), (2, 2, 1) INSERT c VALUES (1, 8), (2, 2) INSERT d VALUES"
+        u" (1, 1)");
+    RunOn2(
+        u"INSERT p VALUES (1, 2, 1), (2, 8, 1) INSERT c VALUES (1, 8), (2, 2) INSERT d VALUES"
+        u" (1, 1)");
+    EXPECT_EQ(Script({u"p"}).find(u"ALTER TABLE"), std::u16string::npos);
+    ExpectToConverge({u"p"});
+    RunOn1(u"INSERT p VALUES (3, 3, 1)");
+    RunOn2(u"INSERT p VALUES (4, 4, 1) ALTER TABLE c NOCHECK CONSTRAINT FK_c");
+    EXPECT_EQ(Script({u"p"}).find(u"ALTER TABLE"), std::u16string::npos);
+    ExpectToConverge({u"p"});
+}
+
 // What does not happen to the rows they refer to, suspends none.
 TEST_P(Cascades, AreLeftAloneWhereNothingSetsThemOff) {
     MakeTables(u"ON DELETE CASCADE ON UPDATE SET NULL");
