@@ -25,6 +25,9 @@ ColumnLeftOut Told(const DirectOmitted& column) {
             return {column.name, "computed", "it is computed"};
         case DirectOmission::Generated:
             return {column.name, "generated", "the server writes it itself"};
+        case DirectOmission::ColumnSet:
+            return {column.name, "column-set",
+                    "it shows sparse columns, which are compared themselves"};
         case DirectOmission::RowVersion:
             return {column.name, "row-version", "a row version differs by nature"};
         case DirectOmission::NotChosen:

@@ -14,8 +14,8 @@ namespace quillon {
 // A column that is not compared, or not without loss.
 struct ColumnLeftOut {
     std::u16string name;
-    // "only-in-1", "only-in-2", "computed", "row-version", "ignored", "not-chosen",
-    // "not-comparable", "converted"
+    // "only-in-1", "only-in-2", "computed", "generated", "column-set", "row-version", "ignored",
+    // "not-chosen", "not-comparable", "converted"
     const char* why = "";
     std::string reason;  // a sentence; empty for a column of one side
 };

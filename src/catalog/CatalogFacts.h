@@ -39,6 +39,8 @@ struct ColumnFacts {
     // The server writes it itself, and nobody else can: periods of temporal tables, columns of
     // ledgers.
     bool Generated = false;
+    // xml COLUMN_SET FOR ALL_SPARSE_COLUMNS: it holds nothing of its own.
+    bool ColumnSet = false;
     std::u16string Collation;   // empty for columns without one, and on SQL Server 7.0
     std::int32_t CodePage = 0;  // of char, varchar and text, 65001 being UTF-8; 0: not known, or
                                 // a column of another type

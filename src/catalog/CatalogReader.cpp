@@ -130,11 +130,15 @@ constexpr std::u16string_view Temporal =
     u", c.generated_always_type,"
     u" (SELECT n.temporal_type FROM sys.tables n WHERE n.object_id = o.object_id)";
 constexpr std::u16string_view NotTemporal = u", 0, 0";
+// Behind these: whether the column shows the sparse ones.
+constexpr std::u16string_view ColumnSets = u", c.is_column_set";
+constexpr std::u16string_view NoColumnSets = u", 0";
 constexpr std::int32_t HistoryTable = 1;  // sys.tables.temporal_type
 
 constexpr std::int32_t FirstVersionWithCollations = 8;
 constexpr std::int32_t FirstVersionWithSystemViews = 9;
 constexpr std::int32_t FirstVersionWithFilteredIndexes = 10;
+constexpr std::int32_t FirstVersionWithColumnSets = 10;
 constexpr std::int32_t FirstVersionWithTemporalTables = 13;
 // What the services in the cloud say that they are, whatever they know.
 constexpr std::int32_t VersionOfServices = 12;
@@ -206,6 +210,7 @@ void ReadColumns(const std::shared_ptr<Connection>& connection, std::u16string_v
         column.DatabaseCodePage = NumberOf(rows, 13);
         column.Generated = FlagOf(rows, 14);
         object.IsHistory = NumberOf(rows, 15) == HistoryTable;
+        column.ColumnSet = FlagOf(rows, 16);
         object.Columns.push_back(std::move(column));
     }
 }
@@ -304,6 +309,7 @@ std::vector<ObjectFacts> CatalogReader::ObjectsWithColumns(std::span<const Objec
     std::u16string columns(dialect_->ColumnFacts);
     columns.append(version_ < FirstVersionWithCollations ? NoCollations : dialect_->Collations)
         .append(temporal_ ? Temporal : NotTemporal)
+        .append(version_ < FirstVersionWithColumnSets ? NoColumnSets : ColumnSets)
         .append(dialect_->ColumnsOf);
     columns.append(ObjectIdList(names)).append(dialect_->ColumnsOrder);
     ReadColumns(connection_, columns, objects);

@@ -31,6 +31,7 @@ enum class DirectOmission : std::uint8_t {
     OnlyIn2,
     Computed,       // on either side
     Generated,      // on either side: only the server writes it (periods of temporal tables)
+    ColumnSet,      // on either side: it shows the sparse columns, which are compared themselves
     RowVersion,     // timestamp, on either side: the server's own count of changes
     NotChosen,      // the caller has named others
     Ignored,        // by the caller's word, whichever side has it

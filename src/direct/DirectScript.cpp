@@ -213,7 +213,8 @@ class DirectScriptWriter::Impl {
     // the other side has in their place says nothing: it may be a computed column there.
     static bool HoldsMore(const ObjectFacts& facts, const DirectShape& shape) {
         const auto written = [](const ColumnFacts& column) {
-            return !column.Computed && !column.Generated && column.DataType != u"timestamp";
+            return !column.Computed && !column.Generated && !column.ColumnSet &&
+                   column.DataType != u"timestamp";
         };
         return std::any_of(
             facts.Columns.begin(), facts.Columns.end(), [&](const ColumnFacts& column) {

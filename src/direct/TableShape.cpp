@@ -125,6 +125,9 @@ class Planner {
         if (column.Generated || other->Generated) {
             return Omit(column.Name, DirectOmission::Generated);
         }
+        if (column.ColumnSet || other->ColumnSet) {
+            return Omit(column.Name, DirectOmission::ColumnSet);
+        }
         if (!key && !IsChosen(column.Name)) return Omit(column.Name, DirectOmission::NotChosen);
         auto pair = PairColumns(column, *other);
         if (auto* const reason = std::get_if<std::u16string>(&pair)) {

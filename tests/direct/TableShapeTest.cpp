@@ -79,6 +79,21 @@ TEST(TableShape, ColumnsThatAreNotAmongTheChosenAreLeftOutButForTheKey) {
     EXPECT_EQ(plan.shape.omitted[1].why, DirectOmission::OnlyIn1);
 }
 
+// It would be written beside the columns that it shows, and no statement may do that.
+TEST(TableShape, AColumnSetIsLeftOutAndItsColumnsAreNot) {
+    ObjectFacts sparse = TableOf({u"id", u"a", u"all"});
+    const ObjectFacts plain = sparse;
+    sparse.Columns[2].ColumnSet = true;
+    for (const auto& [one, two] :
+         {std::pair(sparse, sparse), std::pair(sparse, plain), std::pair(plain, sparse)}) {
+        const TablePlan plan = PlanTable(one, two, DirectTable{}, {});
+        EXPECT_EQ(plan.shape.columns.size(), 2U);
+        ASSERT_EQ(plan.shape.omitted.size(), 1U);
+        EXPECT_EQ(plan.shape.omitted[0].name, u"all");
+        EXPECT_EQ(plan.shape.omitted[0].why, DirectOmission::ColumnSet);
+    }
+}
+
 TEST(TableShape, AChosenColumnThatIsNotThereIsAnError) {
     DirectTable choice;
     choice.comparedColumns = {u"nmae"};

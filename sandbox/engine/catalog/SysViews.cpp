@@ -85,7 +85,8 @@ std::vector<ViewColumn> ColumnColumns(const std::vector<ViewColumn>& more) {
         {"is_xml_document", B, "0"},
         {"default_object_id", I, "c.default_id"},
         {"rule_object_id", I, "0"},
-        {"is_sparse", B, "0"},
+        {"is_sparse", B, "0", 10},
+        {"is_column_set", B, "0", 10},
         {"generated_always_type", T, "c.generated", 13},
         {"generated_always_type_desc", N60,
          "CASE c.generated WHEN 1 THEN 'AS_ROW_START' WHEN 2 THEN 'AS_ROW_END' ELSE"

@@ -321,5 +321,17 @@ TEST(Login, ChecksUserAndDatabase) {
     EXPECT_THROW(host.AddServer({}), std::invalid_argument);
 }
 
+TEST(Catalog, HasNoSparseColumns) {
+    Box box;
+    box.Run(u"CREATE TABLE t (id int, x xml)");
+    EXPECT_EQ(box.Text(u"SELECT name, is_sparse, is_column_set FROM sys.columns WHERE object_id ="
+                       u" OBJECT_ID('t') ORDER BY column_id"),
+              "id|0|0\nx|0|0\n");
+    // they came with SQL Server 2008
+    Box older("9.00.5000");
+    EXPECT_EQ(older.Run(u"SELECT is_sparse FROM sys.columns").errors.at(0).number, 207);
+    EXPECT_EQ(older.Run(u"SELECT is_column_set FROM sys.columns").errors.at(0).number, 207);
+}
+
 }  // namespace
 }  // namespace sandbox::testing
