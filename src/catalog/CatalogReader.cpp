@@ -72,9 +72,10 @@ const CatalogReader::Dialect CatalogReader::SystemTables{
 };
 
 // A disabled index, and one with a filter, promises nothing about the rows of the whole table:
-// neither may serve as a key. A system type's collation is that of the database. Names come from
-// joins: the server's name functions take metadata locks for every row. Types of the CLR (240) have
-// no base type, and the login may not see all of them.
+// neither may serve as a key. A hash index (7), of a memory-optimized table, may. A system type's
+// collation is that of the database. Names come from joins: the server's name functions take
+// metadata locks for every row. Types of the CLR (240) have no base type, and the login may not see
+// all of them.
 const CatalogReader::Dialect CatalogReader::SystemViews{
     .UserTables =
         u"SELECT s.name, o.name FROM sys.objects o"
@@ -113,7 +114,7 @@ const CatalogReader::Dialect CatalogReader::SystemViews{
         u" ON k.object_id = i.object_id AND k.index_id = i.index_id"
         u" INNER JOIN sys.columns c"
         u" ON c.object_id = k.object_id AND c.column_id = k.column_id"
-        u" WHERE i.type IN (1, 2) AND i.is_hypothetical = 0 AND i.is_disabled = 0"
+        u" WHERE i.type IN (1, 2, 7) AND i.is_hypothetical = 0 AND i.is_disabled = 0"
         u" AND k.key_ordinal > 0 AND o.object_id IN (",
     .FilteredIndexes = u" AND i.has_filter = 0",
     .IndexesOrder = u" ORDER BY o.object_id, i.index_id, k.key_ordinal",

@@ -47,7 +47,7 @@ constexpr const char16_t* Indexes =
     u"i.is_unique, c.name FROM sys.objects o INNER JOIN sys.schemas s ON s.schema_id = o.schema_id "
     u"INNER JOIN sys.indexes i ON i.object_id = o.object_id INNER JOIN sys.index_columns k ON "
     u"k.object_id = i.object_id AND k.index_id = i.index_id INNER JOIN sys.columns c ON "
-    u"c.object_id = k.object_id AND c.column_id = k.column_id WHERE i.type IN (1, 2) AND "
+    u"c.object_id = k.object_id AND c.column_id = k.column_id WHERE i.type IN (1, 2, 7) AND "
     u"i.is_hypothetical = 0 AND i.is_disabled = 0 AND k.key_ordinal > 0 AND o.object_id IN "
     u"(OBJECT_ID(N'[dbo].[a]'), OBJECT_ID(N'[dbo].[b]')) AND i.has_filter = 0 ORDER BY "
     u"o.object_id, i.index_id, k.key_ordinal";
