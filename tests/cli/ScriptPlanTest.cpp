@@ -178,6 +178,24 @@ TEST_F(CycleTest, ASuspendingScriptThatCannotBeCheckedCommitsNothing) {
               u"0");
 }
 
+// With every row checked: also those that had been there while nobody looked.
+TEST_F(CycleTest, SuspendedKeysThatAreNotTrustedAreCheckedToo) {
+    server.Run(
+        u"USE b\nGO\nCREATE TABLE w (r int NULL CONSTRAINT FK_w REFERENCES r (id))\nGO\n"
+        u"ALTER TABLE w NOCHECK CONSTRAINT FK_w\nGO\nINSERT w VALUES (88), (NULL)\nGO\n"
+        u"ALTER TABLE w WITH NOCHECK CHECK CONSTRAINT FK_w");
+    const std::u16string untrusted =
+        u"USE b SELECT COUNT(*) FROM sys.foreign_keys WHERE is_not_trusted = 1";
+    const Outcome refused = Sync(With({"--suspend-constraints"}));
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_NE(refused.err.find("FK_w"), std::string::npos) << refused.err;
+    EXPECT_EQ(server.Scalar(u"USE b SELECT COUNT(*) FROM q"), u"0");
+    EXPECT_EQ(server.Scalar(untrusted), u"1");
+    server.Run(u"USE b\nGO\nDELETE w WHERE r = 88");
+    EXPECT_EQ(Sync(With({"--suspend-constraints"})).exitCode, 0);
+    EXPECT_EQ(server.Scalar(untrusted), u"0");
+}
+
 TEST_F(CycleTest, GroupsStandBeforeWhatTheyDependOn) {
     const auto database = MakeDatabase(u"a");
     database->CheckDependencies(true);
