@@ -100,13 +100,10 @@ void StatementWriter::WriteDeclaredList(const Shape& shape, const std::vector<Li
                      [&text](std::u16string_view insert) { text.append(insert).append(u"\r\n"); });
     for (const Line& line : lines) {
         InsertLists::Row cells;
-        bool alone = false;
-        for (const Cell& cell : line.conditions) {
+        for (const Cell& cell : line.conditions)
             cells.push_back(cell.literal);
-            alone = alone || cell.alone;
-        }
         cells.insert(cells.end(), line.values.begin(), line.values.end());
-        rows.Add(std::move(cells), alone);
+        rows.Add(std::move(cells), HasAlone(line));
     }
     rows.Flush();
     batches_.Add(text + WriteFrom(shape, {name, lines.size(), false}, anyNull, lines.front()));

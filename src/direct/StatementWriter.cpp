@@ -177,8 +177,13 @@ void StatementWriter::Complete(const DirectRow& source, const std::vector<std::s
     Take(shape, std::move(line), alone);
 }
 
+bool StatementWriter::HasAlone(const Line& line) {
+    return std::any_of(line.conditions.begin(), line.conditions.end(),
+                       [](const Cell& cell) { return cell.alone; });
+}
+
 void StatementWriter::Take(const Shape& shape, Line line, bool alone) {
-    if (alone || !style_.lists) return WriteSingle(shape, line);
+    if (alone || HasAlone(line) || !style_.lists) return WriteSingle(shape, line);
     gathered_ += Size(line.values);
     for (const Cell& cell : line.conditions)
         gathered_ += cell.literal.size();

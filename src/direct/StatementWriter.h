@@ -133,6 +133,8 @@ class StatementWriter {
     static std::u16string Marks(const Shape& shape, const std::vector<bool>& changed);
     Line MakeLine(const Shape& shape, const DirectRow& row, bool ofTarget) const;
     Cell ConditionCell(const Condition& condition, const DirectRow& row, bool ofTarget) const;
+    // Whether a condition must not share a list.
+    static bool HasAlone(const Line& line);
     void Take(const Shape& shape, Line line, bool alone);
     void Write(const Shape& shape, const std::vector<Line>& lines);
     void WriteList(const Shape& shape, const std::vector<Line>& lines);

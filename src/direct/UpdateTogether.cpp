@@ -47,7 +47,8 @@ bool StatementWriter::FitsOneList() const {
     const Shape& shape = pending_.front().shape;
     std::size_t size = 0, cells = 0;
     for (const Pending& pending : pending_) {
-        if (pending.alone || pending.shape < shape || shape < pending.shape) return false;
+        if (pending.alone || HasAlone(pending.line)) return false;
+        if (pending.shape < shape || shape < pending.shape) return false;
         cells += pending.line.conditions.size() + pending.line.values.size();
         size += Size(pending.line.values);
         for (const Cell& cell : pending.line.conditions)
@@ -109,11 +110,11 @@ void StatementWriter::AddWaiting(const DirectRow& row, const DirectRow& source,
                                  const std::vector<bool>& changed) {
     bool alone = false;
     Line line = MakeUpdate(waiting_->shape, row, source, changed, alone);
+    alone = alone || HasAlone(line);
     InsertLists::Row cells;
     for (std::size_t i = 0; i < line.conditions.size(); ++i) {
         const Cell& cell = line.conditions[i];
         if (cell.null) waiting_->anyNull[i] = true;
-        alone = alone || cell.alone;
         cells.push_back(cell.literal);
     }
     cells.insert(cells.end(), line.values.begin(), line.values.end());

@@ -111,6 +111,23 @@ TEST_P(UniqueValues, OfBytesThatAreNoText) {
     ExpectToConverge({u"t"});
 }
 
+// As keys, they are found beside such text.
+TEST_P(UniqueValues, OfRowsWhoseKeysAreNoText) {
+    const std::u16string table =
+        u"CREATE DATABASE j COLLATE Japanese_CI_AS\nGO\nUSE j\nGO\n"
+        u"CREATE TABLE t (id varchar(9) PRIMARY KEY, code int UNIQUE, a int)\nGO\n"
+        u"INSERT t VALUES (CAST(0x88 AS varchar(9)), 1, 1), (CAST(0x89 AS varchar(9)), 2, 1)\nGO\n"
+        u"INSERT t VALUES (N'\u65E5', 3, 1), (N'\u672C', 4, 1)\nGO\n";
+    server.Run(table);
+    server2.Run(table + u"INSERT t VALUES (CAST(0x8A AS varchar(9)), 5, 1), (N'\u8A9E', 6, 1)");
+    one = MakeDatabase(server, u"j");
+    two = MakeDatabase(server2, u"j");
+    for (const auto* change : {u"UPDATE t SET a = 2", u"UPDATE t SET code = 5 - code"}) {
+        server2.Run(std::u16string(u"USE j\nGO\n") + change);
+        ExpectToConverge({u"t"});
+    }
+}
+
 TEST_P(UniqueValues, OnServersWithoutLists) {
     sandbox::ServerSettings settings;
     settings.name = u"OLD";
