@@ -9,6 +9,7 @@
 
 #include "catalog/CatalogReader.h"
 #include "catalog/Login.h"
+#include "cli/LoginFailure.h"
 
 namespace quillon {
 
@@ -20,8 +21,9 @@ using namespace QuillonLib;
 constexpr std::size_t TablesPerQuery = 20;
 
 [[noreturn]] void ThrowUnreadable(const Database& database, const Error& error) {
+    const std::string cause = LikelyCause(database, error);
     throw std::runtime_error("cannot read the catalog of " + ToUtf8(database.Description()) +
-                             ":\n" + error.what());
+                             ":\n" + error.what() + (cause.empty() ? "" : "\n" + cause));
 }
 
 std::vector<ObjectFacts> ReadSide(const Database& database, const TextArray& tables) {

@@ -6,6 +6,8 @@
 #include <algorithm>
 
 #include "cli/DatabaseOptions.h"
+#include "cli/LoginFailure.h"
+#include "data/Diagnostic.h"
 #include "tests/cli/ProgramFixture.h"
 
 namespace quillon {
@@ -50,6 +52,30 @@ TEST(ConnectionValue, IsPutInBracesWhereItWouldEndOrOpenOne) {
     EXPECT_EQ(ConnectionValue("a;}b", "password"), "{a;}b}");
     EXPECT_THROW(ConnectionValue("a};b", "password"), CLI::ValidationError);
     EXPECT_THROW(ConnectionValue("a;b}", "password"), CLI::ValidationError);
+}
+
+// What is added to a failure of a login that was told these keywords.
+std::string AddedTo(const QuillonLib::Error& error, const char16_t* keywords) {
+    QuillonLib::Database database;
+    database.ConnectionKeywords(keywords);
+    return LikelyCause(database, error);
+}
+
+TEST(LikelyCause, IsToldWhereEncryptionIsRequiredAndTheDriverGivesNoReason) {
+    using QuillonLib::DataError;
+    const QuillonLib::Diagnostic cannot{-2147467259, "08001", 0, u"Unable to connect"};
+    const QuillonLib::Diagnostic unavailable{-2147467259, "08001", 20009, u"is unavailable"};
+    const QuillonLib::Diagnostic refused{-2147217843, "28000", 18456, u"Login failed"};
+    const QuillonLib::Diagnostic lost{-2147467259, "08S01", 0, u"Communication link failure"};
+    const char16_t* const require = u"encryption=require";
+    EXPECT_NE(AddedTo(DataError({cannot}), require), "");
+    EXPECT_EQ(AddedTo(DataError({cannot}), u"encryption=request"), "");
+    EXPECT_EQ(AddedTo(DataError({cannot}), u""), "");
+    EXPECT_EQ(AddedTo(DataError({unavailable, cannot}), require), "");
+    EXPECT_EQ(AddedTo(DataError({refused, cannot}), require), "");
+    EXPECT_EQ(AddedTo(DataError({unavailable}), require), "");
+    EXPECT_EQ(AddedTo(DataError({lost}), require), "");
+    EXPECT_EQ(AddedTo(QuillonLib::Error(5, u"no login at all"), require), "");
 }
 
 class ConnectingTest : public ProgramTest {

@@ -154,7 +154,12 @@ TEST_F(NamedConnections, WhereEncryptionIsRequiredNoPasswordIsSentWithoutIt) {
         if (!named) arguments.insert(arguments.end(), {"--encryption", "require"});
         const Outcome outcome = Compare(arguments);
         EXPECT_EQ(outcome.exitCode, 2) << outcome.out;
-        EXPECT_TRUE(Holds(outcome.err, "connect")) << outcome.err;
+        EXPECT_EQ(outcome.err, "quillon: cannot read the catalog of " + first +
+                                   ":\n[FreeTDS][SQL Server]Unable to connect to data source\n"
+                                   "Encryption is required here, and the driver gives no reason. "
+                                   "Likely the server does not encrypt; but a name that is not "
+                                   "found, and a server that does not speak this protocol, fail "
+                                   "with the same words.\n");
         EXPECT_TRUE(server.Log().empty());
     }
     Write(Section("one", server, "encryption = require"));
@@ -162,6 +167,28 @@ TEST_F(NamedConnections, WhereEncryptionIsRequiredNoPasswordIsSentWithoutIt) {
         EXPECT_EQ(Compare({"one", second, "--user", "sa", "--encryption", enough}).exitCode, 1)
             << enough;
     }
+}
+
+// A cause that the driver does tell stands alone.
+TEST_F(NamedConnections, EncryptionIsBlamedForNothingElse) {
+    const std::vector<std::string> require{"--user", "sa", "--encryption", "require"};
+    const auto failure = [&](std::vector<std::string> call, std::vector<std::string> options) {
+        call.insert(call.end(), options.begin(), options.end());
+        const Outcome outcome = Compare(call);
+        EXPECT_EQ(outcome.exitCode, 2);
+        return outcome.err;
+    };
+    Write("");
+    const std::string nobody = failure({"127.0.0.1,1/d", second}, require);
+    EXPECT_TRUE(Holds(nobody, "is unavailable or does not exist")) << nobody;
+    EXPECT_FALSE(Holds(nobody, "ncrypt")) << nobody;
+    const QuillonLib::test::SilentServer silent;
+    const std::string silence = failure(
+        {QuillonLib::ToUtf8(silent.Address()) + "/d", second, "--login-timeout", "1"}, require);
+    EXPECT_TRUE(Holds(silence, "Timeout expired")) << silence;
+    EXPECT_FALSE(Holds(silence, "ncrypt")) << silence;
+    const std::string notAsked = failure({"nowhere.invalid/d", second}, {"--user", "sa"});
+    EXPECT_FALSE(Holds(notAsked, "ncrypt")) << notAsked;
 }
 
 TEST_F(NamedConnections, ALoginMayTakeSoLong) {
