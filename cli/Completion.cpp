@@ -78,30 +78,27 @@ std::string CommandCases(const CommandModel& program, const Offers& offer) {
     std::string text = "    case $command in\n";
     ForEachCommand(program, [&](const CommandModel& command) {
         text += "    '" + command.name + "')\n";
-        if (command.commands.empty()) {
-            AppendOptionCases(command, offer, text);
-            text += "        " + offer.words(Joined(OptionNames(command), " ")) + " ;;\n";
-        } else {
-            text += "        " +
-                    offer.words(Joined(CommandNames(command), " ") + " " +
-                                Joined(OptionNames(command), " ")) +
-                    " ;;\n";
-        }
+        AppendOptionCases(command, offer, text);
+        std::vector<std::string> words = CommandNames(command);
+        const std::vector<std::string> options = OptionNames(command);
+        words.insert(words.end(), options.begin(), options.end());
+        text += "        " + offer.words(Joined(words, " ")) + " ;;\n";
     });
     return text + "    esac\n";
 }
 
-// The first word, and the second where the first has commands of its own.
-std::string FindCommand(const CommandModel& program, const char* first, const char* second,
-                        const char* isBehindSecond) {
-    std::vector<std::string> groups;
+// The first word, and where that has commands of its own, the first of the words behind it that
+// names one: options may stand between them. `rest`: those words, but for the one that is
+// completed.
+std::string FindCommand(const CommandModel& program, const char* first, const char* rest) {
+    std::string text = std::string("    command=") + first + "\n    case $command in\n";
     for (const CommandModel& command : program.commands) {
-        if (!command.commands.empty()) groups.push_back(command.name);
+        if (command.commands.empty()) continue;
+        text += "    " + command.name + ")\n        for word in \"" + rest +
+                "\"; do\n            case $word in " + Joined(CommandNames(command), "|") +
+                ") command=\"$command $word\"; break ;; esac\n        done ;;\n";
     }
-    std::string text = std::string("    command=") + first + "\n";
-    if (groups.empty()) return text;
-    return text + "    case $command in " + Joined(groups, "|") + ") " + isBehindSecond +
-           " && command=\"$command \"" + second + " ;; esac\n";
+    return text + "    esac\n";
 }
 
 std::string FishQuoted(const std::string& text) {
@@ -141,7 +138,7 @@ std::string BashCompletion(const CommandModel& program) {
     return "# Completion of quillon in bash.\n"
            "_quillon() {\n"
            "    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}\n"
-           "    local command\n"
+           "    local command word\n"
            "    COMPREPLY=()\n"
            "    if [ \"$COMP_CWORD\" -eq 1 ]; then\n"
            "        " +
@@ -149,8 +146,7 @@ std::string BashCompletion(const CommandModel& program) {
            "\n"
            "        return\n"
            "    fi\n" +
-           FindCommand(program, "${COMP_WORDS[1]}", "${COMP_WORDS[2]}",
-                       "[ \"$COMP_CWORD\" -gt 2 ]") +
+           FindCommand(program, "${COMP_WORDS[1]}", "${COMP_WORDS[@]:2:COMP_CWORD-2}") +
            CommandCases(program, offer) +
            "}\n"
            "complete -o default -F _quillon quillon\n";
@@ -161,14 +157,14 @@ std::string ZshCompletion(const CommandModel& program) {
     return "#compdef quillon\n"
            "# Completion of quillon in zsh.\n"
            "_quillon() {\n"
-           "    local previous=${words[CURRENT-1]} command\n"
+           "    local previous=${words[CURRENT-1]} command word\n"
            "    if (( CURRENT == 2 )); then\n"
            "        " +
            offer.words(Joined(CommandNames(program), " ")) +
            "\n"
            "        return\n"
            "    fi\n" +
-           FindCommand(program, "${words[2]}", "${words[3]}", "(( CURRENT > 3 ))") +
+           FindCommand(program, "${words[2]}", "${words[@]:2:CURRENT-3}") +
            CommandCases(program, offer) +
            "}\n"
            "_quillon \"$@\"\n";

@@ -70,6 +70,10 @@ std::string Synopsis(const CommandModel& command) {
     return text + "\n";
 }
 
+void AppendOption(const OptionModel& option, std::string& page) {
+    page += ".TP\n" + NamesOf(option) + ValueOf(option) + "\n" + Escaped(option.description) + "\n";
+}
+
 void AppendOptions(const CommandModel& command, std::string& page) {
     std::string group;
     for (const bool arguments : {true, false}) {
@@ -78,10 +82,21 @@ void AppendOptions(const CommandModel& command, std::string& page) {
             const std::string of = arguments ? "Arguments" : option.group;
             if (of != group) page += ".SH " + Escaped(InCapitals(of)) + "\n";
             group = of;
-            page += ".TP\n" + NamesOf(option) + ValueOf(option) + "\n" +
-                    Escaped(option.description) + "\n";
+            AppendOption(option, page);
         }
     }
+}
+
+// Of a command of a command, indented: what it takes beside what the other takes, too.
+void AppendOwnOptions(const CommandModel& command, const CommandModel& other, std::string& page) {
+    std::string own;
+    for (const OptionModel& option : command.options) {
+        const bool both =
+            std::any_of(other.options.begin(), other.options.end(),
+                        [&](const OptionModel& each) { return each.names == option.names; });
+        if (!both) AppendOption(option, own);
+    }
+    if (!own.empty()) page += ".RS\n" + own + ".RE\n";
 }
 
 void AppendCommands(const CommandModel& command, std::string& page) {
@@ -89,9 +104,11 @@ void AppendCommands(const CommandModel& command, std::string& page) {
     page += ".SH COMMANDS\n";
     for (const CommandModel& each : command.commands) {
         // Commands of a command have no page of their own.
-        page += ".TP\n" + (command.name.empty() ? Bold(each.name) + "\n" : Synopsis(each)) +
+        const bool inner = !command.name.empty();
+        page += ".TP\n" + (inner ? Synopsis(each) : Bold(each.name) + "\n") +
                 Escaped(each.description) +
                 (each.commands.empty() ? "" : ": see " + Bold(Dashed(each.name)) + "(1)") + "\n";
+        if (inner) AppendOwnOptions(each, command, page);
     }
 }
 

@@ -65,16 +65,30 @@ void RequireKnownNames(const CLI::App& app, const std::vector<std::string>& argu
     RequireCommand(app, arguments.front());
 }
 
+// The command that the parser has come to, and those that it belongs to: "template", "template
+// new".
+std::vector<const CLI::App*> ParsedCommands(const CLI::App& app) {
+    std::vector<const CLI::App*> commands;
+    for (auto parsed = app.get_subcommands(); !parsed.empty();
+         parsed = commands.back()->get_subcommands())
+        commands.push_back(parsed.front());
+    return commands;
+}
+
 [[noreturn]] void ThrowUnexpected(const CLI::App& app, const CLI::ExtrasError& error,
                                   const std::vector<std::string>& arguments) {
-    const CLI::App* command = arguments.empty() ? nullptr : FindCommand(app, arguments.front());
+    std::string called = "quillon";
+    std::vector<std::string> known;
+    for (const CLI::App* command : ParsedCommands(app)) {
+        called += " " + command->get_name();
+        const std::vector<std::string> names = OptionNames(*command);
+        known.insert(known.end(), names.begin(), names.end());
+    }
     for (const std::string& argument : arguments) {
         const std::string name = argument.substr(0, argument.find('='));
-        if (command == nullptr || name.rfind("--", 0) != 0) continue;
-        const std::vector<std::string> known = OptionNames(*command);
+        if (name.rfind("--", 0) != 0) continue;
         if (std::find(known.begin(), known.end(), name) != known.end()) continue;
-        throw CLI::ValidationError("quillon " + command->get_name() + " has no option " + name +
-                                   DidYouMean(name, known));
+        throw CLI::ValidationError(called + " has no option " + name + DidYouMean(name, known));
     }
     throw CLI::ValidationError(error.what());
 }

@@ -151,6 +151,14 @@ void Drop(const TemplateOptions& options) {
     store->Persist();
 }
 
+// Every command has the option, so that it may stand where options usually do.
+CLI::Option* AddFileTo(CLI::App& command, TemplateOptions& options) {
+    return command
+        .add_option("--templates", options.file,
+                    "Template file (default: Templates.xml beside the program)")
+        ->type_name("FILE");
+}
+
 }  // namespace
 
 void AddTemplateCommand(CLI::App& app, Program& program) {
@@ -161,15 +169,22 @@ void AddTemplateCommand(CLI::App& app, Program& program) {
         "Example:\n  quillon template new nightly db1/sales db2/sales\n"
         "  quillon template pick table dbo.customer");
     auto options = std::make_shared<TemplateOptions>();
-    command->add_option("--templates", options->file,
-                        "Template file (default: Templates.xml beside the program)");
-    auto named = [&](const char* name, const char* what) {
+    const CLI::Option* const inFront = AddFileTo(*command, *options);
+    auto add = [&](const char* name, const char* what) {
         auto* sub = command->add_subcommand(name, what);
+        AddFileTo(*sub, *options)->check([inFront](const std::string&) {
+            return std::string(inFront->count() > 0 ? "given twice" : "");
+        });
+        return sub;
+    };
+    auto named = [&](const char* name, const char* what) {
+        auto* sub = add(name, what);
         sub->add_option("name", options->name, "Name of the template")->required();
         return sub;
     };
-    command->add_subcommand("list", "List the templates; * marks the one in use")
-        ->callback([options, &program] { List(*options, program.console); });
+    add("list", "List the templates; * marks the one in use")->callback([options, &program] {
+        List(*options, program.console);
+    });
     named("show", "Show a template")->callback([options, &program] {
         Show(*options, program.console);
     });
@@ -180,15 +195,15 @@ void AddTemplateCommand(CLI::App& app, Program& program) {
     make->callback([options, &program] { New(*options, program.console); });
     named("use", "Make a template the one in use")->callback([options] { Use(*options); });
     named("remove", "Remove a template")->callback([options] { RemoveTemplate(*options); });
-    for (const bool add : {true, false}) {
-        auto* sub = add ? command->add_subcommand("pick", "Add a pick to the template in use")
-                        : command->add_subcommand("drop", "Take a pick from the template in use");
+    for (const bool pick : {true, false}) {
+        auto* sub = pick ? add("pick", "Add a pick to the template in use")
+                         : add("drop", "Take a pick from the template in use");
         sub->add_option("kind", options->kind, "table, column or index")
             ->required()
             ->check(CLI::IsMember({"table", "column", "index"}));
         sub->add_option("table", options->table, "Table, as name or owner.name")->required();
         sub->add_option("element", options->element, "Name of the column or index");
-        sub->callback([options, add] { add ? Pick(*options) : Drop(*options); });
+        sub->callback([options, pick] { pick ? Pick(*options) : Drop(*options); });
     }
 }
 

@@ -49,6 +49,16 @@ TEST(Mistyped, OptionsAreNamedWithTheNearestOfTheCommand) {
               "Run with --help for more information.\n");
 }
 
+TEST(Mistyped, OptionsAreThoseOfTheInnerCommandAndOfTheOneThatHoldsIt) {
+    EXPECT_EQ(
+        CallProgram({"template", "--templates", "f", "new", "--via", "s/c", "a", "--vai=s/c"}).err,
+        "quillon: quillon template new has no option --vai; did you mean --via?\n"
+        "Run with --help for more information.\n");
+    EXPECT_EQ(CallProgram({"template", "list", "--template", "f"}).err,
+              "quillon: quillon template list has no option --template; did you mean --templates?\n"
+              "Run with --help for more information.\n");
+}
+
 TEST(Mistyped, WhatIsNoOptionIsNamedAsItStands) {
     const Outcome outcome = CallProgram({"compare", "s/a", "s/b", "s/c"});
     EXPECT_EQ(outcome.exitCode, 2);

@@ -186,6 +186,44 @@ TEST_F(TemplateCommandTest, APickThatIsThereAndOneThatIsNotAreTold) {
     ExpectRefused({"drop", "index", "N", "IX"}, "the template in use has no such index");
 }
 
+TEST_F(TemplateCommandTest, TheFileMayBeNamedBeforeAndBehindTheCommandAndItsArguments) {
+    const std::string name = file.string();
+    const std::vector<std::vector<std::string>> calls{
+        {"template", "new", "a", "s/a", "s/b", "--templates", name},
+        {"template", "pick", "--templates", name, "table", "x"},
+        {"template", "pick", "column", "x", "c", "--templates=" + name},
+        {"template", "--templates", name, "new", "b"},
+        {"template", "use", "a", "--templates", name},
+        {"template", "remove", "--templates", name, "b"},
+        {"template", "drop", "column", "--templates", name, "x", "c"}};
+    for (const auto& call : calls) {
+        const Outcome outcome = CallProgram(call);
+        EXPECT_EQ(outcome.exitCode, 0) << call[1] << ": " << outcome.err;
+    }
+    EXPECT_EQ(CallProgram({"template", "list", "--templates", name}).out, "  Default\n* a\n");
+    EXPECT_EQ(CallProgram({"template", "show", "a", "--templates", name}).out,
+              "Database 1: s/a\nDatabase 2: s/b\nDatabase 3: s/a\n[dbo].[x]\n");
+}
+
+TEST_F(TemplateCommandTest, TheFileIsNamedOnce) {
+    Write(File("nightly", Default + Nightly));
+    const std::string before = Read();
+    const Outcome outcome =
+        Call({"remove", "nightly", "--templates", (folder / "other.xml").string()});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.err,
+              "quillon: --templates: given twice\nRun with --help for more information.\n");
+    EXPECT_EQ(Read(), before);
+}
+
+TEST_F(TemplateCommandTest, TheHelpOfEachCommandTellsOfTheFile) {
+    for (const char* command : {"list", "show", "new", "use", "remove", "pick", "drop"}) {
+        const Outcome outcome = CallProgram({"template", command, "--help"});
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_NE(outcome.out.find("--templates FILE"), std::string::npos) << outcome.out;
+    }
+}
+
 // The store would take all columns of the table for "no column".
 TEST_F(TemplateCommandTest, ColumnsAreDroppedByName) {
     const std::string before = File("nightly", Default + Nightly);

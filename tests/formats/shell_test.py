@@ -44,6 +44,14 @@ class Completion(unittest.TestCase):
         self.assertEqual(completed("quillon", "template", "new", "--v"), ["--via"])
         self.assertEqual(completed("quillon", "template", "list", "--v"), [])
 
+    def test_the_file_of_templates_stands_before_or_behind_the_command(self):
+        front = ("quillon", "template", "--templates")
+        self.assertEqual(completed("quillon", "template", "--te"), ["--templates"])
+        self.assertEqual(completed("quillon", "template", "use", "x", "--te"), ["--templates"])
+        self.assertEqual(completed(*front, ""), [])
+        self.assertEqual(completed(*front, "a b.xml", "li"), ["list"])
+        self.assertEqual(completed(*front, "a b.xml", "new", "--v"), ["--via"])
+
     def test_choices(self):
         self.assertEqual(completed("quillon", "compare", "--format", ""),
                          ["table", "json", "csv", "markdown"])
@@ -100,6 +108,14 @@ class Manual(unittest.TestCase):
         page = self.page()
         self.assertIn("quillon COMMAND ...", page)
         self.assertIn("Compare the rows of two databases", page)
+
+    def test_the_page_of_a_command_tells_what_its_own_commands_take(self):
+        page = self.page("template")
+        for text in ("quillon template new [OPTIONS] name [database1] [database2]",
+                     "--via TEXT Third database (default: the first)",
+                     "database2 Second database", "--templates FILE Template file"):
+            self.assertIn(text, page)
+        self.assertEqual(page.count("--templates"), 1)
 
     def test_a_backslash_is_one(self):
         self.assertIn("host\\instance", self.page("databases"))
