@@ -3,6 +3,7 @@ import os
 import pathlib
 import re
 import shutil
+import socket
 import subprocess
 import sys
 import tempfile
@@ -59,9 +60,20 @@ def blocks(text):
 
 
 def commands(document):
-    """Lines that one types: those of indented blocks that begin with the program's name."""
+    """Lines that one types: those of indented blocks that begin with the program's name. A sandbox
+    runs until it is ended, and has a test of its own."""
+    return [line for line in typed_lines(document) if not line.startswith("quillon sandbox")]
+
+
+def typed_lines(document):
     return [line for block in blocks(document.read_text()) for line in block
             if line.startswith("quillon ")]
+
+
+def free_port():
+    with socket.socket() as held:
+        held.bind(("127.0.0.1", 0))
+        return held.getsockname()[1]
 
 
 class Documents(unittest.TestCase):
@@ -108,6 +120,7 @@ class Documents(unittest.TestCase):
     def here(self, text):
         """The same with the sandboxes in place of the servers that documents speak of."""
         first, second = (server.address for server in self.servers)
+        text = text.replace("127.0.0.1,14330", first).replace("127.0.0.1,14331", second)
         return re.sub(r"\bdb[13]?\.example\.org(,\d+)?", first,
                       re.sub(r"\bdb2\.example\.org(,\d+)?", second, text))
 
@@ -134,6 +147,33 @@ class Documents(unittest.TestCase):
         self.assertGreaterEqual(typed["templates.md"], 7)
         self.assertGreaterEqual(typed["connecting.md"], 1)
         self.assertGreaterEqual(typed["batch.md"], 1)
+
+    def test_the_sandboxes_of_the_readme(self):
+        """On ports of this test, and with all that the document then does to them."""
+        lines = typed_lines(ROOT / "README.md")
+        ports = {"14330": str(free_port()), "14331": str(free_port())}
+
+        def typed(line):
+            for shown, port in ports.items():
+                line = line.replace(shown, port)
+            return line
+
+        for line in lines:
+            if not line.startswith("quillon sandbox"):
+                continue
+            server = subprocess.Popen([PROGRAM, *typed(line).split()[1:]], cwd=ROOT,
+                                      stdout=subprocess.PIPE, text=True)
+            self.addCleanup(server.stdout.close)
+            self.addCleanup(server.wait, 30)
+            self.addCleanup(server.terminate)
+            self.assertIn("listens on 127.0.0.1,", server.stdout.readline())
+        done = [self.type(typed(line)) for line in lines
+                if "14330/sales" in line or "14331/sales" in line]
+        self.assertEqual([each.returncode for each in done], [1, 1, 0], done)
+        self.assertIn("2 tables: 0 identical, 2 different", done[0].stdout)
+        self.assertTrue((pathlib.Path(self.folder) / "report.html").exists())
+        again = self.type(typed(next(line for line in lines if "14330/sales" in line)))
+        self.assertIn("2 tables: 2 identical, 0 different", again.stdout)
 
     def test_the_program_of_the_readme(self):
         text = (ROOT / "README.md").read_text()
