@@ -61,6 +61,18 @@ std::vector<std::string> Environment(const std::map<std::string, std::string>& c
     return environment;
 }
 
+// A limit would cut the counters, too, that a process writes when it ends in a build that counts
+// which lines run, and all processes add to the same files: such a process gets files of its own,
+// new ones that nobody reads.
+std::map<std::string, std::string> WithOwnCounters(std::map<std::string, std::string> changes,
+                                                   const fs::path& folder) {
+    const fs::path counters = folder / "counters";
+    fs::remove_all(counters);
+    changes["GCOV_PREFIX"] = counters.string();
+    changes["GCOV_ERROR_FILE"] = "/dev/null";
+    return changes;
+}
+
 void Connect(posix_spawn_file_actions_t& actions, int number, const std::string& path, int flags) {
     if (path == "closed") {
         posix_spawn_file_actions_addclose(&actions, number);
@@ -83,7 +95,8 @@ Process::Process(const fs::path& folder, const std::vector<std::string>& argumen
         argv.insert(argv.begin(), {"/bin/sh", "-c", limit + "; exec \"$0\" \"$@\""});
     }
     argv.insert(argv.end(), arguments.begin(), arguments.end());
-    std::vector<std::string> variables = Environment(environment);
+    std::vector<std::string> variables =
+        Environment(streams.blocks > 0 ? WithOwnCounters(environment, folder) : environment);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     Connect(actions, 0, streams.in.empty() ? "/dev/null" : streams.in, O_RDWR);
