@@ -29,14 +29,11 @@ void AddBatchCommand(CLI::App& app, Program& program) {
                      "File of named connections (default: quillon/connections.ini in the user's "
                      "folder for configurations)")
         ->type_name("FILE");
-    command->add_option("--jobs", options->jobs, "Pairs that are compared at once")
-        ->capture_default_str()
-        ->check(CLI::Range(1, 64));
-    command
-        ->add_option("--per-server", options->perServer,
-                     "Comparisons at once that one server takes part in")
-        ->capture_default_str()
-        ->check(CLI::Range(1, 64));
+    AddNumber(*command, "--jobs", options->jobs, "Pairs that are compared at once", 1, 64)
+        ->default_str("4");
+    AddNumber(*command, "--per-server", options->perServer,
+              "Comparisons at once that one server takes part in", 1, 64)
+        ->default_str("2");
     AddParsed(*command, "--slice", options->slice, ParseBatchSlice,
               "Every COUNT-th pair from the PART-th on: slices 1/3, 2/3 and 3/3 are the whole list")
         ->type_name("PART/COUNT");
@@ -44,13 +41,12 @@ void AddBatchCommand(CLI::App& app, Program& program) {
         ->add_option("--reports", options->reports,
                      "Write a report of each pair, one HTML file, and an index page into a folder")
         ->type_name("FOLDER");
-    command
-        ->add_option("--report-limit", options->reportLimit,
-                     "Rows of each table that a report shows (0: all)")
-        ->capture_default_str();
+    AddNumber(*command, "--report-limit", options->reportLimit,
+              "Rows of each table that a report shows (0: all)", std::uint64_t{0})
+        ->default_str("1000");
     auto format = std::make_shared<std::string>("table");
     command->add_option("--format", *format, "As text for people, or a line of JSON for each pair")
-        ->check(CLI::IsMember({"table", "json"}))
+        ->check(OneOf({"table", "json"}))
         ->type_name("FORMAT")
         ->capture_default_str();
     command->callback([options, format, &program] {

@@ -4,6 +4,7 @@
 #include "cli/CommandLine.h"
 #include "cli/CommandOptions.h"
 #include "cli/Commands.h"
+#include "cli/ParsedOption.h"
 #include "cli/Roads.h"
 
 namespace quillon {
@@ -34,10 +35,9 @@ void AddCompareCommand(CLI::App& app, Program& program) {
             "that bring them over")
         ->type_name("FILE.html")
         ->group(DirectGroup);
-    command
-        ->add_option("--report-limit", options->report.limit,
-                     "Rows of each table that the report shows (0: all)")
-        ->capture_default_str()
+    AddNumber(*command, "--report-limit", options->report.limit,
+              "Rows of each table that the report shows (0: all)", std::uint64_t{0})
+        ->default_str("1000")
         ->group(DirectGroup);
     command->callback([options, command, &program] {
         RequireRoad(*command, options->comparison.ByServer());

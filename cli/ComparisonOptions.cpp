@@ -4,6 +4,7 @@
 #include <map>
 #include <utility>
 
+#include "cli/ParsedOption.h"
 #include "cli/Roads.h"
 #include "cli/StatementLog.h"
 #include "cli/TemplateFile.h"
@@ -91,10 +92,9 @@ void ComparisonOptions::AddListTo(CLI::App& command) {
             "--sort", [this, orders](const std::string& name) { listing_.order = orders.at(name); },
             "List the tables by name, or those with the most differences or rows first (default: "
             "as they are compared)")
-        ->check(CLI::IsMember({"name", "differences", "rows"}))
+        ->check(OneOf({"name", "differences", "rows"}))
         ->type_name("ORDER");
-    command.add_option("--limit", listing_.limit, "List at most so many tables")
-        ->check(CLI::PositiveNumber);
+    AddNumber(command, "--limit", listing_.limit, "List at most so many tables", std::size_t{1});
 }
 
 void ComparisonOptions::AddAcceptTo(CLI::App& command) {

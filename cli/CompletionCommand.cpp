@@ -4,6 +4,7 @@
 
 #include "cli/Commands.h"
 #include "cli/Completion.h"
+#include "cli/ParsedOption.h"
 
 namespace quillon {
 
@@ -15,7 +16,7 @@ void AddCompletionCommand(CLI::App& app, Program& program) {
         "  quillon completion bash > ~/.local/share/bash-completion/completions/quillon");
     auto shell = std::make_shared<std::string>();
     command->add_option("shell", *shell, "The shell")
-        ->check(CLI::IsMember({"bash", "zsh", "fish"}))
+        ->check(OneOf({"bash", "zsh", "fish"}))
         ->required();
     command->callback([&app, &program, shell] {
         const CommandModel model = ModelOf(app);

@@ -5,6 +5,7 @@
 
 #include "cli/CatalogSurvey.h"
 #include "cli/Names.h"
+#include "cli/ParsedOption.h"
 #include "cli/Roads.h"
 #include "cli/TableChoices.h"
 #include "core/TableEntry.h"
@@ -86,17 +87,15 @@ void DirectChoices::AddTo(CLI::App& command) {
     mine(command.add_flag("--ignore-case", ignoreCase_, "Upper and lower case count as the same"));
     mine(command.add_flag("--ignore-trailing-blanks", ignoreTrailingBlanks_,
                           "Blanks at the end of texts do not count"));
-    mine(command
-             .add_option("--float-digits", floatDigits_,
-                         "real and float are compared to so many digits (default: every bit)")
-             ->check(CLI::Range(1, 17)));
+    mine(AddNumber(command, "--float-digits", floatDigits_,
+                   "real and float are compared to so many digits, 1 to 17 (default: every bit)", 1,
+                   17));
     mine(command.add_flag("--snapshot", snapshot_,
                           "Read each table as it was at one moment, where the database allows it"));
-    mine(command
-             .add_option("--jobs", jobs_,
-                         "Tables that are read side by side, with two connections "
-                         "each (default: 2)")
-             ->check(CLI::Range(1, 64)));
+    mine(AddNumber(command, "--jobs", jobs_,
+                   "Tables that are read side by side, with two connections each, 1 to 64 "
+                   "(default: 2)",
+                   1, 64));
 }
 
 std::vector<DirectTable> DirectChoices::Tables(const TableLists& lists,

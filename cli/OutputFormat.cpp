@@ -2,6 +2,8 @@
 
 #include <CLI/App.hpp>
 
+#include "cli/ParsedOption.h"
+
 namespace quillon {
 
 void FormatOption::AddTo(CLI::App& command) {
@@ -9,7 +11,7 @@ void FormatOption::AddTo(CLI::App& command) {
         .add_option("--format", name_,
                     "How the result is written: table, json, csv or markdown; notes and errors go "
                     "to standard error")
-        ->check(CLI::IsMember({"table", "json", "csv", "markdown"}))
+        ->check(OneOf({"table", "json", "csv", "markdown"}))
         ->type_name("FORMAT")
         ->capture_default_str();
 }

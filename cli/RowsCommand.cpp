@@ -4,6 +4,7 @@
 
 #include "cli/CommandOptions.h"
 #include "cli/Commands.h"
+#include "cli/ParsedOption.h"
 #include "cli/Roads.h"
 
 namespace quillon {
@@ -35,11 +36,10 @@ void AddRowsCommand(CLI::App& app, Program& program) {
     command->add_flag("--different", options->different, "Show differing rows");
     command->add_flag("--here", options->here, "Show rows only in the first database");
     command->add_flag("--there", options->there, "Show rows only in the second database");
-    command
-        ->add_option("--limit", options->limit,
-                     "Show at most so many of each kind; without --by-server no more rows are read "
-                     "than that takes")
-        ->check(CLI::PositiveNumber);
+    AddNumber(*command, "--limit", options->limit,
+              "Show at most so many of each kind; without --by-server no more rows are read than "
+              "that takes",
+              1);
     options->format.AddTo(*command);
     auto* const vertical = command->add_flag_callback(
         "--vertical", [options] { options->layout.vertical = true; },

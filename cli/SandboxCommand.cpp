@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "cli/Commands.h"
+#include "cli/ParsedOption.h"
 #include "cli/TextFile.h"
 #include "core/Text.h"
 #include "sandbox/Sandbox.h"
@@ -61,7 +62,8 @@ void AddSandboxCommand(CLI::App& app, Program& program) {
     auto* command = app.add_subcommand("sandbox", "Run a small SQL Server stand-in on 127.0.0.1");
     command->footer("Example:\n  quillon sandbox --port 14330 --load databases.sql");
     auto options = std::make_shared<SandboxOptions>();
-    command->add_option("--port", options->port, "Port to listen on (default: any free one)");
+    AddNumber(*command, "--port", options->port, "Port to listen on (default: any free one)",
+              std::uint16_t{0});
     command->add_option("--name", options->name, "Name of the server")->capture_default_str();
     command->add_option("--version", options->version, "Version that it claims, as 8.00.2039")
         ->capture_default_str();

@@ -3,6 +3,7 @@
 
 #include "cli/CommandOptions.h"
 #include "cli/Commands.h"
+#include "cli/ParsedOption.h"
 #include "cli/Roads.h"
 
 namespace quillon {
@@ -24,12 +25,12 @@ void AddScriptCommand(CLI::App& app, Program& program) {
     options->script.AddTo(*command);
     AddGuardTo(*command, options->guard, "(default: it does not)");
     command->add_option("--to", options->to, "Database that the script is to be run on")
-        ->check(CLI::IsMember({"1", "2", "both"}))
+        ->check(OneOf({"1", "2", "both"}))
         ->capture_default_str();
     command->add_option("-o,--output", options->file, "File to write, or - for standard output")
         ->required();
     command->add_option("--encoding", options->encoding, "Encoding of the file, with its mark")
-        ->check(CLI::IsMember({"utf8", "utf16"}))
+        ->check(OneOf({"utf8", "utf16"}))
         ->capture_default_str();
     command->callback([options, command, &program] {
         const bool byServer = options->comparison.ByServer();

@@ -4,6 +4,7 @@
 
 #include "cli/CommandOptions.h"
 #include "cli/Commands.h"
+#include "cli/ParsedOption.h"
 #include "cli/Roads.h"
 
 namespace quillon {
@@ -25,7 +26,7 @@ void AddSyncCommand(CLI::App& app, Program& program) {
     options->script.AddTo(*command);
     AddGuardTo(*command, options->guard, "(default: it does)");
     command->add_option("--to", options->to, "Database that is changed")
-        ->check(CLI::IsMember({"1", "2"}))
+        ->check(OneOf({"1", "2"}))
         ->required();
     options->limits.AddTo(*command);
     auto* const yes = command->add_flag("--yes", options->yes, "Do not ask");

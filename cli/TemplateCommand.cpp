@@ -4,6 +4,7 @@
 
 #include "cli/Commands.h"
 #include "cli/ComparisonOptions.h"
+#include "cli/ParsedOption.h"
 #include "cli/TemplateFile.h"
 
 namespace quillon {
@@ -200,7 +201,7 @@ void AddTemplateCommand(CLI::App& app, Program& program) {
                          : add("drop", "Take a pick from the template in use");
         sub->add_option("kind", options->kind, "table, column or index")
             ->required()
-            ->check(CLI::IsMember({"table", "column", "index"}));
+            ->check(OneOf({"table", "column", "index"}));
         sub->add_option("table", options->table, "Table, as name or owner.name")->required();
         sub->add_option("element", options->element, "Name of the column or index");
         sub->callback([options, pick] { pick ? Pick(*options) : Drop(*options); });

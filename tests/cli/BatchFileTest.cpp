@@ -104,7 +104,7 @@ TEST_F(BatchFile, SaysWhatIsWrongWithALine) {
     EXPECT_EQ(FailureOf("database2 = open"), "'database2' is set twice");
     EXPECT_EQ(FailureOf("table ="), "'table' has no value");
     EXPECT_EQ(FailureOf("snapshot = true"), "'true' is neither yes nor no");
-    EXPECT_EQ(FailureOf("float-digits = 18"), "float-digits: Value 18 not in range 1 to 17");
+    EXPECT_EQ(FailureOf("float-digits = 18"), "float-digits: '18' is no number from 1 to 17");
     EXPECT_EQ(FailureOf("encryption = on"), "encryption: 'on' is none of off, request and require");
     EXPECT_EQ(FailureOf("table = a.b.c.d.e").substr(0, 1), "'");
     EXPECT_NE(FailureOf("key = a").find("TABLE=NAME,NAME,..."), std::string::npos);
