@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "cli/CallErrors.h"
 #include "cli/Commands.h"
 #include "cli/Driver.h"
 #include "cli/Guarded.h"
@@ -29,40 +30,11 @@ void RequireUtf8(int argc, const char* const* argv) {
     }
 }
 
-std::vector<std::string> CommandNames(const CLI::App& app) {
-    std::vector<std::string> names;
-    for (const CLI::App* command : app.get_subcommands(nullptr))
-        names.push_back(command->get_name());
-    return names;
-}
-
-std::vector<std::string> OptionNames(const CLI::App& command) {
-    std::vector<std::string> names;
-    for (const CLI::Option* option : command.get_options()) {
-        for (const std::string& name : option->get_lnames())
-            names.push_back("--" + name);
-    }
-    return names;
-}
-
-// The command that stands first, nullptr where there is none of that name.
-const CLI::App* FindCommand(const CLI::App& app, const std::string& name) {
-    for (const CLI::App* command : app.get_subcommands(nullptr)) {
-        if (command->get_name() == name) return command;
-    }
-    return nullptr;
-}
-
-const CLI::App& RequireCommand(const CLI::App& app, const std::string& name) {
-    if (const CLI::App* const command = FindCommand(app, name)) return *command;
-    throw CLI::ValidationError("there is no command " + name + DidYouMean(name, CommandNames(app)));
-}
-
 // Throws for a first argument that is no command, and for options that the command lacks: the
 // parser's own words for them name neither what is wrong nor what is near.
 void RequireKnownNames(const CLI::App& app, const std::vector<std::string>& arguments) {
-    if (arguments.empty() || arguments.front().rfind('-', 0) == 0) return;
-    RequireCommand(app, arguments.front());
+    if (BeginsWithOption(app, arguments)) return;
+    RequireCommand(app, arguments.front(), "quillon");
 }
 
 // The command that the parser has come to, and those that it belongs to: "template", "template
@@ -95,16 +67,25 @@ std::vector<const CLI::App*> ParsedCommands(const CLI::App& app) {
 
 void AddHelpCommand(CLI::App& app, Program& program) {
     CLI::App* const help = app.add_subcommand("help", "Tell what a command does and takes");
-    auto name = std::make_shared<std::string>();
-    help->add_option("COMMAND", *name, "The command; without it, all of them are listed");
+    auto names = std::make_shared<std::vector<std::string>>();
+    help->add_option("COMMAND", *names,
+                     "The command, and one of its own commands; without it, all of them are "
+                     "listed")
+        ->expected(0, 2);
     auto manual = std::make_shared<bool>(false);
     help->add_flag("--man", *manual, "Print it as a manual page, for man -l -");
-    help->callback([&app, &program, name, manual] {
+    help->callback([&app, &program, names, manual] {
         // App::help() would tell of the command that was called, which is this one.
-        const CLI::App& subject = name->empty() ? app : RequireCommand(app, *name);
-        if (*manual) return program.console.PrintData(ManualPage(ModelOf(subject, *name)));
-        program.console.PrintData(subject.get_formatter()->make_help(
-            &subject, name->empty() ? "quillon" : "quillon " + *name, CLI::AppFormatMode::Normal));
+        const CLI::App* subject = &app;
+        std::string called = "quillon";
+        for (const std::string& name : *names) {
+            subject = &RequireCommand(*subject, name, called);
+            called += " " + name;
+        }
+        const std::string command = called.substr(std::min(called.size(), sizeof "quillon"));
+        if (*manual) return program.console.PrintData(ManualPage(ModelOf(*subject, command)));
+        program.console.PrintData(
+            subject->get_formatter()->make_help(subject, called, CLI::AppFormatMode::Normal));
     });
 }
 
@@ -126,6 +107,7 @@ void AddCommands(CLI::App& app, Program& program) {
     AddSandboxCommand(app, program);
     AddCompletionCommand(app, program);
     AddHelpCommand(app, program);
+    RefuseEmptyValues(app);
 }
 
 int RunCommand(int argc, const char* const* argv, Program& program) {
@@ -135,10 +117,14 @@ int RunCommand(int argc, const char* const* argv, Program& program) {
         RequireUtf8(argc, argv);
         const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
         RequireKnownNames(app, arguments);
+        RequireInnerCommand(app, arguments);
+        RequireValues(app, arguments);
         try {
             app.parse(argc, argv);
         } catch (const CLI::ExtrasError& error) {
             ThrowUnexpected(app, error, arguments);
+        } catch (const CLI::ArgumentMismatch& error) {
+            throw CLI::ValidationError(SentenceOf(app, error, arguments));
         }
     } catch (const CLI::Success& help) {
         std::ostringstream text;
