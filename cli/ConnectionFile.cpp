@@ -111,7 +111,7 @@ ConnectionFile ConnectionFile::Read(const std::string& file) {
         none.file_ = NameOf(path);
         return none;
     }
-    return Parse(QuillonLib::ToUtf8(ReadTextFile(NameOf(path))), NameOf(path));
+    return Parse(QuillonLib::ToUtf8(ReadTextFile(NameOf(path), LongestSettings)), NameOf(path));
 }
 
 const NamedConnection& ConnectionFile::Find(const std::string& name) const {

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <stdexcept>
+#include <string_view>
 
 namespace quillon {
 
@@ -18,6 +19,8 @@ std::optional<std::string> Environment(const char* name) {
 }
 
 namespace {
+
+constexpr std::size_t LongestLine = std::size_t{64} << 10;
 
 // What a command prints goes through a pipe; both ends stay with this process alone.
 class Pipe {
@@ -37,17 +40,23 @@ class Pipe {
         if (ends_[1] >= 0) close(ends_[1]);
         ends_[1] = -1;
     }
-    std::string ReadAll() {
+    // The first line. The rest is read, too, so that nobody fails for want of a reader, but not
+    // kept.
+    std::string ReadLine() {
         CloseInput();
-        std::string text;
+        std::string line;
+        bool over = false;
         char piece[4096];
         for (;;) {
             const ssize_t size = read(ends_[0], piece, sizeof piece);
-            if (size > 0) {
-                text.append(piece, static_cast<std::size_t>(size));
-            } else if (size == 0 || errno != EINTR) {
-                return text;
-            }
+            if (size < 0 && errno == EINTR) continue;
+            if (size <= 0) return line;
+            const std::string_view text(piece, static_cast<std::size_t>(size));
+            const std::size_t end = std::min(text.find_first_of("\r\n"), text.size());
+            if (!over) line += text.substr(0, end);
+            over = over || end < text.size();
+            if (line.size() > LongestLine)
+                throw std::runtime_error("it prints a line that is too long for a password");
         }
     }
 
@@ -70,8 +79,8 @@ std::string FirstLineOf(const std::string& command) {
     Pipe pipe;
     std::string shell = "sh";
     std::string option = "-c";
-    std::string line = command;
-    char* const arguments[] = {shell.data(), option.data(), line.data(), nullptr};
+    std::string text = command;
+    char* const arguments[] = {shell.data(), option.data(), text.data(), nullptr};
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, pipe.Input(), STDOUT_FILENO);
@@ -79,11 +88,10 @@ std::string FirstLineOf(const std::string& command) {
     const int failure = posix_spawn(&process, "/bin/sh", &actions, nullptr, arguments, environ);
     posix_spawn_file_actions_destroy(&actions);
     if (failure != 0) throw std::runtime_error("it could not be started");
-    std::string text = pipe.ReadAll();
+    std::string line = pipe.ReadLine();
     if (!WaitFor(process)) throw std::runtime_error("it failed");
-    text.erase(std::min(text.find_first_of("\r\n"), text.size()));
-    if (text.empty()) throw std::runtime_error("it printed nothing");
-    return text;
+    if (line.empty()) throw std::runtime_error("it printed nothing");
+    return line;
 }
 
 }  // namespace quillon

@@ -38,6 +38,8 @@ class EndSignals {
 };
 
 void RunSandbox(const SandboxOptions& options, Console& console) {
+    std::u16string script;
+    if (!options.script.empty()) script = ReadTextFile(options.script);
     const EndSignals end;  // before the sandbox starts its threads
     sandbox::Sandbox box;
     sandbox::ServerSettings settings;
@@ -45,7 +47,7 @@ void RunSandbox(const SandboxOptions& options, Console& console) {
     settings.version = options.version;
     settings.port = options.port;
     sandbox::Server& server = box.AddServer(settings);
-    if (!options.script.empty()) server.Run(ReadTextFile(options.script));
+    if (!script.empty()) server.Run(script);
     const std::string address = QuillonLib::ToUtf8(server.Address());
     console.Print("Server " + options.name + " listens on " + address);
     console.Print("User sa, password sandbox; for example:");

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <system_error>
 
+#include "cli/AbandonOnInterrupt.h"
+#include "cli/Interrupt.h"
 #include "cli/Paths.h"
 #include "core/Text.h"
 
@@ -21,7 +23,8 @@ struct CloseFile {
     void operator()(std::FILE* file) const { (void)std::fclose(file); }
 };
 
-std::string ReadFile(const std::string& path) {
+std::string ReadFile(const std::string& path, std::size_t most) {
+    const AbandonOnInterrupt silent;
     const auto fail = [&] {
         throw std::runtime_error("cannot read " + path + ": " +
                                  std::generic_category().message(errno));
@@ -30,8 +33,14 @@ std::string ReadFile(const std::string& path) {
     if (file == nullptr) fail();
     std::string bytes;
     std::string piece(64 << 10, '\0');
-    while (const std::size_t size = std::fread(piece.data(), 1, piece.size(), file.get()))
+    while (const std::size_t size = std::fread(piece.data(), 1, piece.size(), file.get())) {
+        if (size > most - bytes.size()) {
+            throw std::runtime_error("cannot read " + path + ": it is longer than " +
+                                     std::to_string(most) + " bytes");
+        }
         bytes.append(piece, 0, size);
+        StopIfInterrupted();
+    }
     if (std::ferror(file.get()) != 0) fail();
     return bytes;
 }
@@ -48,10 +57,10 @@ std::u16string DecodeUtf16(std::string_view bytes, const std::string& path) {
 
 }  // namespace
 
-std::u16string ReadTextFile(const std::string& path) {
+std::u16string ReadTextFile(const std::string& path, std::size_t most) {
     constexpr std::string_view Utf16Mark = "\xFF\xFE";
     constexpr std::string_view Utf8Mark = "\xEF\xBB\xBF";
-    const std::string file = ReadFile(path);
+    const std::string file = ReadFile(path, most);
     std::string_view bytes = file;
     if (bytes.starts_with(Utf16Mark)) return DecodeUtf16(bytes.substr(Utf16Mark.size()), path);
     if (bytes.starts_with(Utf8Mark)) bytes.remove_prefix(Utf8Mark.size());
