@@ -99,15 +99,18 @@ std::string WithoutDashes(std::string text) {
 std::u16string TableOf(const Setting& setting) {
     const std::string& name = setting.name;
     if (name == "table" || name == "exclude") (void)TablePattern(setting.value);
-    if (name == "key" || name == "columns") return ParseColumnsChoice(setting.value).table;
-    if (name == "index") return ParseTableChoice(setting.value).table;
-    if (name == "where") return ParseTableText(setting.value, "TABLE=CONDITION").table;
+    const char* const option = name.c_str();
+    if (name == "key" || name == "columns") return ParseColumnsChoice(setting.value, option).table;
+    if (name == "index") return ParseTableChoice(setting.value, option).table;
+    if (name == "where") return ParseTableText(setting.value, option, "TABLE=CONDITION").table;
     return {};
 }
 
 class Reader : public SettingReader {
   public:
-    explicit Reader(std::string config) : config_(std::move(config)) {}
+    explicit Reader(std::string config) : config_(std::move(config)) {
+        if (!config_.empty()) connections_ = ConnectionFile::Read(config_);
+    }
 
     std::vector<BatchSetup> setups;
 
@@ -253,7 +256,7 @@ std::vector<BatchSetup> ParseBatchFile(const std::string& text, const std::strin
 }
 
 std::vector<BatchSetup> ReadBatchFile(const std::string& file, const std::string& config) {
-    return ParseBatchFile(QuillonLib::ToUtf8(ReadTextFile(file)), file, config);
+    return ParseBatchFile(QuillonLib::ToUtf8(ReadTextFile(file, LongestSettings)), file, config);
 }
 
 BatchSlice ParseBatchSlice(const std::string& text) {

@@ -1,7 +1,10 @@
 #include "cli/CommandOptions.h"
 
 #include <CLI/App.hpp>
+#include <filesystem>
+#include <system_error>
 
+#include "cli/Paths.h"
 #include "cli/Roads.h"
 
 namespace quillon {
@@ -36,6 +39,12 @@ void PagerOption::Apply(Console& console) const {
 
 void ScriptFileOptions::RequireSense() const {
     if (to == "both" && file == "-") throw CLI::ValidationError("--to both needs a file (-o)");
+    std::error_code ignored;
+    const std::filesystem::path path = PathOf(file);
+    if (!path.has_filename() || std::filesystem::is_directory(path, ignored))
+        throw CLI::ValidationError("-o names a folder, " + file + ", and no file");
+    for (const int side : Sides())
+        comparison.Telling().RequireApartFromLog("-o", FileFor(side));
 }
 
 std::vector<int> ScriptFileOptions::Sides() const {

@@ -41,6 +41,7 @@ void AddCompareCommand(CLI::App& app, Program& program) {
         ->group(DirectGroup);
     command->callback([options, command, &program] {
         RequireRoad(*command, options->comparison.ByServer());
+        options->comparison.Telling().RequireApartFromLog("--report", options->report.file);
         options->pager.Apply(program.console);
         options->report.scriptCommand =
             SameCallOf(*command, *command->get_parent()->get_subcommand("script"));

@@ -6,7 +6,6 @@
 
 #include "cli/ParsedOption.h"
 #include "cli/Roads.h"
-#include "cli/StatementLog.h"
 #include "cli/TemplateFile.h"
 #include "cli/Verdict.h"
 
@@ -28,19 +27,7 @@ void ComparisonOptions::AddDatabasesTo(CLI::App& command) {
                   "comparison across servers defines and leaves behind, login and password "
                   "included")
         ->group(ByServerGroup);
-    AddTellingTo(command);
-}
-
-void ComparisonOptions::AddTellingTo(CLI::App& command) {
-    auto* const verbose = command.add_flag(
-        "--verbose", verbose_,
-        "Tell on standard error each statement that is sent, and how long it took; never a "
-        "password");
-    command
-        .add_option("--log", log_,
-                    "Write the same into a file, behind what it holds; values of rows are in it")
-        ->type_name("FILE");
-    command.add_flag("--quiet", quiet_, "Tell nothing but results and errors")->excludes(verbose);
+    telling_.AddTo(command);
 }
 
 void ComparisonOptions::AddTablesTo(CLI::App& command) {
@@ -104,9 +91,7 @@ void ComparisonOptions::AddAcceptTo(CLI::App& command) {
 
 ComparisonRequest ComparisonOptions::Request(Console& console) const {
     ComparisonRequest request;
-    if (quiet_) console.BeQuiet();
-    if (verbose_ || !log_.empty())
-        console.LogTo(std::make_shared<StatementLog>(log_, verbose_, console), verbose_);
+    telling_.Apply(console);
     DatabaseOptions databases = databases_;
     if (!template_.empty()) {
         TemplateContents contents = TemplateFile::Existing(templates_).Read(FromUtf8(template_));
@@ -128,9 +113,9 @@ ComparisonRequest ComparisonOptions::Request(Console& console) const {
     for (const std::string& table : excluded_)
         request.excluded.emplace_back(table);
     for (const std::string& text : indexes_)
-        request.indexes.push_back(ParseTableChoice(text));
+        request.indexes.push_back(ParseTableChoice(text, "--index"));
     for (const std::string& text : columns_)
-        request.columns.push_back(ParseColumnsChoice(text));
+        request.columns.push_back(ParseColumnsChoice(text, "--columns", table_));
     request.dropLinkedServers = dropLinkedServers_;
     request.listing = listing_;
     request.databases = databases.Make(console);

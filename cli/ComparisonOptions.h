@@ -9,6 +9,7 @@
 #include "cli/Console.h"
 #include "cli/DatabaseOptions.h"
 #include "cli/DirectChoices.h"
+#include "cli/TellingOptions.h"
 
 namespace CLI {
 class App;
@@ -26,12 +27,17 @@ class ComparisonOptions {
     void AddColumnsTo(CLI::App& command);
     // --template and --templates: databases and picks from a template.
     void AddTemplateTo(CLI::App& command);
-    // Of every command: --verbose, --log and --quiet.
-    void AddTellingTo(CLI::App& command);
     // --only-different, --sort and --limit: of the list of tables.
     void AddListTo(CLI::App& command);
     // --accept-uncompared.
     void AddAcceptTo(CLI::App& command);
+
+    const TellingOptions& Telling() const { return telling_; }
+    // For a command that is about one table: choices need not name it.
+    void OfTable(const std::string& table) {
+        table_ = table;
+        direct_.OfTable(table);
+    }
 
     bool ByServer() const { return byServer_; }
     const DirectChoices& Direct() const { return direct_; }
@@ -53,9 +59,8 @@ class ComparisonOptions {
     std::string template_;
     std::string templates_;
     bool byServer_ = false;
-    bool verbose_ = false;
-    bool quiet_ = false;
-    std::string log_;
+    TellingOptions telling_;
+    std::string table_;  // the only one, as it was typed; empty where there may be more
     bool dropLinkedServers_ = false;
     TableListing listing_;
     bool acceptUncompared_ = false;

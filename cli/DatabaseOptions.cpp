@@ -2,7 +2,9 @@
 
 #include <stdexcept>
 
+#include "cli/AbandonOnInterrupt.h"
 #include "cli/Environment.h"
+#include "cli/NumberText.h"
 #include "cli/ParsedOption.h"
 #include "cli/Printable.h"
 #include "cli/Roads.h"
@@ -27,6 +29,7 @@ std::u16string CheckedPassword(const std::string& password, const std::string& f
 
 std::u16string PasswordOf(const std::string& command, const std::string& user) {
     const std::string name = "the password command of " + user;
+    const AbandonOnInterrupt silent;
     try {
         return CheckedPassword(FirstLineOf(command), "what it prints");
     } catch (const std::runtime_error& error) {
@@ -127,7 +130,16 @@ std::string ConnectionValue(const std::string& value, const char* what, DriverKi
 
 std::string ParseServer(const std::string& text) {
     RequirePlainName(text, "server", ";'");
-    return ServerForm(text);
+    const std::string server = ServerForm(text);
+    const std::size_t comma = server.find(',');
+    if (comma == std::string::npos) return server;
+    const auto port = ParseNumber<std::uint16_t>(server.substr(comma + 1));
+    if (comma == 0 || !port || *port == 0) {
+        throw CLI::ValidationError("'" + text +
+                                   "' is not a server: HOST, HOST\\INSTANCE or HOST,PORT, with a "
+                                   "port from 1 to 65535");
+    }
+    return server;
 }
 
 DatabaseLocation DatabaseLocation::Parse(const std::string& text) {
@@ -158,7 +170,7 @@ std::shared_ptr<QuillonLib::Database> MakeDatabase(const DatabaseLocation& locat
 void DatabaseLocation::PutInto(QuillonLib::Database& target) const {
     target.Server(server);
     target.DatabaseName(database);
-    target.Description(server + u"/" + database);
+    target.Description(database.empty() ? server : server + u"/" + database);
 }
 
 namespace {
@@ -220,6 +232,28 @@ void SessionOptions::PutInto(QuillonLib::Database& target) const {
     if (statementTimeout) target.CommandTimeout(*statementTimeout);
 }
 
+void AddConfigTo(CLI::App& command, std::string& file) {
+    command
+        .add_option("--config", file,
+                    "File of named connections (default: quillon/connections.ini in the user's "
+                    "folder for configurations)")
+        ->type_name("FILE");
+}
+
+LoginOptions LoginOf(const NamedConnection& connection) {
+    LoginOptions login;
+    login.user = connection.user;
+    login.integrated = connection.integrated;
+    login.passwordCommand = connection.passwordCommand;
+    if (!connection.passwordVariable.empty()) login.passwordVariable = connection.passwordVariable;
+    return login;
+}
+
+void TellOf(QuillonLib::Database& database, const SessionOptions& session, Console& console) {
+    if (console.Log() == nullptr) return;
+    console.Log()->ListenTo(database, EncryptionText(session.driver.kind, session.encryption));
+}
+
 void DatabaseOptions::AddTo(CLI::App& command) {
     constexpr const char* Form = "SERVER/DATABASE|NAME";
     login2_.passwordVariable = "QUILLON_PASSWORD2";
@@ -229,11 +263,7 @@ void DatabaseOptions::AddTo(CLI::App& command) {
         ->type_name(Form);
     login1_.AddTo(command, "", "(for both databases unless --user2 or --integrated2 is given)");
     login2_.AddTo(command, "2", "for the second database");
-    command
-        .add_option("--config", config_,
-                    "File of named connections (default: quillon/connections.ini in the user's "
-                    "folder for configurations)")
-        ->type_name("FILE");
+    AddConfigTo(command, config_);
     session_.AddTo(command);
 }
 
@@ -265,26 +295,12 @@ DatabaseOptions::Place DatabaseOptions::Find(const std::string& text,
     if (!file) file = ConnectionFile::Read(config_);
     const NamedConnection& connection = file->Find(text);
     place.location = DatabaseLocation::Parse(connection.server + "/" + connection.database);
-    place.login.user = connection.user;
-    place.login.integrated = connection.integrated;
-    place.login.passwordCommand = connection.passwordCommand;
+    place.login = LoginOf(connection);
     place.namesPassword =
         !connection.passwordCommand.empty() || !connection.passwordVariable.empty();
-    if (!connection.passwordVariable.empty())
-        place.login.passwordVariable = connection.passwordVariable;
     place.session = session_.Or(connection);
     return place;
 }
-
-namespace {
-
-// Where somebody wants to know what is sent.
-void TellOf(QuillonLib::Database& database, const SessionOptions& session, Console& console) {
-    if (console.Log() == nullptr) return;
-    console.Log()->ListenTo(database, EncryptionText(session.driver.kind, session.encryption));
-}
-
-}  // namespace
 
 DatabaseOptions::Databases DatabaseOptions::Make(Console& console) const {
     if (location1_.empty() || location2_.empty()) {
@@ -292,6 +308,8 @@ DatabaseOptions::Databases DatabaseOptions::Make(Console& console) const {
             "Two databases, each as SERVER/DATABASE or the name of a connection,");
     }
     std::optional<ConnectionFile> file;
+    // One that is named must be there, also where it is not needed.
+    if (!config_.empty()) file = ConnectionFile::Read(config_);
     const Place place1 = Find(location1_, file);
     const Place place2 = Find(location2_, file);
     const LoginOptions& login1 = login1_.Given() ? login1_ : place1.login;

@@ -51,7 +51,7 @@ struct DatabaseLocation {
 
     // Throws CLI::ValidationError that names what is wrong.
     static DatabaseLocation Parse(const std::string& text);
-    // Makes the database lie here, described as SERVER/DATABASE.
+    // Makes the database lie here, described as SERVER/DATABASE, or SERVER where it is none.
     void PutInto(QuillonLib::Database& target) const;
 };
 
@@ -68,6 +68,14 @@ struct SessionOptions {
     // Throws std::runtime_error for an encryption that the driver cannot be asked for.
     void PutInto(QuillonLib::Database& target) const;
 };
+
+// --config, the file of named connections.
+void AddConfigTo(CLI::App& command, std::string& file);
+
+LoginOptions LoginOf(const NamedConnection& connection);
+
+// Where somebody wants to know what is sent.
+void TellOf(QuillonLib::Database& database, const SessionOptions& session, Console& console);
 
 // Databases 1 and 2; and 3, on whose server the queries run across both where a server compares
 // (default: database 1's).

@@ -106,14 +106,14 @@ std::vector<DirectTable> DirectChoices::Tables(const TableLists& lists,
     for (const std::u16string& entry : entries)
         tables.push_back({{GetTableOwner(entry), GetTableName(entry)}, {}, {}, {}, {}});
     for (const std::string& text : keys_) {
-        const ColumnsChoice choice = ParseColumnsChoice(text);
+        const ColumnsChoice choice = ParseColumnsChoice(text, "--key", table_);
         if (lists.IsOneSided(choice.table)) continue;
         DirectTable& table = Chosen(entries, tables, choice.table, "--key");
         if (!table.keyColumns.empty()) ThrowTwoChoices("--key", choice.table);
         table.keyColumns = choice.columns;
     }
     for (const std::string& text : conditions_) {
-        const TableText condition = ParseTableText(text, ConditionForm);
+        const TableText condition = ParseTableText(text, "--where", ConditionForm);
         if (lists.IsOneSided(condition.table)) continue;
         DirectTable& table = Chosen(entries, tables, condition.table, "--where");
         if (!table.where.empty()) ThrowTwoChoices("--where", condition.table);

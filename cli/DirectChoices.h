@@ -20,6 +20,9 @@ class DirectChoices {
   public:
     void AddTo(CLI::App& command);
 
+    // For a command that is about one table: choices need not name it.
+    void OfTable(const std::string& table) { table_ = table; }
+
     // The tables of both databases in their order, each with what is chosen for it; choices of
     // tables that one database has are left aside. Indexes and columns are those of the request,
     // which gets what its template chooses where the options do not. Throws CLI::ValidationError
@@ -42,6 +45,7 @@ class DirectChoices {
     int floatDigits_ = 0;
     bool snapshot_ = false;
     int jobs_ = 2;
+    std::string table_;  // the only one, as it was typed; empty where there may be more
 };
 
 }  // namespace quillon

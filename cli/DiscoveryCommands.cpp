@@ -1,35 +1,34 @@
 #include <CLI/App.hpp>
 #include <memory>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
+#include "catalog/CatalogReader.h"
+#include "catalog/Login.h"
 #include "cli/AbandonOnInterrupt.h"
 #include "cli/Commands.h"
-#include "cli/DatabaseOptions.h"
-#include "cli/Printable.h"
+#include "cli/ServerOptions.h"
+#include "cli/TellingOptions.h"
 
 namespace quillon {
 
 namespace {
 
-void PrintNames(const std::optional<QuillonLib::TextArray>& names, const char* none,
-                Console& console) {
-    if (!names) return console.Note(none);
-    for (const auto& name : names->Items)
+void PrintNames(const std::vector<std::u16string>& names, const char* none, Console& console) {
+    if (names.empty()) console.Note(none);
+    for (const auto& name : names)
         console.Print(QuillonLib::ToUtf8(name));
 }
 
-std::optional<QuillonLib::TextArray> DatabasesOf(const std::string& server,
-                                                 const LoginOptions& login, Console& console) {
-    using QuillonLib::FromUtf8;
-    const std::string user = login.integrated ? "" : ConnectionValue(login.user, "user name");
-    const std::string password =
-        ConnectionValue(QuillonLib::ToUtf8(login.Password(Printable(server), console)), "password");
+std::vector<std::u16string> DatabasesOf(const ServerOptions& options, Console& console) {
+    const auto server = options.Make(console);
     const AbandonOnInterrupt silent;
     try {
-        return QuillonLib::Utils().AvailableDatabases(FromUtf8(ParseServer(server)), FromUtf8(user),
-                                                      FromUtf8(password));
+        return QuillonLib::CatalogReader(QuillonLib::LogIn(server->Login())).DatabaseNames();
     } catch (const QuillonLib::Error& error) {
-        throw std::runtime_error("cannot list the databases of " + server + ":\n" + error.what());
+        throw std::runtime_error("cannot list the databases of " + options.Name() + ":\n" +
+                                 error.what());
     }
 }
 
@@ -40,19 +39,20 @@ void AddDiscoveryCommands(CLI::App& app, Program& program) {
         app.add_subcommand("servers", "List the SQL Servers that answer on the network");
     servers->callback([&program] {
         const AbandonOnInterrupt silent;
-        PrintNames(QuillonLib::Utils().AvailableServers(), "No server answered.", program.console);
+        const auto names = QuillonLib::Utils().AvailableServers();
+        PrintNames(names ? names->Items : std::vector<std::u16string>(), "No server answered.",
+                   program.console);
     });
 
     auto* databases = app.add_subcommand("databases", "List the databases of a server");
     databases->footer("Example:\n  QUILLON_PASSWORD=... quillon databases db1 --user reader");
-    auto server = std::make_shared<std::string>();
-    auto login = std::make_shared<LoginOptions>();
-    databases->add_option("server", *server, "Server, as host, host,port or host\\instance")
-        ->required();
-    login->AddTo(*databases, "", "(default: integrated)");
-    databases->callback([server, login, &program] {
-        login->integrated = login->integrated || login->user.empty();
-        PrintNames(DatabasesOf(*server, *login, program.console), "The server has no database.",
+    auto server = std::make_shared<ServerOptions>();
+    auto telling = std::make_shared<TellingOptions>();
+    server->AddTo(*databases);
+    telling->AddTo(*databases);
+    databases->callback([server, telling, &program] {
+        telling->Apply(program.console);
+        PrintNames(DatabasesOf(*server, program.console), "The server has no database.",
                    program.console);
     });
 }

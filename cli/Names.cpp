@@ -50,10 +50,18 @@ std::u16string Unbracketed(std::string_view text) {
     return FromUtf8(name);
 }
 
-// What precedes and what follows the first "=" outside brackets.
-std::pair<std::string_view, std::string_view> SplitChoice(std::string_view text, const char* form) {
+[[noreturn]] void ThrowBadChoice(std::string_view text, const char* option, const char* form) {
+    throw CLI::ValidationError(std::string(option) + ": '" + std::string(text) + "' is not " +
+                               form);
+}
+
+// What precedes and what follows the first "=" outside brackets. A text without one is about the
+// only table, where there is one.
+std::pair<std::string_view, std::string_view> SplitChoice(std::string_view text, const char* option,
+                                                          const char* form, std::string_view only) {
     const std::string_view table = Cut(text, '=').front();
-    if (table.empty() || table.size() + 1 >= text.size()) ThrowBadName(text, form);
+    if (!only.empty() && table.size() == text.size() && !text.empty()) return {only, text};
+    if (table.empty() || table.size() + 1 >= text.size()) ThrowBadChoice(text, option, form);
     return {table, text.substr(table.size() + 1)};
 }
 
@@ -77,24 +85,27 @@ std::u16string ToTableEntry(std::string_view text) {
     return QuillonLib::MakeTableEntry(table.owner.text, table.name.text);
 }
 
-TableChoice ParseTableChoice(std::string_view text) {
-    const auto [table, name] = SplitChoice(text, "TABLE=NAME");
+TableChoice ParseTableChoice(std::string_view text, const char* option, std::string_view only) {
+    const char* const form = only.empty() ? "TABLE=NAME" : "NAME or TABLE=NAME";
+    const auto [table, name] = SplitChoice(text, option, form, only);
     const std::u16string chosen = Unbracketed(name);
-    if (chosen.empty()) ThrowBadName(text, "TABLE=NAME");
+    if (chosen.empty()) ThrowBadChoice(text, option, form);
     return {ToTableEntry(table), chosen};
 }
 
-TableText ParseTableText(std::string_view text, const char* form) {
-    const auto [table, rest] = SplitChoice(text, form);
+TableText ParseTableText(std::string_view text, const char* option, const char* form) {
+    const auto [table, rest] = SplitChoice(text, option, form, {});
     return {ToTableEntry(table), std::string(rest)};
 }
 
-ColumnsChoice ParseColumnsChoice(std::string_view text) {
-    const auto [table, list] = SplitChoice(text, "TABLE=NAME,NAME,...");
+ColumnsChoice ParseColumnsChoice(std::string_view text, const char* option, std::string_view only) {
+    const char* const form =
+        only.empty() ? "TABLE=NAME,NAME,..." : "NAME,NAME,... or TABLE=NAME,NAME,...";
+    const auto [table, list] = SplitChoice(text, option, form, only);
     ColumnsChoice choice{ToTableEntry(table), {}};
     for (const std::string_view name : Cut(list, ',')) {
         choice.columns.push_back(Unbracketed(name));
-        if (choice.columns.back().empty()) ThrowBadName(text, "TABLE=NAME,NAME,...");
+        if (choice.columns.back().empty()) ThrowBadChoice(text, option, form);
     }
     return choice;
 }

@@ -21,26 +21,30 @@ WrittenTable ParseTable(std::string_view text);
 // The same as a table entry.
 std::u16string ToTableEntry(std::string_view text);
 
+// Choices: `option` is what an error names. For a command that is about one table alone, `only` is
+// that table as it was typed, and "TABLE=" may be left out; else it is empty.
+//
 // "TABLE=NAME": what is chosen for one table.
 struct TableChoice {
     std::u16string table;  // a table entry
     std::u16string name;
 };
-TableChoice ParseTableChoice(std::string_view text);
+TableChoice ParseTableChoice(std::string_view text, const char* option, std::string_view only = {});
 
 // "TABLE=TEXT": whatever follows, as it stands.
 struct TableText {
     std::u16string table;  // a table entry
     std::string text;
 };
-TableText ParseTableText(std::string_view text, const char* form);
+TableText ParseTableText(std::string_view text, const char* option, const char* form);
 
 // "TABLE=A,B,...", names with a comma in them in brackets.
 struct ColumnsChoice {
     std::u16string table;  // a table entry
     std::vector<std::u16string> columns;
 };
-ColumnsChoice ParseColumnsChoice(std::string_view text);
+ColumnsChoice ParseColumnsChoice(std::string_view text, const char* option,
+                                 std::string_view only = {});
 
 // "a, b and c", each in the brackets that the server writes.
 std::string ListOf(const std::vector<std::u16string>& names);

@@ -100,7 +100,8 @@ int ShowRowsByServer(const RowsOptions& options, Console& console) {
     ComparisonRequest request = options.comparison.Request(console);
     const std::u16string entry = ToTableEntry(options.table);
     request.tables = {TablePattern::Exactly(entry)};
-    if (!options.index.empty()) request.indexes = {{entry, FromUtf8(options.index)}};
+    if (!options.index.empty())
+        request.indexes = {ParseTableChoice(options.index, "--index", options.table)};
     const auto comparison = Prepare(request, console);
     if (comparison->tables.empty()) return ExitCode::Different;  // only one database has it
     const LinkedServerCleanup cleanup(*comparison, console);

@@ -23,7 +23,7 @@ void AddRowsCommand(CLI::App& app, Program& program) {
             "characters that a terminal does not show. In quotes, and only there, \\n \\r \\t "
             "\\xNN\n"
             "\\uNNNN \\UNNNNNNNN are such characters, and a quote and a backslash are doubled.\n") +
-        ExitCodesOfComparisons +
+        "TABLE= may be left out of --key and --columns.\n" + ExitCodesOfComparisons +
         "\nExample:\n  quillon rows dbo.customer db1/sales db2/sales --user reader --limit 20");
     auto options = std::make_shared<RowsOptions>();
     command->add_option("table", options->table, "Table, as name or owner.name")->required();
@@ -31,7 +31,8 @@ void AddRowsCommand(CLI::App& app, Program& program) {
     options->comparison.AddAcceptTo(*command);
     options->comparison.AddColumnsTo(*command);
     options->comparison.AddTemplateTo(*command);
-    command->add_option("--index", options->index, "Unique index whose columns are the key");
+    command->add_option("--index", options->index, "Unique index whose columns are the key")
+        ->type_name("INDEX");
     command->add_flag("--identical", options->identical, "Show identical rows");
     command->add_flag("--different", options->different, "Show differing rows");
     command->add_flag("--here", options->here, "Show rows only in the first database");
@@ -56,6 +57,7 @@ void AddRowsCommand(CLI::App& app, Program& program) {
     options->pager.AddTo(*command);
     command->callback([options, command, &program] {
         const bool byServer = options->comparison.ByServer();
+        options->comparison.OfTable(options->table);
         RequireRoad(*command, byServer);
         options->RequireSense();
         program.exitCode = byServer ? ShowRowsByServer(*options, program.console)

@@ -111,7 +111,7 @@ int ShowRowsDirect(const RowsOptions& options, Console& console) {
     ComparisonRequest request = options.comparison.Request(console);
     request.tables = {TablePattern::Exactly(ToTableEntry(options.table))};
     if (!options.index.empty())
-        request.indexes = {{ToTableEntry(options.table), FromUtf8(options.index)}};
+        request.indexes = {ParseTableChoice(options.index, "--index", options.table)};
     DirectRun run = PrepareDirect(request, options.comparison.Direct(), console);
     if (run.tables.empty()) return ExitCode::Different;  // only one database has it
     run.options.sameRows = options.identical;

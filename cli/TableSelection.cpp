@@ -7,6 +7,8 @@
 #include "cli/CatalogSurvey.h"
 #include "cli/Names.h"
 #include "cli/Printable.h"
+#include "cli/Suggestion.h"
+#include "core/TableEntry.h"
 
 namespace quillon {
 
@@ -107,14 +109,35 @@ class Selector {
     }
 
     [[noreturn]] void ThrowNoTable(const TablePattern& pattern, const char* option) const {
-        std::string text = std::string(option) + "neither " +
-                           ToUtf8(databases_.obDB1->Description()) + " nor " +
-                           ToUtf8(databases_.obDB2->Description()) +
-                           (pattern.IsOneTable() ? " has a table " : " has a table like ") +
-                           pattern.Text() + "; tables of the first:";
-        for (const auto& table : tables1_)
+        std::string text =
+            std::string(option) + "neither " + ToUtf8(databases_.obDB1->Description()) + " nor " +
+            ToUtf8(databases_.obDB2->Description()) +
+            (pattern.IsOneTable() ? " has a table " : " has a table like ") + pattern.Text();
+        const std::string nearest = NearestTo(pattern);
+        throw CLI::ValidationError(
+            text + (nearest.empty() ? TablesOfTheFirst() : "; did you mean " + nearest + "?"));
+    }
+    // Empty for a pattern of many tables.
+    std::string NearestTo(const TablePattern& pattern) const {
+        if (!pattern.IsOneTable()) return {};
+        std::vector<std::string> names;
+        for (const auto& table : all_)
+            names.push_back(ToUtf8(FoldCase(table->Name())));
+        const std::u16string typed = GetTableName(FromUtf8(pattern.Text()));
+        const std::string nearest = NearestName(ToUtf8(FoldCase(typed)), names);
+        const auto found = std::find(names.begin(), names.end(), nearest);
+        if (nearest.empty() || found == names.end()) return {};
+        return ToUtf8(all_[static_cast<std::size_t>(found - names.begin())]->Description());
+    }
+    std::string TablesOfTheFirst() const {
+        constexpr std::int16_t Most = 20;
+        std::string text = "; tables of the first:";
+        std::int16_t listed = 0;
+        for (const auto& table : tables1_) {
+            if (listed++ == Most) return text + " and more";
             text += " " + ToUtf8(table->Description());
-        throw CLI::ValidationError(text);
+        }
+        return text;
     }
 
     const DatabaseOptions::Databases& databases_;

@@ -22,11 +22,11 @@ TEST(Names, TablesAreWrittenWithOrWithoutOwnerAndBrackets) {
 }
 
 TEST(Names, ColumnsAreCutAtCommasOutsideBrackets) {
-    const ColumnsChoice choice = ParseColumnsChoice("[a=b]=x,[y,z],[q]]r]");
+    const ColumnsChoice choice = ParseColumnsChoice("[a=b]=x,[y,z],[q]]r]", "--key");
     EXPECT_EQ(choice.table, u"[dbo].[a=b]");
     EXPECT_EQ(choice.columns, (std::vector<std::u16string>{u"x", u"y,z", u"q]r"}));
     for (const char* bad : {"t", "t=", "=x", "t=x,", "t=,x", "t=[x"}) {
-        EXPECT_THROW(ParseColumnsChoice(bad), CLI::ValidationError) << bad;
+        EXPECT_THROW(ParseColumnsChoice(bad, "--key"), CLI::ValidationError) << bad;
     }
 }
 

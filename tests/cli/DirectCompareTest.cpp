@@ -137,7 +137,7 @@ TEST_F(DirectCompareTest, NamesThatAreNotThereAreErrors) {
               "quillon: --key: [dbo].[x] is not among the tables that are compared: [dbo].[t]");
     EXPECT_EQ(error({"--where", "x=a"}),
               "quillon: --where: [dbo].[x] is not among the tables that are compared: [dbo].[t]");
-    EXPECT_EQ(error({"--where", "t="}), "quillon: 't=' is not TABLE=CONDITION");
+    EXPECT_EQ(error({"--where", "t="}), "quillon: --where: 't=' is not TABLE=CONDITION");
 }
 
 TEST_F(DirectCompareTest, OptionsOfTheOtherRoadAreRefused) {

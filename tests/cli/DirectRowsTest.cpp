@@ -113,5 +113,15 @@ TEST_F(DirectRowsTest, ATableOfOneSideIsADifferenceAndAFailureIsOne) {
     EXPECT_TRUE(Holds(outcome.err, "Error comparing [dbo].[t]\n")) << outcome.err;
 }
 
+TEST_F(DirectRowsTest, ChoicesNeedNotNameTheTable) {
+    const std::string whole = Direct("rows", {"t", "--key", "t=id", "--columns", "t=note"}).out;
+    EXPECT_TRUE(Holds(whole, "*LONG")) << whole;
+    EXPECT_EQ(Direct("rows", {"t", "--key", "id", "--columns", "note"}).out, whole);
+    const std::string byIndex = Direct("rows", {"t", "--index", "t=PK_t"}).out;
+    EXPECT_TRUE(Holds(byIndex, "Different: 1\n")) << byIndex;
+    EXPECT_EQ(Direct("rows", {"t", "--index", "[PK_t]"}).out, byIndex);
+    EXPECT_EQ(Direct("rows", {"t", "--index", "PK_t"}).out, byIndex);
+}
+
 }  // namespace
 }  // namespace quillon

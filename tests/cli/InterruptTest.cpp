@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -170,6 +171,38 @@ TEST_F(InterruptedProcessTest, TheTemporaryFolderIsGoneAfterwards) {
     Process process(folder, {"template", "list"}, {}, Environment());
     EXPECT_EQ(process.Wait(), 2);
     EXPECT_TRUE(fs::is_empty(Temporary()));
+}
+
+TEST_F(InterruptedProcessTest, AFileThatNobodyWritesToIsGivenUp) {
+    const std::string pipe = (folder / "list.ini").string();
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const auto& arguments : {std::vector<std::string>{"batch", pipe},
+                                  {"compare", "a", "b", "--config", pipe},
+                                  {"split", pipe},
+                                  {"sandbox", "--load", pipe}}) {
+        Process process(folder, arguments, {}, Environment());
+        AwaitRegistration();
+        process.Signal(SIGTERM);
+        EXPECT_EQ(process.Wait(), 143) << arguments.front();
+        EXPECT_EQ(process.Err(), Told) << arguments.front();
+        EXPECT_TRUE(fs::is_empty(Temporary())) << arguments.front();
+    }
+}
+
+TEST_F(InterruptedProcessTest, APasswordCommandThatDoesNotEndIsGivenUp) {
+    const fs::path begun = folder / "begun";
+    std::ofstream(folder / "c.ini")
+        << "[a]\nserver = s\ndatabase = d\nuser = u\n"
+        << "password-command = exec 9>" << begun.string() << "; exec sleep 5\n";
+    Process process(folder, {"compare", "a", "a", "--config", (folder / "c.ini").string()}, {},
+                    Environment());
+    while (!fs::exists(begun))
+        usleep(10'000);
+    const auto start = std::chrono::steady_clock::now();
+    process.Signal(SIGTERM);
+    EXPECT_EQ(process.Wait(), 143);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
+    EXPECT_EQ(process.Err(), Told);
 }
 
 TEST_F(InterruptedProcessTest, TheSandboxEndsByASignalAsItShould) {

@@ -55,6 +55,18 @@ TEST_F(NamedConnections, AreFoundInAFile) {
     EXPECT_EQ(LastUser(other), u"sa");
 }
 
+TEST_F(NamedConnections, TakeOneLineOfACommandHoweverMuchItPrints) {
+    const std::string two = Section("two", other, "user = sa");
+    Write(Section("one", server, "user = sa\npassword-command = echo sandbox; seq 100000") + two);
+    EXPECT_EQ(Compare({"one", "two"}).exitCode, 1);
+    Write(Section("one", server, "user = sa\npassword-command = cat /dev/zero") + two);
+    const Outcome endless = Compare({"one", "two"});
+    EXPECT_EQ(endless.exitCode, 2);
+    EXPECT_EQ(endless.err,
+              "quillon: the password command of sa: it prints a line that is too long for a "
+              "password\n");
+}
+
 // Whatever QUILLON_PASSWORD2 holds.
 TEST_F(NamedConnections, KeepTheVariableThatTheyName) {
     const std::string variable = "QUILLON_PASSWORD";
@@ -200,6 +212,20 @@ TEST_F(NamedConnections, ALoginMayTakeSoLong) {
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 10s);
 }
 
+TEST_F(NamedConnections, BringTheirServerToTheListOfDatabases) {
+    Write(Section("one", server,
+                  "user = alice\npassword-variable = QUILLON_TEST_ALICE\nencryption = off"));
+    QuillonLib::test::SetVariable("QUILLON_TEST_ALICE", "wonder");
+    const Outcome outcome = Call({"databases", "one", "--config", File("c.ini"), "--verbose"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_EQ(outcome.out.substr(0, 6), "a\nb\nd\n");
+    EXPECT_EQ(LastUser(server), u"alice");
+    EXPECT_TRUE(Holds(outcome.err, ": logging in as alice; encrypted: nothing")) << outcome.err;
+    // what the command line says goes before
+    EXPECT_EQ(Call({"databases", "one", "--config", File("c.ini"), "--user", "sa"}).exitCode, 0);
+    EXPECT_EQ(LastUser(server), u"sa");
+}
+
 TEST_F(NamedConnections, AServerMayBeSilentSoLong) {
     sandbox::Fault slow;
     slow.kind = sandbox::FaultKind::Delay;
@@ -207,7 +233,7 @@ TEST_F(NamedConnections, AServerMayBeSilentSoLong) {
     slow.delay = 30s;
     server.AddFault(slow);
     const auto begin = std::chrono::steady_clock::now();
-    const Outcome outcome = Compare({first, second, "--user", "sa", "--statement-timeout", "1"});
+    const Outcome outcome = Direct("compare", {"--statement-timeout", "1"});
     EXPECT_EQ(outcome.exitCode, 2) << outcome.out;
     EXPECT_TRUE(Holds(outcome.out, "Error comparing [dbo].[t]")) << outcome.err << outcome.out;
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 20s);

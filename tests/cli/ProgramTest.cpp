@@ -151,7 +151,8 @@ TEST_F(ProgramTest, ChoicesOfKeyAndColumnsCount) {
         << out;
     const Outcome bad = OnBoth({"compare", "--by-server", "-t", "k", "--index", "UQ_k"});
     EXPECT_EQ(bad.exitCode, 2);
-    EXPECT_NE(bad.err.find("quillon: 'UQ_k' is not TABLE=NAME\n"), std::string::npos) << bad.err;
+    EXPECT_NE(bad.err.find("quillon: --index: 'UQ_k' is not TABLE=NAME\n"), std::string::npos)
+        << bad.err;
 }
 
 TEST_F(ProgramTest, EachDatabaseMayHaveItsOwnLogin) {

@@ -136,7 +136,7 @@ TEST_F(StatementLogTest, QuietTellsNothingButResultsAndErrors) {
     EXPECT_EQ(quiet.exitCode, loud.exitCode);
     EXPECT_EQ(quiet.err, "");
     const Outcome failed = Direct("compare", {"--where", "t=", "--quiet"});
-    EXPECT_EQ(FirstLine(failed.err), "quillon: 't=' is not TABLE=CONDITION");
+    EXPECT_EQ(FirstLine(failed.err), "quillon: --where: 't=' is not TABLE=CONDITION");
     const Outcome both = Direct("compare", {"--quiet", "--verbose"});
     EXPECT_EQ(both.exitCode, 2);
     EXPECT_EQ(both.out, "");

@@ -159,7 +159,7 @@ TEST_F(TemplateCommandTest, NewRefusesANameThatIsTakenOrCannotBeUsed) {
     Write(File("nightly", Default + Nightly));
     ExpectRefused({"new", "NIGHTLY"}, "there is a template named NIGHTLY already");
     ExpectRefused({"new", "o'clock"}, "the name of a template cannot hold an apostrophe: o'clock");
-    ExpectRefused({"new", ""}, "the name of a template cannot be empty");
+    ExpectRefused({"new", ""}, "name: its value is empty\nRun with --help for more information.");
 }
 
 TEST_F(TemplateCommandTest, UseAndPickAndDropLoseNothing) {

@@ -103,11 +103,85 @@ TEST_F(WrongInput, ACommandThatIsNotThereIsToldWithTheNearest) {
               "quillon: quillon has no option --quiet; options of a command stand behind it");
 }
 
+TEST_F(WrongInput, ALogAndAResultHaveFilesOfTheirOwn) {
+    const std::string file = File("one.txt");
+    const std::string same = (folder / "." / "one.txt").string();
+    EXPECT_EQ(AnswerTo("compare", {"--log", file, "--report", same}),
+              "quillon: --report and --log name the same file, " + same);
+    EXPECT_EQ(AnswerTo("script", {"--log", file, "-o", file}),
+              "quillon: -o and --log name the same file, " + file);
+    EXPECT_EQ(AnswerTo("script", {"--log", File("u.1.sql"), "-o", File("u.sql"), "--to", "both"}),
+              "quillon: -o and --log name the same file, " + File("u.1.sql"));
+    EXPECT_TRUE(std::filesystem::is_empty(folder));
+}
+
+TEST_F(WrongInput, AFolderIsNoNameForAScript) {
+    const std::string slash = folder.string() + "/";
+    EXPECT_EQ(AnswerTo("script", {"--to", "both", "-o", slash}),
+              "quillon: -o names a folder, " + slash + ", and no file");
+    EXPECT_EQ(AnswerTo("script", {"-o", ".."}), "quillon: -o names a folder, .., and no file");
+    EXPECT_TRUE(std::filesystem::is_empty(folder));
+}
+
+TEST_F(WrongInput, AFileOfConnectionsThatIsNamedMustBeThere) {
+    EXPECT_EQ(AnswerTo("compare", {"--config", File("none.ini")}),
+              "quillon: cannot read " + File("none.ini") + ": No such file or directory");
+    std::ofstream(File("list.ini")) << "[a]\ndatabase1 = s/a\ndatabase2 = s/b\nuser = sa\n";
+    EXPECT_EQ(Answer({"batch", File("list.ini"), "--config", File("none.ini")}),
+              "quillon: cannot read " + File("none.ini") + ": No such file or directory");
+    std::ofstream(File("huge.ini")) << std::string((16 << 20) + 1, '#');
+    EXPECT_EQ(AnswerTo("compare", {"--config", File("huge.ini")}),
+              "quillon: cannot read " + File("huge.ini") + ": it is longer than 16777216 bytes");
+}
+
+TEST_F(WrongInput, APortIsANumberFrom1To65535) {
+    for (const char* wrong : {"host,", "host,0", "host,65536", "host,abc", "host,1,2", ",1433",
+                              "host,-1", "host:65536"}) {
+        const std::string place = wrong;
+        EXPECT_EQ(Answer({"compare", place + "/a", second, "--user", "sa"}),
+                  "quillon: '" + place +
+                      "' is not a server: HOST, HOST\\INSTANCE or HOST,PORT, with a port from 1 "
+                      "to 65535");
+    }
+}
+
+TEST_F(WrongInput, AChoiceIsToldWithItsOption) {
+    EXPECT_EQ(AnswerTo("compare", {"--key", "id"}),
+              "quillon: --key: 'id' is not TABLE=NAME,NAME,...");
+    EXPECT_EQ(AnswerTo("compare", {"--where", "id>1"}),
+              "quillon: --where: 'id>1' is not TABLE=CONDITION");
+    EXPECT_EQ(AnswerTo("rows", {"t", "--columns", "name,"}),
+              "quillon: --columns: 'name,' is not NAME,NAME,... or TABLE=NAME,NAME,...");
+    EXPECT_EQ(AnswerTo("rows", {"t", "--index", "[PK"}),
+              "quillon: --index: '[PK' is not NAME or TABLE=NAME");
+}
+
+TEST_F(WrongInput, ATableThatIsNotThereIsToldWithTheNearest) {
+    RunOnSecond(u"CREATE TABLE Customer (id int)");
+    EXPECT_EQ(AnswerTo("compare", {"-t", "custmer"}),
+              "quillon: neither " + first + " nor " + second +
+                  " has a table [dbo].[custmer]; did you mean [dbo].[Customer]?");
+    for (int i = 10; i < 40; ++i)
+        RunOnFirst(u"CREATE TABLE n" + QuillonLib::FromUtf8(std::to_string(i)) + u" (id int)");
+    const std::string many = AnswerTo("compare", {"-t", "*nothing*"});
+    EXPECT_TRUE(Holds(many, "; tables of the first: [dbo].[n10] [dbo].[n11]")) << many;
+    EXPECT_TRUE(Holds(many, " [dbo].[n29] and more")) << many;
+    EXPECT_FALSE(Holds(many, "n30")) << many;
+}
+
+TEST_F(WrongInput, AServerIsNoDatabase) {
+    EXPECT_EQ(Answer({"databases", first, "--user", "sa"}),
+              "quillon: '" + first + "' is a database; name its server alone, or a connection");
+    EXPECT_EQ(Answer({"databases", "host,x", "--user", "sa"}).substr(0, 37),
+              "quillon: 'host,x' is not a server: HO");
+}
+
 TEST(Help, TellsOfACommandOfACommand) {
     const Outcome outcome = CallProgram({"help", "template", "pick"});
     EXPECT_EQ(outcome.exitCode, 0);
-    EXPECT_EQ(outcome.out.substr(0, 78),
-              "Add a pick to the template in use\nUsage: quillon template pick [OPTIONS] kind t");
+    EXPECT_NE(outcome.out.find("\nUsage: quillon template pick [OPTIONS] kind table [element]\n"),
+              std::string::npos)
+        << outcome.out;
     EXPECT_EQ(CallProgram({"help", "template", "pik"}).err.substr(0, 67),
               "quillon: quillon template has no command pik; did you mean pick?\nRu");
     EXPECT_EQ(CallProgram({"help", "compare", "rows"}).err.substr(0, 51),
