@@ -49,6 +49,7 @@ void AddBatchCommand(CLI::App& app, Program& program) {
         ->check(OneOf({"table", "json"}))
         ->type_name("FORMAT")
         ->capture_default_str();
+    options->telling.AddTo(*command);
     command->callback([options, format, &program] {
         options->json = *format == "json";
         program.exitCode = RunBatch(*options, program.console);

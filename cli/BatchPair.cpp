@@ -38,8 +38,9 @@ BatchOutcome OutcomeOf(const CompareResults& results) {
 }
 
 void Compare(const BatchPair& pair, const ReportChoice& report, BatchResult& result) {
-    Console quiet(result.notes);
-    CompareResults found = CompareWhole(pair.setup->options, *pair.request, report, quiet);
+    Console background(result.notes);
+    if (pair.quiet) background.BeQuiet();
+    CompareResults found = CompareWhole(pair.setup->options, *pair.request, report, background);
     if (!report.file.empty()) result.report = pair.report;
     result.outcome = OutcomeOf(found);
     result.exitCode = found.exitCode;

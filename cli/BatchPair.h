@@ -19,6 +19,7 @@ struct BatchPair {
     std::string report;  // the name of its file
     // Absent where the login cannot be had, or the template.
     std::optional<ComparisonRequest> request;
+    bool quiet = false;  // no notes of what is only good to know
 };
 
 // The servers that it takes part of, so many pairs at once each. The pair has a request.

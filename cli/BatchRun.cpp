@@ -45,7 +45,7 @@ class BatchRun {
         const std::vector<std::string> names = ReportNames(setups_);
         for (std::size_t i = 0; i < setups_.size(); ++i) {
             if (!options_.slice.Has(i)) continue;
-            pairs_.push_back({&setups_[i], names[i], std::nullopt});
+            pairs_.push_back({&setups_[i], names[i], std::nullopt, options_.telling.Quiet()});
             BatchResult& result = results_.emplace_back();
             result.position = i;
             result.name = setups_[i].name;
@@ -258,6 +258,7 @@ class BatchRun {
 }  // namespace
 
 int RunBatch(const BatchOptions& options, Console& console) {
+    options.telling.Apply(console);
     return BatchRun(options, ReadBatchFile(options.file, options.config), console).Run();
 }
 

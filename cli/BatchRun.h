@@ -6,6 +6,7 @@
 
 #include "cli/BatchFile.h"
 #include "cli/Console.h"
+#include "cli/TellingOptions.h"
 
 namespace quillon {
 
@@ -18,6 +19,7 @@ struct BatchOptions {
     std::string reports;  // the folder; empty: none are written
     std::uint64_t reportLimit = 1000;
     bool json = false;
+    TellingOptions telling;
 };
 
 // Returns the exit code. What happens to one pair is told with it, and the others go on. Throws

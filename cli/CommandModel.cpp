@@ -29,6 +29,8 @@ void ReadType(const std::string& type, OptionModel& model) {
     }
 }
 
+}  // namespace
+
 OptionModel ModelOf(const CLI::Option& option) {
     OptionModel model;
     for (const std::string& name : option.get_snames())
@@ -41,11 +43,11 @@ OptionModel ModelOf(const CLI::Option& option) {
     model.takesValue = option.get_items_expected_max() > 0;
     if (model.takesValue) ReadType(option.get_type_name(), model);
     model.description = option.get_description();
+    if (!option.get_default_str().empty())
+        model.description += " (default: " + option.get_default_str() + ")";
     model.group = option.get_group();
     return model;
 }
-
-}  // namespace
 
 CommandModel ModelOf(const CLI::App& app, const std::string& name) {
     CommandModel model;

@@ -6,7 +6,8 @@
 
 namespace CLI {
 class App;
-}
+class Option;
+}  // namespace CLI
 
 namespace quillon {
 
@@ -17,9 +18,11 @@ struct OptionModel {
     bool takesValue = false;
     std::string value;                 // what stands for it: "FILE", "SECONDS"
     std::vector<std::string> choices;  // where it is one of a few
-    std::string description;
+    std::string description;           // with the default, where the option names one
     std::string group;
 };
+
+OptionModel ModelOf(const CLI::Option& option);
 
 struct CommandModel {
     std::string name;  // "template list"

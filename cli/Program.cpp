@@ -1,6 +1,7 @@
 // All of it: here is compiled what the other files, which include parts, only declare.
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
@@ -12,6 +13,7 @@
 #include "cli/Commands.h"
 #include "cli/Driver.h"
 #include "cli/Guarded.h"
+#include "cli/HelpFormatter.h"
 #include "cli/Interrupt.h"
 #include "cli/ManualPage.h"
 #include "cli/Suggestion.h"
@@ -67,11 +69,9 @@ std::vector<const CLI::App*> ParsedCommands(const CLI::App& app) {
 
 void AddHelpCommand(CLI::App& app, Program& program) {
     CLI::App* const help = app.add_subcommand("help", "Tell what a command does and takes");
-    auto names = std::make_shared<std::vector<std::string>>();
-    help->add_option("COMMAND", *names,
-                     "The command, and one of its own commands; without it, all of them are "
-                     "listed")
-        ->expected(0, 2);
+    auto names = std::make_shared<std::array<std::string, 2>>();
+    help->add_option("COMMAND", names->front(), "The command; without it, all of them are listed");
+    help->add_option("INNER", names->back(), "One of its own commands");
     auto manual = std::make_shared<bool>(false);
     help->add_flag("--man", *manual, "Print it as a manual page, for man -l -");
     help->callback([&app, &program, names, manual] {
@@ -79,6 +79,7 @@ void AddHelpCommand(CLI::App& app, Program& program) {
         const CLI::App* subject = &app;
         std::string called = "quillon";
         for (const std::string& name : *names) {
+            if (name.empty()) break;
             subject = &RequireCommand(*subject, name, called);
             called += " " + name;
         }
@@ -112,6 +113,7 @@ void AddCommands(CLI::App& app, Program& program) {
 
 int RunCommand(int argc, const char* const* argv, Program& program) {
     CLI::App app("Compares the rows of two SQL Server databases and makes them agree.", "quillon");
+    app.formatter(std::make_shared<HelpFormatter>());
     AddCommands(app, program);
     try {
         RequireUtf8(argc, argv);

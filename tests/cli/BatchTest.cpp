@@ -121,6 +121,20 @@ TEST_F(Batch, SettingsAreThoseOfThePairAlone) {
     EXPECT_FALSE(Holds(outcome.err, "[all]")) << outcome.err;
 }
 
+TEST_F(Batch, TellsWhatIsSentAndNothingThatIsOnlyGoodToKnow) {
+    Write(Section("one", "e", "f", "ignore-case = yes\n") + Section("two", first, second));
+    const Outcome quiet = Run({"--quiet", "--log", File("batch.log")});
+    EXPECT_EQ(quiet.exitCode, 1);
+    EXPECT_EQ(quiet.err, "");
+    const std::string log = Read("batch.log");
+    EXPECT_TRUE(Holds(log, "logging in as sa")) << log;
+    EXPECT_TRUE(Holds(log, " " + second + ": SELECT ")) << log;
+    EXPECT_TRUE(Holds(log, "/e: SELECT ")) << log;
+    const Outcome verbose = Run({"--verbose"});
+    EXPECT_TRUE(Holds(verbose.err, " " + second + ": SELECT ")) << verbose.err;
+    EXPECT_TRUE(Holds(verbose.err, "quillon: [one] values are compared without regard to case"));
+}
+
 TEST_F(Batch, WritesAReportOfEachPairAndAnIndex) {
     Write(Section("same", "e", "f", "description = <b>\n") + Section("gone", "e", "nowhere") +
           Section("other", "a", "b") + Section("server's", "a", "b", "by-server = yes\n"));

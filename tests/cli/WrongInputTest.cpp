@@ -176,6 +176,26 @@ TEST_F(WrongInput, AServerIsNoDatabase) {
               "quillon: 'host,x' is not a server: HO");
 }
 
+TEST(Help, ShowsOptionsAsTheyAreWritten) {
+    const std::string sync = CallProgram({"sync", "--help"}).out;
+    for (const char* line : {"\n  --to 1|2 ", "\n  --jobs N ", "\n  --verbose  ",
+                             "\n  --guard, --no-guard  ", "\n  -t, --table TABLE "}) {
+        EXPECT_NE(sync.find(line), std::string::npos) << line << sync;
+    }
+    const std::string compare = CallProgram({"compare", "--help"}).out;
+    EXPECT_NE(compare.find("\n  --report-limit N            Rows of each table that the report "
+                           "shows (0: all) (default: 1000)\n"),
+              std::string::npos)
+        << compare;
+    EXPECT_NE(CallProgram({"help", "compare", "--man"}).out.find("(default: 1000)"),
+              std::string::npos);
+    for (std::size_t at = 0; at < compare.size();) {
+        const std::size_t end = compare.find('\n', at);
+        EXPECT_LT(end - at, 110U) << compare.substr(at, end - at);
+        at = end + 1;
+    }
+}
+
 TEST(Help, TellsOfACommandOfACommand) {
     const Outcome outcome = CallProgram({"help", "template", "pick"});
     EXPECT_EQ(outcome.exitCode, 0);
