@@ -47,7 +47,8 @@ std::string HelpFormatter::make_option_opts(const CLI::Option* option) const {
 }
 
 std::string HelpFormatter::make_option_desc(const CLI::Option* option) const {
-    return Wrapped(ModelOf(*option).description);
+    const OptionModel model = ModelOf(*option);
+    return Wrapped(model.description + (model.required && !model.argument ? " (required)" : ""));
 }
 
 }  // namespace quillon

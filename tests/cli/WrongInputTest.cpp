@@ -182,6 +182,7 @@ TEST(Help, ShowsOptionsAsTheyAreWritten) {
                              "\n  --guard, --no-guard  ", "\n  -t, --table TABLE "}) {
         EXPECT_NE(sync.find(line), std::string::npos) << line << sync;
     }
+    EXPECT_NE(sync.find(" Database that is changed (required)\n"), std::string::npos) << sync;
     const std::string compare = CallProgram({"compare", "--help"}).out;
     EXPECT_NE(compare.find("\n  --report-limit N            Rows of each table that the report "
                            "shows (0: all) (default: 1000)\n"),
