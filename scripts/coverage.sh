@@ -1,17 +1,17 @@
 #!/usr/bin/env bash
-# Runs every test and tells which lines of the library and the front end they run: a line for each
-# file below the bar, then the whole. Fails where fewer than 92 of 100 lines run. With "html", pages
-# with every line are written to build/coverage/html.
+# Builds everything and runs every test as scripts/test.sh does, under AddressSanitizer and
+# UndefinedBehaviorSanitizer, and counts by the way which lines of the library and the front end they
+# run: a line for each file in build/coverage/lines.txt, and the whole. Fails where a test does, and
+# where fewer than 92 of 100 lines run. With "html", pages with every line are written to
+# build/coverage/html.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
 
 need "${coverage_packages[@]}"
-cmake --preset coverage >/dev/null
-cmake --build --preset coverage
-find build/coverage -name '*.gcda' -delete
+[ ! -d build/coverage ] || find build/coverage -name '*.gcda' -delete
 # Tests read what their processes write to standard error.
-GCOV_ERROR_FILE=$PWD/build/coverage/gcov.log ctest --preset coverage
+GCOV_ERROR_FILE=$PWD/build/coverage/gcov.log scripts/test.sh coverage
 
 pages=()
 if [ "${1:-}" = html ]; then
