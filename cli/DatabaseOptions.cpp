@@ -130,7 +130,7 @@ std::string ConnectionValue(const std::string& value, const char* what, DriverKi
 
 std::string ParseServer(const std::string& text) {
     RequirePlainName(text, "server", ";'");
-    const std::string server = ServerForm(text);
+    std::string server = ServerForm(text);
     const std::size_t comma = server.find(',');
     if (comma == std::string::npos) return server;
     const auto port = ParseNumber<std::uint16_t>(server.substr(comma + 1));
