@@ -1,20 +1,16 @@
 #include "direct/DirectScript.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
-#include "catalog/CatalogReader.h"
 #include "catalog/Database.h"
 #include "catalog/Identifiers.h"
 #include "catalog/Login.h"
-#include "catalog/UniqueIndexFacts.h"
 #include "core/TableEntry.h"
 #include "core/Text.h"
-#include "data/Recordset.h"
 #include "direct/BatchWriter.h"
 #include "direct/DifferenceSpool.h"
-#include "direct/ServerFacts.h"
+#include "direct/ScriptTargets.h"
 #include "direct/StatementWriter.h"
 #include "direct/StrayRows.h"
 #include "direct/WriteOrder.h"
@@ -24,7 +20,6 @@ namespace QuillonLib {
 namespace {
 
 constexpr std::int32_t FirstVersionWithLists = 10;  // of rows behind VALUES
-constexpr std::int32_t FirstVersionWithScripts = 9;
 
 using Positions = std::vector<std::size_t>;
 
@@ -40,16 +35,6 @@ bool Contains(const Positions& list, std::size_t item) {
     return std::find(list.begin(), list.end(), item) != list.end();
 }
 
-// What the script does to one table.
-struct Target {
-    std::size_t table = 0;  // position in the list of tables
-    DirectShape shape;
-    std::uint64_t inserts = 0, updates = 0, deletes = 0;
-    Positions unique;  // columns outside of the key that are updated and that a unique index sees
-    bool dropsDuplicates = false;  // a unique index has IGNORE_DUP_KEY
-    WrittenTable written;
-};
-
 }  // namespace
 
 class DirectScriptWriter::Impl {
@@ -63,179 +48,24 @@ class DirectScriptWriter::Impl {
                                          const std::function<void(std::u16string_view)>& out,
                                          const std::function<void(std::size_t)>& begins) {
         begins_ = begins;
-        targets_.clear();
-        told_.clear();
-        comments_.clear();
         identityTables_.clear();
-        connection_ = OpenConnection(database_);
-        version_ = ServerVersion(connection_);
-        if (version_ < FirstVersionWithScripts) {
-            throw Error(ErrorNumber::Comparison,
-                        u"Scripts of statements need SQL Server 2005 or later.");
-        }
-        ReadDatabasePage();
+        const auto connection = OpenConnection(database_);
+        ScriptTargets targets(database_, options_, connection);
         for (std::size_t i = 0; i < results.size(); ++i)
-            TakeTable(i, results[i]);
+            targets.Take(i, results[i], spool.Count(i));
+        targets_ = std::move(targets.targets);
+        comments_ = std::move(targets.comments);
+        version_ = targets.Version();
         std::vector<WrittenTable> written;
-        for (const Target& target : targets_)
+        for (const ScriptTarget& target : targets_)
             written.push_back(target.written);
-        order_ = OrderWrites(written, ReadForeignKeyFacts(connection_));
-        connection_->Close();
+        order_ = OrderWrites(written, ReadForeignKeyFacts(connection));
+        connection->Close();
         WriteAll(out);
-        return std::move(told_);
+        return std::move(targets.told);
     }
 
   private:
-    void ReadDatabasePage() {
-        Recordset rows;
-        rows.Open(
-            u"SELECT CAST(COLLATIONPROPERTY(CAST(DATABASEPROPERTYEX(DB_NAME(), 'Collation')"
-            u" AS nvarchar(128)), 'CodePage') AS int)",
-            connection_);
-        const Value page = rows.Fields(std::size_t{0}).Value();
-        page_ = page.IsNull() ? 0 : static_cast<std::int32_t>(ToInt64(page));
-    }
-
-    const ObjectName& NameOf(const DirectShape& shape) const {
-        return options_.target == 1 ? shape.table : shape.table2;
-    }
-    ColumnFacts& FactsOf(DirectColumn& column) const {
-        return options_.target == 1 ? column.side1 : column.side2;
-    }
-
-    void TakeTable(std::size_t index, const DirectTableResult& result) {
-        const ObjectName& name = NameOf(result.shape);
-        const std::u16string entry = MakeTableEntry(name.Owner, name.Name);
-        if (!result.complete) {
-            const std::u16string why =
-                result.error ? result.error->Description() : u"it was cancelled";
-            comments_.push_back(u"Left out, not compared to its end: " + entry + u": " + why);
-            return;
-        }
-        RequireAll(index, result, entry);
-        Target target;
-        target.table = index;
-        target.inserts = options_.target == 1 ? result.onlyIn2 : result.onlyIn1;
-        target.deletes = options_.target == 1 ? result.onlyIn1 : result.onlyIn2;
-        target.updates = result.differing;
-        if (!options_.inserts) target.inserts = 0;
-        if (!options_.updates) target.updates = 0;
-        if (!options_.deletes) target.deletes = 0;
-        if (target.inserts + target.updates + target.deletes == 0) return;
-        target.shape = result.shape;
-        auto& told = told_.emplace_back(
-            DirectScriptTable{index, target.deletes, target.updates, target.inserts});
-        ReadTarget(target, result, told);
-        if (told.LeftOut()) {
-            comments_.push_back(u"Left out, " + Named(told.leftOut) + u": " + entry);
-            return;
-        }
-        comments_.push_back(entry + u": " + Count(target.deletes, u"deleted") + u", " +
-                            Count(target.updates, u"updated") + u", " +
-                            Count(target.inserts, u"inserted"));
-        for (const DirectOmitted& omitted : result.shape.omitted)
-            comments_.push_back(u"    without column " + omitted.name);
-        targets_.push_back(std::move(target));
-    }
-
-    static std::u16string Named(DirectLeftOut why) {
-        if (why == DirectLeftOut::View) return u"a view";
-        if (why == DirectLeftOut::History) return u"the history of another table";
-        return u"rows without a key, some of whose columns are not compared and would lose their"
-               u" values";
-    }
-
-    // A script of some of them would leave the sides apart, and not say so.
-    void RequireAll(std::size_t index, const DirectTableResult& result,
-                    const std::u16string& entry) const {
-        const std::uint64_t counted = result.differing + result.onlyIn1 + result.onlyIn2;
-        const std::uint64_t given = spool.Count(index);
-        if (given == counted) return;
-        throw Error(ErrorNumber::InvalidArgument,
-                    u"Table " + entry + u" has " + ToText(static_cast<std::int64_t>(counted)) +
-                        u" differences, and " + ToText(static_cast<std::int64_t>(given)) +
-                        u" were handed over.");
-    }
-
-    static std::u16string Count(std::uint64_t rows, std::u16string_view what) {
-        return ToText(static_cast<std::int64_t>(rows)) + u" " + std::u16string(what);
-    }
-
-    // Only as far as it sees that the table is left out.
-    void ReadTarget(Target& target, const DirectTableResult& result, DirectScriptTable& told) {
-        CatalogReader reader(connection_);
-        reader.UseDatabase(database_.DatabaseName());
-        const ObjectName& name = NameOf(target.shape);
-        const auto objects = reader.Objects(std::array{name});
-        const ObjectFacts* const facts = FindObject(objects, name);
-        if (facts == nullptr) ThrowObjectNotFound(name, database_.DatabaseName());
-        told.leftOut = WhyLeftOut(target, *facts);
-        if (told.LeftOut()) return;
-        const auto unique = ReadUniqueIndexFacts(connection_, version_, name);
-        target.dropsDuplicates =
-            std::any_of(unique.begin(), unique.end(),
-                        [](const UniqueIndexFacts& index) { return index.IgnoresDuplicates; });
-        WrittenTable& written = target.written;
-        written.name = name;
-        written.inserts = target.inserts > 0;
-        written.deletes = target.deletes > 0;
-        for (const std::size_t column : target.shape.key)
-            written.key.push_back(FactsOf(target.shape.columns[column]).Name);
-        for (std::size_t i = 0; i < target.shape.columns.size(); ++i) {
-            DirectColumn& column = target.shape.columns[i];
-            ColumnFacts& own = FactsOf(column);
-            own.DatabaseCodePage = page_;
-            const bool seen = IsSeen(unique, own.Name);
-            written.columns.push_back(own.Name);
-            written.changed.push_back(target.updates > 0 && result.changedCells[i] > 0);
-            if (seen && written.changed.back()) target.unique.push_back(i);
-            // without a key a row is found by all of its values only: none can change in between
-            const bool found = !target.shape.key.empty();
-            written.mayBeNull.push_back(found && own.AllowNulls && !seen && !column.key);
-            if (written.changed.back() && own.Identity) {
-                throw Error(ErrorNumber::Comparison, u"Table " +
-                                                         MakeTableEntry(name.Owner, name.Name) +
-                                                         u": identity column " + own.Name +
-                                                         u" differs, and cannot be updated.");
-            }
-        }
-    }
-
-    static DirectLeftOut WhyLeftOut(const Target& target, const ObjectFacts& facts) {
-        if (facts.IsView) return DirectLeftOut::View;
-        if (facts.IsHistory) return DirectLeftOut::History;
-        const bool goes = target.shape.key.empty() && target.deletes > 0;
-        return goes && HoldsMore(facts, target.shape) ? DirectLeftOut::LosesColumns
-                                                      : DirectLeftOut::No;
-    }
-
-    // Whether the table has columns that are not compared, and that only a caller can write. What
-    // the other side has in their place says nothing: it may be a computed column there.
-    static bool HoldsMore(const ObjectFacts& facts, const DirectShape& shape) {
-        const auto written = [](const ColumnFacts& column) {
-            return !column.Computed && !column.Generated && !column.ColumnSet &&
-                   column.DataType != u"timestamp";
-        };
-        return std::any_of(
-            facts.Columns.begin(), facts.Columns.end(), [&](const ColumnFacts& column) {
-                return written(column) &&
-                       std::any_of(shape.omitted.begin(), shape.omitted.end(),
-                                   [&](const DirectOmitted& omitted) {
-                                       return EqualIgnoringCase(omitted.name, column.Name);
-                                   });
-            });
-    }
-
-    // Whether a unique index looks at the column: rows may have to swap its values.
-    static bool IsSeen(const std::vector<UniqueIndexFacts>& indexes, const std::u16string& column) {
-        return std::any_of(indexes.begin(), indexes.end(), [&](const UniqueIndexFacts& index) {
-            return !index.Known || std::any_of(index.Columns.begin(), index.Columns.end(),
-                                               [&](const std::u16string& name) {
-                                                   return EqualIgnoringCase(name, column);
-                                               });
-        });
-    }
-
     // ---- the script ----------------------------------------------------------------------------
 
     void WriteAll(const std::function<void(std::u16string_view)>& out) {
@@ -311,7 +141,7 @@ class DirectScriptWriter::Impl {
             if (std::find(tables.begin(), tables.end(), entry) == tables.end())
                 tables.push_back(entry);
         };
-        for (const Target& target : targets_) {
+        for (const ScriptTarget& target : targets_) {
             const auto& columns = target.shape.columns;
             const bool identity =
                 std::any_of(columns.begin(), columns.end(), [this](const DirectColumn& column) {
@@ -472,11 +302,8 @@ class DirectScriptWriter::Impl {
 
     const Database& database_;
     DirectScriptOptions options_;
-    std::shared_ptr<Connection> connection_;
     std::int32_t version_ = 0;
-    std::int32_t page_ = 0;
-    std::vector<Target> targets_;
-    std::vector<DirectScriptTable> told_;
+    std::vector<ScriptTarget> targets_;
     std::function<void(std::size_t)> begins_;
     std::vector<std::u16string> comments_;
     std::vector<std::u16string> identityTables_;
