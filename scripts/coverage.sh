@@ -9,7 +9,10 @@ cd "$(dirname "$0")/.."
 . scripts/packages.sh
 
 need "${coverage_packages[@]}"
-[ ! -d build/coverage ] || find build/coverage -name '*.gcda' -delete
+cmake --preset coverage >/dev/null
+cmake --build --preset coverage
+# What the build runs is no test.
+find build/coverage -name '*.gcda' -delete
 # Tests read what their processes write to standard error.
 GCOV_ERROR_FILE=$PWD/build/coverage/gcov.log scripts/test.sh coverage
 
