@@ -184,7 +184,7 @@ TEST_F(InterruptedProcessTest, AFileThatNobodyWritesToIsGivenUp) {
         AwaitRegistration();
         process.Signal(SIGTERM);
         EXPECT_EQ(process.Wait(), 143) << arguments.front();
-        EXPECT_EQ(process.Err(), Told) << arguments.front();
+        EXPECT_EQ(process.Err(), ToldOfInterrupt) << arguments.front();
         EXPECT_TRUE(fs::is_empty(Temporary())) << arguments.front();
     }
 }
@@ -202,7 +202,7 @@ TEST_F(InterruptedProcessTest, APasswordCommandThatDoesNotEndIsGivenUp) {
     process.Signal(SIGTERM);
     EXPECT_EQ(process.Wait(), 143);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
-    EXPECT_EQ(process.Err(), Told);
+    EXPECT_EQ(process.Err(), ToldOfInterrupt);
 }
 
 TEST_F(InterruptedProcessTest, TheSandboxEndsByASignalAsItShould) {
