@@ -142,6 +142,7 @@ std::u16string ColumnLiterals::Of(const Value& value) const {
             if (to_.DataType == u"binary" && bytes.size() != static_cast<std::size_t>(to_.Length)) {
                 Refuse(u"the column would fill it up with zeros, or cut it");
             }
+            RequireRoom(bytes.size());
             return HexText(bytes);
         }
         case CellClass::PageText:
@@ -212,6 +213,15 @@ std::u16string ColumnLiterals::Moment(const Value& value) const {
     return Quoted(MomentText(parts));
 }
 
+// A server cuts a value that is too long without a word where what it cuts are blanks, or zeros.
+void ColumnLiterals::RequireRoom(std::size_t length) const {
+    const bool limited =
+        to_.DataType == u"varchar" || to_.DataType == u"nvarchar" || to_.DataType == u"varbinary";
+    if (limited && to_.Length > 0 && length > static_cast<std::size_t>(to_.Length)) {
+        Refuse(u"the column would cut it");
+    }
+}
+
 std::u16string ColumnLiterals::Text(const Value& value) const {
     std::u16string text;
     bool isText = true;
@@ -223,6 +233,7 @@ std::u16string ColumnLiterals::Text(const Value& value) const {
             if (!samePage || to_.CodePage != to_.DatabaseCodePage || to_.CodePage == 0) {
                 Refuse(u"its bytes are no text of their code page");
             }
+            RequireRoom(bytes.size());
             if (to_.DataType == u"char" && bytes.size() != static_cast<std::size_t>(to_.Length)) {
                 Refuse(u"the column would fill it up with blanks, or cut it");
             }
@@ -243,6 +254,7 @@ std::u16string ColumnLiterals::Text(const Value& value) const {
     if (fixed && length != static_cast<std::size_t>(to_.Length)) {
         Refuse(u"the column would fill it up with blanks, or cut it");
     }
+    RequireRoom(length);
     // A list that holds a national text, too, brings all its texts to nvarchar: to nvarchar(4000)
     // if none of them is of unlimited length, as longer national ones are, and cuts what is longer.
     const bool own = toType_.cells == CellClass::PageText && text.size() <= MaxNationalLength;

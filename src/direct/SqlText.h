@@ -40,6 +40,7 @@ class ColumnLiterals {
     std::u16string Exact(const Value& value) const;
     std::u16string Float(const Value& value) const;
     std::u16string Moment(const Value& value) const;
+    void RequireRoom(std::size_t length) const;
     std::u16string Text(const Value& value) const;
     std::u16string Variant(const Value& value) const;
     [[noreturn]] void Refuse(std::u16string_view why) const;

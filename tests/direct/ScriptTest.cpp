@@ -383,6 +383,10 @@ TEST_P(Scripts, RefuseValuesThatTheColumnDoesNotHold) {
         {u"varchar(9)", u"char(9)", u"'a'", u"the column would fill it up with blanks, or cut it"},
         {u"varbinary(9)", u"binary(9)", u"0x01",
          u"the column would fill it up with zeros, or cut it"},
+        {u"varchar(9)", u"varchar(2)", u"'ab '", u"the column would cut it"},
+        {u"nvarchar(9)", u"nvarchar(2)", u"N'ab '", u"the column would cut it"},
+        {u"nvarchar(9)", u"varchar(2)", u"N'ab '", u"the column would cut it"},
+        {u"varbinary(9)", u"varbinary(2)", u"0x010200", u"the column would cut it"},
     };
     for (const auto& each : cases) {
         RunOnBoth(u"IF OBJECT_ID('t') IS NOT NULL DROP TABLE t");
