@@ -31,23 +31,30 @@ std::u16string StrayRows::Strays() const {
            u")";
 }
 
-std::u16string StrayRows::Keep() const {
-    std::u16string columns;
+// How many of them refer to which values.
+std::u16string StrayRows::Counted(std::u16string_view into) const {
+    std::u16string columns, values;
     for (std::size_t i = 0; i < key_.Columns.size(); ++i) {
-        AppendTerm(columns, u", ",
-                   u"c." + QuoteIdentifier(key_.Columns[i].first) + u" AS " + Numbered(u'f', i));
+        const std::u16string own = u"c." + QuoteIdentifier(key_.Columns[i].first);
+        AppendTerm(columns, u", ", own + u" AS " + Numbered(u'f', i));
+        AppendTerm(values, u", ", own);
     }
-    return u"SELECT DISTINCT " + columns + u" INTO " + table_ + Strays();
+    return u"SELECT " + columns + u", COUNT_BIG(*) AS n" + std::u16string(into) + Strays() +
+           u" GROUP BY " + values;
+}
+
+std::u16string StrayRows::Keep() const {
+    return Counted(u" INTO " + table_);
 }
 
 std::u16string StrayRows::LookForMore() const {
     std::u16string same;
     for (std::size_t i = 0; i < key_.Columns.size(); ++i) {
-        AppendTerm(same, u" AND ",
-                   u"s." + Numbered(u'f', i) + u" = c." + QuoteIdentifier(key_.Columns[i].first));
+        AppendTerm(same, u" AND ", u"s." + Numbered(u'f', i) + u" = x." + Numbered(u'f', i));
     }
-    return u"IF EXISTS (SELECT *" + Strays() + u" AND NOT EXISTS (SELECT * FROM " + table_ +
-           u" AS s WHERE " + same + u"))\r\nBEGIN\r\n    RAISERROR(N'" +
+    return u"IF EXISTS (SELECT * FROM (" + Counted({}) +
+           u") AS x WHERE NOT EXISTS (SELECT * FROM " + table_ + u" AS s WHERE s.n >= x.n AND " +
+           same + u"))\r\nBEGIN\r\n    RAISERROR(N'" +
            MessageText(u"Foreign key " + QuoteIdentifier(key_.Name) + u" of " +
                        MakeTableEntry(key_.Table.Owner, key_.Table.Name) +
                        u": rows would refer to what is no longer there.") +

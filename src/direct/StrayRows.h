@@ -16,12 +16,13 @@ class StrayRows {
 
     // Keeps in a temporary table of the session what rows refer to that is not there.
     std::u16string Keep() const;
-    // Ends the script where rows refer to something else that is not there. Drops the table.
+    // Ends the script where more rows refer to what is not there. Drops the table.
     std::u16string LookForMore() const;
 
   private:
     // FROM and WHERE for the rows, as c, that refer to nothing.
     std::u16string Strays() const;
+    std::u16string Counted(std::u16string_view into) const;
 
     const ForeignKeyFacts& key_;
     std::u16string table_;

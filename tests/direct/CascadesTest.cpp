@@ -182,6 +182,24 @@ TEST_P(Cascades, ThatAreNotTrustedLeaveNoMoreRowsBehind) {
     EXPECT_EQ(States(), u"0 1");
 }
 
+TEST_P(Cascades, ThatAreNotTrustedLetNoMoreRowsReferToTheSameNothing) {
+    MakeTables(u"ON DELETE CASCADE");
+    const auto orphans = [](std::u16string_view rows) {
+        return u"ALTER TABLE c NOCHECK CONSTRAINT FK_c INSERT c VALUES " + std::u16string(rows) +
+               u" ALTER TABLE c WITH NOCHECK CHECK CONSTRAINT FK_c";
+    };
+    RunOn1(u"INSERT p VALUES (1, 1, 1)\nGO\n" + orphans(u"(8, 99), (9, 99)"));
+    RunOn2(u"INSERT p VALUES (1, 1, 1), (2, 2, 2)\nGO\n" + orphans(u"(9, 99)"));
+    const Texts errors = Run(Script({u"p", u"c"}));
+    ASSERT_EQ(errors.size(), 1U);
+    EXPECT_NE(errors[0].find(u"Foreign key [FK_c] of [dbo].[c]: rows would refer to what is no "
+                             u"longer there."),
+              std::u16string::npos)
+        << ToUtf8(errors[0]);
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM p"), u"2");
+    EXPECT_EQ(On2(u"SELECT COUNT(*) FROM c"), u"1");
+}
+
 TEST_P(Cascades, ThatAreDisabledStaySo) {
     MakeTables(u"ON DELETE CASCADE");
     RunOnBoth(u"ALTER TABLE c NOCHECK CONSTRAINT FK_c");
