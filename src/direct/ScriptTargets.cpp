@@ -159,6 +159,9 @@ void ScriptTargets::ReadTarget(ScriptTarget& target, const DirectTableResult& re
     written.name = name;
     written.inserts = target.inserts > 0;
     written.deletes = target.deletes > 0;
+    for (const ColumnFacts& column : facts->Columns) {
+        if (column.Computed) written.computed.push_back(column.Name);
+    }
     for (const std::size_t column : target.shape.key)
         written.key.push_back(FactsOf(target.shape.columns[column]).Name);
     for (std::size_t i = 0; i < target.shape.columns.size(); ++i) {

@@ -23,6 +23,10 @@ bool SameName(const ObjectName& a, const ObjectName& b) {
 }
 
 std::size_t FindTable(const std::vector<WrittenTable>& tables, const ObjectName& name) {
+    // Two names may differ in case alone.
+    for (std::size_t i = 0; i < tables.size(); ++i) {
+        if (tables[i].name.Owner == name.Owner && tables[i].name.Name == name.Name) return i;
+    }
     for (std::size_t i = 0; i < tables.size(); ++i) {
         if (SameName(tables[i].name, name)) return i;
     }
@@ -34,6 +38,12 @@ std::size_t FindColumn(const WrittenTable& table, const std::u16string& name) {
         if (EqualIgnoringCase(table.columns[i], name)) return i;
     }
     return None;
+}
+
+bool IsComputed(const WrittenTable& table, const std::u16string& name) {
+    return std::any_of(
+        table.computed.begin(), table.computed.end(),
+        [&](const std::u16string& computed) { return EqualIgnoringCase(computed, name); });
 }
 
 // Takes tables whose parents are all taken, again and again. Where none is left that can be taken,
@@ -138,7 +148,7 @@ class WritePlanner {
 
     static bool IsWritten(const ForeignKeyFacts& key, const WrittenTable& table) {
         return std::all_of(key.Columns.begin(), key.Columns.end(), [&](const auto& columns) {
-            return FindColumn(table, columns.second) != None;
+            return FindColumn(table, columns.second) != None || IsComputed(table, columns.second);
         });
     }
 
@@ -148,8 +158,13 @@ class WritePlanner {
         const WrittenTable& table = tables_[referred ? edge.parent : edge.child];
         return std::any_of(
             edge.key->Columns.begin(), edge.key->Columns.end(), [&](const auto& columns) {
-                const std::size_t at = FindColumn(table, referred ? columns.second : columns.first);
-                return at != None && table.changed[at];
+                const std::u16string& name = referred ? columns.second : columns.first;
+                const std::size_t at = FindColumn(table, name);
+                if (at != None) return bool{table.changed[at]};
+                // what it is computed from is not known: any column
+                return IsComputed(table, name) &&
+                       std::find(table.changed.begin(), table.changed.end(), true) !=
+                           table.changed.end();
             });
     }
 

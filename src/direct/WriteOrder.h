@@ -16,6 +16,8 @@ struct WrittenTable {
     std::vector<bool> changed;            // of each: rows are updated in it
     // Of each: it may be NULL for the time being (nullable, and in no unique index or key).
     std::vector<bool> mayBeNull;
+    // Columns that the server computes from the others.
+    std::vector<std::u16string> computed;
     std::vector<std::u16string> key;  // columns that rows are matched by; empty: there are none
     bool inserts = false;
     bool deletes = false;

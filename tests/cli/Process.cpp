@@ -23,7 +23,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-constexpr auto Patience = 30s;
+constexpr auto Patience = 2min;
 
 std::string ContentOf(const fs::path& file) {
     std::ifstream stream(file, std::ios::binary);
