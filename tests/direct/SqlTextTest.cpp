@@ -93,7 +93,7 @@ TEST(SqlText, TextInEveryClient) {
     EXPECT_EQ(Literal(national, Value(low)), u"CAST(0x610000DE AS nvarchar(2))");
     EXPECT_EQ(Literal(national, Value(u"\U0001F600")), u"N'\U0001F600'");
     EXPECT_EQ(Literal(national, Value(u"\u2028")), u"CAST(0x2820 AS nvarchar(1))");
-    EXPECT_TRUE(Literal(national, Value(std::u16string(5000, u'\n')))
+    EXPECT_TRUE(Literal(Facts(u"nvarchar", -1), Value(std::u16string(5000, u'\n')))
                     .ends_with(u"0A000A00 AS nvarchar(max))"));
 }
 
