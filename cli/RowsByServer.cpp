@@ -29,7 +29,7 @@ int FlagOf(RowKind kind) {
     return cpoShowAdditional;
 }
 
-std::vector<RowColumn> ColumnsOf(const Recordset& rows) {
+std::vector<RowColumn> ColumnsOfRows(const Recordset& rows) {
     std::vector<RowColumn> columns;
     for (std::size_t i = 0; i < rows.FieldCount(); ++i)
         columns.push_back({rows.Info(i).name, rows.Info(i).typeName});
@@ -41,7 +41,7 @@ using KeptColumns = std::deque<std::vector<RowColumn>>;
 
 void ShowRows(RowOutput& output, KeptColumns& kept, RowKind kind, Recordset* rows) {
     if (rows == nullptr) return;
-    const std::vector<RowColumn>& columns = kept.emplace_back(ColumnsOf(*rows));
+    const std::vector<RowColumn>& columns = kept.emplace_back(ColumnsOfRows(*rows));
     for (; !rows->EndOfSet(); rows->MoveNext()) {
         SideRow side{&columns, {}};
         for (std::size_t i = 0; i < rows->FieldCount(); ++i)
