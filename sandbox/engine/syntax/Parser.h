@@ -149,7 +149,6 @@ class Parser {
     std::size_t head_ = 0;
     std::size_t lastEnd_ = 0;  // end of the token taken last
     int depth_ = 0;
-    bool inProcedure_ = false;
     std::set<std::u16string> temporary_;  // tables that the batch makes
 };
 
