@@ -1,5 +1,6 @@
 #include <CLI/App.hpp>
 #include <memory>
+#include <string>
 
 #include "cli/BatchRun.h"
 #include "cli/Commands.h"
@@ -30,10 +31,10 @@ void AddBatchCommand(CLI::App& app, Program& program) {
                      "folder for configurations)")
         ->type_name("FILE");
     AddNumber(*command, "--jobs", options->jobs, "Pairs that are compared at once", 1, 64)
-        ->default_str("4");
+        ->default_str(std::to_string(options->jobs));
     AddNumber(*command, "--per-server", options->perServer,
               "Comparisons at once that one server takes part in", 1, 64)
-        ->default_str("2");
+        ->default_str(std::to_string(options->perServer));
     AddParsed(*command, "--slice", options->slice, ParseBatchSlice,
               "Every COUNT-th pair from the PART-th on: slices 1/3, 2/3 and 3/3 are the whole list")
         ->type_name("PART/COUNT");
@@ -43,7 +44,7 @@ void AddBatchCommand(CLI::App& app, Program& program) {
         ->type_name("FOLDER");
     AddNumber(*command, "--report-limit", options->reportLimit,
               "Rows of each table that a report shows (0: all)", std::uint64_t{0})
-        ->default_str("1000");
+        ->default_str(std::to_string(options->reportLimit));
     auto format = std::make_shared<std::string>("table");
     command->add_option("--format", *format, "As text for people, or a line of JSON for each pair")
         ->check(OneOf({"table", "json"}))

@@ -1,5 +1,6 @@
 #include <CLI/App.hpp>
 #include <memory>
+#include <string>
 
 #include "cli/CommandLine.h"
 #include "cli/CommandOptions.h"
@@ -37,7 +38,7 @@ void AddCompareCommand(CLI::App& app, Program& program) {
         ->group(DirectGroup);
     AddNumber(*command, "--report-limit", options->report.limit,
               "Rows of each table that the report shows (0: all)", std::uint64_t{0})
-        ->default_str("1000")
+        ->default_str(std::to_string(options->report.limit))
         ->group(DirectGroup);
     command->callback([options, command, &program] {
         RequireRoad(*command, options->comparison.ByServer());

@@ -15,7 +15,7 @@ std::string Bracketed(const std::u16string& name) {
     return "[" + ToUtf8(name) + "]";
 }
 
-ColumnLeftOut Told(const DirectOmitted& column) {
+ColumnLeftOut ColumnLeftOutOf(const DirectOmitted& column) {
     switch (column.why) {
         case DirectOmission::OnlyIn1:
             return {column.name, "only-in-1", ""};
@@ -46,7 +46,7 @@ bool IsOneSided(const DirectOmitted& column) {
 
 void TellOmitted(const DirectTableResult& result, Verdict& verdict) {
     for (const DirectOmitted& column : result.shape.omitted) {
-        verdict.leftOut.push_back(Told(column));
+        verdict.leftOut.push_back(ColumnLeftOutOf(column));
         if (IsOneSided(column)) continue;
         verdict.notCompared.push_back("column " + Bracketed(column.name) + ": " +
                                       verdict.leftOut.back().reason);

@@ -7,7 +7,7 @@ namespace {
 using namespace QuillonLib;
 
 // Why the values of a common column were not compared.
-ColumnLeftOut ToldOf(const ColumnObject& column, const ColumnFacts* in2) {
+ColumnLeftOut ColumnLeftOutOf(const ColumnObject& column, const ColumnFacts* in2) {
     const auto because = [&](const char* why, std::string reason) {
         return ColumnLeftOut{column.Name(), why, std::move(reason)};
     };
@@ -46,7 +46,7 @@ void JudgeColumns(const Comparison& comparison, const TableDifference& result, V
                  in2 == nullptr ? "" : TypeText(*in2), column->PrimaryKey(), std::nullopt});
         }
         if (left) {
-            verdict.leftOut.push_back(ToldOf(*column, in2));
+            verdict.leftOut.push_back(ColumnLeftOutOf(*column, in2));
         } else if (in1 != nullptr && in2 != nullptr && !ComparedWithoutLoss(*in1, *in2)) {
             verdict.leftOut.push_back(
                 {column->Name(), "converted",

@@ -13,6 +13,7 @@
 
 #include "catalog/Database.h"
 #include "core/Error.h"
+#include "direct/SideReader.h"
 #include "direct/TableFeed.h"
 #include "direct/TableRun.h"
 

@@ -11,6 +11,7 @@
 #include "direct/BatchWriter.h"
 #include "direct/DifferenceSpool.h"
 #include "direct/ScriptTargets.h"
+#include "direct/StatementText.h"
 #include "direct/StatementWriter.h"
 #include "direct/StrayRows.h"
 #include "direct/WriteOrder.h"
@@ -29,10 +30,6 @@ Positions Both(const std::vector<bool>& changed, const Positions& among) {
         if (changed[column]) both.push_back(column);
     }
     return both;
-}
-
-bool Contains(const Positions& list, std::size_t item) {
-    return std::find(list.begin(), list.end(), item) != list.end();
 }
 
 }  // namespace

@@ -1,22 +1,11 @@
 #include "direct/KeyText.h"
 
-#include <span>
-
 #include "data/CodePage.h"
+#include "direct/SqlText.h"
 
 namespace QuillonLib {
 
 namespace {
-
-std::u16string Hexadecimal(std::span<const std::uint8_t> bytes) {
-    static constexpr std::u16string_view Digits = u"0123456789ABCDEF";
-    std::u16string text = u"0x";
-    for (const std::uint8_t byte : bytes) {
-        text.push_back(Digits[byte / 16]);
-        text.push_back(Digits[byte % 16]);
-    }
-    return text;
-}
 
 std::u16string CellText(const ColumnPair& pair, const RowAt& row, int side) {
     const PackedColumn& column = row.Column(pair.field);
@@ -28,7 +17,7 @@ std::u16string CellText(const ColumnPair& pair, const RowAt& row, int side) {
             return u"'" + std::u16string(text) + u"'";
         }
     }
-    if (column.Kind() == ValueKind::Bytes) return Hexadecimal(column.Bytes(row.row));
+    if (column.Kind() == ValueKind::Bytes) return HexText(column.Bytes(row.row));
     return DefaultText(column.Value(row.row));
 }
 

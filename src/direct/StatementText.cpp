@@ -1,5 +1,7 @@
 #include "direct/StatementText.h"
 
+#include <algorithm>
+
 #include <numeric>
 
 #include "core/Text.h"
@@ -25,6 +27,10 @@ std::u16string Joined(const std::vector<std::u16string>& parts) {
 std::size_t Size(const std::vector<std::u16string>& parts) {
     return std::accumulate(parts.begin(), parts.end(), std::size_t{0},
                            [](std::size_t size, const auto& part) { return size + part.size(); });
+}
+
+bool Contains(const std::vector<std::size_t>& list, std::size_t item) {
+    return std::find(list.begin(), list.end(), item) != list.end();
 }
 
 std::u16string_view Beginning(std::u16string_view text, std::size_t most) {

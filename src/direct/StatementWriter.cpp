@@ -14,10 +14,6 @@ namespace {
 constexpr std::size_t MaxGatheredText = std::size_t{1} << 20;  // of all groups
 constexpr std::size_t MaxShownKey = 200;
 
-bool Holds(const std::vector<std::size_t>& list, std::size_t item) {
-    return std::find(list.begin(), list.end(), item) != list.end();
-}
-
 // "key (5)"
 std::u16string Which(std::u16string_view what, std::u16string_view values) {
     return std::u16string(what)
@@ -100,7 +96,7 @@ void StatementWriter::Insert(const DirectRow& source,
     std::vector<std::u16string> values;
     bool alone = false;
     for (std::size_t i = 0; i < source.size(); ++i) {
-        const bool without = Holds(withoutValue, i);
+        const bool without = Contains(withoutValue, i);
         values.push_back(without ? ofSource_[i].Of(Value::Null()) : ofSource_[i].Of(source[i]));
         alone = alone || (!without && ofSource_[i].StandsAlone(source[i]));
     }

@@ -8,6 +8,12 @@ namespace {
 
 class Cascades : public ScriptFixture, public ::testing::WithParamInterface<bool> {
   protected:
+    // Rows of c that refer to nothing; the key is not trusted afterwards.
+    static std::u16string Orphans(std::u16string_view rows) {
+        return u"ALTER TABLE c NOCHECK CONSTRAINT FK_c INSERT c VALUES " + std::u16string(rows) +
+               u" ALTER TABLE c WITH NOCHECK CHECK CONSTRAINT FK_c";
+    }
+
     Cascades() { scripted.guard = GetParam(); }
 
     void MakeTables(const std::u16string& actions) {
@@ -140,9 +146,7 @@ TEST_P(Cascades, AreLeftAloneWhereNothingSetsThemOff) {
 // Rows that refer to nothing have been there before.
 TEST_P(Cascades, ThatAreNotTrustedAreGivenBackSo) {
     MakeTables(u"ON DELETE CASCADE");
-    const std::u16string orphan =
-        u"ALTER TABLE c NOCHECK CONSTRAINT FK_c INSERT c VALUES (9, 99)"
-        u" ALTER TABLE c WITH NOCHECK CHECK CONSTRAINT FK_c";
+    const std::u16string orphan = Orphans(u"(9, 99)");
     RunOn1(u"INSERT p VALUES (1, 1, 1) INSERT c VALUES (1, 1)\nGO\n" + orphan);
     RunOn2(u"INSERT p VALUES (1, 1, 1), (2, 2, 2) INSERT c VALUES (1, 1)\nGO\n" + orphan);
     EXPECT_EQ(States(), u"0 1");
@@ -160,9 +164,7 @@ TEST_P(Cascades, ThatAreNotTrustedAreGivenBackSo) {
 // that refer to nothing while it has the key suspended.
 TEST_P(Cascades, ThatAreNotTrustedLeaveNoMoreRowsBehind) {
     MakeTables(u"ON DELETE CASCADE");
-    const std::u16string orphan =
-        u"ALTER TABLE c NOCHECK CONSTRAINT FK_c INSERT c VALUES (9, 99)"
-        u" ALTER TABLE c WITH NOCHECK CHECK CONSTRAINT FK_c";
+    const std::u16string orphan = Orphans(u"(9, 99)");
     RunOn1(u"INSERT p VALUES (1, 1, 1) INSERT c VALUES (1, 1)\nGO\n" + orphan);
     RunOn2(u"INSERT p VALUES (1, 1, 1), (2, 2, 2) INSERT c VALUES (1, 1), (2, 2), (3, NULL)\nGO\n" +
            orphan);
@@ -184,12 +186,8 @@ TEST_P(Cascades, ThatAreNotTrustedLeaveNoMoreRowsBehind) {
 
 TEST_P(Cascades, ThatAreNotTrustedLetNoMoreRowsReferToTheSameNothing) {
     MakeTables(u"ON DELETE CASCADE");
-    const auto orphans = [](std::u16string_view rows) {
-        return u"ALTER TABLE c NOCHECK CONSTRAINT FK_c INSERT c VALUES " + std::u16string(rows) +
-               u" ALTER TABLE c WITH NOCHECK CHECK CONSTRAINT FK_c";
-    };
-    RunOn1(u"INSERT p VALUES (1, 1, 1)\nGO\n" + orphans(u"(8, 99), (9, 99)"));
-    RunOn2(u"INSERT p VALUES (1, 1, 1), (2, 2, 2)\nGO\n" + orphans(u"(9, 99)"));
+    RunOn1(u"INSERT p VALUES (1, 1, 1)\nGO\n" + Orphans(u"(8, 99), (9, 99)"));
+    RunOn2(u"INSERT p VALUES (1, 1, 1), (2, 2, 2)\nGO\n" + Orphans(u"(9, 99)"));
     const Texts errors = Run(Script({u"p", u"c"}));
     ASSERT_EQ(errors.size(), 1U);
     EXPECT_NE(errors[0].find(u"Foreign key [FK_c] of [dbo].[c]: rows would refer to what is no "
