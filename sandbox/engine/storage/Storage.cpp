@@ -94,6 +94,10 @@ Value Statement::Column(int index) const {
 }
 
 Store::Store() {
+    // Counting all memory in use costs a mutex of the whole process for each piece. SQLite takes it
+    // only before its first connection.
+    static const int uncounted = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+    static_cast<void>(uncounted);
     if (sqlite3_open_v2(":memory:", &db_,
                         SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
                         nullptr) != SQLITE_OK) {
