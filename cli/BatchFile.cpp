@@ -2,9 +2,12 @@
 
 #include <CLI/App.hpp>
 #include <algorithm>
+#include <array>
 #include <map>
+#include <new>
 #include <optional>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 #include "cli/ConnectionFile.h"
@@ -14,6 +17,7 @@
 #include "cli/Roads.h"
 #include "cli/SettingReader.h"
 #include "cli/Suggestion.h"
+#include "cli/TemplateFile.h"
 #include "cli/TextFile.h"
 
 namespace quillon {
@@ -23,6 +27,15 @@ namespace {
 using QuillonLib::FoldCase;
 
 constexpr std::size_t MostSlices = 1'000'000;
+
+// Options of `quillon compare` that are about the whole call: a pair that set one would set it for
+// all of them.
+constexpr std::array<std::string_view, 4> OptionsOfTheCall = {"config", "quiet", "verbose", "log"};
+
+bool IsOptionOfTheCall(std::string_view name) {
+    return std::find(OptionsOfTheCall.begin(), OptionsOfTheCall.end(), name) !=
+           OptionsOfTheCall.end();
+}
 
 struct Setting {
     std::string name;
@@ -60,8 +73,8 @@ const std::map<std::string, Kind>& Kinds() {
             {"description", {}}, {"database1", {}}, {"database2", {}}};
         const Parser parser;
         for (const CLI::Option* option : parser.app.get_options()) {
-            // The file of connections is that of the whole batch.
-            if (option->get_lnames().empty() || option->check_lname("config")) continue;
+            if (option->get_lnames().empty() || IsOptionOfTheCall(option->get_lnames().front()))
+                continue;
             all[option->get_lnames().front()] = {option->get_items_expected_max() == 0,
                                                  option->get_items_expected_max() > 1};
         }
@@ -122,6 +135,10 @@ class Reader : public SettingReader {
     }
     void Set(const std::string& name, const std::string& value) override {
         RefusePassword(name);
+        if (IsOptionOfTheCall(name)) {
+            throw std::runtime_error("'" + name +
+                                     "' is an option of the command line, not of a pair");
+        }
         const auto found = Kinds().find(name);
         if (found == Kinds().end()) {
             std::vector<std::string> known;
@@ -138,20 +155,17 @@ class Reader : public SettingReader {
     }
     void End() override {
         BatchSetup& setup = setups.back();
-        const bool byTemplate = Find("template") != nullptr;
-        for (const char* name : {"database1", "database2"}) {
-            const Setting* setting = Find(name);
-            if (byTemplate && setting != nullptr)
-                throw WrongLine(setting->line, "the databases are those of the template");
-            if (!byTemplate && setting == nullptr)
-                throw WrongLine(begun_, "[" + setup.name + "] has no " + name);
-        }
+        RequireDatabases(setup);
         RequireLogins(setup);
         RequireOneRoad();
         Fill(setup);
     }
 
-    // Everything that can be said of a setting alone.
+    static bool ChooseTheSame(const Setting& one, const Setting& other) {
+        const auto isKey = [](const std::string& name) { return name == "key" || name == "index"; };
+        return one.name == other.name || (isKey(one.name) && isKey(other.name));
+    }
+    // Everything that can be said of a setting beside those above it.
     void Check(const Setting& setting) {
         try {
             Parser().Parse(ArgumentsOf(setting));
@@ -159,10 +173,11 @@ class Reader : public SettingReader {
             const std::u16string table = TableOf(setting);
             if (table.empty()) return;
             for (const Setting& other : settings_) {
-                if (other.name == setting.name && FoldCase(TableOf(other)) == FoldCase(table)) {
-                    throw std::runtime_error(setting.name + ": " + QuillonLib::ToUtf8(table) +
-                                             " has two choices");
-                }
+                if (!ChooseTheSame(setting, other) || FoldCase(TableOf(other)) != FoldCase(table))
+                    continue;
+                throw std::runtime_error(
+                    setting.name + ": " + QuillonLib::ToUtf8(table) + " has two choices" +
+                    (other.name == setting.name ? "" : ", the other one by " + other.name));
             }
         } catch (const std::runtime_error& error) {
             throw std::runtime_error(WithoutDashes(error.what()));
@@ -179,22 +194,58 @@ class Reader : public SettingReader {
         (void)DatabaseLocation::Parse(connection.server + "/" + connection.database);
         return connection.integrated || !connection.user.empty();
     }
+    // Both, which go before those of a template, or with a template none.
+    void RequireDatabases(const BatchSetup& setup) const {
+        const Setting* const first = Find("database1");
+        const Setting* const second = Find("database2");
+        if (first != nullptr && second != nullptr) return;
+        if (Find("template") == nullptr) {
+            throw WrongLine(begun_, "[" + setup.name + "] has no " +
+                                        (first == nullptr ? "database1" : "database2"));
+        }
+        const Setting* const one = first == nullptr ? second : first;
+        if (one != nullptr) throw WrongLine(one->line, "the databases are those of the template");
+    }
     void RequireLogins(const BatchSetup& setup) {
         const bool login1 = IsOn("integrated") || Find("user") != nullptr;
         const bool login2 = login1 || IsOn("integrated2") || Find("user2") != nullptr;
-        const auto require = [&](const char* database, bool given, const char* user) {
-            const Setting* place = Find(database);
-            if (given || place == nullptr || LoginAt(place->value)) return;
-            throw WrongLine(place->line, "[" + setup.name + "] has no login for " + database +
-                                             ": name a connection that has one, or write " + user);
+        const auto require = [&](const Setting& place, const char* database, bool given,
+                                 const char* user) {
+            if (given || BringsLogin(place)) return;
+            throw WrongLine(place.line, "[" + setup.name + "] has no login for " + database +
+                                            ": name a connection that has one, or write " + user);
         };
-        require("database1", login1, "user");
-        require("database2", login2, "user2");
+        const auto places = PlacesOf();
+        if (!places) return;
+        require(places->first, "database1", login1, "user");
+        require(places->second, "database2", login2, "user2");
+    }
+    // Throws WrongLine for a place that is none.
+    bool BringsLogin(const Setting& place) {
+        try {
+            return LoginAt(place.value);
+        } catch (const std::runtime_error& error) {
+            throw WrongLine(place.line, error.what());
+        }
+    }
+    // Where the databases are, each with the line that says so. Absent for a template that cannot
+    // be read, or names none: the pair fails when its turn comes.
+    std::optional<std::pair<Setting, Setting>> PlacesOf() const {
+        if (Find("database1") != nullptr) return std::pair(*Find("database1"), *Find("database2"));
         const Setting* named = Find("template");
-        if (named != nullptr && !login1) {
-            throw WrongLine(named->line, "[" + setup.name +
-                                             "] has no login: write user or "
-                                             "integrated");
+        const Setting* file = Find("templates");
+        try {
+            const TemplateContents contents =
+                TemplateFile::Existing(file == nullptr ? "" : file->value)
+                    .Read(QuillonLib::FromUtf8(named->value));
+            Setting place1{"database1", QuillonLib::ToUtf8(contents.database1), named->line};
+            Setting place2{"database2", QuillonLib::ToUtf8(contents.database2), named->line};
+            if (place1.value.empty() || place2.value.empty()) return std::nullopt;
+            return std::pair(std::move(place1), std::move(place2));
+        } catch (const std::bad_alloc&) {
+            throw;
+        } catch (const std::exception&) {
+            return std::nullopt;
         }
     }
     void RequireOneRoad() const {

@@ -113,8 +113,14 @@ void Print(Console& console, const BatchResult& result) {
         console.Print(console.Coloured(Colour::None, "    " + result.summary));
     if (!result.results) return;
     for (const ResultLine& line : result.results->lines) {
-        if (line.verdict.kind == Verdict::Kind::Identical) continue;
-        console.Print("    " + line.name + ": " + line.verdict.text);
+        const Verdict& verdict = line.verdict;
+        // One that is identical, and of which there is no more to say, is counted alone.
+        if (verdict.kind == Verdict::Kind::Identical && verdict.drift.empty()) continue;
+        console.Print("    " + line.name + ": " + verdict.text);
+        for (const std::string& drift : verdict.drift)
+            console.Print("      " + drift);
+        for (const std::string& what : verdict.notCompared)
+            console.Print("      not compared: " + what);
         // Behind a line that names the table once more.
         const std::size_t cause = line.error.find('\n');
         if (cause != std::string::npos)

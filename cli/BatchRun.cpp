@@ -119,14 +119,15 @@ class BatchRun {
             needs.push_back(NeedsOf(pairs_[at], static_cast<std::size_t>(options_.perServer)));
         }
         BatchQueue queue(std::move(needs));
-        const CloseAtEnd close{queue};
         working_ = std::min(static_cast<std::size_t>(options_.jobs), ready.size());
         std::vector<std::jthread> workers;
+        const CloseAtEnd close{queue};
         for (std::size_t i = working_; i > 0; --i)
             workers.emplace_back([&] { Work(queue, ready); });
         Follow(queue);
     }
-    // Declared behind the queue, and the workers behind it: no worker outlives either.
+    // Declared behind the workers, who are waited for once nothing more can begin: where the pairs
+    // can no longer be told, those that wait need not run.
     struct CloseAtEnd {
         BatchQueue& queue;
         ~CloseAtEnd() { queue.Close(); }
@@ -141,12 +142,14 @@ class BatchRun {
                 // What was told not to be run is not.
                 if (stopped_) break;
                 results_[at].outcome = BatchOutcome::Running;
+                pageIsOld_ = true;
                 result = results_[at];
             }
             RunPair(pairs_[at], ReportOf(pairs_[at]), result);
             {
                 const std::lock_guard lock(mutex_);
                 results_[at] = std::move(result);
+                pageIsOld_ = true;
                 finished_.push_back(at);
             }
             changed_.notify_all();
@@ -180,14 +183,17 @@ class BatchRun {
             for (const std::size_t at : finished)
                 Tell(results_[at]);
             if (Interrupted() && !stopped_) Stop(queue);
-            if (!finished.empty()) FollowOnPage();
+            FollowOnPage();
             if (!last) ShowProgress();
         }
         console_.ClearProgress();
     }
+    // Whatever has changed reaches the page within IndexEvery, also where nothing else changes for
+    // hours.
     void FollowOnPage() {
-        if (std::chrono::steady_clock::now() - indexWritten_ < IndexEvery) return;
         const std::lock_guard lock(mutex_);
+        if (!pageIsOld_ || std::chrono::steady_clock::now() - indexWritten_ < IndexEvery) return;
+        pageIsOld_ = false;
         WriteIndex();
     }
     void ShowProgress() {
@@ -251,6 +257,7 @@ class BatchRun {
     std::condition_variable changed_;
     std::vector<BatchResult> results_;   // by pair
     std::vector<std::size_t> finished_;  // that have not been told yet
+    bool pageIsOld_ = true;              // a result may have changed since the page was written
     std::size_t working_ = 0;            // threads
     bool stopped_ = false;               // written by the thread that follows alone
 };

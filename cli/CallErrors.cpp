@@ -36,6 +36,25 @@ void ForEachCommand(const CLI::App& app, const Visit& visit) {
         ForEachCommand(*command, visit);
 }
 
+bool IsKnown(const CLI::App& app, const std::string& name) {
+    bool known = false;
+    ForEachCommand(app, [&](const CLI::App& command) { known |= HasOption(command, name); });
+    return known;
+}
+
+// Not one that is a flag for any of the commands.
+bool NeedsValue(const CLI::App& app, const std::string& name) {
+    bool known = false;
+    bool always = true;
+    ForEachCommand(app, [&](const CLI::App& command) {
+        const CLI::Option* const option = command.get_option_no_throw(name);
+        if (option == nullptr) return;
+        known = true;
+        always &= option->get_items_expected_min() > 0;
+    });
+    return known && always;
+}
+
 // The first word behind `command` that is neither an option of its nor an option's value.
 const std::string* InnerName(const CLI::App& command, const std::vector<std::string>& arguments) {
     for (std::size_t at = 1; at < arguments.size(); ++at) {
@@ -125,13 +144,21 @@ void RefuseEmptyValues(CLI::App& app) {
 }
 
 void RequireValues(const CLI::App& app, const std::vector<std::string>& arguments) {
-    for (const std::string& argument : arguments) {
+    for (std::size_t at = 0; at < arguments.size(); ++at) {
+        const std::string& argument = arguments[at];
         if (argument == "--") return;
-        if (!argument.starts_with("--") || argument.find('=') + 1 != argument.size()) continue;
-        bool known = false;
+        if (!IsOption(argument)) continue;
         const std::string name = NameOf(argument);
-        ForEachCommand(app, [&](const CLI::App& command) { known |= HasOption(command, name); });
-        if (known) throw CLI::ValidationError(name + ": its value is empty");
+        if (argument.starts_with("--") && argument.find('=') + 1 == argument.size() &&
+            IsKnown(app, name)) {
+            throw CLI::ValidationError(name + ": its value is empty");
+        }
+        if (at + 1 == arguments.size() || !NeedsValue(app, argument)) continue;
+        const std::string& value = arguments[++at];
+        if (IsOption(value) && IsKnown(app, NameOf(value))) {
+            throw CLI::ValidationError(argument + " needs a value, and " + NameOf(value) +
+                                       " is an option: such a value is written behind a \"=\"");
+        }
     }
 }
 

@@ -36,7 +36,7 @@ void RequireInnerCommand(const CLI::App& app, const std::vector<std::string>& ar
 void RefuseEmptyValues(CLI::App& app);
 
 // Throws CLI::ValidationError for "--option=" without a value, for which the parser would take the
-// next word.
+// next word, and where the word that it would take is an option itself.
 void RequireValues(const CLI::App& app, const std::vector<std::string>& arguments);
 
 // For a call in which an option is without its value, or there too often.

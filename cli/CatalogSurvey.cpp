@@ -10,6 +10,7 @@
 #include "catalog/CatalogReader.h"
 #include "catalog/Login.h"
 #include "cli/LoginFailure.h"
+#include "cli/Names.h"
 
 namespace quillon {
 
@@ -29,7 +30,7 @@ constexpr std::size_t TablesPerQuery = 20;
 std::vector<ObjectFacts> ReadSide(const Database& database, const TextArray& tables) {
     std::vector<ObjectName> names;
     for (const std::u16string& entry : tables.Items)
-        names.push_back({GetTableOwner(entry), GetTableName(entry)});
+        names.push_back(NameOfEntry(entry));
     std::vector<ObjectFacts> facts;
     try {
         CatalogReader reader(OpenConnection(database));
@@ -89,7 +90,7 @@ FactsByTable ReadFacts(const Database& obDB1, const Database& obDB2, const TextA
     const std::vector<ObjectFacts> side2 = ReadSide(obDB2, tables);
     FactsByTable facts;
     for (const std::u16string& entry : tables.Items) {
-        const ObjectName name{GetTableOwner(entry), GetTableName(entry)};
+        const ObjectName name = NameOfEntry(entry);
         const ObjectFacts* in1 = FindObject(side1, name);
         const ObjectFacts* in2 = FindObject(side2, name);
         if (in1 != nullptr && in2 != nullptr) facts[entry] = {*in1, *in2};

@@ -46,9 +46,10 @@ void AddCompareCommand(CLI::App& app, Program& program) {
         options->pager.Apply(program.console);
         options->report.scriptCommand =
             SameCallOf(*command, *command->get_parent()->get_subcommand("script"));
+        ComparisonRequest request = options->comparison.Request(program.console);
+        request.resultTellsEquality = options->format.Format() != OutputFormat::Csv;
         const CompareResults results =
-            CompareWhole(options->comparison, options->comparison.Request(program.console),
-                         options->report, program.console);
+            CompareWhole(options->comparison, request, options->report, program.console);
         if (!options->report.file.empty()) program.console.Hint("Written: " + options->report.file);
         Print(program.console, results, options->format.Format());
         program.exitCode = results.exitCode;

@@ -37,8 +37,7 @@ void Print(Console& console, const CompareResults& results, OutputFormat format)
         case OutputFormat::Table:
             break;
     }
-    PrintResults(console, results.lines,
-                 results.tables.onlyIn1.size() + results.tables.onlyIn2.size(), results.listing);
+    PrintResults(console, results.lines, results.All(), results.listing);
 }
 
 }  // namespace quillon

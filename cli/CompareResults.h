@@ -37,7 +37,9 @@ struct CompareResults {
     Stopwatch watch;
     int exitCode = 0;  // that the command ends with
 
-    Totals All() const { return TotalsOf(lines, tables.onlyIn1.size() + tables.onlyIn2.size()); }
+    Totals All() const {
+        return TotalsOf(lines, tables.onlyIn1.size() + tables.onlyIn2.size(), loosened);
+    }
     std::vector<const ResultLine*> Shown() const { return Listed(lines, listing); }
 };
 

@@ -19,7 +19,7 @@ CompareResults CompareWholeDirect(const ComparisonOptions& options,
     results.databases = run.databases;
     results.tables = run;
     results.listing = run.listing;
-    results.loosened = options.Direct().Loosened();
+    results.loosened = run.loosened;
     std::optional<Report> report;
     std::optional<ReportScripts> scripts;
     if (!choice.file.empty()) report.emplace(choice.file, choice.limit);

@@ -31,6 +31,9 @@ struct ComparisonRequest {
     std::optional<std::string> thirdOfTemplate;
     bool dropLinkedServers = false;
     TableListing listing;
+    // The form of the result has room for how values were compared; else standard error tells that
+    // also to who wants it quiet.
+    bool resultTellsEquality = true;
 };
 
 // A comparison that is ready to run. Every name in it stands in the catalogs.

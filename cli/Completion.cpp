@@ -178,7 +178,13 @@ std::string FishCompletion(const CommandModel& program) {
         text += "complete -c quillon -n __fish_use_subcommand -a " + command.name + " -d " +
                 FishQuoted(command.description) + "\n";
         const std::string seen = "__fish_seen_subcommand_from " + command.name;
-        AppendFishOptions(command, seen, text);
+        // Behind a command within, its own options are offered, the outer one's among them.
+        std::string within;
+        for (const CommandModel& inner : command.commands)
+            within += " " + LastWord(inner.name);
+        AppendFishOptions(
+            command,
+            within.empty() ? seen : seen + "; and not __fish_seen_subcommand_from" + within, text);
         for (const CommandModel& inner : command.commands) {
             const std::string name = LastWord(inner.name);
             text += "complete -c quillon -f -n " + FishQuoted(seen) + " -a " + name + " -d " +

@@ -44,12 +44,14 @@ std::u16string LoginOptions::Password(const std::string& place, Console& console
     if (!passwordCommand.empty()) return PasswordOf(passwordCommand, user);
     if (const auto password = Environment(passwordVariable.c_str()))
         return CheckedPassword(*password, passwordVariable);
+    std::string typed;
     try {
-        return FromUtf8(console.AskSecret("Password of " + user + " for " + place + ": "));
+        typed = console.AskSecret("Password of " + user + " for " + place + ": ");
     } catch (const std::runtime_error&) {
         throw std::runtime_error("no password for " + user + ": set " + passwordVariable +
                                  " in the environment");
     }
+    return CheckedPassword(typed, "what was typed");
 }
 
 namespace {

@@ -8,7 +8,6 @@
 #include "cli/ParsedOption.h"
 #include "cli/Roads.h"
 #include "cli/TableChoices.h"
-#include "core/TableEntry.h"
 
 namespace quillon {
 
@@ -104,7 +103,7 @@ std::vector<DirectTable> DirectChoices::Tables(const TableLists& lists,
     std::vector<DirectTable> tables;
     tables.reserve(entries.size());
     for (const std::u16string& entry : entries)
-        tables.push_back({{GetTableOwner(entry), GetTableName(entry)}, {}, {}, {}, {}});
+        tables.push_back({NameOfEntry(entry), {}, {}, {}, {}});
     for (const std::string& text : keys_) {
         const ColumnsChoice choice = ParseColumnsChoice(text, "--key", table_);
         if (lists.IsOneSided(choice.table)) continue;

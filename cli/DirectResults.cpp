@@ -134,9 +134,35 @@ bool IsRefusedSnapshot(DirectReading reading, bool asked) {
     return asked && reading == DirectReading::Committed;
 }
 
-std::string FailureOf(const DirectTableResult& result, const std::string& table) {
-    return "Error comparing " + Printable(table) + "\n" +
-           (result.error ? ToUtf8(result.error->Description()) : "It was not read to its end.");
+std::string FailureOf(const DirectTableResult& result, const std::string& table,
+                      const DirectRun& run) {
+    std::string text = "Error comparing " + Printable(table) + "\n";
+    if (!result.error) return text + "It was not read to its end.";
+    if (result.failedSide != 0) {
+        text += "In database " + std::to_string(result.failedSide) + " (" +
+                Printable(ToUtf8(run.Target(result.failedSide).Description())) + "): ";
+    }
+    return text + ToUtf8(result.error->Description());
+}
+
+// All but the numbers of rows.
+void TellTable(const DirectRun& run, std::size_t table, const DirectTableResult& result,
+               Verdict& verdict) {
+    TellOmitted(result, verdict);
+    TellDrift(result, verdict);
+    TellIgnoredKeys(result, run.options, verdict);
+    if (result.complete) TellChangedCells(result, verdict);
+    const std::string condition = ToUtf8(run.choices[table].where);
+    if (!condition.empty()) verdict.notCompared.push_back("rows that do not meet " + condition);
+    if (IsRefusedSnapshot(result.reading1, run.options.snapshot))
+        verdict.drift.emplace_back("1 allows no snapshot: read under READ COMMITTED");
+    if (IsRefusedSnapshot(result.reading2, run.options.snapshot))
+        verdict.drift.emplace_back("2 allows no snapshot: read under READ COMMITTED");
+}
+
+void CallNotWhole(Verdict& verdict) {
+    verdict.kind = Verdict::Kind::NotWhole;
+    verdict.text = "no difference found";
 }
 
 }  // namespace
@@ -160,20 +186,20 @@ std::vector<std::string> OneSidedColumns(const DirectTableResult& result) {
     return lines;
 }
 
-ResultLine LineOf(const std::u16string& entry, const DirectTableResult& result,
-                  const std::string& condition, const DirectOptions& options) {
+ResultLine LineOf(const DirectRun& run, std::size_t table, const DirectTableResult& result) {
     ResultLine line;
-    line.table = ToUtf8(entry);
-    line.entry = entry;
+    line.entry = run.tables[table];
+    line.table = ToUtf8(line.entry);
     line.view = result.shape.view;
-    line.condition = condition;
+    line.condition = ToUtf8(run.choices[table].where);
     line.name = line.table + (line.view ? " (view)" : "");
     Verdict& verdict = line.verdict;
     // A table whose plan could not be made has no shape.
     if (!result.shape.columns.empty()) TellColumns(result, verdict);
     if (!result.complete) {
         verdict.text = "not compared";
-        line.error = FailureOf(result, line.table);
+        line.error = FailureOf(result, line.table, run);
+        line.errorSide = result.failedSide;
         if (result.error) line.errorNumber = result.error->Number();
         TellDrift(result, verdict);
         return line;
@@ -187,20 +213,21 @@ ResultLine LineOf(const std::u16string& entry, const DirectTableResult& result,
     verdict.onlyIn2 = static_cast<std::int64_t>(result.onlyIn2);
     verdict.kind = result.Same() ? Verdict::Kind::Identical : Verdict::Kind::Different;
     verdict.text = result.Same() ? "identical" : "different";
-    TellOmitted(result, verdict);
-    TellDrift(result, verdict);
-    TellIgnoredKeys(result, options, verdict);
-    TellChangedCells(result, verdict);
-    if (!condition.empty()) verdict.notCompared.push_back("rows that do not meet " + condition);
-    if (IsRefusedSnapshot(result.reading1, options.snapshot))
-        verdict.drift.emplace_back("1 allows no snapshot: read under READ COMMITTED");
-    if (IsRefusedSnapshot(result.reading2, options.snapshot))
-        verdict.drift.emplace_back("2 allows no snapshot: read under READ COMMITTED");
-    if (verdict.kind == Verdict::Kind::Identical && !verdict.notCompared.empty()) {
-        verdict.kind = Verdict::Kind::NotWhole;
-        verdict.text = "no difference found";
-    }
+    TellTable(run, table, result, verdict);
+    if (verdict.kind == Verdict::Kind::Identical && !verdict.notCompared.empty())
+        CallNotWhole(verdict);
     return line;
+}
+
+Verdict VerdictOfPart(const DirectRun& run, std::size_t table, const DirectTableResult& result,
+                      bool differs) {
+    Verdict verdict;
+    verdict.kind = differs ? Verdict::Kind::Different : Verdict::Kind::Identical;
+    verdict.text = "different";
+    TellTable(run, table, result, verdict);
+    // Nobody has seen the rest.
+    if (verdict.kind == Verdict::Kind::Identical) CallNotWhole(verdict);
+    return verdict;
 }
 
 }  // namespace quillon

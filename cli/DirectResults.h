@@ -4,16 +4,20 @@
 #include <string>
 #include <vector>
 
+#include "cli/DirectRun.h"
 #include "cli/ResultTable.h"
-#include "direct/DirectOptions.h"
 #include "direct/DirectResult.h"
 
 namespace quillon {
 
-// `entry`: the table, as the command lists it. `condition`: of the rows that were compared; empty
-// for all.
-ResultLine LineOf(const std::u16string& entry, const QuillonLib::DirectTableResult& result,
-                  const std::string& condition, const QuillonLib::DirectOptions& options);
+// `table`: the position of the table that it is the result of.
+ResultLine LineOf(const DirectRun& run, std::size_t table,
+                  const QuillonLib::DirectTableResult& result);
+
+// Of a table that was left before its end, since somebody had seen enough: what its catalogs say,
+// and what was not compared, are known all the same. `differs`: a difference was found.
+Verdict VerdictOfPart(const DirectRun& run, std::size_t table,
+                      const QuillonLib::DirectTableResult& result, bool differs);
 
 // The columns that are compared, without the number of their changed cells.
 std::vector<ComparedColumn> ColumnsOf(const QuillonLib::DirectShape& shape);

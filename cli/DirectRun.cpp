@@ -67,6 +67,17 @@ void RequireNoThird(const ComparisonRequest& request) {
         "to be compared directly");
 }
 
+// "Identical" means something else then.
+void TellLoosened(const std::string& loosened, bool resultTells, Console& console) {
+    if (loosened.empty()) return;
+    const std::string text = "quillon: values are compared " + loosened;
+    if (resultTells) {
+        console.Hint(text);
+    } else {
+        console.Note(text);
+    }
+}
+
 }  // namespace
 
 std::string ProgressText(std::uint64_t rows, const char* done, const ReadingPace::Reading& pace) {
@@ -87,8 +98,8 @@ DirectRun PrepareDirect(ComparisonRequest request, const DirectChoices& choices,
     choices.RequireIgnored(request.databases, run.tables);
     run.options = choices.Options();
     run.listing = request.listing;
-    if (!choices.Loosened().empty())
-        console.Hint("quillon: values are compared " + choices.Loosened());
+    run.loosened = choices.Loosened();
+    TellLoosened(run.loosened, request.resultTellsEquality, console);
     return run;
 }
 
@@ -120,14 +131,15 @@ std::vector<DirectTableResult> Run(const DirectRun& run, Console& console,
 std::vector<ResultLine> Judge(const DirectRun& run, const std::vector<DirectTableResult>& results) {
     std::vector<ResultLine> lines;
     for (std::size_t i = 0; i < results.size(); ++i)
-        lines.push_back(
-            LineOf(run.tables[i], results[i], ToUtf8(run.choices[i].where), run.options));
+        lines.push_back(LineOf(run, i, results[i]));
     return lines;
 }
 
 int PrintResults(Console& console, const DirectRun& run,
                  const std::vector<DirectTableResult>& results) {
-    return PrintResults(console, Judge(run, results), run.onlyIn1.size() + run.onlyIn2.size(),
+    const std::vector<ResultLine> lines = Judge(run, results);
+    return PrintResults(console, lines,
+                        TotalsOf(lines, run.onlyIn1.size() + run.onlyIn2.size(), run.loosened),
                         run.listing);
 }
 

@@ -21,6 +21,7 @@ struct DirectRun : TableLists {
     DatabaseOptions::Databases databases;
     std::vector<QuillonLib::DirectTable> choices;  // by table
     QuillonLib::DirectOptions options;
+    std::string loosened;  // as DirectChoices::Loosened
     TableListing listing;
 
     const QuillonLib::Database& Target(int side) const {

@@ -23,6 +23,45 @@ std::string Joined(const std::vector<std::string>& lines) {
 
 }  // namespace
 
+std::vector<std::u16string> RemarksOf(const DirectRun& run) {
+    std::vector<std::u16string> remarks;
+    if (!run.loosened.empty())
+        remarks.push_back(u"Values were compared " + FromUtf8(run.loosened) + u".");
+    for (const std::u16string& column : run.options.ignoredColumns) {
+        remarks.push_back(u"Not compared, but where rows are matched by it: column [" + column +
+                          u"]");
+    }
+    for (std::size_t i = 0; i < run.choices.size(); ++i) {
+        const DirectTable& choice = run.choices[i];
+        if (!choice.where.empty()) {
+            remarks.push_back(u"Of " + run.tables[i] + u" only rows were compared that meet: " +
+                              choice.where);
+        }
+        if (choice.comparedColumns.empty()) continue;
+        std::u16string columns;
+        for (const std::u16string& column : choice.comparedColumns)
+            columns += (columns.empty() ? u"[" : u", [") + column + u"]";
+        remarks.push_back(u"Of " + run.tables[i] +
+                          u" only its key and these columns were compared: " + columns);
+    }
+    return remarks;
+}
+
+std::string ReasonOf(DirectLeftOut why) {
+    switch (why) {
+        case DirectLeftOut::No:
+            break;
+        case DirectLeftOut::View:
+            return "it is a view: its rows follow from its tables";
+        case DirectLeftOut::History:
+            return "only the server writes the history of a temporal table";
+        case DirectLeftOut::LosesColumns:
+            return "its rows have no key, and columns that are not compared would lose their "
+                   "values; --key names columns that match rows";
+    }
+    return {};
+}
+
 DirectScripts::DirectScripts(const DirectRun& run, const std::vector<int>& sides, bool guard,
                              Console& console)
     : run_(run) {
@@ -38,6 +77,7 @@ DirectScripts::DirectScripts(const DirectRun& run, const std::vector<int>& sides
         DirectScriptOptions options;
         options.target = side;
         options.guard = guard;
+        options.remarks = RemarksOf(run);
         Script& script = scripts_.emplace_back();
         script.side = side;
         script.writer = std::make_unique<DirectScriptWriter>(run.Target(side), options);
@@ -116,18 +156,11 @@ void DirectScripts::LeaveOutTable(std::size_t table, const Verdict& verdict,
         list.push_back({entry, "not whole: " + Joined(parts),
                         oneSided ? ExitCode::Different : ExitCode::NotWhole});
     }
-    if (LeavesOut(table, DirectLeftOut::View)) {
-        list.push_back({entry, "it is a view: its rows follow from its tables", CodeOfView(table)});
-    }
-    if (LeavesOut(table, DirectLeftOut::History)) {
-        list.push_back(
-            {entry, "only the server writes the history of a temporal table", ExitCode::Different});
-    }
-    if (LeavesOut(table, DirectLeftOut::LosesColumns)) {
-        list.push_back({entry,
-                        "its rows have no key, and columns that are not compared would lose their "
-                        "values; --key names columns that match rows",
-                        ExitCode::Different});
+    for (const DirectLeftOut why :
+         {DirectLeftOut::View, DirectLeftOut::History, DirectLeftOut::LosesColumns}) {
+        if (!LeavesOut(table, why)) continue;
+        list.push_back({entry, ReasonOf(why),
+                        why == DirectLeftOut::View ? CodeOfView(table) : ExitCode::Different});
     }
 }
 

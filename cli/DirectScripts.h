@@ -13,6 +13,13 @@
 
 namespace quillon {
 
+// What the head of a script says of the comparison: which rows and columns nobody looked at, and
+// where equality was looser.
+std::vector<std::u16string> RemarksOf(const DirectRun& run);
+
+// Why the table is left out, as a sentence; empty where it is not.
+std::string ReasonOf(QuillonLib::DirectLeftOut why);
+
 // Compares, and gathers what scripts for one or both databases need.
 class DirectScripts {
   public:

@@ -18,6 +18,8 @@ void WriteCommonHead(JsonWriter& json, const char* schema, bool byServer,
                      const std::string& loosened);
 // Names, types, and whether it belongs to the key.
 void WriteColumn(JsonWriter& json, const ComparedColumn& column);
+// A member: an array of texts.
+void WriteSentences(JsonWriter& json, const char* name, const std::vector<std::string>& sentences);
 
 // The whole object of a comparison, with those of its tables that are given.
 void WriteResults(JsonWriter& json, const CompareResults& results,

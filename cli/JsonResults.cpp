@@ -93,13 +93,6 @@ void WriteDrift(JsonWriter& json, const Verdict& verdict) {
     json.EndArray();
 }
 
-void WriteLines(JsonWriter& json, const char* name, const std::vector<std::string>& lines) {
-    json.Name(name).BeginArray();
-    for (const std::string& line : lines)
-        json.Text(line);
-    json.EndArray();
-}
-
 void WriteError(JsonWriter& json, const ResultLine& line) {
     json.Name("error");
     if (line.error.empty()) {
@@ -108,6 +101,7 @@ void WriteError(JsonWriter& json, const ResultLine& line) {
     }
     json.BeginObject().Name("number");
     json.NumberOrNull(line.errorNumber);
+    json.Name("side").NumberOrNull(Known(line.errorSide, line.errorSide != 0));
     json.Name("text").Text(line.error).EndObject();
 }
 
@@ -123,8 +117,8 @@ void WriteTable(JsonWriter& json, const ResultLine& line) {
     json.Name("condition");
     WriteTextOrNull(json, line.condition);
     WriteDrift(json, verdict);
-    WriteLines(json, "notes", verdict.drift);
-    WriteLines(json, "notCompared", verdict.notCompared);
+    WriteSentences(json, "notes", verdict.drift);
+    WriteSentences(json, "notCompared", verdict.notCompared);
     WriteError(json, line);
     json.EndObject();
 }
@@ -165,6 +159,13 @@ void WriteDatabases(JsonWriter& json, const DatabaseOptions::Databases& database
 }
 
 }  // namespace
+
+void WriteSentences(JsonWriter& json, const char* name, const std::vector<std::string>& sentences) {
+    json.Name(name).BeginArray();
+    for (const std::string& sentence : sentences)
+        json.Text(sentence);
+    json.EndArray();
+}
 
 void WriteColumn(JsonWriter& json, const ComparedColumn& column) {
     json.Name("name").Text(column.name).Name("nameIn2").Text(column.name2);

@@ -58,11 +58,13 @@ class Writer : public RowOutput {
         for (const RowKind kind : Kinds)
             json_.Name(NameOf(kind)).NumberOrNull(end.counted.at(static_cast<std::size_t>(kind)));
         json_.EndObject().Name("verdict");
-        if (end.verdict) {
-            json_.Text(NameOf(end.verdict->kind));
+        if (end.whole) {
+            json_.Text(NameOf(end.verdict.kind));
         } else {
             json_.Null();
         }
+        WriteSentences(json_, "notes", end.verdict.drift);
+        WriteSentences(json_, "notCompared", end.verdict.notCompared);
         json_.Name("exitCode").Number(end.exitCode);
         EndLine();
     }

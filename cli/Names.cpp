@@ -110,6 +110,15 @@ ColumnsChoice ParseColumnsChoice(std::string_view text, const char* option, std:
     return choice;
 }
 
+QuillonLib::ObjectName NameOfEntry(std::u16string_view entry) {
+    const std::size_t cut = entry.find(u"].[");
+    if (cut == entry.npos || !entry.starts_with(u'[') || !entry.ends_with(u']'))
+        return {QuillonLib::GetTableOwner(entry), QuillonLib::GetTableName(entry)};
+    const std::size_t name = cut + 3;
+    return {std::u16string(entry.substr(1, cut - 1)),
+            std::u16string(entry.substr(name, entry.size() - 1 - name))};
+}
+
 std::string ListOf(const std::vector<std::u16string>& names) {
     std::string list;
     for (std::size_t i = 0; i < names.size(); ++i) {

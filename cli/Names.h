@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "catalog/CatalogFacts.h"
+
 namespace quillon {
 
 struct WrittenName {
@@ -20,6 +22,9 @@ struct WrittenTable {
 WrittenTable ParseTable(std::string_view text);
 // The same as a table entry.
 std::u16string ToTableEntry(std::string_view text);
+// The two names of an entry. The library cuts at the first point; this cuts between the brackets,
+// so that an owner's name may hold points.
+QuillonLib::ObjectName NameOfEntry(std::u16string_view entry);
 
 // Choices: `option` is what an error names. For a command that is about one table alone, `only` is
 // that table as it was typed, and "TABLE=" may be left out; else it is empty.

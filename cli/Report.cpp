@@ -131,7 +131,9 @@ void Report::WriteScripts(const std::vector<PageScript>& scripts) {
         json.Name("rows").Number(static_cast<std::int64_t>(script.rows));
         json.Name("text").Text(script.text);
         json.Name("reason").Text(script.reason);
-        json.Name("command").Text(script.command).EndObject();
+        json.Name("command").Text(script.command);
+        WriteSentences(json, "leftOut", script.leftOut);
+        json.EndObject();
         Write("<script type=\"application/json\" class=\"sql\">" + json.Take() + "</script>\n");
     }
 }
@@ -147,6 +149,9 @@ void Report::Finish(const CompareResults& results, const std::vector<PageScript>
     json.BeginObject().Name("limit").Number(static_cast<std::int64_t>(limit_));
     json.Name("results");
     WriteResults(json, results, lines);
+    // What is said above it all: --accept-uncompared changes how a command ends, not what was
+    // found.
+    json.Name("found").Number(ExitCodeOf(results.All()));
     json.Name("rows").BeginArray();
     for (const Rows& rows : tables_) {
         json.BeginObject().Name("found").Number(static_cast<std::int64_t>(rows.found));

@@ -1,6 +1,7 @@
 #include "cli/ReportScripts.h"
 
 #include "cli/AbandonOnInterrupt.h"
+#include "cli/DirectScripts.h"
 #include "cli/Interrupt.h"
 
 namespace quillon {
@@ -17,11 +18,12 @@ struct PageIsFull {};
 
 }  // namespace
 
-ReportScripts::ReportScripts(const DirectRun& run) {
+ReportScripts::ReportScripts(const DirectRun& run) : run_(run) {
     for (const int side : {1, 2}) {
         DirectScriptOptions options;
         options.target = side;
         options.guard = true;
+        options.remarks = RemarksOf(run);
         writers_.push_back(std::make_unique<DirectScriptWriter>(run.Target(side), options));
     }
 }
@@ -46,7 +48,11 @@ PageScript ReportScripts::Script(int side, const std::vector<DirectTableResult>&
         const AbandonOnInterrupt silent;
         const auto tables = writers_[static_cast<std::size_t>(side - 1)]->Write(results, add);
         for (const DirectScriptTable& table : tables) {
-            if (!table.LeftOut()) script.rows += table.deletes + table.updates + table.inserts;
+            if (table.LeftOut()) {
+                LeaveOut(table.table, ReasonOf(table.leftOut), script);
+            } else {
+                script.rows += table.deletes + table.updates + table.inserts;
+            }
         }
         script.state = script.rows > 0 ? PageScript::State::Whole : PageScript::State::Nothing;
     } catch (const PageIsFull&) {
@@ -55,8 +61,16 @@ PageScript ReportScripts::Script(int side, const std::vector<DirectTableResult>&
         script.state = PageScript::State::Failed;
         script.reason = ToUtf8(error.Description());
     }
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        if (!results[i].complete) LeaveOut(i, "it was not compared to its end", script);
+    }
     if (script.state != PageScript::State::Whole) script.text.clear();
     return script;
+}
+
+void ReportScripts::LeaveOut(std::size_t table, const std::string& reason,
+                             PageScript& script) const {
+    script.leftOut.push_back(ToUtf8(run_.tables[table]) + ": " + reason);
 }
 
 std::vector<PageScript> ReportScripts::Write(const std::vector<DirectTableResult>& results,

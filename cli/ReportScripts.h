@@ -27,12 +27,16 @@ struct PageScript {
     std::u16string text;     // of Whole
     std::string reason;      // of Failed
     std::string command;     // that writes it into a file
+    // Tables that differ, or may differ, and that it does not bring over, each with the reason; of
+    // Whole and Nothing.
+    std::vector<std::string> leftOut;
 };
 
 // Gathers the differences of a comparison for the scripts of both databases, guarded ones, and
 // keeps nothing more where they are certain to be too long.
 class ReportScripts {
   public:
+    // `run` must outlive the object.
     explicit ReportScripts(const DirectRun& run);
 
     // Throws Error FileAccess where there is no room for it.
@@ -44,7 +48,9 @@ class ReportScripts {
 
   private:
     PageScript Script(int side, const std::vector<QuillonLib::DirectTableResult>& results) const;
+    void LeaveOut(std::size_t table, const std::string& reason, PageScript& script) const;
 
+    const DirectRun& run_;
     std::vector<std::unique_ptr<QuillonLib::DirectScriptWriter>> writers_;  // 1 and 2; else none
     std::uint64_t differences_ = 0;
 };

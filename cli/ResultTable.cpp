@@ -130,9 +130,11 @@ void Sort(std::vector<const ResultLine*>& lines, TableOrder order) {
 
 }  // namespace
 
-Totals TotalsOf(const std::vector<ResultLine>& lines, std::size_t oneSided) {
+Totals TotalsOf(const std::vector<ResultLine>& lines, std::size_t oneSided,
+                const std::string& loosened) {
     Totals totals;
     totals.oneSided = oneSided;
+    totals.loosened = loosened;
     for (const ResultLine& line : lines) {
         const Verdict& verdict = line.verdict;
         ++totals.tables;
@@ -159,7 +161,8 @@ std::string LastLine(const Totals& totals) {
     if (totals.columnsNotCompared > 0) {
         left += (left.empty() ? "" : ", ") + Plural(totals.columnsNotCompared, "column");
     }
-    return left.empty() ? line : line + "; left out: " + left;
+    if (!left.empty()) line += "; left out: " + left;
+    return totals.loosened.empty() ? line : line + "; compared " + totals.loosened;
 }
 
 int ExitCodeOf(const Totals& totals) {
@@ -196,9 +199,8 @@ std::string ErrorText(const TableDifference& result) {
     return text;
 }
 
-int PrintResults(Console& console, const std::vector<ResultLine>& lines, std::size_t oneSided,
+int PrintResults(Console& console, const std::vector<ResultLine>& lines, const Totals& totals,
                  const TableListing& listing) {
-    const Totals totals = TotalsOf(lines, oneSided);
     const std::vector<const ResultLine*> shown = Listed(lines, listing);
     if (!listing.onlyDifferent || !shown.empty()) PrintTable(console, shown);
     for (const ResultLine* line : shown)
@@ -242,7 +244,8 @@ void NoteFailuresAcrossServers(Console& console, const Comparison& comparison,
 int PrintResults(Console& console, const Comparison& comparison, const TableDifferences& results) {
     const std::vector<ResultLine> lines = Judge(comparison, results);
     const int exitCode = PrintResults(
-        console, lines, comparison.onlyIn1.size() + comparison.onlyIn2.size(), comparison.listing);
+        console, lines, TotalsOf(lines, comparison.onlyIn1.size() + comparison.onlyIn2.size()),
+        comparison.listing);
     NoteFailuresAcrossServers(console, comparison, lines);
     return exitCode;
 }

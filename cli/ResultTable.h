@@ -26,6 +26,7 @@ struct ResultLine {
     bool view = false;
     std::string condition;  // of the rows that were compared; empty for all
     std::optional<std::int32_t> errorNumber;
+    int errorSide = 0;  // the database that it came from: 1 or 2; 0: not known, or neither alone
 };
 
 struct Totals {
@@ -34,14 +35,16 @@ struct Totals {
     std::size_t onlyCounted = 0;
     std::size_t columnsNotCompared = 0;
     std::size_t oneSided = 0;
+    std::string loosened;  // as DirectChoices::Loosened
 
     std::size_t Of(Verdict::Kind kind) const { return ofKind[static_cast<int>(kind)]; }
 };
 
-Totals TotalsOf(const std::vector<ResultLine>& lines, std::size_t oneSided);
+Totals TotalsOf(const std::vector<ResultLine>& lines, std::size_t oneSided,
+                const std::string& loosened = {});
 // What the results ask for (Verdict.h).
 int ExitCodeOf(const Totals& totals);
-// "3 tables: 1 identical, 2 different; left out: 1 column".
+// "3 tables: 1 identical, 2 different; left out: 1 column; compared without regard to case".
 std::string LastLine(const Totals& totals);
 
 // The lines that are listed, in their order.
@@ -58,10 +61,10 @@ void NoteFailuresAcrossServers(Console& console, const Comparison& comparison,
                                const std::vector<ResultLine>& lines);
 
 // A line for each table, in their order; then, for each that needs them, how its columns differ and
-// what was not compared and why; the errors; and a last line that says it all. `oneSided`: tables
-// that only one database has. Tables that are not listed are counted all the same. Returns
-// the exit code that the results ask for (Verdict.h).
-int PrintResults(Console& console, const std::vector<ResultLine>& lines, std::size_t oneSided,
+// what was not compared and why; the errors; and a last line that says it all. `totals`: of all
+// tables, those that are not listed among them. Returns the exit code that the results ask for
+// (Verdict.h).
+int PrintResults(Console& console, const std::vector<ResultLine>& lines, const Totals& totals,
                  const TableListing& listing);
 
 // The same of the results of a comparison, in the order of its list.

@@ -46,6 +46,7 @@ class Lists : public RowOutput {
     void Begin(const RowsHead& head) override {
         kinds_ = head.kinds;
         limit_ = head.limit;
+        loosened_ = head.loosened;
         for (const ComparedColumn& column : head.columns) {
             if (column.key) key_.insert(column.name);
         }
@@ -79,9 +80,20 @@ class Lists : public RowOutput {
                 Print(lists_.at(index));
             }
         }
+        PrintLoosened();
     }
 
   private:
+    void PrintLoosened() {
+        if (loosened_.empty()) return;
+        const std::string text = "Compared " + loosened_;
+        if (markdown_) {
+            console_.PrintData(MarkdownText(text) + "\n");
+        } else {
+            console_.Print(text);
+        }
+    }
+
     void AddColumn(RowList& list, const std::u16string& name) const {
         list.columns.push_back(ToUtf8(name));
         list.key.push_back(key_.contains(name));
@@ -134,6 +146,7 @@ class Lists : public RowOutput {
     std::set<std::u16string> key_;  // names, as database 1 spells them
     std::vector<RowKind> kinds_;
     int limit_ = 0;
+    std::string loosened_;
     std::array<std::string, 4> titles_;  // by kind
     std::array<RowList, 4> lists_;       // by kind
 };

@@ -56,7 +56,8 @@ struct RowsEnd {
     // By kind: rows that were shown, and rows that there are, where somebody has counted them.
     std::array<std::int64_t, 4> shown{};
     std::array<std::optional<std::int64_t>, 4> counted;
-    std::optional<Verdict> verdict;  // of the table; absent where it was not read to its end
+    Verdict verdict;    // of the table; where it was not read to its end, of what is known of it
+    bool whole = true;  // it was
     int exitCode = 0;
 };
 

@@ -56,9 +56,10 @@ class RowHandler {
         Begin(result.shape);
         RowsEnd end;
         end.shown = selection_.Shown();
+        end.verdict = verdict;
+        end.whole = !enough_;
         end.exitCode = exitCode;
         if (!enough_) {
-            end.verdict = verdict;
             const auto count = [&](RowKind kind, std::uint64_t rows) {
                 end.counted.at(static_cast<std::size_t>(kind)) = static_cast<std::int64_t>(rows);
             };
@@ -112,12 +113,13 @@ int ShowRowsDirect(const RowsOptions& options, Console& console) {
     request.tables = {TablePattern::Exactly(ToTableEntry(options.table))};
     if (!options.index.empty())
         request.indexes = {ParseTableChoice(options.index, "--index", options.table)};
+    request.resultTellsEquality = options.format.Format() != OutputFormat::Csv;
     DirectRun run = PrepareDirect(request, options.comparison.Direct(), console);
     if (run.tables.empty()) return ExitCode::Different;  // only one database has it
     run.options.sameRows = options.identical;
     head.table = run.tables.front();
     head.databases = run.databases;
-    head.loosened = options.comparison.Direct().Loosened();
+    head.loosened = run.loosened;
     head.kinds = options.Kinds();
     head.limit = options.limit;
     const auto output = RowsAs(options.format.Format(), console, options.layout);
@@ -126,16 +128,13 @@ int ShowRowsDirect(const RowsOptions& options, Console& console) {
         Run(run, console, [&](const DirectDifference& found) { return rows.Take(found); });
     const ResultLine line = Judge(run, results).front();
     if (!rows.Enough() && !line.error.empty()) throw std::runtime_error(line.error);
-    const int asked = !rows.Enough()      ? ExitCodeOf(line.verdict)
-                      : rows.AnyDiffers() ? ExitCode::Different
-                                          : ExitCode::NotWhole;
-    const int exitCode = options.comparison.Accepted(asked);
-    rows.End(results.front(), line.verdict, exitCode);
-    if (rows.Enough()) {
+    const Verdict verdict =
+        rows.Enough() ? VerdictOfPart(run, 0, results.front(), rows.AnyDiffers()) : line.verdict;
+    const int exitCode = options.comparison.Accepted(ExitCodeOf(verdict));
+    rows.End(results.front(), verdict, exitCode);
+    if (rows.Enough())
         console.Hint("quillon: the limit was reached: the rows behind those were not read");
-    } else {
-        NoteVerdict(console, line.verdict);
-    }
+    NoteVerdict(console, verdict);
     return exitCode;
 }
 

@@ -14,10 +14,6 @@ namespace {
 
 constexpr std::size_t PieceSize = std::size_t{1} << 20;
 
-std::string MarkOf(ScriptEncoding encoding) {
-    return encoding == ScriptEncoding::Utf16 ? "\xFF\xFE" : "\xEF\xBB\xBF";
-}
-
 class ToFile : public ScriptSink {
   public:
     ToFile(const std::string& file, ScriptEncoding encoding, Console& console)
@@ -87,6 +83,10 @@ class ToOutput : public ScriptSink {
 };
 
 }  // namespace
+
+std::string MarkOf(ScriptEncoding encoding) {
+    return encoding == ScriptEncoding::Utf16 ? "\xFF\xFE" : "\xEF\xBB\xBF";
+}
 
 std::string EncodeScript(std::u16string_view piece, ScriptEncoding encoding) {
     if (encoding == ScriptEncoding::Utf16) {

@@ -15,8 +15,10 @@ namespace quillon {
 
 enum class ScriptEncoding { Utf8, Utf16 };
 
-// With a byte-order mark in files. Throws std::runtime_error for half a surrogate pair, which UTF-8
-// cannot carry; a pair stands in one piece.
+// What a file with a script begins with, so that clients read it as what it is.
+std::string MarkOf(ScriptEncoding encoding);
+// Throws std::runtime_error for half a surrogate pair, which UTF-8 cannot carry; a pair stands in
+// one piece.
 std::string EncodeScript(std::u16string_view piece, ScriptEncoding encoding);
 
 // "update.sql" for database 2 becomes "update.2.sql".

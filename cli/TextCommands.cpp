@@ -2,11 +2,15 @@
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "QuillonLib.h"
 #include "cli/Commands.h"
 #include "cli/Environment.h"
+#include "cli/ParsedOption.h"
 #include "cli/Paths.h"
+#include "cli/ScriptFile.h"
 #include "cli/TextFile.h"
 #include "core/WholeFile.h"
 
@@ -16,19 +20,37 @@ namespace {
 
 using namespace QuillonLib;
 
-void Split(const std::string& file, const std::string& folder, Console& console) {
-    const TextArray pieces = Utils().GetSQLStatementsFromScript(ReadTextFile(file));
-    int number = 0;
+struct SplitOptions {
+    std::string file;
+    std::string folder;
+    std::string encoding = "utf8";
+};
+
+void Split(const SplitOptions& options, Console& console) {
+    const auto encoding =
+        options.encoding == "utf16" ? ScriptEncoding::Utf16 : ScriptEncoding::Utf8;
+    const TextArray pieces = Utils().GetSQLStatementsFromScript(ReadTextFile(options.file));
+    // Each is looked at before the first is written.
+    std::vector<std::string> batches;
     for (const std::u16string& piece : pieces.Items) {
-        ++number;
-        if (folder.empty()) {
-            console.PrintData("-- batch " + std::to_string(number) + "\n" + ToUtf8(piece) + "\n");
+        if (options.folder.empty() && FromUtf8(ToUtf8(piece)) != piece) {
+            throw std::runtime_error(
+                "the data holds half a surrogate pair, which UTF-8 cannot carry; use --out and "
+                "--encoding utf16");
+        }
+        batches.push_back(EncodeScript(piece, encoding));
+    }
+    const std::size_t count = batches.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string number = std::to_string(i + 1);
+        if (options.folder.empty()) {
+            console.PrintData("-- batch " + number + "\n" + batches[i] + "\n");
             continue;
         }
-        std::filesystem::create_directories(PathOf(folder));
-        WriteWholeFile(PathOf(folder) / (std::to_string(number) + ".sql"), ToUtf8(piece));
+        std::filesystem::create_directories(PathOf(options.folder));
+        WriteWholeFile(PathOf(options.folder) / (number + ".sql"), MarkOf(encoding) + batches[i]);
     }
-    console.Note(std::to_string(number) + (number == 1 ? " batch" : " batches"));
+    console.Note(std::to_string(count) + (count == 1 ? " batch" : " batches"));
 }
 
 std::u16string DecodeUtf8(std::string_view bytes, const char* what) {
@@ -40,11 +62,13 @@ std::u16string PassPhrase(Console& console) {
     if (const auto phrase = Environment("QUILLON_PASSPHRASE")) {
         return DecodeUtf8(*phrase, "QUILLON_PASSPHRASE");
     }
+    std::string typed;
     try {
-        return FromUtf8(console.AskSecret("Pass phrase: "));
+        typed = console.AskSecret("Pass phrase: ");
     } catch (const std::runtime_error&) {
         throw std::runtime_error("no pass phrase: set QUILLON_PASSPHRASE in the environment");
     }
+    return DecodeUtf8(typed, "what was typed");
 }
 
 std::string ReadInput() {
@@ -79,7 +103,11 @@ void Decrypt(Console& console) {
     for (std::size_t i = 0; i < hex.size(); i += 2) {
         bytes.Items.push_back(static_cast<std::uint8_t>(Digit(hex[i]) * 16 + Digit(hex[i + 1])));
     }
-    console.PrintData(ToUtf8(Utils().DecryptText(bytes, phrase)) + "\n");
+    const std::u16string text = Utils().DecryptText(bytes, phrase);
+    const std::string written = ToUtf8(text);
+    if (FromUtf8(written) != text)
+        throw std::runtime_error("the text holds half a surrogate pair, which UTF-8 cannot carry");
+    console.PrintData(written + "\n");
 }
 
 constexpr const char* Warning =
@@ -90,11 +118,15 @@ constexpr const char* Warning =
 
 void AddTextCommands(CLI::App& app, Program& program) {
     auto* split = app.add_subcommand("split", "Cut a script into its batches at its GO lines");
-    auto file = std::make_shared<std::string>();
-    auto folder = std::make_shared<std::string>();
-    split->add_option("file", *file, "Script, in UTF-8 or UTF-16 with its mark")->required();
-    split->add_option("--out", *folder, "Folder for 1.sql, 2.sql ... (default: print them)");
-    split->callback([file, folder, &program] { Split(*file, *folder, program.console); });
+    auto cut = std::make_shared<SplitOptions>();
+    split->add_option("file", cut->file, "Script, in UTF-8 or UTF-16 with its mark")->required();
+    auto* folder = split->add_option("--out", cut->folder,
+                                     "Folder for 1.sql, 2.sql ... (default: print them)");
+    split->add_option("--encoding", cut->encoding, "Encoding of the files, with its mark")
+        ->check(OneOf({"utf8", "utf16"}))
+        ->capture_default_str()
+        ->needs(folder);
+    split->callback([cut, &program] { Split(*cut, program.console); });
 
     auto* encrypt =
         app.add_subcommand("encrypt", "Encrypt standard input; prints hexadecimal digits");

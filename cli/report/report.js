@@ -603,6 +603,15 @@
     return make("details", { on: { toggle: () => { if (!box.hasChildNodes()) addText(box, text.replaceAll("\r\n", "\n")); } } },
       make("summary", {}, "Show"), box);
   }
+  // What it does not bring over stands in its head, too; but there may be no script.
+  function leftOutParts(script) {
+    if (script.leftOut.length === 0) return [];
+    return [make("p", { class: "notice" }, "Left out:"), make("ul", { class: "plain" }, script.leftOut.map((line) => {
+      const item = make("li", {});
+      addText(item, line);
+      return item;
+    }))];
+  }
   function scriptParts(script) {
     switch (script.state) {
       case "whole":
@@ -623,9 +632,10 @@
     return make("section", { id: "scripts" }, make("h2", {}, "Scripts"), make("div", { class: "cards" },
       scripts.map((script) => make("div", { class: "card", "data-to": String(script.to) },
         make("h2", {}, "Make " + script.to + " agree with " + (3 - script.to)),
-        make("p", { class: "name" }, "to be run in " + place(script.to - 1)), scriptParts(script)))));
+        make("p", { class: "name" }, "to be run in " + place(script.to - 1)), scriptParts(script), leftOutParts(script)))));
   }
 
+  // By what was found, whichever code the command has ended with.
   const endings = {
     0: "All that was asked for agrees.", 1: "The databases differ.",
     2: "Something could not be compared: see the tables that failed.",
@@ -642,7 +652,7 @@
     const anyFound = data.rows.some((each) => each.found > each.shown);
     root.replaceChildren(
       make("h1", {}, "Comparison"),
-      make("p", { id: "ending" }, endings[results.exitCode]),
+      make("p", { id: "ending" }, endings[data.found]),
       make("dl", { class: "places" }, [0, 1].flatMap((side) => [make("dt", {}, String(side + 1)), make("dd", { class: "name" }, place(side))])),
       make("div", { class: "facts" }, make("span", {}, "Begun " + results.started.replace("T", " ").replace(/\.\d+Z$/, " UTC")),
         make("span", {}, "took " + results.seconds.toLocaleString("en-US", { maximumFractionDigits: 1 }) + " s"),

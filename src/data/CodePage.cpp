@@ -12,7 +12,6 @@ namespace QuillonLib {
 
 namespace {
 
-constexpr std::int32_t Utf8 = 65001;
 constexpr char16_t None = CodePageConverter::None;
 
 using Bytes = std::span<const std::uint8_t>;
@@ -107,7 +106,7 @@ const CodePage* CodePage::Find(std::int32_t number) {
     const auto [at, isNew] = known.try_emplace(number);
     if (isNew) {
         std::unique_ptr<CodePage> page(new CodePage(number));
-        if (number == Utf8 || page->ReadTables()) at->second = std::move(page);
+        if (number == Utf8CodePage || page->ReadTables()) at->second = std::move(page);
     }
     return at->second.get();
 }
@@ -143,12 +142,12 @@ bool CodePage::ReadTables() {
 }
 
 std::size_t CodePage::CountUnits(std::span<const std::uint8_t> bytes) const noexcept {
-    if (number_ != Utf8 && pairs_.empty()) return bytes.size();
+    if (number_ != Utf8CodePage && pairs_.empty()) return bytes.size();
     std::size_t at = AsciiRun(bytes);
     std::size_t units = at;
     while (at < bytes.size()) {
         const std::uint8_t byte = bytes[at];
-        if (number_ == Utf8) {
+        if (number_ == Utf8CodePage) {
             at += byte < 0x80 ? 1U : byte < 0xE0 ? 2U : byte < 0xF0 ? 3U : 4U;
             units += byte < 0xF0 ? 1U : 2U;
         } else {
@@ -164,7 +163,7 @@ char16_t* CodePage::Decode(std::span<const std::uint8_t> bytes, char16_t* out) c
     out = Widen(bytes.first(ascii), out);
     bytes = bytes.subspan(ascii);
     if (bytes.empty()) return out;
-    return number_ == Utf8 ? DecodeUtf8(bytes, out) : DecodeTables(bytes, out);
+    return number_ == Utf8CodePage ? DecodeUtf8(bytes, out) : DecodeTables(bytes, out);
 }
 
 char16_t* CodePage::DecodeTables(std::span<const std::uint8_t> bytes,
@@ -193,7 +192,7 @@ char16_t* CodePage::DecodeTables(std::span<const std::uint8_t> bytes,
 }
 
 std::optional<std::size_t> CodePage::CountBytes(std::u16string_view text) const noexcept {
-    if (number_ == Utf8) return CountUtf8Bytes(text);
+    if (number_ == Utf8CodePage) return CountUtf8Bytes(text);
     std::size_t bytes = 0;
     for (const char16_t unit : text) {
         if (sizes_[unit] == 0) return std::nullopt;

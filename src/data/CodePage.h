@@ -20,6 +20,8 @@
 
 namespace QuillonLib {
 
+inline constexpr std::int32_t Utf8CodePage = 65001;
+
 // What cannot be carried, in a column that the text names.
 class NotCarried : public Error {
   public:

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "core/Text.h"
+#include "data/CodePage.h"
 
 namespace QuillonLib {
 
@@ -25,7 +26,6 @@ constexpr SQLSMALLINT SqlXml = -152;
 constexpr SQLSMALLINT SqlTime = -154;
 constexpr SQLSMALLINT SqlDateTimeOffset = -155;
 
-constexpr std::int32_t Utf8CodePage = 65001;
 constexpr SQLULEN MaxBoundedSize = 8000;  // longest column that is not a long one
 constexpr std::size_t TextWidth = 48;     // of a number or a date as text
 constexpr std::size_t BufferLimit = 4 << 20;

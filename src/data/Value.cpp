@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <type_traits>
 
 #include "core/Error.h"
@@ -43,12 +44,15 @@ std::u16string NumberText(const T& number) {
 // With up to 15 digits the conversion cannot be wrong; beyond, and for a negative zero, an
 // exponent makes the server read a float in the first place.
 char* WithExponentWhereNeeded(char* begin, char* end, bool negativeZero) {
-    if (std::find(begin, end, 'e') != end) {
-        *std::find(begin, end, 'e') = 'E';
+    const auto length = static_cast<std::size_t>(end - begin);
+    if (void* const exponent = std::memchr(begin, 'e', length)) {
+        *static_cast<char*>(exponent) = 'E';
         return end;
     }
-    const auto digits = std::count_if(begin, end, [](char c) { return c >= '0' && c <= '9'; });
-    if (digits <= 15 && !negativeZero) return end;
+    // What is no digit is a sign or the point.
+    const std::size_t others =
+        (*begin == '-' ? 1U : 0U) + (std::memchr(begin, '.', length) != nullptr ? 1U : 0U);
+    if (length - others <= 15 && !negativeZero) return end;
     *end++ = 'E';
     *end++ = '0';
     return end;

@@ -4,6 +4,7 @@
 
 #include "core/Text.h"
 #include "data/CodePage.h"
+#include "direct/SideFailure.h"
 
 namespace QuillonLib {
 
@@ -61,12 +62,15 @@ void ThrowNoText(const ColumnPair& pair, int side) {
     const CodePage* const page = pair.Page(side);
     const std::u16string where = u"Column " + pair.name + u" of side " + ToText(side);
     if (page == nullptr) {
-        throw NotCarried(where +
-                         u" holds characters beyond ASCII, and its code page is not known.");
+        throw SideFailure(
+            NotCarried(where + u" holds characters beyond ASCII, and its code page is not known."),
+            side);
     }
-    throw NotCarried(where + u" holds bytes to which code page " + ToText(page->Number()) +
-                     u" gives no character of their own, and the other side is in another code "
-                     u"page: they cannot be compared.");
+    throw SideFailure(
+        NotCarried(where + u" holds bytes to which code page " + ToText(page->Number()) +
+                   u" gives no character of their own, and the other side is in another code "
+                   u"page: they cannot be compared."),
+        side);
 }
 
 }  // namespace QuillonLib

@@ -8,8 +8,8 @@
 
 namespace QuillonLib {
 
-// One table to compare, or an indexed view. Both sides have it under the same name, letters of
-// another case allowed.
+// One table to compare, or an indexed view. Both sides have it under the same name, in letters of
+// another case where the collation of that database takes them for the same.
 struct DirectTable {
     ObjectName name;
     // A condition in the SQL of the server, the same for both sides: only the rows that meet it are

@@ -115,6 +115,9 @@ struct DirectTableResult {
     // table.
     bool complete = false;
     std::optional<Error> error;
+    // Of `error`: the side whose server, or whose rows, it came from, 1 or 2. 0 where it is about
+    // both, or about neither.
+    int failedSide = 0;
 
     bool Same() const { return complete && differing + onlyIn1 + onlyIn2 == 0; }
 };

@@ -107,6 +107,7 @@ class DirectScriptWriter::Impl {
                 u"Ends, and changes nothing, where a row is not as it was compared, or is not"
                 u" inserted.");
         }
+        head.insert(head.end(), options_.remarks.begin(), options_.remarks.end());
         head.insert(head.end(), comments_.begin(), comments_.end());
         for (std::size_t i = 0; i < targets_.size(); ++i) {
             for (const std::size_t column : order_.deferred[i]) {

@@ -23,6 +23,9 @@ struct DirectScriptOptions {
     // The old values of rows that are changed or deleted stand in the conditions, and the script
     // ends, with nothing changed, where one row is not as it was compared, or is not inserted.
     bool guard = false;
+    // Lines of the script's head, for whoever gets the script later: what it was not asked to bring
+    // over, say. They stand in comments, whatever they hold.
+    std::vector<std::u16string> remarks{};
 };
 
 // Why a script leaves a table out that differs; as the target has it.

@@ -7,6 +7,7 @@
 #include "core/TableEntry.h"
 #include "core/Text.h"
 #include "direct/KeyText.h"
+#include "direct/SideFailure.h"
 
 namespace QuillonLib {
 
@@ -23,10 +24,12 @@ bool KeyedSide::Next() {
     encoder_.Encode(key_, cursor_.Current(), side_);
     if (!std::exchange(first_, false) && key_ <= previous_) {
         const ObjectName& table = side_ == 1 ? plan_.shape.table : plan_.shape.table2;
-        throw Error(ErrorNumber::Comparison,
-                    u"Table " + MakeTableEntry(table.Owner, table.Name) + u", side " +
-                        ToText(side_) + u": key " + KeyText(plan_, cursor_.Current(), side_) +
-                        (key_ == previous_ ? u" came twice." : u" came out of order."));
+        throw SideFailure(
+            Error(ErrorNumber::Comparison,
+                  u"Table " + MakeTableEntry(table.Owner, table.Name) + u", side " + ToText(side_) +
+                      u": key " + KeyText(plan_, cursor_.Current(), side_) +
+                      (key_ == previous_ ? u" came twice." : u" came out of order.")),
+            side_);
     }
     return true;
 }

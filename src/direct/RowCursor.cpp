@@ -5,6 +5,8 @@
 #include "core/Error.h"
 #include "core/TableEntry.h"
 #include "core/Text.h"
+#include "data/CodePage.h"
+#include "direct/SideFailure.h"
 #include "direct/TableQuery.h"
 #include "direct/VariantCell.h"
 
@@ -42,6 +44,18 @@ bool ComesAs(const TypeClass& type, ValueKind kind) {
     return false;
 }
 
+// Text in UTF-8 comes as binary of a length of its own: see FieldOf.
+bool FitsDeclared(const PackedColumn& cells, std::size_t rows, const ColumnFacts& facts) {
+    if (facts.CodePage != Utf8CodePage || cells.Kind() != ValueKind::Bytes ||
+        facts.DataType == u"text" || facts.Length < 0) {
+        return true;
+    }
+    for (std::size_t row = 0; row < rows; ++row) {
+        if (cells.Bytes(row).size() > static_cast<std::size_t>(facts.Length)) return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 RowCursor::RowCursor(const TablePlan& plan, int side, std::u16string_view where, SideReader& reader,
@@ -61,13 +75,20 @@ bool RowCursor::NextBlock() {
 
 // The catalog was read before: cells of another kind must not be taken for those that were planned.
 void RowCursor::RequirePlannedKinds() const {
-    for (const ColumnPair& pair : plan_.pairs) {
-        if (ComesAs(pair.Type(side_), block_->Columns()[pair.field].Kind())) continue;
+    for (std::size_t i = 0; i < plan_.pairs.size(); ++i) {
+        const ColumnPair& pair = plan_.pairs[i];
+        const PackedColumn& cells = block_->Columns()[pair.field];
+        const DirectColumn& column = plan_.shape.columns[i];
+        if (ComesAs(pair.Type(side_), cells.Kind()) &&
+            FitsDeclared(cells, rows_, side_ == 1 ? column.side1 : column.side2)) {
+            continue;
+        }
         const ObjectName& table = side_ == 1 ? plan_.shape.table : plan_.shape.table2;
-        throw Error(ErrorNumber::Comparison, u"Column " + pair.name + u" of table " +
-                                                 MakeTableEntry(table.Owner, table.Name) +
-                                                 u", side " + ToText(side_) +
-                                                 u", has been given another type meanwhile.");
+        throw SideFailure(
+            Error(ErrorNumber::Comparison,
+                  u"Column " + pair.name + u" of table " + MakeTableEntry(table.Owner, table.Name) +
+                      u", side " + ToText(side_) + u", has been given another type meanwhile."),
+            side_);
     }
 }
 

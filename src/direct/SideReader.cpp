@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "data/Connection.h"
+#include "direct/SideFailure.h"
 
 namespace QuillonLib {
 
@@ -83,6 +84,12 @@ void SideReader::Work() {
         try {
             RowStream rows(sql_, connection);
             ReadAll(rows);
+        } catch (const Error& error) {
+            failure = std::current_exception();
+            try {
+                if (side_ != 0) failure = std::make_exception_ptr(SideFailure(error, side_));
+            } catch (...) {  // there is no memory for more
+            }
         } catch (...) {
             failure = std::current_exception();
         }

@@ -26,7 +26,8 @@ inline constexpr std::chrono::milliseconds CancelEvery{500};
 // one thread.
 class SideReader {
   public:
-    SideReader() = default;
+    // What it fails with is a SideFailure, unless `side` is 0.
+    explicit SideReader(int side = 0) : side_(side) {}
     ~SideReader();
     SideReader(const SideReader&) = delete;
     SideReader& operator=(const SideReader&) = delete;
@@ -54,6 +55,7 @@ class SideReader {
     void ReadAll(RowStream& rows);
     bool Hand(Block block);
 
+    const int side_;
     std::mutex mutex_;
     std::condition_variable changed_;
     SideReader* other_ = nullptr;

@@ -4,12 +4,12 @@
 
 #include "catalog/Identifiers.h"
 #include "core/Text.h"
+#include "data/CodePage.h"
 
 namespace QuillonLib {
 
 namespace {
 
-constexpr std::int32_t Utf8CodePage = 65001;
 constexpr std::int32_t MaxVarBinary = 8000;
 constexpr std::int32_t MaxNVarChar = 4000;
 
@@ -48,7 +48,9 @@ std::u16string FieldOf(const ColumnPair& pair, const ColumnFacts& facts, int sid
         if (facts.DataType == u"text") {
             return AsBinary(Cast(name, u"varchar", -1, MaxVarBinary), -1);
         }
-        return AsBinary(name, facts.Length);
+        // Room for more than there can be: where there is more all the same, the column has grown
+        // since the catalog was read.
+        return AsBinary(name, facts.Length < 0 ? -1 : facts.Length + 1);
     }
     return name;
 }

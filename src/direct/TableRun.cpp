@@ -31,26 +31,30 @@ void TableRunner::Side::Cancel() noexcept {
 }
 
 TableFacts TableRunner::Side::ReadFacts(std::size_t table) {
-    if (!catalog) {
-        CatalogReader reader(connection);
-        reader.UseDatabase(database.DatabaseName());
-        catalog = std::move(reader);
-    }
-    return facts.Of(table, *catalog, connection, version);
+    return OfSide(number, [&] {
+        if (!catalog) {
+            CatalogReader of(connection);
+            of.UseDatabase(database.DatabaseName());
+            catalog = std::move(of);
+        }
+        return facts.Of(table, *catalog, connection, version);
+    });
 }
 
 DirectReading TableRunner::Side::Begin() const {
     if (!snapshot) return DirectReading::Committed;
-    connection->Execute(u"SET TRANSACTION ISOLATION LEVEL SNAPSHOT BEGIN TRANSACTION");
+    OfSide(number, [&] {
+        connection->Execute(u"SET TRANSACTION ISOLATION LEVEL SNAPSHOT BEGIN TRANSACTION");
+    });
     return DirectReading::Snapshot;
 }
 
 void TableRunner::Side::End() const {
-    if (snapshot) connection->Execute(u"COMMIT TRANSACTION");
+    if (snapshot) OfSide(number, [&] { connection->Execute(u"COMMIT TRANSACTION"); });
 }
 
 TableRunner::TableRunner(const DirectJob& job, FactsAhead& facts1, FactsAhead& facts2)
-    : job_(job), side1_(job.database1, facts1), side2_(job.database2, facts2) {
+    : job_(job), side1_(1, job.database1, facts1), side2_(2, job.database2, facts2) {
     side1_.reader.Beside(side2_.reader);
     side2_.reader.Beside(side1_.reader);
 }
@@ -63,9 +67,10 @@ void TableRunner::Connect() {
 bool TableRunner::TryConnect() noexcept {
     if (unreachable_) return false;
     try {
-        Connect();
-    } catch (const Error& error) {
-        unreachable_ = error;
+        for (Side* const side : {&side1_, &side2_})
+            OfSide(side->number, [&] { side->Connect(job_.options.snapshot); });
+    } catch (const SideFailure& failure) {
+        unreachable_.emplace(failure);
     }
     return !unreachable_;
 }
@@ -78,7 +83,8 @@ void TableRunner::Cancel() noexcept {
 void TableRunner::Run(std::size_t table, DirectTableResult& result, Outlet& outlet) {
     result.shape.table = result.shape.table2 = job_.tables[table].name;
     if (!TryConnect()) {
-        result.error = unreachable_;
+        result.error = *unreachable_;
+        result.failedSide = unreachable_->side;
         return;
     }
     try {
@@ -86,6 +92,7 @@ void TableRunner::Run(std::size_t table, DirectTableResult& result, Outlet& outl
         result.complete = true;
     } catch (const Error& error) {
         result.error = error;
+        result.failedSide = SideOf(error);
         // a transaction that is left open must not hold the versions of rows
         if (side1_.snapshot) side1_.connection->Close();
         if (side2_.snapshot) side2_.connection->Close();

@@ -14,6 +14,7 @@
 #include "direct/DirectOptions.h"
 #include "direct/FactsAhead.h"
 #include "direct/Outlet.h"
+#include "direct/SideFailure.h"
 #include "direct/SideReader.h"
 
 namespace QuillonLib {
@@ -51,8 +52,10 @@ class TableRunner {
 
   private:
     struct Side {
-        Side(const Database& of, FactsAhead& ahead) : database(of), facts(ahead) {}
+        Side(int of, const Database& where, FactsAhead& ahead)
+            : number(of), database(where), facts(ahead), reader(of) {}
 
+        const int number;  // 1 or 2
         const Database& database;
         FactsAhead& facts;
         std::shared_ptr<Connection> connection;
@@ -63,8 +66,9 @@ class TableRunner {
         SideReader reader;
 
         void Connect(bool wantSnapshot);
-        TableFacts ReadFacts(std::size_t table);
         void Cancel() noexcept;
+        // Throw SideFailure.
+        TableFacts ReadFacts(std::size_t table);
         DirectReading Begin() const;
         void End() const;
     };
@@ -75,7 +79,7 @@ class TableRunner {
     const DirectJob& job_;
     Side side1_;
     Side side2_;
-    std::optional<Error> unreachable_;
+    std::optional<SideFailure> unreachable_;
 };
 
 }  // namespace QuillonLib

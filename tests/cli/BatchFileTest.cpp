@@ -98,7 +98,10 @@ TEST_F(BatchFile, SaysWhatIsWrongWithALine) {
     EXPECT_EQ(FailureOf("[a/b]"), "'[a/b]' is not [NAME]; a name holds no /");
     EXPECT_EQ(FailureOf("[p]"), "[p] is there already");
     EXPECT_EQ(FailureOf("exclud = a"), "there is no setting 'exclud'; did you mean exclude?");
-    EXPECT_EQ(FailureOf("config = c.ini").substr(0, 28), "there is no setting 'config'");
+    for (const std::string option : {"config", "quiet", "verbose", "log"}) {
+        EXPECT_EQ(FailureOf(option + " = yes"),
+                  "'" + option + "' is an option of the command line, not of a pair");
+    }
     EXPECT_EQ(FailureOf("password = x"),
               "passwords do not belong here; write password-command or password-variable");
     EXPECT_EQ(FailureOf("database2 = open"), "'database2' is set twice");
@@ -118,6 +121,12 @@ TEST_F(BatchFile, SaysWhatSettingsDoNotGoTogether) {
               "b.ini, line 4: ignore does not go with by-server: there the server compares");
     EXPECT_EQ(Failure("[p]\ndatabase1 = sales\ndatabase2 = sales\nkey = a=x\nkey = dbo.A=y\n"),
               "b.ini, line 5: key: [dbo].[A] has two choices");
+    EXPECT_EQ(Failure("[p]\ndatabase1 = sales\ndatabase2 = sales\nkey = a=x\nindex = dbo.A=i\n"),
+              "b.ini, line 5: index: [dbo].[A] has two choices, the other one by key");
+    EXPECT_EQ(Failure("[p]\ndatabase1 = sales\ndatabase2 = sales\nindex = a=i\nkey = A=x\n"),
+              "b.ini, line 5: key: [dbo].[A] has two choices, the other one by index");
+    EXPECT_EQ(Failure("[p]\ndatabase1 = sales\ndatabase2 = sales\nindex = a=i\nkey = b=x\n"),
+              "none");
     EXPECT_EQ(Failure("[p]\ndatabase1 = sales\nuser = reader\n[q]\n"),
               "b.ini, line 1: [p] has no database2");
     EXPECT_EQ(Failure("[p]\ndatabase1 = sales\ntemplate = t\nuser = x\n"),

@@ -155,6 +155,14 @@ TEST_F(Batch, WritesAReportOfEachPairAndAnIndex) {
     EXPECT_FALSE(Holds(byServer, "class=\"rows\""));
 }
 
+// The index and the report that it leads to say the same.
+TEST_F(Batch, AnAcceptedPairIsNotCalledIdenticalAnywhere) {
+    Write(Section("part", "e", "f", "where = t=id = 1\naccept-uncompared = yes\n"));
+    EXPECT_EQ(Run({"--reports", File("r")}).exitCode, 0);
+    EXPECT_TRUE(Holds(Index("r/index.html"), "not compared whole</span>"));
+    EXPECT_TRUE(Holds(Read("r/part.html"), R"("exitCode":0},"found":3,"rows":[)"));
+}
+
 TEST_F(Batch, AFolderThatCannotBeMadeOrWrittenToIsAnErrorBeforeAnythingRuns) {
     Write(Section("same", "e", "f"));
     std::ofstream(File("file")) << "x";
@@ -201,6 +209,46 @@ TEST_F(Batch, AWrongFileRunsNothing) {
     EXPECT_TRUE(Holds(missing.err, "none.ini")) << missing.err;
 }
 
+// What the verdict leaves open is told as `quillon compare` tells it.
+TEST_F(Batch, TellsWhatWasNotComparedAndHowColumnsDiffer) {
+    server.Run(u"USE f\nGO\nALTER TABLE t ADD n int NULL");
+    Write(Section("p", "e", "f", "where = t=id = 1\n"));
+    EXPECT_EQ(Run().out,
+              "[p] different\n"
+              "    1 table: 0 identical, 1 different; left out: 1 column\n"
+              "    [dbo].[t]: columns differ\n"
+              "      column [n] only in 2\n"
+              "      not compared: rows that do not meet id = 1\n"
+              "1 pair: 1 different\n");
+    server.Run(
+        u"USE f\nGO\nALTER TABLE t ALTER COLUMN n int NULL\nGO\n"
+        u"USE e\nGO\nALTER TABLE t ADD n bigint NULL");
+    Write(Section("p", "e", "f"));
+    EXPECT_EQ(Run().out,
+              "[p] identical\n"
+              "    1 table: 1 identical, 0 different\n"
+              "    [dbo].[t]: identical\n"
+              "      column [n]: bigint in 1, int in 2\n"
+              "1 pair: 1 identical\n");
+}
+
+TEST_F(Batch, TellsWhereEqualityWasLooser) {
+    Write(Section("p", "e", "f", "ignore-case = yes\n"));
+    const Outcome outcome = Run({"--quiet", "--reports", File("r")});
+    const std::string summary =
+        "1 table: 1 identical, 0 different; compared without regard to case";
+    EXPECT_EQ(outcome.out, "[p] identical\n    " + summary + "\n1 pair: 1 identical\n");
+    EXPECT_TRUE(Holds(Index("r/index.html"), summary)) << Index("r/index.html");
+}
+
+TEST_F(Batch, TellsOnWhichSideATableFailed) {
+    other.AddFault(ErrorIn(u"FROM [dbo].[t]"));
+    Write(Section("p", first, second));
+    const Outcome outcome = Run();
+    EXPECT_TRUE(Holds(outcome.out, "[dbo].[t]: not compared\nIn database 2 (" + second + "): "))
+        << outcome.out;
+}
+
 // Linked servers have one name for every comparison: two at once would take each other's away.
 TEST_F(Batch, ComparisonsThatNeedLinkedServersDoNotMeet) {
     sandbox::ServerSettings settings;
@@ -241,6 +289,36 @@ TEST_F(Batch, AServerTakesPartInSoManyComparisonsAndNoMore) {
     EXPECT_TRUE(Holds(outcome.out, "4 pairs: 4 not compared whole\n")) << outcome.out;
 }
 
+// Whoever cannot be told of the first pair need not wait for the last.
+TEST_F(Batch, ADestinationThatIsFullEndsTheBatchBeforeTheOtherPairs) {
+    std::string text;
+    for (const char* mark : {"1 = 1", "2 = 2", "3 = 3", "4 = 4", "5 = 5"}) {
+        sandbox::Fault slow;
+        slow.kind = sandbox::FaultKind::Delay;
+        slow.contains = QuillonLib::FromUtf8(mark);
+        slow.delay = 200ms;
+        server.AddFault(slow);
+        text += Section(mark, "e", "f", std::string("where = t=") + mark + "\n");
+    }
+    Write(text);
+    server.ClearLog();
+    Streams streams;
+    streams.out = "/dev/full";
+    Process process(folder, {"batch", File("b.ini"), "--jobs", "1"}, streams,
+                    {{"QUILLON_PASSWORD", "sandbox"}});
+    EXPECT_EQ(process.Wait(), 2);
+    EXPECT_TRUE(Holds(process.Err(), "cannot write to standard output")) << process.Err();
+    const auto asked = [&](std::u16string_view mark) {
+        const auto log = server.Log();
+        return std::any_of(log.begin(), log.end(), [&](const sandbox::LogEntry& entry) {
+            return entry.batch.find(mark) != std::u16string::npos;
+        });
+    };
+    EXPECT_TRUE(asked(u"1 = 1"));
+    EXPECT_FALSE(asked(u"4 = 4"));
+    EXPECT_FALSE(asked(u"5 = 5"));
+}
+
 TEST_F(Batch, CtrlCEndsAllAndTellsWhatWasNotRun) {
     std::signal(SIGINT, SIG_DFL);  // a shell in the background has it ignored
     const QuillonLib::test::SilentServer silent;
@@ -267,6 +345,76 @@ TEST_F(Batch, CtrlCEndsAllAndTellsWhatWasNotRun) {
     EXPECT_TRUE(Holds(index, "<a href=\"done.html\">done</a>")) << index;
     EXPECT_TRUE(Holds(index, "not run</span></td>")) << index;
     EXPECT_TRUE(std::filesystem::is_empty(folder / "tmp"));
+}
+
+// Whoever looks at the page sees what runs, also where it began when the page was just written.
+TEST_F(Batch, TheIndexFollowsWhatRuns) {
+    std::signal(SIGINT, SIG_DFL);
+    sandbox::Fault slow;
+    slow.kind = sandbox::FaultKind::Delay;
+    slow.contains = u"FROM [dbo].[t]";
+    slow.delay = 60s;
+    other.AddFault(slow);
+    Write(Section("done", "e", "f") + Section("slow", first, second, "table = t\n") +
+          Section("late", "e", "f"));
+    Process process(folder, {"batch", File("b.ini"), "--jobs", "1", "--reports", File("r")},
+                    Streams{}, {{"QUILLON_PASSWORD", "sandbox"}});
+    ASSERT_TRUE(process.Prints("[done] identical"));
+    const std::string summary = "<p>3 pairs: 1 identical, 1 running, 1 not run</p>";
+    for (int i = 0; i < 500 && !Holds(Index("r/index.html"), summary); ++i)
+        std::this_thread::sleep_for(10ms);
+    EXPECT_TRUE(Holds(Index("r/index.html"), summary)) << Index("r/index.html");
+    process.Signal(SIGINT);
+    EXPECT_EQ(process.Wait(), 130);
+}
+
+// A template is worth here what it is worth to `quillon compare`: its databases may bring logins.
+TEST_F(Batch, TheConnectionsOfATemplateBringTheirLogins) {
+    const auto connection = [](const char* name, sandbox::Server& on) {
+        return "[" + std::string(name) + "]\nserver = " + QuillonLib::ToUtf8(on.Address()) +
+               "\ndatabase = d\nuser = sa\n";
+    };
+    std::ofstream(File("c.ini")) << connection("one", server) + connection("two", other);
+    const auto make = [&](const std::string& name, const std::string& one, const std::string& two) {
+        ASSERT_EQ(Call({"template", "--templates", File("t.xml"), "new", name, one, two}).exitCode,
+                  0);
+    };
+    make("named", "one", "two");
+    make("places", first, second);
+    make("half", "one", second);
+    const auto with = [&](const std::string& name, const std::string& settings = {}) {
+        Write("[p]\ntemplate = " + name + "\ntemplates = " + File("t.xml") + "\n" + settings);
+        return Run({"--config", File("c.ini")});
+    };
+    const Outcome named = with("named");
+    EXPECT_EQ(named.exitCode, 1) << named.err;
+    EXPECT_TRUE(Holds(named.out, "[p] different\n    1 table: 0 identical, 1 different\n"))
+        << named.out;
+    EXPECT_EQ(with("places", "user = sa\n").exitCode, 1);
+    QuillonLib::test::SetVariable("QUILLON_PASSWORD2", "sandbox");
+    EXPECT_EQ(with("half", "user2 = sa\n").exitCode, 1);
+    QuillonLib::test::RemoveVariable("QUILLON_PASSWORD2");
+    EXPECT_EQ(with("places").err,
+              "quillon: " + File("b.ini") +
+                  ", line 2: [p] has no login for database1: name a connection that has one, or "
+                  "write user\n");
+    EXPECT_EQ(with("half").err,
+              "quillon: " + File("b.ini") +
+                  ", line 2: [p] has no login for database2: name a connection that has one, or "
+                  "write user2\n");
+    // What the list names goes before it, and only its picks are taken then.
+    make("elsewhere", "nowhere.invalid/a", "nowhere.invalid/b");
+    RunOnBothServers(u"CREATE TABLE u (id int NOT NULL CONSTRAINT PK_u PRIMARY KEY)");
+    ASSERT_EQ(Call({"template", "--templates", File("t.xml"), "pick", "table", "u"}).exitCode, 0);
+    const Outcome picks = with("elsewhere", "database1 = one\ndatabase2 = two\n");
+    EXPECT_EQ(picks.exitCode, 0) << picks.err;
+    EXPECT_TRUE(Holds(picks.out, "[p] identical\n    1 table: 1 identical, 0 different\n"))
+        << picks.out;
+    // One that is not there fails the pair, as it does where a login is named.
+    const Outcome missing = with("nothing");
+    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_TRUE(Holds(missing.out, "[p] failed\n")) << missing.out << missing.err;
+    EXPECT_TRUE(Holds(missing.out, "has no template named nothing")) << missing.out;
 }
 
 // A comparison that is reading is told to end, and everything that was left says so.

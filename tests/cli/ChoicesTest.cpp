@@ -127,14 +127,9 @@ TEST_F(ChoicesTest, ScriptsOfFewColumnsAreRefusedUnlessWholeRowsAreMeant) {
 }
 
 TEST_F(ChoicesTest, PicksOfATemplateWithoutTablesHoldForAllTables) {
-    const std::vector<std::string> file{"template", "--templates", File("t.xml")};
-    const auto call = [&](std::vector<std::string> arguments) {
-        arguments.insert(arguments.begin(), file.begin(), file.end());
-        return Call(std::move(arguments)).exitCode;
-    };
-    EXPECT_EQ(call({"new", "x", one, two}), 0);
-    EXPECT_EQ(call({"pick", "column", "t", "a"}), 0);
-    EXPECT_EQ(call({"pick", "index", "t", "UQ_t"}), 0);
+    EXPECT_EQ(Template({"new", "x", one, two}).exitCode, 0);
+    EXPECT_EQ(Template({"pick", "column", "t", "a"}).exitCode, 0);
+    EXPECT_EQ(Template({"pick", "index", "t", "UQ_t"}).exitCode, 0);
     server.Run(u"USE a\nGO\nINSERT t VALUES (1, 2, 3)");
     server.Run(u"USE b\nGO\nINSERT t VALUES (2, 2, 3)");
     const std::vector<std::string> compare{"compare",     "--by-server", "--template", "x",

@@ -52,6 +52,61 @@ TEST_F(DirectCompareTest, EqualityIsLooserByTheCallersWordOnly) {
     EXPECT_EQ(both.out.find("changed cells"), std::string::npos);
 }
 
+TEST_F(DirectCompareTest, AnOwnersNameMayHoldPoints) {
+    RunOnBothServers(
+        u"CREATE SCHEMA [my.app]\nGO\nCREATE TABLE [my.app].[a.b] (id int NOT NULL PRIMARY KEY, v "
+        u"int NULL)\nGO\nINSERT [my.app].[a.b] VALUES (1, 1)");
+    const Outcome outcome = Direct({"--table", "[my.app].[a.b]", "--columns", "[my.app].[a.b]=v"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.out << outcome.err;
+    EXPECT_TRUE(Holds(outcome.out, "1 table: 1 identical, 0 different\n"));
+}
+
+// Whoever gets the result without standard error knows what "identical" means in it.
+TEST_F(DirectCompareTest, LooserEqualityIsToldWithTheResult) {
+    const std::string last = "1 table: 0 identical, 1 different; compared without regard to case";
+    const Outcome table = Direct({"--ignore-case", "--quiet"});
+    EXPECT_TRUE(table.out.ends_with("\n" + last + "\n")) << table.out;
+    EXPECT_EQ(table.err, "");
+    const Outcome markdown = Direct({"--ignore-case", "--quiet", "--format", "markdown"});
+    EXPECT_TRUE(markdown.out.ends_with("\n**" + last + "**\n")) << markdown.out;
+    EXPECT_EQ(markdown.err, "");
+    // CSV has no place for it.
+    const std::string told = "quillon: values are compared without regard to case\n";
+    const Outcome exact = Direct({"--key", "t=id", "--format", "csv"});
+    for (const char* loudness : {"--quiet", "--no-pager"}) {
+        const Outcome csv = Direct({"--ignore-case", loudness, "--format", "csv"});
+        EXPECT_EQ(csv.err, told);
+        EXPECT_EQ(csv.out.substr(0, csv.out.find('\n')), exact.out.substr(0, exact.out.find('\n')));
+    }
+    const Outcome sync =
+        TwoServers::Direct("sync", {"--ignore-case", "--quiet", "--to", "2", "--yes"});
+    EXPECT_EQ(sync.exitCode, 0) << sync.err;
+    EXPECT_TRUE(Holds(sync.out, "\n" + last + "\n")) << sync.out;
+    EXPECT_TRUE(sync.out.ends_with(
+        "\n1 table: 1 identical, 0 different; compared without regard to case\n"))
+        << sync.out;
+}
+
+TEST_F(DirectCompareTest, AFailureNamesTheSide) {
+    server.AddFault(ErrorIn(u"FROM [dbo].[t]"));
+    const Outcome in1 = Direct({});
+    EXPECT_EQ(in1.exitCode, 2);
+    EXPECT_TRUE(Holds(in1.out, "Error comparing [dbo].[t]\nIn database 1 (" + first + "): "))
+        << in1.out;
+    other.AddFault(ErrorIn(u"FROM [dbo].[t]"));
+    const Outcome in2 = Direct({"--format", "json"});
+    EXPECT_TRUE(Holds(in2.out, "Error comparing [dbo].[t]\\nIn database 2 (" + second + "): "))
+        << in2.out;
+    EXPECT_TRUE(Holds(in2.out, "\"side\": 2")) << in2.out;
+    // What both are about has no side.
+    RunOnFirst(u"CREATE TABLE x (a int)");
+    RunOnSecond(u"CREATE TABLE x (b int)");
+    const Outcome none = Direct({"-t", "x", "--format", "json"});
+    EXPECT_TRUE(Holds(none.out, "Error comparing [dbo].[x]\\nTable [dbo].[x] has no column "))
+        << none.out;
+    EXPECT_TRUE(Holds(none.out, "\"side\": null")) << none.out;
+}
+
 TEST_F(DirectCompareTest, IdenticalTablesAreExitCode0) {
     const Outcome outcome = Call({"compare", first, first, "--user", "sa", "--jobs", "1"});
     EXPECT_EQ(outcome.exitCode, 0) << outcome.out << outcome.err;

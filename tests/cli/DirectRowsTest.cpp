@@ -83,6 +83,47 @@ TEST_F(DirectRowsTest, RowsThatWereNotReadAreNotCalledIdentical) {
     EXPECT_EQ(Rows({"t", "--identical", "--limit", "1", "--accept-uncompared"}).exitCode, 0);
 }
 
+// What the rows that were read cannot show is not left to whoever reads on.
+TEST_F(DirectRowsTest, ALimitHidesNothingThatIsKnown) {
+    RunOnFirst(u"ALTER TABLE t ADD extra int NULL");
+    const std::vector<std::string> call = {"t",       "--identical", "--limit",  "1",
+                                           "--where", "t=id < 10",   "--ignore", "note"};
+    const Outcome outcome = Rows(call);
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.err,
+              "quillon: the limit was reached: the rows behind those were not read\n"
+              "quillon: column [extra] only in 1\n"
+              "quillon: not compared: column [note]: it is ignored, as asked for\n"
+              "quillon: not compared: rows that do not meet id < 10\n");
+    std::vector<std::string> json = call;
+    json.insert(json.end(), {"--format", "json"});
+    const std::string out = Rows(json).out;
+    EXPECT_TRUE(Holds(out, R"("verdict":null,"notes":["column [extra] only in 1"],)"
+                           R"("notCompared":["column [note]: it is ignored, as asked for",)"
+                           R"("rows that do not meet id < 10"],"exitCode":1})"))
+        << out;
+    // Read to its end it says the same.
+    EXPECT_EQ(Rows({"t", "--identical", "--ignore", "note"}).exitCode, 1);
+}
+
+TEST_F(DirectRowsTest, LooserEqualityIsToldWithTheRows) {
+    const std::string told = "Compared without regard to case, without blanks at the end\n";
+    const auto rows = [&](const char* format) {
+        return Rows({"t", "--there", "--ignore-case", "--ignore-trailing-blanks", "--ignore",
+                     "note", "--quiet", "--format", format});
+    };
+    const Outcome table = rows("table");
+    EXPECT_TRUE(table.out.ends_with("\n\n" + told)) << table.out;
+    EXPECT_FALSE(Holds(table.err, "without regard to case"));
+    EXPECT_TRUE(rows("markdown").out.ends_with("\n\n" + told));
+    EXPECT_TRUE(Holds(rows("json").out,
+                      R"("loosened":"without regard to case, without blanks at the end")"));
+    EXPECT_TRUE(Holds(rows("csv").err,
+                      "quillon: values are compared without regard to case, without blanks at the "
+                      "end\n"))
+        << rows("csv").err;
+}
+
 TEST_F(DirectRowsTest, RowsOfATableWithoutAKeyAreOfOneSideOrTheOther) {
     RunOnBothServers(u"CREATE TABLE bag (a int, b varchar(5))\nGO\nINSERT bag VALUES (1, 'x')");
     RunOnFirst(u"INSERT bag VALUES (1, 'x')");

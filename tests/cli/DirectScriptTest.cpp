@@ -61,6 +61,38 @@ TEST_F(DirectScriptTest, AGuardIsThereIfItIsAskedFor) {
     EXPECT_TRUE(Holds(guarded, "a row is not as it was compared")) << guarded;
 }
 
+// Whoever gets the file later cannot see how it came about.
+TEST_F(DirectScriptTest, ItsHeadTellsWhatWasNotLookedAt) {
+    RunOnBothServers(u"CREATE TABLE w (id int NOT NULL CONSTRAINT PK_w PRIMARY KEY, a int, b int)");
+    const std::string script =
+        Script({"-o", "-", "--where", "t=id <> 9\nAND 1 = 1 /* ? { it's $(x) */", "--ignore-case",
+                "--float-digits", "6", "--ignore", "note", "--columns", "w=b"})
+            .out;
+    EXPECT_EQ(
+        script.substr(0, script.find("SET ANSI_NULLS")),
+        "-- Makes the rows of side 2 those of side 1, in one transaction.\r\n"
+        "-- Side 2 is database d on server " +
+            QuillonLib::ToUtf8(other.Address()) +
+            "\r\n"
+            "-- Values were compared without regard to case, with real and float rounded to 6 "
+            "digits.\r\n"
+            "-- Not compared, but where rows are matched by it: column [note]\r\n"
+            "-- Of [dbo].[t] only rows were compared that meet: id <> 9 AND 1 = 1 /* ? { it's "
+            "$ (x) */\r\n"
+            "-- Of [dbo].[w] only its key and these columns were compared: [b]\r\n"
+            "-- [dbo].[t]: 1 deleted, 1 updated, 1 inserted\r\n"
+            "--     without column note\r\n");
+    const std::string exact = Script({"-o", "-"}).out;
+    EXPECT_EQ(exact.find("-- Of "), std::string::npos) << exact;
+    EXPECT_EQ(exact.find("-- Values "), std::string::npos) << exact;
+    // As a comment it does no harm, whatever a driver makes of it.
+    EXPECT_EQ(Direct("sync", {"--where", "t=id <> 9\nAND 1 = 1 /* ? { it's $(x) */", "--to", "2",
+                              "--yes", "--accept-uncompared"})
+                  .exitCode,
+              0);
+    EXPECT_EQ(Direct("compare").exitCode, 0);
+}
+
 TEST_F(DirectScriptTest, AFailureLeavesTheOldFileAndNoOther) {
     const auto write = [this] { std::ofstream(File("u.sql")) << "old"; };
     write();

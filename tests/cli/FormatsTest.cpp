@@ -162,7 +162,9 @@ TEST_F(FormatsTest, RowsAsLinesBeginAndEnd) {
                       "\n"
                       R"({"kind":"end","shown":{"identical":0,"different":1,"only-in-1":0,)"
                       R"("only-in-2":0},"counted":{"identical":1,"different":1,"only-in-1":1,)"
-                      R"("only-in-2":1},"verdict":"different","exitCode":1})"
+                      R"("only-in-2":1},"verdict":"different",)"
+                      R"("notes":["changed cells: [name] 1, [note] 1"],)"
+                      R"("notCompared":[],"exitCode":1})"
                       "\n"))
         << outcome.out;
 }

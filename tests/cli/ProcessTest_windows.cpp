@@ -78,7 +78,7 @@ TEST_F(ProcessTest, ArgumentsNameFilesInAnyLetters) {
     const Ended ended = Run("split \"" + name + "\" --out \"" + pieces + "\"");
     EXPECT_EQ(ended.exitCode, 0U) << ended.err;
     EXPECT_EQ(ended.err, "3 batches\n");
-    EXPECT_EQ(Read(folder / L"st\u00FCcke" / "2.sql"), "SELECT N'\xC3\xA9'");
+    EXPECT_EQ(Read(folder / L"st\u00FCcke" / "2.sql"), "\xEF\xBB\xBFSELECT N'\xC3\xA9'");
 }
 
 TEST_F(ProcessTest, DataComesOutByteForByteAndErrorsInUtf8) {

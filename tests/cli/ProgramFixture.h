@@ -11,10 +11,13 @@
 
 #include "tests/cli/ProgramCall.h"
 #include "tests/support/Environment.h"
+#include "tests/support/Holds.h"
 #include "tests/support/SandboxTest.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace quillon {
+
+using QuillonLib::Holds;
 
 class ProgramTest : public QuillonLib::SandboxTest {
   protected:
@@ -46,10 +49,18 @@ class ProgramTest : public QuillonLib::SandboxTest {
         arguments.insert(arguments.end(), {one, two, "--user", "sa"});
         return Call(arguments);
     }
-    void RunOnBoth(const std::u16string& sql) {
-        server.Run(u"USE a\nGO\n" + sql);
-        server.Run(u"USE b\nGO\n" + sql);
+    // The command "template" with these words, on the test's own file "t.xml".
+    Outcome Template(std::vector<std::string> words) const {
+        words.insert(words.begin(), {"template", "--templates", File("t.xml")});
+        return Call(words);
     }
+    void RunOnA(const std::u16string& sql) { server.Run(u"USE a\nGO\n" + sql); }
+    void RunOnB(const std::u16string& sql) { server.Run(u"USE b\nGO\n" + sql); }
+    void RunOnBoth(const std::u16string& sql) {
+        RunOnA(sql);
+        RunOnB(sql);
+    }
+    std::u16string InB(const std::u16string& query) { return server.Scalar(u"USE b " + query); }
     std::string Read(const char* name) const {
         std::ifstream stream(folder / name, std::ios::binary);
         return {std::istreambuf_iterator<char>(stream), {}};

@@ -30,7 +30,7 @@ TEST_F(ProgramTest, IdenticalDatabasesAreExitCode0) {
     const Outcome outcome =
         Call({"compare", "--by-server", one, one, "--user", "sa", "--table", "p"});
     EXPECT_EQ(outcome.exitCode, 0);
-    EXPECT_NE(outcome.out.find("1 table: 1 identical, 0 different\n"), std::string::npos);
+    EXPECT_TRUE(Holds(outcome.out, "1 table: 1 identical, 0 different\n"));
 }
 
 TEST_F(ProgramTest, TablesOfOneDatabaseAloneAreNamedAndNoIdenticalDatabases) {
@@ -41,8 +41,7 @@ TEST_F(ProgramTest, TablesOfOneDatabaseAloneAreNamedAndNoIdenticalDatabases) {
     const std::string same = QuillonLib::ToUtf8(server.Address()) + "/same";
     const Outcome outcome = Call({"compare", "--by-server", one, same, "--user", "sa"});
     EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_NE(outcome.out.find("1 table: 1 identical, 0 different, 3 in one database only\n"),
-              std::string::npos);
+    EXPECT_TRUE(Holds(outcome.out, "1 table: 1 identical, 0 different, 3 in one database only\n"));
     EXPECT_EQ(outcome.err, "quillon: only in " + one + ", and left out: [dbo].[c]\n" +
                                "quillon: only in " + same +
                                ", and left out: [dbo].[q] [dbo].[r]\n");
@@ -61,7 +60,7 @@ TEST_F(ProgramTest, TablesOfTheSecondDatabaseAloneAreADifferenceToo) {
 }
 
 TEST_F(ProgramTest, RowsOnEachSideAloneAreCounted) {
-    server.Run(u"USE b\nGO\nINSERT p VALUES (4, N'four'), (5, N'five')");
+    RunOnB(u"INSERT p VALUES (4, N'four'), (5, N'five')");
     EXPECT_EQ(OnBoth({"compare", "--by-server", "-t", "p"}).out,
               "Table      Rows in 1  Rows in 2  Identical  Differing  Only in 1  Only in 2  "
               "Verdict\n"
@@ -72,13 +71,11 @@ TEST_F(ProgramTest, RowsOnEachSideAloneAreCounted) {
 }
 
 TEST_F(ProgramTest, ViewsAreMarked) {
-    for (const auto* use : {u"USE a\nGO\n", u"USE b\nGO\n"}) {
-        server.Run(use +
-                   std::u16string(u"CREATE VIEW v WITH SCHEMABINDING AS SELECT id FROM dbo.p\nGO\n"
-                                  u"CREATE UNIQUE CLUSTERED INDEX uix ON v (id)"));
-    }
+    RunOnBoth(
+        u"CREATE VIEW v WITH SCHEMABINDING AS SELECT id FROM dbo.p\nGO\n"
+        u"CREATE UNIQUE CLUSTERED INDEX uix ON v (id)");
     const std::string out = OnBoth({"compare", "--by-server", "-t", "v"}).out;
-    EXPECT_NE(out.find("\n[dbo].[v] (view)  "), std::string::npos) << out;
+    EXPECT_TRUE(Holds(out, "\n[dbo].[v] (view)  "));
 }
 
 TEST_F(ProgramTest, NoTableInCommonIsADifference) {
@@ -86,8 +83,7 @@ TEST_F(ProgramTest, NoTableInCommonIsADifference) {
     const std::string nothing = QuillonLib::ToUtf8(server.Address()) + "/nothing";
     const Outcome outcome = Call({"compare", "--by-server", one, nothing, "--user", "sa"});
     EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_NE(outcome.out.find("0 tables: 0 identical, 0 different, 2 in one database only\n"),
-              std::string::npos);
+    EXPECT_TRUE(Holds(outcome.out, "0 tables: 0 identical, 0 different, 2 in one database only\n"));
     EXPECT_EQ(outcome.err, "quillon: only in " + one + ", and left out: [dbo].[c] [dbo].[p]\n");
     const Outcome none = Call({"compare", "--by-server", nothing, nothing + "2", "--user", "sa"});
     EXPECT_EQ(none.exitCode, 2);
@@ -96,8 +92,7 @@ TEST_F(ProgramTest, NoTableInCommonIsADifference) {
 }
 
 TEST_F(ProgramTest, ATableWithoutAKeyIsOnlyCounted) {
-    for (const auto* use : {u"USE a\nGO\n", u"USE b\nGO\n"})
-        server.Run(use + std::u16string(u"CREATE TABLE k (x int)\nGO\nINSERT k VALUES (1)"));
+    RunOnBoth(u"CREATE TABLE k (x int)\nGO\nINSERT k VALUES (1)");
     const Outcome outcome = OnBoth({"compare", "--by-server", "-t", "dbo.k", "-t", "[dbo].[p]"});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_EQ(outcome.out,
@@ -120,12 +115,11 @@ TEST_F(ProgramTest, ATableWithoutAKeyIsOnlyCounted) {
 }
 
 TEST_F(ProgramTest, ChoicesOfKeyAndColumnsCount) {
-    for (const auto* use : {u"USE a\nGO\n", u"USE b\nGO\n"})
-        server.Run(use +
-                   std::u16string(u"CREATE TABLE k (x int NOT NULL CONSTRAINT PK_k PRIMARY KEY, "
-                                  u"y int NOT NULL CONSTRAINT UQ_k UNIQUE, z int)"));
-    server.Run(u"USE a\nGO\nINSERT k VALUES (1, 10, 5)");
-    server.Run(u"USE b\nGO\nINSERT k VALUES (2, 10, 6)");
+    RunOnBoth(
+        u"CREATE TABLE k (x int NOT NULL CONSTRAINT PK_k PRIMARY KEY, "
+        u"y int NOT NULL CONSTRAINT UQ_k UNIQUE, z int)");
+    RunOnA(u"INSERT k VALUES (1, 10, 5)");
+    RunOnB(u"INSERT k VALUES (2, 10, 6)");
     const auto lastLine = [&](std::vector<std::string> options) {
         options.insert(options.begin(), {"compare", "--by-server", "-t", "k"});
         const std::string out = OnBoth(options).out;
@@ -136,23 +130,16 @@ TEST_F(ProgramTest, ChoicesOfKeyAndColumnsCount) {
               "[dbo].[k]          1          1          0          1          0   ");
     EXPECT_EQ(lastLine({"--index", "k=UQ_k", "--columns", "k=y"}),
               "[dbo].[k]          1          1          1          0          0   ");
-    const auto templates = [&](std::vector<std::string> arguments) {
-        arguments.insert(arguments.begin(), {"template", "--templates", File("t.xml")});
-        return Call(std::move(arguments)).exitCode;
-    };
-    EXPECT_EQ(templates({"new", "t", one, two}), 0);
-    EXPECT_EQ(templates({"pick", "table", "k"}), 0);
-    EXPECT_EQ(templates({"pick", "index", "k", "UQ_k"}), 0);
+    EXPECT_EQ(Template({"new", "t", one, two}).exitCode, 0);
+    EXPECT_EQ(Template({"pick", "table", "k"}).exitCode, 0);
+    EXPECT_EQ(Template({"pick", "index", "k", "UQ_k"}).exitCode, 0);
     const std::string out = Call({"compare", "--by-server", "--template", "t", "--templates",
                                   File("t.xml"), "--user", "sa"})
                                 .out;
-    EXPECT_NE(out.find("[dbo].[k]          1          1          0          1          0   "),
-              std::string::npos)
-        << out;
+    EXPECT_TRUE(Holds(out, "[dbo].[k]          1          1          0          1          0   "));
     const Outcome bad = OnBoth({"compare", "--by-server", "-t", "k", "--index", "UQ_k"});
     EXPECT_EQ(bad.exitCode, 2);
-    EXPECT_NE(bad.err.find("quillon: --index: 'UQ_k' is not TABLE=NAME\n"), std::string::npos)
-        << bad.err;
+    EXPECT_TRUE(Holds(bad.err, "quillon: --index: 'UQ_k' is not TABLE=NAME\n"));
 }
 
 TEST_F(ProgramTest, EachDatabaseMayHaveItsOwnLogin) {
@@ -171,12 +158,11 @@ TEST_F(ProgramTest, EachDatabaseMayHaveItsOwnLogin) {
     setenv("QUILLON_PASSWORD2", "sandbox", 1);
     const Outcome wrong = Call(call);
     unsetenv("QUILLON_PASSWORD2");
-    EXPECT_NE(right.out.find(
-                  "1 table: 0 identical, 1 different; left out: the rows of 1 table, 1 column\n"),
-              std::string::npos)
+    EXPECT_TRUE(Holds(
+        right.out, "1 table: 0 identical, 1 different; left out: the rows of 1 table, 1 column\n"))
         << right.out << right.err;
     EXPECT_EQ(wrong.exitCode, 2);
-    EXPECT_NE(wrong.err.find("Login failed for user 'reader'."), std::string::npos) << wrong.err;
+    EXPECT_TRUE(Holds(wrong.err, "Login failed for user 'reader'."));
 }
 
 TEST_F(ProgramTest, TheSecondPasswordServesTheSameUserToo) {
@@ -184,7 +170,7 @@ TEST_F(ProgramTest, TheSecondPasswordServesTheSameUserToo) {
     const Outcome outcome = OnBoth({"compare", "--by-server"});
     unsetenv("QUILLON_PASSWORD2");
     EXPECT_EQ(outcome.exitCode, 2);
-    EXPECT_NE(outcome.err.find("Login failed for user 'sa'."), std::string::npos) << outcome.err;
+    EXPECT_TRUE(Holds(outcome.err, "Login failed for user 'sa'."));
 }
 
 TEST_F(ProgramTest, TheQueriesAcrossBothRunWhereViaSays) {
@@ -194,8 +180,7 @@ TEST_F(ProgramTest, TheQueriesAcrossBothRunWhereViaSays) {
     third.Run(u"CREATE DATABASE c");
     const std::string via = QuillonLib::ToUtf8(third.Address()) + "/c";
     const Outcome outcome = OnBoth({"compare", "--by-server", "-t", "p", "--via", via});
-    EXPECT_NE(outcome.out.find("1 table: 0 identical, 1 different\n"), std::string::npos)
-        << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, "1 table: 0 identical, 1 different\n"));
     const auto batches = Batches(third);
     EXPECT_NE(std::find_if(batches.begin(), batches.end(),
                            [](const std::u16string& batch) {
@@ -223,25 +208,19 @@ TEST_F(ProgramTest, ATableThatCannotBeComparedIsExitCode2) {
     server.AddFault(ErrorIn(u"SELECT COUNT(*) FROM [dbo].[p]"));
     const Outcome outcome = OnBoth({"compare", "--by-server"});
     EXPECT_EQ(outcome.exitCode, 2);
-    EXPECT_NE(outcome.out.find("Error comparing [dbo].[p]\n"), std::string::npos) << outcome.out;
-    EXPECT_NE(outcome.out.find("made to fail"), std::string::npos) << outcome.out;
-    EXPECT_NE(outcome.out.find("2 tables: 0 identical, 1 different, 1 not compared\n"),
-              std::string::npos)
-        << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, "Error comparing [dbo].[p]\n"));
+    EXPECT_TRUE(Holds(outcome.out, "made to fail"));
+    EXPECT_TRUE(Holds(outcome.out, "2 tables: 0 identical, 1 different, 1 not compared\n"));
 }
 
 TEST_F(ProgramTest, BadCallsAreNamed) {
     const Outcome place = Call({"compare", "--by-server", "x", "y", "--user", "sa"});
     EXPECT_EQ(place.exitCode, 2);
-    EXPECT_NE(place.err.find("quillon: 'x' is neither SERVER/DATABASE nor a connection in"),
-              std::string::npos)
-        << place.err;
+    EXPECT_TRUE(Holds(place.err, "quillon: 'x' is neither SERVER/DATABASE nor a connection in"));
     EXPECT_EQ(Call({"compare", "--by-server", one, two}).exitCode, 2);
-    EXPECT_NE(Call({"compare", "--by-server", one, two}).err.find("--user or --integrated"),
-              std::string::npos);
-    EXPECT_NE(
-        Call({"compare", "--by-server", one, "--user", "sa"}).err.find("Two databases, each as"),
-        std::string::npos);
+    EXPECT_TRUE(Holds(Call({"compare", "--by-server", one, two}).err, "--user or --integrated"));
+    EXPECT_TRUE(
+        Holds(Call({"compare", "--by-server", one, "--user", "sa"}).err, "Two databases, each as"));
     EXPECT_EQ(Call({"compare", "\xE9", two, "--user", "sa"}).err,
               "quillon: argument 2 is not UTF-8\n");
     EXPECT_EQ(OnBoth({"rows", "--by-server", "p", "--limit", "0"}).exitCode, 2);
@@ -252,15 +231,15 @@ TEST_F(ProgramTest, BadCallsAreNamed) {
 TEST_F(ProgramTest, HelpIsNoFailure) {
     const Outcome outcome = Call({"sync", "--help"});
     EXPECT_EQ(outcome.exitCode, 0);
-    EXPECT_NE(outcome.out.find("--suspend-constraints"), std::string::npos);
+    EXPECT_TRUE(Holds(outcome.out, "--suspend-constraints"));
 }
 
 TEST_F(ProgramTest, ARefusedLoginShowsTheServersTextAndNoPassword) {
     setenv("QUILLON_PASSWORD", "not the password", 1);
     const Outcome outcome = OnBoth({"compare", "--by-server"});
     EXPECT_EQ(outcome.exitCode, 2);
-    EXPECT_NE(outcome.err.find("Login failed for user 'sa'."), std::string::npos) << outcome.err;
-    EXPECT_EQ(outcome.err.find("not the password"), std::string::npos);
+    EXPECT_TRUE(Holds(outcome.err, "Login failed for user 'sa'."));
+    EXPECT_FALSE(Holds(outcome.err, "not the password"));
 }
 
 TEST_F(ProgramTest, RowsMarksTheCellsThatDiffer) {
@@ -272,8 +251,8 @@ TEST_F(ProgramTest, RowsMarksTheCellsThatDiffer) {
 }
 
 TEST_F(ProgramTest, RowsShowsTheKindsThatAreAskedForAndNoMoreThanTheLimit) {
-    server.Run(u"USE a\nGO\nINSERT p VALUES (7, N'seven'), (8, N'eight'), (9, N'nine')");
-    server.Run(u"USE b\nGO\nINSERT p VALUES (7, N'seven'), (8, N'ate'), (9, N'9')");
+    RunOnA(u"INSERT p VALUES (7, N'seven'), (8, N'eight'), (9, N'nine')");
+    RunOnB(u"INSERT p VALUES (7, N'seven'), (8, N'ate'), (9, N'9')");
     const std::string only1 = "Only in " + one + ": 1\nid  n\n2   NULL\n\n";
     const std::string only2 = "Only in " + two + ": 1\nid  n\n3   three\n\n";
     EXPECT_EQ(OnBoth({"rows", "--by-server", "p", "--identical"}).out,
@@ -291,20 +270,18 @@ TEST_F(ProgramTest, RowsShowsEveryValueOnOneLine) {
     const std::u16string table =
         u"CREATE TABLE v (id int NOT NULL CONSTRAINT PK_v PRIMARY KEY, b varbinary(9), n "
         u"nvarchar(20))\nGO\n";
-    server.Run(u"USE a\nGO\n" + table +
-               u"INSERT v VALUES (1, 0x00FF, N'a' + CHAR(13) + CHAR(10) + CHAR(9) + CHAR(1))");
-    server.Run(u"USE b\nGO\n" + table);
+    RunOnA(table + u"INSERT v VALUES (1, 0x00FF, N'a' + CHAR(13) + CHAR(10) + CHAR(9) + CHAR(1))");
+    RunOnB(table);
     EXPECT_EQ(OnBoth({"rows", "--by-server", "v", "--here"}).out,
               "Only in " + one + ": 1\nid  b       n\n1   0x00FF  'a\\r\\n\\t\\x01'\n\n");
 }
 
 TEST_F(ProgramTest, RowsTakesAKeyByName) {
-    for (const auto* use : {u"USE a\nGO\n", u"USE b\nGO\n"})
-        server.Run(use +
-                   std::u16string(u"CREATE TABLE k (x int NOT NULL CONSTRAINT PK_k PRIMARY KEY, "
-                                  u"y int NOT NULL CONSTRAINT UQ_k UNIQUE)"));
-    server.Run(u"USE a\nGO\nINSERT k VALUES (1, 10)");
-    server.Run(u"USE b\nGO\nINSERT k VALUES (2, 10)");
+    RunOnBoth(
+        u"CREATE TABLE k (x int NOT NULL CONSTRAINT PK_k PRIMARY KEY, "
+        u"y int NOT NULL CONSTRAINT UQ_k UNIQUE)");
+    RunOnA(u"INSERT k VALUES (1, 10)");
+    RunOnB(u"INSERT k VALUES (2, 10)");
     const std::string out =
         OnBoth({"rows", "--by-server", "k", "--index", "UQ_k", "--different"}).out;
     EXPECT_EQ(out.substr(0, 13), "Different: 1\n");
@@ -314,7 +291,7 @@ TEST_F(ProgramTest, ScriptGoesToStandardOutputWithoutAMark) {
     const Outcome outcome = OnBoth({"script", "--by-server", "--to", "1", "-o", "-"});
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_EQ(outcome.out.substr(0, 14), "-- Run this on");
-    EXPECT_NE(outcome.out.find("\r\nEXEC prcTmp_QVX_Insert 3, N'three'\r\n"), std::string::npos);
+    EXPECT_TRUE(Holds(outcome.out, "\r\nEXEC prcTmp_QVX_Insert 3, N'three'\r\n"));
     EXPECT_EQ(OnBoth({"script", "--by-server", "--to", "both", "-o", "-"}).exitCode, 2);
 }
 
@@ -323,43 +300,39 @@ TEST_F(ProgramTest, ScriptWritesAFileForEachSide) {
         OnBoth({"script", "--by-server", "--to", "both", "-o", File("u.sql"), "--no-comments"})
             .exitCode,
         0);
-    EXPECT_NE(Read("u.1.sql").find("_Insert 3, N'three'"), std::string::npos);
-    EXPECT_NE(Read("u.2.sql").find("_Insert 2, NULL"), std::string::npos);
-    EXPECT_EQ(Read("u.1.sql").find("-- Run"), std::string::npos);
+    EXPECT_TRUE(Holds(Read("u.1.sql"), "_Insert 3, N'three'"));
+    EXPECT_TRUE(Holds(Read("u.2.sql"), "_Insert 2, NULL"));
+    EXPECT_FALSE(Holds(Read("u.1.sql"), "-- Run"));
     EXPECT_EQ(
         OnBoth({"script", "--by-server", "--to", "2", "-o", File("no folder/u.sql")}).exitCode, 2);
 }
 
 TEST_F(ProgramTest, ScriptLeavesReplicationColumnsOutWhenAsked) {
-    for (const auto* use : {u"USE a\nGO\n", u"USE b\nGO\n"})
-        server.Run(use +
-                   std::u16string(u"CREATE TABLE k (x int NOT NULL CONSTRAINT PK_k PRIMARY KEY, "
-                                  u"msrepl_tran_version uniqueidentifier NULL)"));
-    server.Run(u"USE a\nGO\nINSERT k VALUES (4, '00000000-0000-0000-0000-000000000001')");
+    RunOnBoth(
+        u"CREATE TABLE k (x int NOT NULL CONSTRAINT PK_k PRIMARY KEY, "
+        u"msrepl_tran_version uniqueidentifier NULL)");
+    RunOnA(u"INSERT k VALUES (4, '00000000-0000-0000-0000-000000000001')");
     const std::vector<std::string> call{"script", "--by-server", "-t", "k", "-o", "-"};
     const std::string all = OnBoth(call).out;
-    EXPECT_NE(all.find("_Insert 4, '{00000000-0000-0000-0000-000000000001}'"), std::string::npos)
-        << all;
+    EXPECT_TRUE(Holds(all, "_Insert 4, '{00000000-0000-0000-0000-000000000001}'"));
     std::vector<std::string> less = call;
     less.emplace_back("--ignore-replication-columns");
-    EXPECT_NE(OnBoth(less).out.find("_Insert 4\r\n"), std::string::npos);
+    EXPECT_TRUE(Holds(OnBoth(less).out, "_Insert 4\r\n"));
 }
 
 TEST_F(ProgramTest, ATableThatAScriptLeavesOutIsNamed) {
     server.AddFault(ErrorIn(u"SELECT COUNT(*) FROM [dbo].[c]"));
     const Outcome outcome = OnBoth({"script", "--by-server", "-o", File("u.sql")});
     EXPECT_EQ(outcome.exitCode, 2);
-    EXPECT_NE(outcome.err.find("quillon: left out: [dbo].[c]: Error comparing [dbo].[c]\n"),
-              std::string::npos)
-        << outcome.err;
-    EXPECT_NE(Read("u.sql").find("_Insert 2, NULL"), std::string::npos);
+    EXPECT_TRUE(Holds(outcome.err, "quillon: left out: [dbo].[c]: Error comparing [dbo].[c]\n"));
+    EXPECT_TRUE(Holds(Read("u.sql"), "_Insert 2, NULL"));
 }
 
 TEST_F(ProgramTest, ScriptWritesBothEncodingsWithTheirMark) {
     EXPECT_EQ(OnBoth({"script", "--by-server", "--to", "2", "-o", File("a.sql")}).exitCode, 0);
     const std::string utf8 = Read("a.sql");
     EXPECT_EQ(utf8.substr(0, 17), "\xEF\xBB\xBF-- Run this on");
-    EXPECT_NE(utf8.find("\r\nEXEC prcTmp_QVX_Insert 2, NULL\r\n"), std::string::npos);
+    EXPECT_TRUE(Holds(utf8, "\r\nEXEC prcTmp_QVX_Insert 2, NULL\r\n"));
     EXPECT_EQ(
         OnBoth({"script", "--by-server", "--to", "2", "-o", File("b.sql"), "--encoding", "utf16"})
             .exitCode,
@@ -370,10 +343,10 @@ TEST_F(ProgramTest, ScriptWritesBothEncodingsWithTheirMark) {
 }
 
 TEST_F(ProgramTest, HalfASurrogatePairIsRefusedInUtf8AndNothingIsWritten) {
-    server.Run(u"USE a\nGO\nINSERT p VALUES (9, N'" + std::u16string(1, 0xD83D) + u"')");
+    RunOnA(u"INSERT p VALUES (9, N'" + std::u16string(1, 0xD83D) + u"')");
     const Outcome outcome = OnBoth({"script", "--by-server", "--to", "2", "-o", File("a.sql")});
     EXPECT_EQ(outcome.exitCode, 2);
-    EXPECT_NE(outcome.err.find("--encoding utf16"), std::string::npos) << outcome.err;
+    EXPECT_TRUE(Holds(outcome.err, "--encoding utf16"));
     EXPECT_FALSE(std::filesystem::exists(folder / "a.sql"));
     EXPECT_EQ(
         OnBoth({"script", "--by-server", "--to", "2", "-o", File("a.sql"), "--encoding", "utf16"})
@@ -382,41 +355,32 @@ TEST_F(ProgramTest, HalfASurrogatePairIsRefusedInUtf8AndNothingIsWritten) {
 }
 
 TEST_F(ProgramTest, TemplatesAreMadePickedShownAndRemoved) {
-    const auto call = [&](std::vector<std::string> arguments) {
-        arguments.insert(arguments.begin(), {"template", "--templates", File("t.xml")});
-        return Call(std::move(arguments));
-    };
-    EXPECT_EQ(call({"new", "nightly", "s/a", "s/b"}).exitCode, 0);
-    EXPECT_EQ(call({"new", "NIGHTLY", "s/a", "s/b"}).exitCode, 2);
-    EXPECT_EQ(call({"pick", "table", "p"}).exitCode, 0);
-    EXPECT_EQ(call({"pick", "column", "p", "n"}).exitCode, 0);
-    EXPECT_EQ(call({"pick", "index", "p", "PK_p"}).exitCode, 0);
-    EXPECT_EQ(call({"pick", "column", "p"}).exitCode, 2);
-    EXPECT_EQ(call({"list"}).out, "  Default\n* nightly\n");
+    EXPECT_EQ(Template({"new", "nightly", "s/a", "s/b"}).exitCode, 0);
+    EXPECT_EQ(Template({"new", "NIGHTLY", "s/a", "s/b"}).exitCode, 2);
+    EXPECT_EQ(Template({"pick", "table", "p"}).exitCode, 0);
+    EXPECT_EQ(Template({"pick", "column", "p", "n"}).exitCode, 0);
+    EXPECT_EQ(Template({"pick", "index", "p", "PK_p"}).exitCode, 0);
+    EXPECT_EQ(Template({"pick", "column", "p"}).exitCode, 2);
+    EXPECT_EQ(Template({"list"}).out, "  Default\n* nightly\n");
     EXPECT_EQ(
-        call({"show", "nightly"}).out,
+        Template({"show", "nightly"}).out,
         "Database 1: s/a\nDatabase 2: s/b\nDatabase 3: s/a\n[dbo].[p]\n  key: PK_p\n  column: n\n");
-    EXPECT_EQ(call({"drop", "column", "p", "n"}).exitCode, 0);
-    EXPECT_EQ(call({"drop", "index", "p", "PK_p"}).exitCode, 0);
-    const std::string dropped = call({"show", "nightly"}).out;
+    EXPECT_EQ(Template({"drop", "column", "p", "n"}).exitCode, 0);
+    EXPECT_EQ(Template({"drop", "index", "p", "PK_p"}).exitCode, 0);
+    const std::string dropped = Template({"show", "nightly"}).out;
     EXPECT_EQ(dropped, "Database 1: s/a\nDatabase 2: s/b\nDatabase 3: s/a\n[dbo].[p]\n");
-    EXPECT_EQ(call({"use", "Default"}).exitCode, 0);
-    EXPECT_EQ(call({"list"}).out, "* Default\n  nightly\n");
-    EXPECT_EQ(call({"remove", "Default"}).exitCode, 2);
-    EXPECT_EQ(call({"remove", "nightly"}).exitCode, 0);
-    EXPECT_EQ(call({"show", "nightly"}).exitCode, 2);
+    EXPECT_EQ(Template({"use", "Default"}).exitCode, 0);
+    EXPECT_EQ(Template({"list"}).out, "* Default\n  nightly\n");
+    EXPECT_EQ(Template({"remove", "Default"}).exitCode, 2);
+    EXPECT_EQ(Template({"remove", "nightly"}).exitCode, 0);
+    EXPECT_EQ(Template({"show", "nightly"}).exitCode, 2);
 }
 
 TEST_F(ProgramTest, CompareTakesDatabasesAndPicksFromATemplate) {
-    const std::vector<std::string> file{"template", "--templates", File("t.xml")};
-    const auto call = [&](std::vector<std::string> arguments) {
-        arguments.insert(arguments.begin(), file.begin(), file.end());
-        return Call(std::move(arguments)).exitCode;
-    };
-    EXPECT_EQ(call({"new", "nightly", one, two}), 0);
-    EXPECT_EQ(call({"pick", "table", "p"}), 0);
-    EXPECT_EQ(call({"pick", "column", "p", "id"}), 0);
-    EXPECT_EQ(call({"pick", "index", "p", "PK_p"}), 0);
+    EXPECT_EQ(Template({"new", "nightly", one, two}).exitCode, 0);
+    EXPECT_EQ(Template({"pick", "table", "p"}).exitCode, 0);
+    EXPECT_EQ(Template({"pick", "column", "p", "id"}).exitCode, 0);
+    EXPECT_EQ(Template({"pick", "index", "p", "PK_p"}).exitCode, 0);
     const Outcome outcome = Call({"compare", "--by-server", "--template", "nightly", "--templates",
                                   File("t.xml"), "--user", "sa"});
     EXPECT_EQ(outcome.exitCode, 1) << outcome.err;
@@ -446,9 +410,35 @@ TEST_F(ProgramTest, DatabasesAreListed) {
 TEST_F(ProgramTest, SplitWritesAFileForEachBatch) {
     std::ofstream(folder / "s.sql", std::ios::binary) << "A\r\nGO\r\nB";
     EXPECT_EQ(Call({"split", File("s.sql"), "--out", File("out")}).exitCode, 0);
-    EXPECT_EQ(Read("out/1.sql"), "A");
-    EXPECT_EQ(Read("out/2.sql"), "B");
+    EXPECT_EQ(Read("out/1.sql"),
+              "\xEF\xBB\xBF"
+              "A");
+    EXPECT_EQ(Read("out/2.sql"),
+              "\xEF\xBB\xBF"
+              "B");
     EXPECT_EQ(Call({"split", File("missing.sql")}).exitCode, 2);
+}
+
+TEST_F(ProgramTest, SplitCarriesHalfAPairInUtf16Alone) {
+    std::ofstream file(folder / "s.sql", std::ios::binary);
+    for (const char16_t unit : std::u16string(u"\xFEFF"
+                                              u"A\r\nGO\r\n\xD800"))
+        file << static_cast<char>(unit & 0xFF) << static_cast<char>(unit >> 8);
+    file.close();
+    const std::string told =
+        "quillon: the data holds half a surrogate pair, which UTF-8 cannot carry; use --encoding "
+        "utf16\n";
+    EXPECT_EQ(Call({"split", File("s.sql"), "--out", File("out")}).err, told);
+    EXPECT_FALSE(std::filesystem::exists(folder / "out"));
+    EXPECT_EQ(Call({"split", File("s.sql")}).err,
+              "quillon: the data holds half a surrogate pair, which UTF-8 cannot carry; use --out "
+              "and --encoding utf16\n");
+    EXPECT_EQ(Call({"split", File("s.sql"), "--out", File("out"), "--encoding", "utf16"}).exitCode,
+              0);
+    EXPECT_EQ(Read("out/1.sql"), std::string("\xFF\xFE"
+                                             "A\0",
+                                             4));
+    EXPECT_EQ(Read("out/2.sql"), std::string("\xFF\xFE\x00\xD8", 4));
 }
 
 TEST_F(ProgramTest, SplitReadsUtf16AndRefusesWhatIsNoText) {

@@ -147,6 +147,27 @@ TEST_F(ReportTest, HoldsTheScriptsOfBothDirections) {
     EXPECT_TRUE(Holds(Read("r.html"), R"({"to":2,"state":"nothing","rows":0,"text":"")"));
 }
 
+// Where there is no script whose head could name them.
+TEST_F(ReportTest, TablesThatNoScriptBringsOverAreNamedWhereThereIsNothingToDo) {
+    RunOnBothServers(
+        u"CREATE TABLE bag (a int, b int)\nGO\n"
+        u"CREATE TABLE u (id int NOT NULL CONSTRAINT PK_u PRIMARY KEY)");
+    RunOnFirst(u"INSERT bag VALUES (1, 1)");
+    RunOnSecond(u"INSERT bag VALUES (2, 1)");
+    server.AddFault(ErrorIn(u"FROM [dbo].[u]"));
+    Report({"--where", "t=id=1", "--ignore", "b"});
+    for (const int side : {1, 2}) {
+        const std::string script =
+            Element(R"(<script type="application/json" class="sql">{"to":)" + std::to_string(side));
+        EXPECT_TRUE(Holds(script, R"("state":"nothing","rows":0,"text":"")")) << script;
+        EXPECT_TRUE(Holds(script,
+                          R"("leftOut":["[dbo].[bag]: its rows have no key, and columns that are )"
+                          R"(not compared would lose their values; --key names columns that match )"
+                          R"(rows","[dbo].[u]: it was not compared to its end"]})"))
+            << script;
+    }
+}
+
 TEST_F(ReportTest, ItsScriptBringsTheRowsOver) {
     Report();
     std::string text = Element(
@@ -164,10 +185,11 @@ TEST_F(ReportTest, ItsScriptBringsTheRowsOver) {
 TEST_F(ReportTest, AScriptThatIsTooLongIsLeftToTheCommandThatWritesIt) {
     RunOnFirst(u"INSERT t VALUES (5, 'x', N'" + std::u16string(250'000, u'y') + u"')");
     EXPECT_EQ(Report().exitCode, 1);
-    EXPECT_TRUE(Holds(Read("r.html"),
-                      R"({"to":2,"state":"too-long","rows":0,"text":"","reason":"",)"
-                      R"("command":"quillon script )" +
-                          first + " " + second + R"( --user NAME --guard --to 2 -o to2.sql"})"));
+    EXPECT_TRUE(
+        Holds(Read("r.html"), R"({"to":2,"state":"too-long","rows":0,"text":"","reason":"",)"
+                              R"("command":"quillon script )" +
+                                  first + " " + second +
+                                  R"( --user NAME --guard --to 2 -o to2.sql","leftOut":[]})"));
 }
 
 TEST_F(ReportTest, AScriptThatCannotBeWrittenIsToldWithTheReason) {
@@ -186,6 +208,14 @@ TEST_F(ReportTest, ATableThatFailedIsInIt) {
     EXPECT_EQ(Report().exitCode, 2);
     EXPECT_TRUE(Holds(Results(), R"("verdict":"failed")"));
     EXPECT_TRUE(Holds(Results(), "made to fail"));
+}
+
+// The head of the page is about what was found; the code of the command is another matter.
+TEST_F(ReportTest, WhatIsAcceptedIsNotCalledIdentical) {
+    EXPECT_EQ(Report({"--where", "t=id=1", "--accept-uncompared"}).exitCode, 0);
+    EXPECT_TRUE(Holds(Results(), R"("exitCode":0},"found":3,"rows":[)")) << Results();
+    EXPECT_EQ(Report({"--where", "t=id=1"}).exitCode, 3);
+    EXPECT_TRUE(Holds(Results(), R"("exitCode":3},"found":3,"rows":[)")) << Results();
 }
 
 TEST_F(ReportTest, AComparisonThatCannotBeginLeavesTheOldOne) {

@@ -24,9 +24,6 @@ class SyncOutcomeTest : public ProgramTest {
     Outcome Sync() const {
         return OnBoth({"sync", "--by-server", "--to", "2", "--yes", "-t", "p"});
     }
-    static bool Holds(const std::string& text, const std::string& part) {
-        return text.find(part) != std::string::npos;
-    }
     SyncOutcomeTest() {
         RunOnBoth(u"DROP TABLE c");
         unknown = "quillon: the connection to " + two +

@@ -46,9 +46,6 @@ class TwoServers : public ProgramTest {
         }
         return rows;
     }
-    static bool Holds(const std::string& text, const std::string& part) {
-        return text.find(part) != std::string::npos;
-    }
     static std::string FirstLine(const std::string& text) {
         return text.substr(0, text.find('\n'));
     }

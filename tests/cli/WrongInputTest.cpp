@@ -70,6 +70,11 @@ TEST_F(WrongInput, AnEmptyValueIsNotAValueThatIsLeftOut) {
     }
     EXPECT_EQ(AnswerTo("compare", {"--report", ""}), "quillon: --report: its value is empty");
     EXPECT_EQ(AnswerTo("compare", {"--report="}), "quillon: --report: its value is empty");
+    const std::string swallowed =
+        " needs a value, and --quiet is an option: such a value is written behind a \"=\"";
+    EXPECT_EQ(AnswerTo("compare", {"--report", "--quiet"}), "quillon: --report" + swallowed);
+    EXPECT_EQ(AnswerTo("compare", {"-t", "--quiet=x"}), "quillon: -t" + swallowed);
+    EXPECT_EQ(AnswerTo("compare", {"-t", "--", "--quiet"}).find(swallowed), std::string::npos);
     EXPECT_EQ(AnswerTo("sync", {"--to", "2", "--yes", "--template", ""}),
               "quillon: --template: its value is empty");
     EXPECT_EQ(AnswerTo("rows", {"t", "--index", ""}), "quillon: --index: its value is empty");

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "direct/DirectComparison.h"
+#include "tests/support/Holds.h"
 #include "tests/support/SandboxTest.h"
 
 namespace QuillonLib {
@@ -63,6 +64,11 @@ class DirectFixture : public SandboxTest {
     void RunOnBoth(const std::u16string& sql) {
         RunOn1(sql);
         RunOn2(sql);
+    }
+
+    // Makes room for the table of the next case.
+    void DropOnBoth(const std::u16string& table) {
+        RunOnBoth(u"IF OBJECT_ID('" + table + u"') IS NOT NULL DROP TABLE " + table);
     }
 
     std::vector<DirectTableResult> Compare(const std::vector<DirectTable>& tables) {

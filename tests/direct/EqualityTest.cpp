@@ -12,7 +12,7 @@ class Equality : public DirectFixture {
     // columns cannot be compared.
     std::optional<bool> Equal(const std::u16string& type1, const std::u16string& value1,
                               const std::u16string& type2, const std::u16string& value2) {
-        RunOnBoth(u"IF OBJECT_ID('t') IS NOT NULL DROP TABLE t");
+        DropOnBoth(u"t");
         RunOn1(u"CREATE TABLE t (id int PRIMARY KEY, v " + type1 + u")\nGO\nINSERT t VALUES (1, " +
                value1 + u")");
         RunOn2(u"CREATE TABLE t (id int PRIMARY KEY, v " + type2 + u")\nGO\nINSERT t VALUES (1, " +

@@ -122,5 +122,52 @@ TEST_F(FactsAheadTest, AColumnOfAnotherTypeIsNoticed) {
     }
 }
 
+// Its values would be cut, without a word, to the length that it had.
+TEST_F(FactsAheadTest, AColumnThatHasGrownIsNoticed) {
+    sandbox::ServerSettings settings;
+    settings.name = u"MODERN";
+    settings.version = "15.0.2000";
+    sandbox::Server& modern = box.AddServer(settings);
+    modern.Run(u"CREATE DATABASE w");
+    const auto declare = [&](const char16_t* length, int characters) {
+        modern.Run(
+            u"USE w IF OBJECT_ID('t1') IS NOT NULL DROP TABLE t1\nGO\nUSE w\nGO\nCREATE TABLE "
+            u"t1 (id int PRIMARY KEY, a varchar(" +
+            std::u16string(length) +
+            u") COLLATE Latin1_General_100_CI_AS_SC_UTF8)\nGO\nINSERT t1 VALUES (1, "
+            u"REPLICATE(CAST('x' AS varchar(max)), " +
+            ToText(characters) + u"))");
+    };
+    const auto there = MakeDatabase(modern, u"w");
+    struct Case {
+        const char16_t* before;
+        int characters;
+        const char16_t* after;  // absent: it cannot grow
+        int more;
+    };
+    for (const Case& c : {Case{u"4", 4, u"9", 8}, Case{u"7999", 7999, u"8000", 8000},
+                          Case{u"8000", 8000, u"max", 8001}, Case{u"max", 9000, nullptr, 0}}) {
+        SCOPED_TRACE(ToUtf8(c.before));
+        declare(c.before, c.characters);
+        CatalogReader catalog(OpenConnection(*there));
+        catalog.UseDatabase(u"w");
+        const std::vector<ObjectName> names{{u"dbo", u"t1"}};
+        const ObjectFacts facts = catalog.Objects(names).at(0);
+        const TablePlan plan = PlanTable(facts, facts, tables[1], {});
+        std::size_t bytes = 0;
+        const auto read = [&] {
+            SideReader side;
+            RowCursor rows(plan, 1, u"", side, OpenConnection(*there));
+            ASSERT_TRUE(rows.Next());
+            bytes = MakeRow(plan.pairs, rows.Current()).at(1).Get<ByteArray>().size();
+        };
+        read();
+        EXPECT_EQ(bytes, static_cast<std::size_t>(c.characters));
+        if (c.after == nullptr) continue;
+        declare(c.after, c.more);
+        EXPECT_EQ(RaisedBy(read).number, ErrorNumber::Comparison);
+    }
+}
+
 }  // namespace
 }  // namespace QuillonLib

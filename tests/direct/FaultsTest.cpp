@@ -79,6 +79,7 @@ TEST_F(FaultsTest, AConnectionThatIsLostAtAnyRowIsAnErrorOfItsTable) {
                 const DirectTableResult& lost = results.at(first ? 0 : 1);
                 ASSERT_TRUE(lost.error) << side << " " << rows;
                 EXPECT_EQ(lost.error->Number(), ErrorNumber::DataAccess);
+                EXPECT_EQ(lost.failedSide, side);
                 EXPECT_FALSE(lost.complete);
                 EXPECT_FALSE(lost.Same());
                 ExpectWhole(results.at(first ? 1 : 0));
@@ -106,6 +107,7 @@ TEST_F(FaultsTest, AFailureOfOneSideEndsAWaitForTheOther) {
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
         ASSERT_TRUE(results.at(0).error);
         EXPECT_NE(results[0].error->Description().find(u"made to fail"), std::u16string::npos);
+        EXPECT_EQ(results[0].failedSide, side);
         ExpectWhole(results.at(1));
         failing.ClearFaults();
         silent.ClearFaults();
@@ -138,6 +140,7 @@ TEST_F(FaultsTest, AConnectionThatIsLostAtAnyBatchIsAnError) {
             }
             for (const DirectTableResult& result : results) {
                 if (result.error) told = true;
+                EXPECT_EQ(result.failedSide, result.error ? side : 0);
                 EXPECT_NE(result.complete, result.error.has_value());
             }
             // What is not told has been asked again: it must be the whole.

@@ -99,6 +99,7 @@ TEST_F(KeyedTables, TellsOfAKeyThatComesTwice) {
     ASSERT_TRUE(result.error.has_value());
     EXPECT_EQ(result.error->Number(), ErrorNumber::Comparison);
     EXPECT_EQ(result.error->Description(), u"Table [dbo].[t], side 2: key ('x') came twice.");
+    EXPECT_EQ(result.failedSide, 2);
     EXPECT_FALSE(result.Same());
 }
 

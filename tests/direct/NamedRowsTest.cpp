@@ -13,11 +13,6 @@ class NamedRows : public ScriptFixture {
   protected:
     NamedRows() { scripted.guard = true; }
 
-    static std::u16string Fill(int count, const std::u16string& values) {
-        return u"DECLARE @i int SET @i = 0 WHILE @i < " + ToText(count) +
-               u" BEGIN INSERT t VALUES (" + values + u") SET @i = @i + 1 END ";
-    }
-
     // After the change the script is refused with this message, by the library's connection and by
     // another client, and changes nothing; when it is undone, the script is taken.
     void ExpectNamed(const std::u16string& change, const std::u16string& undo,
@@ -27,12 +22,9 @@ class NamedRows : public ScriptFixture {
         RunOn2(change);
         const std::u16string count = u"SELECT COUNT(*) FROM " + which;
         const std::u16string before = On2(count);
-        const Texts errors = Run(script);
-        ASSERT_EQ(errors.size(), 1U);
-        EXPECT_TRUE(errors[0].ends_with(message)) << ToUtf8(errors[0]);
+        EXPECT_TRUE(EndsWith(OnlyErrorOf(script), message));
         const std::string output = RunInTsql(script, server2.Port());
-        EXPECT_NE(output.find("\"" + ToUtf8(message) + "\""), std::string::npos)
-            << output.substr(0, 2000);
+        EXPECT_TRUE(Holds(output, "\"" + ToUtf8(message) + "\""));
         EXPECT_EQ(On2(count), before);
         RunOn2(undo);
         EXPECT_EQ(Run(script), Texts{});
@@ -115,13 +107,10 @@ TEST_F(NamedRows, ThatAreNotInserted) {
     RunOn1(Fill(20, u"@i, @i"));
     const std::u16string script = Script({u"t"});
     RunOn2(u"INSERT t VALUES (100, 12)");
-    const Texts errors = Run(script);
-    ASSERT_EQ(errors.size(), 1U);
-    EXPECT_TRUE(errors[0].ends_with(u"Table [dbo].[t], key (12): the row was not inserted."))
-        << ToUtf8(errors[0]);
-    EXPECT_NE(RunInTsql(script, server2.Port())
-                  .find("Table [dbo].[t], key (12): the row was not inserted."),
-              std::string::npos);
+    EXPECT_TRUE(
+        EndsWith(OnlyErrorOf(script), u"Table [dbo].[t], key (12): the row was not inserted."));
+    EXPECT_TRUE(Holds(RunInTsql(script, server2.Port()),
+                      "Table [dbo].[t], key (12): the row was not inserted."));
     EXPECT_EQ(On2(u"SELECT COUNT(*) FROM t"), u"1");
 }
 
@@ -147,7 +136,7 @@ TEST_F(NamedRows, OfEveryKindOfKey) {
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(ToUtf8(each.type));
-        RunOnBoth(u"IF OBJECT_ID('t') IS NOT NULL DROP TABLE t");
+        DropOnBoth(u"t");
         RunOnBoth(u"CREATE TABLE t (k " + std::u16string(each.type) +
                   u", n int, a int, PRIMARY KEY (k, n))");
         for (const auto* value : {each.one, each.two}) {
@@ -232,15 +221,10 @@ TEST_F(NamedRows, WithoutAGuardHaveToBeThere) {
         u"Table [dbo].[t], among the rows from key (0): a row is missing, or "
         u"there more than once.";
     RunOn2(u"DELETE t WHERE id = 12");
-    Texts errors = Run(script);
-    ASSERT_EQ(errors.size(), 1U);
-    EXPECT_TRUE(errors[0].ends_with(gone)) << ToUtf8(errors[0]);
+    EXPECT_TRUE(EndsWith(OnlyErrorOf(script), gone));
     EXPECT_EQ(On2(u"SELECT COUNT(*) FROM s"), u"20");
     RunOn2(u"INSERT t VALUES (12, 7) DELETE s WHERE id = 3");
-    errors = Run(script);
-    ASSERT_EQ(errors.size(), 1U);
-    EXPECT_NE(errors[0].find(u"Table [dbo].[s], among the rows from key (0)"),
-              std::u16string::npos);
+    EXPECT_TRUE(Holds(OnlyErrorOf(script), u"Table [dbo].[s], among the rows from key (0)"));
     EXPECT_EQ(On2(u"SELECT MAX(a) FROM t"), u"7");
     RunOn2(u"INSERT s VALUES (3)");
     EXPECT_EQ(Run(script), Texts{});

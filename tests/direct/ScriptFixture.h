@@ -1,6 +1,8 @@
 // Scripts that are written from a comparison, and run as a client runs them.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <string>
 #include <utility>
 #include <vector>
@@ -78,10 +80,42 @@ class ScriptFixture : public DirectFixture {
         EXPECT_EQ(left, Texts{}) << ToUtf8(script);
     }
 
+    // The text of the one error that the script ends with; the test fails where there is none, or
+    // more than one.
+    std::u16string OnlyErrorOf(const std::u16string& script) {
+        const Texts errors = Run(script);
+        EXPECT_EQ(errors.size(), 1U) << ToUtf8(script);
+        return errors.size() == 1 ? errors[0] : std::u16string();
+    }
+
+    // Fills t with rows 0 to count - 1; the values are expressions of @i.
+    static std::u16string Fill(int count, const std::u16string& values) {
+        return u"DECLARE @i int SET @i = 0 WHILE @i < " + ToText(count) +
+               u" BEGIN INSERT t VALUES (" + values + u") SET @i = @i + 1 END ";
+    }
+
+    // Moves the second side to a server that knows no lists of rows.
+    sandbox::Server& MoveSide2ToAnOlderServer() {
+        sandbox::ServerSettings settings;
+        settings.name = u"OLD";
+        settings.version = "9.00.5000";
+        sandbox::Server& older = olderBox.AddServer(settings);
+        older.Run(u"CREATE DATABASE w");
+        two = MakeDatabase(older, u"w");
+        return older;
+    }
+
     std::u16string On2(const std::u16string& query) { return server2.Scalar(u"USE w " + query); }
 
+    sandbox::Sandbox olderBox;
     std::vector<std::u16string> keyColumns;
     DirectScriptOptions scripted;
+};
+
+// What holds for scripts with and without a guard.
+class GuardedOrNot : public ScriptFixture, public ::testing::WithParamInterface<bool> {
+  protected:
+    GuardedOrNot() { scripted.guard = GetParam(); }
 };
 
 }  // namespace QuillonLib

@@ -214,6 +214,31 @@ class Text(unittest.TestCase):
                 with self.subTest(document=document.name, option=option):
                     self.assertIn(option, known | others)
 
+    def test_settings_of_batches(self):
+        """The table of settings names what is accepted, and nothing else."""
+        with tempfile.TemporaryDirectory() as folder:
+            file = pathlib.Path(folder) / "list.ini"
+
+            def is_accepted(name):
+                file.write_text(f"[p]\n{name} =\n")
+                done = subprocess.run([PROGRAM, "batch", file], capture_output=True, text=True,
+                                      check=False)
+                self.assertEqual((done.returncode, done.stdout), (2, ""))
+                self.assertIn("line 2: ", done.stderr)
+                return done.stderr.endswith(f"'{name}' has no value\n")
+
+            text = (ROOT / "docs" / "batch.md").read_text()
+            table = text[text.index("| setting |"):].split("\n\n")[0]
+            told = {name for line in table.splitlines()[2:]
+                    for name in re.findall("`([^`]+)`", line.split("|")[1])}
+            options = subprocess.run([PROGRAM, "help", "compare"], capture_output=True, text=True,
+                                     check=True).stdout
+            names = set(re.findall(r"--([a-z][a-z0-9-]*)", options))
+            self.assertIn("log", names)
+            accepted = {name for name in names | {"database1", "database2", "description"}
+                        if is_accepted(name)}
+            self.assertEqual(told, accepted)
+
 
 if __name__ == "__main__":
     PROGRAM, FIRST = sys.argv[1:3]

@@ -43,6 +43,8 @@ class Report(unittest.TestCase):
         cls.large = cls.report("large.html", "-t", "big", "-t", "few", "--report-limit", "0")
         cls.limited = cls.report("limited.html", "-t", "big", "--report-limit", "3")
         cls.same = cls.report("same.html", "-t", "same", "--ignore", "extra")
+        cls.accepted = cls.report("accepted.html", "-t", "few", "--where", "few=id = 0",
+                                  "--accept-uncompared")
         cls.scripts = cls.report("scripts.html", databases="cd")
         cls.unwritable = cls.report("unwritable.html", databases="ef")
         options = Options()
@@ -96,7 +98,7 @@ class Report(unittest.TestCase):
     def report(cls, name, *options, databases="ab"):
         path = os.path.join(cls.folder, name)
         code, _, err = cls.program.call("compare", "--report", path, *options, databases=databases)
-        assert f"Written: {path}" in err and code in (1, 2, 3), err
+        assert f"Written: {path}" in err and code in (0, 1, 2, 3), err
         return "file://" + path
 
     def open(self, address):
@@ -140,6 +142,19 @@ class Report(unittest.TestCase):
                          ["3 different\n1 failed\n1 only in 1",
                           "4 identical\n5 different\n1 only in 1"])
         self.assertIn("see the tables that failed", self.one("#ending").text)
+
+    def test_what_was_accepted_is_not_called_identical(self):
+        self.open(self.accepted)
+        self.assertEqual(self.one("#ending").text,
+                         "No difference was found, but not everything could be compared.")
+
+    def test_tables_that_a_script_leaves_out_are_named_beside_it(self):
+        self.open(self.small)
+        for side in (1, 2):
+            self.assertEqual([each.text for each in self.script(side).find_elements(
+                By.CSS_SELECTOR, "ul li")], ["[dbo].[failing]: it was not compared to its end"])
+        self.open(self.accepted)
+        self.assertNotIn("Left out", self.script(1).text)
 
     def test_clicks_sort_the_list_and_what_is_not_known_stays_last(self):
         self.open(self.small)

@@ -81,6 +81,14 @@ class Completion(unittest.TestCase):
             for word in ("compare", "sync", "max-percent", "markdown"):
                 self.assertIn(word, out)
 
+    def test_fish_offers_each_option_once_behind_a_command_within(self):
+        lines = [line for line in quillon("completion", "fish")[1].splitlines()
+                 if "-l templates" in line and "seen_subcommand_from template" in line]
+        outer = [line for line in lines if "; and __fish_seen_subcommand_from" not in line]
+        self.assertGreater(len(lines), 5)
+        self.assertEqual(len(outer), 1)
+        self.assertIn("template; and not __fish_seen_subcommand_from list show new", outer[0])
+
 
 class Manual(unittest.TestCase):
     def page(self, *command):

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -14,24 +13,9 @@
 
 #include "QuillonLib.h"
 #include "sandbox/Sandbox.h"
+#include "tests/support/Raised.h"
 
 namespace QuillonLib {
-
-// What an action raised: number 0 for nothing.
-struct Raised {
-    std::int32_t number = 0;
-    std::u16string description;
-    std::u16string source;
-};
-
-inline Raised RaisedBy(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const Error& error) {
-        return {error.Number(), error.Description(), error.Source()};
-    }
-    return {};
-}
 
 class SandboxTest : public ::testing::Test {
   protected:
