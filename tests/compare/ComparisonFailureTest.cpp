@@ -30,8 +30,6 @@ class ComparisonFailureTest : public ComparisonFixture {
     std::shared_ptr<TableDifferences> results;
 };
 
-constexpr const char16_t* ClosedText = u"Operation is not allowed when the object is closed.";
-
 TEST_F(ComparisonFailureTest, AMissingTableReachesTheCallerAsTheErrorOfClosing) {
     const Raised raised = RaisedBy([&] { Compare({u"[dbo].[nothing]"}); });
     EXPECT_EQ(raised.number, 3704);
@@ -47,9 +45,7 @@ TEST_F(ComparisonFailureTest, TheResultKeepsTheTextOfAFailureBeforeTheCounts) {
     EXPECT_EQ(result->Error(),
               u"Error comparing [dbo].[nothing]\r\n"
               u"The database 'one' has no table or view [dbo].[nothing].");
-    ASSERT_EQ(processErrors.size(), 1U);
-    EXPECT_EQ(processErrors[0].number, 3704);
-    EXPECT_EQ(processErrors[0].description, ClosedText);
+    ExpectOneProcessError(3704, ClosedText);
     EXPECT_EQ(utils.LastError(), u"");
 }
 
@@ -147,7 +143,7 @@ TEST_F(ComparisonFailureTest, AnErrorTellsNothingOfEarlierTables) {
         utils.SuppressCompareProcessErrors(true);
         Compare({u"[dbo].[a]", u"[dbo].[nothing]"});
         ASSERT_EQ(processErrors.size(), 2U);
-        EXPECT_NE(processErrors[0].description.find(u"made to fail"), std::u16string::npos);
+        EXPECT_TRUE(Holds(processErrors[0].description, u"made to fail"));
         EXPECT_EQ(processErrors[1].description, ClosedText);
         processErrors.clear();
         server.ClearFaults();
@@ -222,7 +218,7 @@ TEST_F(ComparisonFailureTest, ALoginThatIsRefusedIsToldWithTheServer) {
                   u"\r\n[FreeTDS][SQL Server]Login failed for user 'sa'.\r\n"
                   u"[FreeTDS][SQL Server]Unable to connect to data source (0)");
     EXPECT_EQ(utils.LastError(), raised.description);
-    EXPECT_EQ(raised.description.find(u"wrong"), std::u16string::npos);
+    EXPECT_FALSE(Holds(raised.description, u"wrong"));
     one->Password(u"sandbox");
     ExpectThatTheNextComparisonWorks();
 }
@@ -246,10 +242,10 @@ TEST_F(ComparisonFailureTest, AMissingDatabaseIsAFailureOfConnecting) {
     two->DatabaseName(u"nowhere");
     const Raised raised = RaisedBy([&] { Compare({u"[dbo].[a]"}); });
     EXPECT_EQ(raised.number, static_cast<std::int32_t>(0x80040E4D));
-    EXPECT_NE(raised.description.find(u"Error comparing databases one And nowhere\r\n"
-                                      u"Error connecting to server "),
-              std::u16string::npos);
-    EXPECT_NE(raised.description.find(u"Cannot open database \"nowhere\""), std::u16string::npos);
+    EXPECT_TRUE(Holds(raised.description,
+                      u"Error comparing databases one And nowhere\r\n"
+                      u"Error connecting to server "));
+    EXPECT_TRUE(Holds(raised.description, u"Cannot open database \"nowhere\""));
     two->DatabaseName(u"two");
     ExpectThatTheNextComparisonWorks();
 }
@@ -317,8 +313,7 @@ TEST_F(ComparisonFailureTest, ADroppedConnectionFailsTheTablesThatNeedIt) {
 TEST_F(ComparisonFailureTest, NoServerAtAll) {
     one->Server(u"127.0.0.1,1");
     const Raised raised = CompareBoth();
-    EXPECT_NE(raised.description.find(u"Error connecting to server 127.0.0.1,1\r\n"),
-              std::u16string::npos);
+    EXPECT_TRUE(Holds(raised.description, u"Error connecting to server 127.0.0.1,1\r\n"));
 }
 
 }  // namespace

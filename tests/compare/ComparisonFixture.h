@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "compare/Comparison.h"
+#include "tests/support/Holds.h"
 #include "tests/support/SandboxTest.h"
 
 namespace QuillonLib {
@@ -51,6 +52,12 @@ class ComparisonFixture : public SandboxTest {
         utils.SuppressCompareProcessErrors(true);
         return Compare({table})->Item(1);
     }
+    // What the sink was told of failed tables is this alone.
+    void ExpectOneProcessError(std::int32_t number, const std::u16string& description) const {
+        ASSERT_EQ(processErrors.size(), 1U);
+        EXPECT_EQ(processErrors[0].number, number);
+        EXPECT_EQ(processErrors[0].description, description);
+    }
     void ChooseColumns(const std::u16string& table, const std::vector<std::u16string>& names) {
         auto choice = std::make_shared<ColumnChoice>();
         for (const auto& name : names)
@@ -67,6 +74,10 @@ class ComparisonFixture : public SandboxTest {
         }
         return told;
     }
+
+    // All that is told of a failure before the rows are counted.
+    static constexpr const char16_t* ClosedText =
+        u"Operation is not allowed when the object is closed.";
 
     std::shared_ptr<Database> one;
     std::shared_ptr<Database> two;

@@ -26,6 +26,9 @@ class CallLinesTest : public testing::Test {
         server.On(u"rows", answer);
         rows->Open(u"rows", server.Connect());
     }
+    void OpenRows(const std::vector<sandbox::ColumnInfo>& columns, const test::Rows& cells) {
+        Open([&](ResultSink& sink) { test::SendRows(sink, columns, cells); });
+    }
     std::u16string Lines(const std::vector<std::size_t>& fields) {
         std::u16string lines;
         AppendCallLines(lines, u"EXEC prcTmp_QVX_Update ", {rows, fields}, RowUse::Keep);
@@ -65,45 +68,35 @@ class CallLinesTest : public testing::Test {
 };
 
 TEST_F(CallLinesTest, WritesOneLineForEachRow) {
-    Open([](ResultSink& sink) {
-        test::SendRows(
-            sink, {Column(u"Id", Type(TypeId::Int)), Column(u"Name", Type(TypeId::NVarChar, 50))},
-            {{IntegerCell(7), TextCell(u"O'Brien")}, {IntegerCell(-8), NullCell()}});
-    });
+    OpenRows({Column(u"Id", Type(TypeId::Int)), Column(u"Name", Type(TypeId::NVarChar, 50))},
+             {{IntegerCell(7), TextCell(u"O'Brien")}, {IntegerCell(-8), NullCell()}});
     EXPECT_EQ(Lines({0, 1}),
               u"EXEC prcTmp_QVX_Update 7, N'O''Brien'\r\n"
               u"EXEC prcTmp_QVX_Update -8, NULL");
 }
 
 TEST_F(CallLinesTest, TakesTheFieldsInTheOrderGiven) {
-    Open([](ResultSink& sink) {
-        test::SendRows(sink,
-                       {Column(u"a", Type(TypeId::Int)), Column(u"b", Type(TypeId::Int)),
-                        Column(u"c", Type(TypeId::Bit))},
-                       {{IntegerCell(1), IntegerCell(2), IntegerCell(1)}});
-    });
+    OpenRows({Column(u"a", Type(TypeId::Int)), Column(u"b", Type(TypeId::Int)),
+              Column(u"c", Type(TypeId::Bit))},
+             {{IntegerCell(1), IntegerCell(2), IntegerCell(1)}});
     EXPECT_EQ(Lines({2, 0, 0}), u"EXEC prcTmp_QVX_Update 1, 1, 1");
 }
 
 TEST_F(CallLinesTest, AppendsToWhatIsThere) {
-    Open([](ResultSink& sink) {
-        test::SendRows(sink, {Column(u"a", Type(TypeId::Int))}, {{IntegerCell(1)}});
-    });
+    OpenRows({Column(u"a", Type(TypeId::Int))}, {{IntegerCell(1)}});
     std::u16string lines = u"before ";
     AppendCallLines(lines, u"EXEC p ", {rows, {0}}, RowUse::Keep);
     EXPECT_EQ(lines, u"before EXEC p 1");
 }
 
 TEST_F(CallLinesTest, WritesNothingForNoRows) {
-    Open([](ResultSink& sink) { test::SendRows(sink, {Column(u"a", Type(TypeId::Int))}, {}); });
+    OpenRows({Column(u"a", Type(TypeId::Int))}, {});
     EXPECT_EQ(Lines({0}), u"");
 }
 
 TEST_F(CallLinesTest, QuotesServerTextThatBeginsWithNul) {
     const std::u16string text = u"\0DROP TABLE t"s;
-    Open([&](ResultSink& sink) {
-        test::SendRows(sink, {Column(u"a", Type(TypeId::NVarChar, 50))}, {{TextCell(text)}});
-    });
+    OpenRows({Column(u"a", Type(TypeId::NVarChar, 50))}, {{TextCell(text)}});
     EXPECT_EQ(Lines({0}), u"EXEC prcTmp_QVX_Update N'\0DROP TABLE t'"s);
 }
 
@@ -132,9 +125,7 @@ TEST_F(CallLinesTest, WritesEveryBlockAndLongCells) {
 }
 
 TEST_F(CallLinesTest, RefusesAFieldThatIsNotThere) {
-    Open([](ResultSink& sink) {
-        test::SendRows(sink, {Column(u"a", Type(TypeId::Int))}, {{IntegerCell(1)}});
-    });
+    OpenRows({Column(u"a", Type(TypeId::Int))}, {{IntegerCell(1)}});
     EXPECT_THROW(Lines({1}), Error);
 }
 
@@ -151,134 +142,93 @@ TEST_F(CallLinesTest, RowsCanBeReadAgainUnlessReleased) {
     ExpectReleased();
 }
 
+// A cell as its literal: 5, u"text", or Null.
+struct Null {};
+struct Literal {
+    Literal(int number) : cell(IntegerCell(number)) {}
+    Literal(const char16_t* text) : cell(TextCell(text)) {}
+    Literal(const std::u16string& text) : cell(TextCell(text)) {}
+    Literal(Null) {}
+
+    sandbox::Cell cell;
+};
+
 // The lines of two scripts: three fields for the first, then three for the second.
 class CallLinePairsTest : public CallLinesTest {
   protected:
-    struct Pair {
+    struct PairOfRows {
+        Literal k1, t1, n1;
+        Literal k2, t2, n2;
         std::u16string first;
         std::u16string second;
     };
 
-    void OpenPairs(const test::Rows& cells) {
-        Open([&](ResultSink& sink) {
-            test::SendRows(
-                sink,
-                {Column(u"k_1", Type(TypeId::Int)), Column(u"t_1", Type(TypeId::NVarChar, -1)),
-                 Column(u"n_1", Type(TypeId::Int)), Column(u"k_2", Type(TypeId::Int)),
-                 Column(u"t_2", Type(TypeId::NVarChar, -1)), Column(u"n_2", Type(TypeId::Int))},
-                cells);
-        });
-    }
-    Pair Lines() {
-        Pair lines;
-        AppendCallLinePairs(lines.first, lines.second, u"EXEC p ", {rows, {0, 1, 2}},
-                            {rows, {3, 4, 5}}, RowUse::Keep);
-        return lines;
+    // Every row becomes its line of either script, and the lines stand apart.
+    void ExpectLines(const std::vector<PairOfRows>& cases) {
+        test::Rows cells;
+        std::u16string expectedFirst;
+        std::u16string expectedSecond;
+        for (const PairOfRows& each : cases) {
+            const std::u16string lineEnd = cells.empty() ? u"" : u"\r\n";
+            expectedFirst += lineEnd + each.first;
+            expectedSecond += lineEnd + each.second;
+            cells.push_back({each.k1.cell, each.t1.cell, each.n1.cell,  //
+                             each.k2.cell, each.t2.cell, each.n2.cell});
+        }
+        OpenRows({Column(u"k_1", Type(TypeId::Int)), Column(u"t_1", Type(TypeId::NVarChar, -1)),
+                  Column(u"n_1", Type(TypeId::Int)), Column(u"k_2", Type(TypeId::Int)),
+                  Column(u"t_2", Type(TypeId::NVarChar, -1)), Column(u"n_2", Type(TypeId::Int))},
+                 cells);
+        std::u16string first;
+        std::u16string second;
+        AppendCallLinePairs(first, second, u"EXEC p ", {rows, {0, 1, 2}}, {rows, {3, 4, 5}},
+                            RowUse::Keep);
+        EXPECT_EQ(first, expectedFirst);
+        EXPECT_EQ(second, expectedSecond);
     }
 };
 
 TEST_F(CallLinePairsTest, EqualCells) {
-    OpenPairs({{IntegerCell(1), TextCell(u"it's"), IntegerCell(10), IntegerCell(1),
-                TextCell(u"it's"), IntegerCell(10)},
-               {IntegerCell(2), TextCell(u""), IntegerCell(-20), IntegerCell(2), TextCell(u""),
-                IntegerCell(-20)}});
-    const Pair lines = Lines();
-    EXPECT_EQ(lines.first, u"EXEC p 1, N'it''s', 10\r\nEXEC p 2, N'', -20");
-    EXPECT_EQ(lines.second, u"EXEC p 1, N'it''s', 10\r\nEXEC p 2, N'', -20");
+    ExpectLines({
+        {1, u"it's", 10, 1, u"it's", 10, u"EXEC p 1, N'it''s', 10", u"EXEC p 1, N'it''s', 10"},
+        {2, u"", -20, 2, u"", -20, u"EXEC p 2, N'', -20", u"EXEC p 2, N'', -20"},
+    });
 }
 
 TEST_F(CallLinePairsTest, UnequalCellsInEveryPlace) {
-    OpenPairs({{IntegerCell(1), TextCell(u"a"), IntegerCell(10), IntegerCell(100), TextCell(u"a"),
-                IntegerCell(10)},
-               {IntegerCell(2), TextCell(u"longer than b"), IntegerCell(20), IntegerCell(2),
-                TextCell(u"b"), IntegerCell(20)},
-               {IntegerCell(3), TextCell(u"c"), IntegerCell(30), IntegerCell(3), TextCell(u"c"),
-                IntegerCell(-30)},
-               {IntegerCell(4), TextCell(u"d"), IntegerCell(40), IntegerCell(400), TextCell(u"d"),
-                IntegerCell(-40)},
-               {IntegerCell(5), TextCell(u"e"), IntegerCell(50), IntegerCell(500), TextCell(u"e'e"),
-                IntegerCell(-50)}});
-    const Pair lines = Lines();
-    EXPECT_EQ(lines.first,
-              u"EXEC p 1, N'a', 10\r\n"
-              u"EXEC p 2, N'longer than b', 20\r\n"
-              u"EXEC p 3, N'c', 30\r\n"
-              u"EXEC p 4, N'd', 40\r\n"
-              u"EXEC p 5, N'e', 50");
-    EXPECT_EQ(lines.second,
-              u"EXEC p 100, N'a', 10\r\n"
-              u"EXEC p 2, N'b', 20\r\n"
-              u"EXEC p 3, N'c', -30\r\n"
-              u"EXEC p 400, N'd', -40\r\n"
-              u"EXEC p 500, N'e''e', -50");
+    ExpectLines({
+        {1, u"a", 10, 100, u"a", 10, u"EXEC p 1, N'a', 10", u"EXEC p 100, N'a', 10"},
+        {2, u"longer than b", 20, 2, u"b", 20,  //
+         u"EXEC p 2, N'longer than b', 20", u"EXEC p 2, N'b', 20"},
+        {3, u"c", 30, 3, u"c", -30, u"EXEC p 3, N'c', 30", u"EXEC p 3, N'c', -30"},
+        {4, u"d", 40, 400, u"d", -40, u"EXEC p 4, N'd', 40", u"EXEC p 400, N'd', -40"},
+        {5, u"e", 50, 500, u"e'e", -50, u"EXEC p 5, N'e', 50", u"EXEC p 500, N'e''e', -50"},
+    });
 }
 
 // A null cell holds the bits of zero or of an empty text, and is neither.
 TEST_F(CallLinePairsTest, NullOnEitherSideOrBoth) {
-    OpenPairs({{IntegerCell(1), NullCell(), IntegerCell(10), IntegerCell(1), TextCell(u""),
-                IntegerCell(10)},
-               {IntegerCell(2), TextCell(u""), IntegerCell(20), IntegerCell(2), NullCell(),
-                IntegerCell(20)},
-               {IntegerCell(3), NullCell(), NullCell(), IntegerCell(3), NullCell(), NullCell()},
-               {IntegerCell(4), TextCell(u"d"), NullCell(), IntegerCell(4), TextCell(u"d"),
-                IntegerCell(0)},
-               {IntegerCell(5), TextCell(u"e"), IntegerCell(0), IntegerCell(5), TextCell(u"e"),
-                NullCell()}});
-    const Pair lines = Lines();
-    EXPECT_EQ(lines.first,
-              u"EXEC p 1, NULL, 10\r\n"
-              u"EXEC p 2, N'', 20\r\n"
-              u"EXEC p 3, NULL, NULL\r\n"
-              u"EXEC p 4, N'd', NULL\r\n"
-              u"EXEC p 5, N'e', 0");
-    EXPECT_EQ(lines.second,
-              u"EXEC p 1, N'', 10\r\n"
-              u"EXEC p 2, NULL, 20\r\n"
-              u"EXEC p 3, NULL, NULL\r\n"
-              u"EXEC p 4, N'd', 0\r\n"
-              u"EXEC p 5, N'e', NULL");
+    constexpr Null null{};
+    ExpectLines({
+        {1, null, 10, 1, u"", 10, u"EXEC p 1, NULL, 10", u"EXEC p 1, N'', 10"},
+        {2, u"", 20, 2, null, 20, u"EXEC p 2, N'', 20", u"EXEC p 2, NULL, 20"},
+        {3, null, null, 3, null, null, u"EXEC p 3, NULL, NULL", u"EXEC p 3, NULL, NULL"},
+        {4, u"d", null, 4, u"d", 0, u"EXEC p 4, N'd', NULL", u"EXEC p 4, N'd', 0"},
+        {5, u"e", 0, 5, u"e", null, u"EXEC p 5, N'e', 0", u"EXEC p 5, N'e', NULL"},
+    });
 }
 
 TEST_F(CallLinePairsTest, LongCellsOnEitherSideOrBoth) {
     const std::u16string x(100000, u'x');
     const std::u16string y(100000, u'y');
-    OpenPairs({{IntegerCell(1), TextCell(x), IntegerCell(10), IntegerCell(1), TextCell(u"short"),
-                IntegerCell(10)},
-               {IntegerCell(2), TextCell(u"b"), IntegerCell(20), IntegerCell(2), TextCell(u"b"),
-                IntegerCell(-20)},
-               {IntegerCell(3), TextCell(u"short"), IntegerCell(30), IntegerCell(3), TextCell(x),
-                IntegerCell(30)},
-               {IntegerCell(4), TextCell(x), IntegerCell(40), IntegerCell(4), TextCell(x),
-                IntegerCell(-40)},
-               {IntegerCell(5), TextCell(x), IntegerCell(50), IntegerCell(5), TextCell(y),
-                IntegerCell(50)},
-               {IntegerCell(6), TextCell(u"f"), IntegerCell(60), IntegerCell(6), TextCell(u"f"),
-                IntegerCell(60)}});
-    const Pair lines = Lines();
-    EXPECT_TRUE(lines.first == u"EXEC p 1, N'" + x +
-                                   u"', 10\r\n"
-                                   u"EXEC p 2, N'b', 20\r\n"
-                                   u"EXEC p 3, N'short', 30\r\n"
-                                   u"EXEC p 4, N'" +
-                                   x +
-                                   u"', 40\r\n"
-                                   u"EXEC p 5, N'" +
-                                   x +
-                                   u"', 50\r\n"
-                                   u"EXEC p 6, N'f', 60");
-    EXPECT_TRUE(lines.second ==
-                u"EXEC p 1, N'short', 10\r\n"
-                u"EXEC p 2, N'b', -20\r\n"
-                u"EXEC p 3, N'" +
-                    x +
-                    u"', 30\r\n"
-                    u"EXEC p 4, N'" +
-                    x +
-                    u"', -40\r\n"
-                    u"EXEC p 5, N'" +
-                    y +
-                    u"', 50\r\n"
-                    u"EXEC p 6, N'f', 60");
+    ExpectLines({
+        {1, x, 10, 1, u"short", 10, u"EXEC p 1, N'" + x + u"', 10", u"EXEC p 1, N'short', 10"},
+        {2, u"b", 20, 2, u"b", -20, u"EXEC p 2, N'b', 20", u"EXEC p 2, N'b', -20"},
+        {3, u"short", 30, 3, x, 30, u"EXEC p 3, N'short', 30", u"EXEC p 3, N'" + x + u"', 30"},
+        {4, x, 40, 4, x, -40, u"EXEC p 4, N'" + x + u"', 40", u"EXEC p 4, N'" + x + u"', -40"},
+        {5, x, 50, 5, y, 50, u"EXEC p 5, N'" + x + u"', 50", u"EXEC p 5, N'" + y + u"', 50"},
+        {6, u"f", 60, 6, u"f", 60, u"EXEC p 6, N'f', 60", u"EXEC p 6, N'f', 60"},
+    });
 }
 
 TEST_F(CallLinePairsTest, EveryBlockIsWrittenAndReleased) {
@@ -303,10 +253,7 @@ TEST_F(CallLinePairsTest, EveryBlockIsWrittenAndReleased) {
 }
 
 TEST_F(CallLinePairsTest, NoRowsGiveNoLines) {
-    OpenPairs({});
-    const Pair lines = Lines();
-    EXPECT_EQ(lines.first, u"");
-    EXPECT_EQ(lines.second, u"");
+    ExpectLines({});
 }
 
 }  // namespace

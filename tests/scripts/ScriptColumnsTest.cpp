@@ -81,9 +81,9 @@ TEST_F(ScriptColumnsTest, DeletesNameTheKeyInTheOrderOfTheProcedure) {
         u"(a, b))");
     RunIn(u"one", u"INSERT t (n,b,a) VALUES (1,20,300)");
     const TableOutputs outputs = RecordsetsOf(u"[dbo].[t]", cpoShowMissing);
-    EXPECT_NE(outputs.sLeft.find(u"\r\nCREATE PROCEDURE prcTmp_QVX_Delete(@P2 AS int, @P3 AS int) "
-                                 u"AS\r\nDELETE FROM [dbo].[t] WHERE [b]=@P2 AND [a]=@P3\r\n"),
-              std::u16string::npos);
+    EXPECT_TRUE(Holds(outputs.sLeft,
+                      u"\r\nCREATE PROCEDURE prcTmp_QVX_Delete(@P2 AS int, @P3 AS int) "
+                      u"AS\r\nDELETE FROM [dbo].[t] WHERE [b]=@P2 AND [a]=@P3\r\n"));
     EXPECT_EQ(CallsIn(outputs.sLeft), Texts{u"EXEC prcTmp_QVX_Delete 20, 300"});
     EXPECT_EQ(CallsIn(outputs.sRight), Texts{u"EXEC prcTmp_QVX_Insert 1, 20, 300"});
 }
@@ -130,8 +130,8 @@ TEST_F(ScriptColumnsTest, AKeyColumnOutsideScriptsDoesNotMatterInAView) {
     RunIn(u"one", u"INSERT t (id) VALUES (1)");
     const TableOutputs outputs = RecordsetsOf(u"[dbo].[v]", EverythingShown | cpoNoScriptComments);
     EXPECT_EQ(outputs.right->RecordCount(), 1U);
-    EXPECT_EQ(outputs.sRight, u"BEGIN TRANSACTION\r\n\r\nCOMMIT\r\n");
-    EXPECT_EQ(outputs.sLeft, u"BEGIN TRANSACTION\r\n\r\nCOMMIT\r\n");
+    EXPECT_EQ(outputs.sRight, NoSections);
+    EXPECT_EQ(outputs.sLeft, NoSections);
 }
 
 // A table whose key no script can carry, another that refers to it, and one beside them.
@@ -163,9 +163,9 @@ TEST_P(KeyOutsideScriptsTest, IsLeftOutOfAWholeComparison) {
               (Texts{u"EXEC prcTmp_QVX_Delete 10", u"EXEC prcTmp_QVX_Delete 1",
                      u"EXEC prcTmp_QVX_Insert 20, 1", u"EXEC prcTmp_QVX_Insert 2"}));
     for (const auto& script : {scripts.sRight, scripts.sLeft})
-        EXPECT_EQ(script.find(u"[dbo].[t]"), std::u16string::npos);
+        EXPECT_FALSE(Holds(script, u"[dbo].[t]"));
     for (const auto& batch : Batches(server))
-        EXPECT_EQ(batch.find(u"[dbo].[t] T1"), std::u16string::npos) << ToUtf8(batch);
+        EXPECT_FALSE(Holds(batch, u"[dbo].[t] T1"));
 }
 
 TEST_P(KeyOutsideScriptsTest, TakesItsStepsAllTheSame) {

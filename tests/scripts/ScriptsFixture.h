@@ -7,6 +7,7 @@
 
 #include "data/Recordset.h"
 #include "tests/compare/ComparisonFixture.h"
+#include "tests/support/Holds.h"
 
 namespace QuillonLib {
 
@@ -20,6 +21,27 @@ inline std::u16string Lines(const Texts& lines) {
         text += line + u"\r\n";
     return text;
 }
+
+// What makes room for a procedure.
+inline constexpr const char16_t* IfDeleteExists =
+    u"IF EXISTS (select * from dbo.sysobjects where id = object_id(N'[dbo].[prcTmp_QVX_Delete]') "
+    u"and OBJECTPROPERTY(id, N'IsProcedure') = 1) drop procedure [dbo].[prcTmp_QVX_Delete]";
+inline constexpr const char16_t* IfInsertExists =
+    u"IF EXISTS (select * from dbo.sysobjects where id = object_id(N'[dbo].[prcTmp_QVX_Insert]') "
+    u"and OBJECTPROPERTY(id, N'IsProcedure') = 1) drop procedure [dbo].[prcTmp_QVX_Insert]";
+inline constexpr const char16_t* IfUpdateExists =
+    u"IF EXISTS (select * from dbo.sysobjects where id = object_id(N'[dbo].[prcTmp_QVX_Update]') "
+    u"and OBJECTPROPERTY(id, N'IsProcedure') = 1) drop procedure [dbo].[prcTmp_QVX_Update]";
+
+// A procedure between its two GO, behind what makes room for it: several lines of a script, without
+// the end of the last, to stand in a list of lines.
+inline std::u16string Procedure(const std::u16string& ifExists, const std::u16string& head,
+                                const std::u16string& body) {
+    return ifExists + u"\r\nGO\r\n" + head + u"\r\n" + body + u"\r\nGO";
+}
+
+// Both scripts where no table has a section, and there are no comments.
+inline constexpr const char16_t* NoSections = u"BEGIN TRANSACTION\r\n\r\nCOMMIT\r\n";
 
 class ScriptsFixture : public ComparisonFixture {
   protected:

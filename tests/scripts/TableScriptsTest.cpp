@@ -8,6 +8,24 @@
 namespace QuillonLib {
 namespace {
 
+// The procedures of the table below.
+const std::u16string DeleteProcedure =
+    Procedure(IfDeleteExists, u"CREATE PROCEDURE prcTmp_QVX_Delete(@P1 AS int) AS",
+              u"DELETE FROM [dbo].[t] WHERE [id]=@P1");
+const std::u16string InsertProcedure =
+    Procedure(IfInsertExists,
+              u"CREATE PROCEDURE prcTmp_QVX_Insert(@P1 AS int, @P2 AS nvarchar (10), @P3 AS "
+              u"decimal (9,2)) AS",
+              u"INSERT INTO [dbo].[t] ([id], [n], [d]) VALUES (@P1, @P2, @P3)");
+const std::u16string UpdateProcedure =
+    Procedure(IfUpdateExists,
+              u"CREATE PROCEDURE prcTmp_QVX_Update(@P1 AS int, @P2 AS nvarchar (10), @P3 AS "
+              u"decimal (9,2)) AS",
+              u"UPDATE [dbo].[t] SET [n]=@P2, [d]=@P3 WHERE [id]=@P1");
+
+// Both scripts of a table without lines, and without comments.
+constexpr const char16_t* NoLines = u"BEGIN TRANSACTION\r\n\r\n\r\n\r\n\r\n\r\nCOMMIT\r\n";
+
 class TableScriptsTest : public ScriptsFixture {
   protected:
     // One row that agrees, one that differs, one on either side only.
@@ -19,6 +37,25 @@ class TableScriptsTest : public ScriptsFixture {
         RunIn(u"one", on + u"INSERT t (id,n,d) VALUES (1,N'same',1.5),(2,N'O''Brien',2),(3,NULL,"
                            u"3.25)");
         RunIn(u"two", on + u"INSERT t (id,n,d) VALUES (1,N'same',1.5),(2,N'x',2),(4,N'd',-4)");
+    }
+
+    // Outputs of a caller who has row sets already: this one, four times.
+    static TableOutputs Holding(const std::shared_ptr<Recordset>& rows) {
+        TableOutputs outputs;
+        outputs.equal = outputs.different = outputs.right = outputs.left = rows;
+        return outputs;
+    }
+    // All outputs are as the caller had them, and the server has heard nothing.
+    void ExpectNothingTouched(const std::shared_ptr<TableDifference>& result) {
+        const auto before = std::make_shared<Recordset>();
+        TableOutputs outputs = Holding(before);
+        server.ClearLog();
+        GetRecordsets(result, outputs);
+        for (const auto& rows : {outputs.equal, outputs.different, outputs.right, outputs.left})
+            EXPECT_EQ(rows, before);
+        EXPECT_EQ(outputs.sRight, u"as it was");
+        EXPECT_EQ(outputs.sLeft, u"as it was");
+        EXPECT_TRUE(server.Log().empty());
     }
 };
 
@@ -61,110 +98,45 @@ TEST_F(TableScriptsTest, EachRowSetHoldsItsRows) {
 TEST_F(TableScriptsTest, BothScriptsWithComments) {
     MakeTable();
     const TableOutputs outputs = RecordsetsOf(u"[dbo].[t]");
+    const std::u16string backUp =
+        u"-- Please make sure you BACK UP THE DATABASE before running this script";
     EXPECT_EQ(
         WithoutAddress(outputs.sRight),
         Lines({u"-- Run this on SERVER.two to synchronize the contents of the [dbo].[t] table",
-               u"-- Please make sure you BACK UP THE DATABASE before running this script",
+               backUp, u"", u"BEGIN TRANSACTION", DeleteProcedure, InsertProcedure, UpdateProcedure,
                u"",
-               u"BEGIN TRANSACTION",
-               u"IF EXISTS (select * from dbo.sysobjects where id = "
-               u"object_id(N'[dbo].[prcTmp_QVX_Delete]') and OBJECTPROPERTY(id, N'IsProcedure') = "
-               u"1) drop procedure [dbo].[prcTmp_QVX_Delete]",
-               u"GO",
-               u"CREATE PROCEDURE prcTmp_QVX_Delete(@P1 AS int) AS",
-               u"DELETE FROM [dbo].[t] WHERE [id]=@P1",
-               u"GO",
-               u"IF EXISTS (select * from dbo.sysobjects where id = "
-               u"object_id(N'[dbo].[prcTmp_QVX_Insert]') and OBJECTPROPERTY(id, N'IsProcedure') = "
-               u"1) drop procedure [dbo].[prcTmp_QVX_Insert]",
-               u"GO",
-               u"CREATE PROCEDURE prcTmp_QVX_Insert(@P1 AS int, @P2 AS nvarchar (10), @P3 AS "
-               u"decimal (9,2)) AS",
-               u"INSERT INTO [dbo].[t] ([id], [n], [d]) VALUES (@P1, @P2, @P3)",
-               u"GO",
-               u"IF EXISTS (select * from dbo.sysobjects where id = "
-               u"object_id(N'[dbo].[prcTmp_QVX_Update]') and OBJECTPROPERTY(id, N'IsProcedure') = "
-               u"1) drop procedure [dbo].[prcTmp_QVX_Update]",
-               u"GO",
-               u"CREATE PROCEDURE prcTmp_QVX_Update(@P1 AS int, @P2 AS nvarchar (10), @P3 AS "
-               u"decimal (9,2)) AS",
-               u"UPDATE [dbo].[t] SET [n]=@P2, [d]=@P3 WHERE [id]=@P1",
-               u"GO",
-               u"",
-               u"EXEC prcTmp_QVX_Delete 4",
-               u"EXEC prcTmp_QVX_Update 2, N'O''Brien', 2.00",
+               //
+               u"EXEC prcTmp_QVX_Delete 4", u"EXEC prcTmp_QVX_Update 2, N'O''Brien', 2.00",
                u"EXEC prcTmp_QVX_Insert 3, NULL, 3.25",
-               u"",
-               u"DROP PROCEDURE prcTmp_QVX_Delete",
-               u"DROP PROCEDURE prcTmp_QVX_Insert",
-               u"DROP PROCEDURE prcTmp_QVX_Update",
-               u"COMMIT"}));
+               //
+               u"", u"DROP PROCEDURE prcTmp_QVX_Delete", u"DROP PROCEDURE prcTmp_QVX_Insert",
+               u"DROP PROCEDURE prcTmp_QVX_Update", u"COMMIT"}));
     EXPECT_EQ(
         WithoutAddress(outputs.sLeft),
         Lines({u"-- Run this on SERVER.one to synchronize the contents of the [dbo].[t] table",
-               u"-- Please make sure you BACK UP THE DATABASE before running this script",
+               backUp, u"", u"BEGIN TRANSACTION", DeleteProcedure, InsertProcedure, UpdateProcedure,
                u"",
-               u"BEGIN TRANSACTION",
-               u"IF EXISTS (select * from dbo.sysobjects where id = "
-               u"object_id(N'[dbo].[prcTmp_QVX_Delete]') and OBJECTPROPERTY(id, N'IsProcedure') = "
-               u"1) drop procedure [dbo].[prcTmp_QVX_Delete]",
-               u"GO",
-               u"CREATE PROCEDURE prcTmp_QVX_Delete(@P1 AS int) AS",
-               u"DELETE FROM [dbo].[t] WHERE [id]=@P1",
-               u"GO",
-               u"IF EXISTS (select * from dbo.sysobjects where id = "
-               u"object_id(N'[dbo].[prcTmp_QVX_Insert]') and OBJECTPROPERTY(id, N'IsProcedure') = "
-               u"1) drop procedure [dbo].[prcTmp_QVX_Insert]",
-               u"GO",
-               u"CREATE PROCEDURE prcTmp_QVX_Insert(@P1 AS int, @P2 AS nvarchar (10), @P3 AS "
-               u"decimal (9,2)) AS",
-               u"INSERT INTO [dbo].[t] ([id], [n], [d]) VALUES (@P1, @P2, @P3)",
-               u"GO",
-               u"IF EXISTS (select * from dbo.sysobjects where id = "
-               u"object_id(N'[dbo].[prcTmp_QVX_Update]') and OBJECTPROPERTY(id, N'IsProcedure') = "
-               u"1) drop procedure [dbo].[prcTmp_QVX_Update]",
-               u"GO",
-               u"CREATE PROCEDURE prcTmp_QVX_Update(@P1 AS int, @P2 AS nvarchar (10), @P3 AS "
-               u"decimal (9,2)) AS",
-               u"UPDATE [dbo].[t] SET [n]=@P2, [d]=@P3 WHERE [id]=@P1",
-               u"GO",
-               u"",
-               u"EXEC prcTmp_QVX_Delete 3",
-               u"EXEC prcTmp_QVX_Update 2, N'x', 2.00",
+               //
+               u"EXEC prcTmp_QVX_Delete 3", u"EXEC prcTmp_QVX_Update 2, N'x', 2.00",
                u"EXEC prcTmp_QVX_Insert 4, N'd', -4.00",
-               u"",
-               u"DROP PROCEDURE prcTmp_QVX_Delete",
-               u"DROP PROCEDURE prcTmp_QVX_Insert",
-               u"DROP PROCEDURE prcTmp_QVX_Update",
-               u"COMMIT"}));
+               //
+               u"", u"DROP PROCEDURE prcTmp_QVX_Delete", u"DROP PROCEDURE prcTmp_QVX_Insert",
+               u"DROP PROCEDURE prcTmp_QVX_Update", u"COMMIT"}));
 }
 
 TEST_F(TableScriptsTest, AnIdentityIsSwitchedAroundAllLines) {
     MakeTable(u"int IDENTITY NOT NULL");
     const TableOutputs outputs = RecordsetsOf(u"[dbo].[t]", cpoShowMissing | cpoNoScriptComments);
+    EXPECT_EQ(outputs.sRight, Lines({u"BEGIN TRANSACTION", InsertProcedure, u"",
+                                     u"SET IDENTITY_INSERT [dbo].[t] ON", u"", u"", u"",
+                                     u"EXEC prcTmp_QVX_Insert 3, NULL, 3.25", u"",
+                                     u"SET IDENTITY_INSERT [dbo].[t] OFF", u"",
+                                     u"DROP PROCEDURE prcTmp_QVX_Insert", u"COMMIT"}));
     EXPECT_EQ(
-        outputs.sRight,
-        Lines({u"BEGIN TRANSACTION",
-               u"IF EXISTS (select * from dbo.sysobjects where id = "
-               u"object_id(N'[dbo].[prcTmp_QVX_Insert]') and OBJECTPROPERTY(id, "
-               u"N'IsProcedure') = 1) drop procedure [dbo].[prcTmp_QVX_Insert]",
-               u"GO",
-               u"CREATE PROCEDURE prcTmp_QVX_Insert(@P1 AS int, @P2 AS nvarchar (10), @P3 AS "
-               u"decimal (9,2)) AS",
-               u"INSERT INTO [dbo].[t] ([id], [n], [d]) VALUES (@P1, @P2, @P3)", u"GO", u"",
-               u"SET IDENTITY_INSERT [dbo].[t] ON", u"", u"", u"",
-               u"EXEC prcTmp_QVX_Insert 3, NULL, 3.25", u"", u"SET IDENTITY_INSERT [dbo].[t] OFF",
-               u"", u"DROP PROCEDURE prcTmp_QVX_Insert", u"COMMIT"}));
-    EXPECT_EQ(outputs.sLeft,
-              Lines({u"BEGIN TRANSACTION",
-                     u"IF EXISTS (select * from dbo.sysobjects where id = "
-                     u"object_id(N'[dbo].[prcTmp_QVX_Delete]') and OBJECTPROPERTY(id, "
-                     u"N'IsProcedure') = 1) drop procedure [dbo].[prcTmp_QVX_Delete]",
-                     u"GO", u"CREATE PROCEDURE prcTmp_QVX_Delete(@P1 AS int) AS",
-                     u"DELETE FROM [dbo].[t] WHERE [id]=@P1", u"GO", u"",
-                     u"SET IDENTITY_INSERT [dbo].[t] ON", u"", u"EXEC prcTmp_QVX_Delete 3", u"",
-                     u"", u"", u"SET IDENTITY_INSERT [dbo].[t] OFF", u"",
-                     u"DROP PROCEDURE prcTmp_QVX_Delete", u"COMMIT"}));
+        outputs.sLeft,
+        Lines({u"BEGIN TRANSACTION", DeleteProcedure, u"", u"SET IDENTITY_INSERT [dbo].[t] ON", u"",
+               u"EXEC prcTmp_QVX_Delete 3", u"", u"", u"", u"SET IDENTITY_INSERT [dbo].[t] OFF",
+               u"", u"DROP PROCEDURE prcTmp_QVX_Delete", u"COMMIT"}));
     EXPECT_EQ(Batches(server),
               Texts{u"SELECT T1.* FROM [one].[dbo].[t] T1 WHERE NOT EXISTS (SELECT * FROM "
                     u"[two].[dbo].[t] T2 WHERE T1.[id]=T2.[id] )"});
@@ -173,23 +145,30 @@ TEST_F(TableScriptsTest, AnIdentityIsSwitchedAroundAllLines) {
 TEST_F(TableScriptsTest, AnIdentityIsSwitchedAroundDeletesUpdatesAndInserts) {
     MakeTable(u"int IDENTITY NOT NULL");
     const TableOutputs outputs = RecordsetsOf(u"[dbo].[t]", EverythingShown | cpoNoScriptComments);
-    const auto afterProcedures = [](const std::u16string& script) {
-        return script.substr(script.rfind(u"GO\r\n") + 4);
+    const struct {
+        const char16_t* name;
+        std::u16string script;
+        Texts calls;
+    } cases[] = {
+        {u"right",
+         outputs.sRight,
+         {u"EXEC prcTmp_QVX_Delete 4", u"EXEC prcTmp_QVX_Update 2, N'O''Brien', 2.00",
+          u"EXEC prcTmp_QVX_Insert 3, NULL, 3.25"}},
+        {u"left",
+         outputs.sLeft,
+         {u"EXEC prcTmp_QVX_Delete 3", u"EXEC prcTmp_QVX_Update 2, N'x', 2.00",
+          u"EXEC prcTmp_QVX_Insert 4, N'd', -4.00"}},
     };
-    EXPECT_EQ(
-        afterProcedures(outputs.sRight),
-        Lines({u"", u"SET IDENTITY_INSERT [dbo].[t] ON", u"", u"EXEC prcTmp_QVX_Delete 4",
-               u"EXEC prcTmp_QVX_Update 2, N'O''Brien', 2.00",
-               u"EXEC prcTmp_QVX_Insert 3, NULL, 3.25", u"", u"SET IDENTITY_INSERT [dbo].[t] OFF",
-               u"", u"DROP PROCEDURE prcTmp_QVX_Delete", u"DROP PROCEDURE prcTmp_QVX_Insert",
-               u"DROP PROCEDURE prcTmp_QVX_Update", u"COMMIT"}));
-    EXPECT_EQ(
-        afterProcedures(outputs.sLeft),
-        Lines({u"", u"SET IDENTITY_INSERT [dbo].[t] ON", u"", u"EXEC prcTmp_QVX_Delete 3",
-               u"EXEC prcTmp_QVX_Update 2, N'x', 2.00", u"EXEC prcTmp_QVX_Insert 4, N'd', -4.00",
-               u"", u"SET IDENTITY_INSERT [dbo].[t] OFF", u"", u"DROP PROCEDURE prcTmp_QVX_Delete",
-               u"DROP PROCEDURE prcTmp_QVX_Insert", u"DROP PROCEDURE prcTmp_QVX_Update",
-               u"COMMIT"}));
+    for (const auto& each : cases) {
+        SCOPED_TRACE(ToUtf8(each.name));
+        const auto behindProcedures = each.script.rfind(u"GO\r\n") + 4;
+        EXPECT_EQ(
+            each.script.substr(behindProcedures),
+            Lines({u"", u"SET IDENTITY_INSERT [dbo].[t] ON", u""}) + Lines(each.calls) +
+                Lines({u"", u"SET IDENTITY_INSERT [dbo].[t] OFF", u"",
+                       u"DROP PROCEDURE prcTmp_QVX_Delete", u"DROP PROCEDURE prcTmp_QVX_Insert",
+                       u"DROP PROCEDURE prcTmp_QVX_Update", u"COMMIT"}));
+    }
 }
 
 TEST_F(TableScriptsTest, RowSetsWithoutRowsGiveNoProcedures) {
@@ -200,24 +179,22 @@ TEST_F(TableScriptsTest, RowSetsWithoutRowsGiveNoProcedures) {
     EXPECT_EQ(outputs.different->RecordCount(), 0U);
     EXPECT_EQ(outputs.right->RecordCount(), 0U);
     EXPECT_EQ(outputs.left->RecordCount(), 0U);
-    EXPECT_EQ(outputs.sRight, u"BEGIN TRANSACTION\r\n\r\n\r\n\r\n\r\n\r\nCOMMIT\r\n");
-    EXPECT_EQ(outputs.sLeft, u"BEGIN TRANSACTION\r\n\r\n\r\n\r\n\r\n\r\nCOMMIT\r\n");
+    EXPECT_EQ(outputs.sRight, NoLines);
+    EXPECT_EQ(outputs.sLeft, NoLines);
 }
 
 TEST_F(TableScriptsTest, RowSetsThatAreNotAskedForBecomeNothing) {
     MakeTable();
     const auto result = CompareOne(u"[dbo].[t]");
-    TableOutputs outputs;
-    outputs.equal = outputs.different = outputs.right = outputs.left =
-        std::make_shared<Recordset>();
+    TableOutputs outputs = Holding(std::make_shared<Recordset>());
     server.ClearLog();
     GetRecordsets(result, outputs, cpoNoScriptComments);
     EXPECT_EQ(outputs.equal, nullptr);
     EXPECT_EQ(outputs.different, nullptr);
     EXPECT_EQ(outputs.right, nullptr);
     EXPECT_EQ(outputs.left, nullptr);
-    EXPECT_EQ(outputs.sRight, u"BEGIN TRANSACTION\r\n\r\n\r\n\r\n\r\n\r\nCOMMIT\r\n");
-    EXPECT_EQ(outputs.sLeft, u"BEGIN TRANSACTION\r\n\r\n\r\n\r\n\r\n\r\nCOMMIT\r\n");
+    EXPECT_EQ(outputs.sRight, NoLines);
+    EXPECT_EQ(outputs.sLeft, NoLines);
     EXPECT_EQ(Batches(server), Texts{});
 }
 
@@ -238,8 +215,8 @@ TEST_F(TableScriptsTest, ScriptsCoverTheRowsOfTheLimit) {
     const TableOutputs outputs = RecordsetsOf(
         u"[dbo].[t]", cpoShowMissing | cpoLimitRecordsReturned | cpoNoScriptComments, 2);
     EXPECT_EQ(outputs.right->RecordCount(), 2U);
-    EXPECT_NE(outputs.sRight.find(u"EXEC prcTmp_QVX_Insert 5, N'e', 5.00"), std::u16string::npos);
-    EXPECT_EQ(outputs.sRight.find(u"EXEC prcTmp_QVX_Insert 6"), std::u16string::npos);
+    EXPECT_TRUE(Holds(outputs.sRight, u"EXEC prcTmp_QVX_Insert 5, N'e', 5.00"));
+    EXPECT_FALSE(Holds(outputs.sRight, u"EXEC prcTmp_QVX_Insert 6"));
 }
 
 TEST_F(TableScriptsTest, WithoutTheFlagTheLimitIsIgnored) {
@@ -250,17 +227,7 @@ TEST_F(TableScriptsTest, WithoutTheFlagTheLimitIsIgnored) {
 
 TEST_F(TableScriptsTest, WithoutAKeyNothingIsTouched) {
     RunInBoth(u"CREATE TABLE t (a int)");
-    const auto result = CompareOne(u"[dbo].[t]");
-    TableOutputs outputs;
-    const auto before = std::make_shared<Recordset>();
-    outputs.equal = outputs.different = outputs.right = outputs.left = before;
-    server.ClearLog();
-    GetRecordsets(result, outputs);
-    for (const auto& rows : {outputs.equal, outputs.different, outputs.right, outputs.left})
-        EXPECT_EQ(rows, before);
-    EXPECT_EQ(outputs.sRight, u"as it was");
-    EXPECT_EQ(outputs.sLeft, u"as it was");
-    EXPECT_TRUE(server.Log().empty());
+    ExpectNothingTouched(CompareOne(u"[dbo].[t]"));
 }
 
 TEST_F(TableScriptsTest, AfterAnErrorOfTheComparisonNothingIsTouched) {
@@ -269,16 +236,7 @@ TEST_F(TableScriptsTest, AfterAnErrorOfTheComparisonNothingIsTouched) {
     const auto result = CompareOne(u"[dbo].[t]");
     ASSERT_NE(result->Error(), u"");
     ASSERT_TRUE(result->HasPrimaryKey());
-    TableOutputs outputs;
-    const auto before = std::make_shared<Recordset>();
-    outputs.equal = outputs.different = outputs.right = outputs.left = before;
-    server.ClearLog();
-    GetRecordsets(result, outputs);
-    for (const auto& rows : {outputs.equal, outputs.different, outputs.right, outputs.left})
-        EXPECT_EQ(rows, before);
-    EXPECT_EQ(outputs.sRight, u"as it was");
-    EXPECT_EQ(outputs.sLeft, u"as it was");
-    EXPECT_TRUE(server.Log().empty());
+    ExpectNothingTouched(result);
 }
 
 TEST_F(TableScriptsTest, AViewHasRowSetsButNothingInItsScripts) {
@@ -345,13 +303,12 @@ TEST_F(TableScriptsTest, ADatabaseOnAnotherServerIsNamedThroughItsLinkedServer) 
 TEST_F(TableScriptsTest, OutputsSetBeforeAFailureKeepTheirValues) {
     MakeTable();
     const auto result = CompareOne(u"[dbo].[t]");
-    TableOutputs outputs;
     const auto before = std::make_shared<Recordset>();
-    outputs.equal = outputs.different = outputs.right = outputs.left = before;
+    TableOutputs outputs = Holding(before);
     server.AddFault(ErrorIn(u"SELECT T1.* FROM [one].[dbo].[t] T1 WHERE NOT EXISTS"));
     const Raised raised = RaisedBy([&] { GetRecordsets(result, outputs); });
     EXPECT_NE(raised.number, 0);
-    EXPECT_NE(raised.description.find(u"made to fail"), std::u16string::npos);
+    EXPECT_TRUE(Holds(raised.description, u"made to fail"));
     ASSERT_NE(outputs.different, before);
     EXPECT_EQ(outputs.different->RecordCount(), 1U);
     ASSERT_NE(outputs.equal, before);
@@ -411,12 +368,11 @@ TEST_F(TableScriptsTest, MaxTypesAreDeclaredAsSuch) {
         u"nvarchar(max) NULL, c varbinary(max) NULL)");
     RunIn(u"one", u"INSERT t VALUES (1,'a',N'b',0x0C)");
     const TableOutputs outputs = RecordsetsOf(u"[dbo].[t]", cpoShowMissing);
-    EXPECT_NE(outputs.sRight.find(
-                  u"\r\nCREATE PROCEDURE prcTmp_QVX_Insert(@P1 AS int, @P2 AS varchar (max), @P3 "
-                  u"AS nvarchar (max), @P4 AS varbinary (max)) AS\r\n"),
-              std::u16string::npos);
-    EXPECT_NE(outputs.sRight.find(u"\r\nEXEC prcTmp_QVX_Insert 1, N'a', N'b', 0x0C\r\n"),
-              std::u16string::npos);
+    EXPECT_TRUE(
+        Holds(outputs.sRight,
+              u"\r\nCREATE PROCEDURE prcTmp_QVX_Insert(@P1 AS int, @P2 AS varchar (max), @P3 "
+              u"AS nvarchar (max), @P4 AS varbinary (max)) AS\r\n"));
+    EXPECT_TRUE(Holds(outputs.sRight, u"\r\nEXEC prcTmp_QVX_Insert 1, N'a', N'b', 0x0C\r\n"));
 }
 
 TEST_F(TableScriptsTest, ColumnsNamedLikeTheFieldsOfAnotherKeepTheirValues) {
@@ -426,10 +382,8 @@ TEST_F(TableScriptsTest, ColumnsNamedLikeTheFieldsOfAnotherKeepTheirValues) {
     RunIn(u"one", u"INSERT t VALUES (1,10,20)");
     RunIn(u"two", u"INSERT t VALUES (1,11,21)");
     const TableOutputs outputs = RecordsetsOf(u"[dbo].[t]", cpoShowDifferent | cpoNoScriptComments);
-    EXPECT_NE(outputs.sRight.find(u"\r\nEXEC prcTmp_QVX_Update 1, 10, 20\r\n"),
-              std::u16string::npos);
-    EXPECT_NE(outputs.sLeft.find(u"\r\nEXEC prcTmp_QVX_Update 1, 11, 21\r\n"),
-              std::u16string::npos);
+    EXPECT_TRUE(Holds(outputs.sRight, u"\r\nEXEC prcTmp_QVX_Update 1, 10, 20\r\n"));
+    EXPECT_TRUE(Holds(outputs.sLeft, u"\r\nEXEC prcTmp_QVX_Update 1, 11, 21\r\n"));
 }
 
 TEST(IdentityInsertStatementTest, IsEmptyWithoutAnIdentity) {

@@ -8,15 +8,25 @@
 namespace QuillonLib {
 namespace {
 
-constexpr const char16_t* IfDeleteExists =
-    u"IF EXISTS (select * from dbo.sysobjects where id = object_id(N'[dbo].[prcTmp_QVX_Delete]') "
-    u"and OBJECTPROPERTY(id, N'IsProcedure') = 1) drop procedure [dbo].[prcTmp_QVX_Delete]";
-constexpr const char16_t* IfInsertExists =
-    u"IF EXISTS (select * from dbo.sysobjects where id = object_id(N'[dbo].[prcTmp_QVX_Insert]') "
-    u"and OBJECTPROPERTY(id, N'IsProcedure') = 1) drop procedure [dbo].[prcTmp_QVX_Insert]";
-constexpr const char16_t* IfUpdateExists =
-    u"IF EXISTS (select * from dbo.sysobjects where id = object_id(N'[dbo].[prcTmp_QVX_Update]') "
-    u"and OBJECTPROPERTY(id, N'IsProcedure') = 1) drop procedure [dbo].[prcTmp_QVX_Update]";
+// The procedures of the family below.
+const std::u16string DeleteChild =
+    Procedure(IfDeleteExists, u"CREATE PROCEDURE prcTmp_QVX_Delete(@P1 AS int) AS",
+              u"DELETE FROM [dbo].[child] WHERE [id]=@P1");
+const std::u16string DeleteParent =
+    Procedure(IfDeleteExists, u"CREATE PROCEDURE prcTmp_QVX_Delete(@P1 AS int) AS",
+              u"DELETE FROM [dbo].[parent] WHERE [id]=@P1");
+const std::u16string InsertParent = Procedure(
+    IfInsertExists, u"CREATE PROCEDURE prcTmp_QVX_Insert(@P1 AS int, @P2 AS nvarchar (10)) AS",
+    u"INSERT INTO [dbo].[parent] ([id], [n]) VALUES (@P1, @P2)");
+const std::u16string UpdateParent = Procedure(
+    IfUpdateExists, u"CREATE PROCEDURE prcTmp_QVX_Update(@P1 AS int, @P2 AS nvarchar (10)) AS",
+    u"UPDATE [dbo].[parent] SET [n]=@P2 WHERE [id]=@P1");
+const std::u16string InsertChild =
+    Procedure(IfInsertExists, u"CREATE PROCEDURE prcTmp_QVX_Insert(@P1 AS int, @P2 AS int) AS",
+              u"INSERT INTO [dbo].[child] ([id], [pid]) VALUES (@P1, @P2)");
+const std::u16string UpdateChild =
+    Procedure(IfUpdateExists, u"CREATE PROCEDURE prcTmp_QVX_Update(@P1 AS int, @P2 AS int) AS",
+              u"UPDATE [dbo].[child] SET [pid]=@P2 WHERE [id]=@P1");
 
 class UpdateScriptsTest : public ScriptsFixture {
   protected:
@@ -58,42 +68,30 @@ TEST_F(UpdateScriptsTest, TheRightScriptWithComments) {
                u"BEGIN TRANSACTION", u"",
                //
                u"PRINT 'Deleting records in [dbo].[child]'", u"",
-               u"-- Delete procedure for [dbo].[child]", u"", IfDeleteExists, u"GO",
-               u"CREATE PROCEDURE prcTmp_QVX_Delete(@P1 AS int) AS",
-               u"DELETE FROM [dbo].[child] WHERE [id]=@P1", u"GO", u"",
+               u"-- Delete procedure for [dbo].[child]", u"", DeleteChild, u"",
                u"EXEC prcTmp_QVX_Delete 11", u"", u"DROP PROCEDURE prcTmp_QVX_Delete", u"", u"",
                //
                u"PRINT 'Deleting records in [dbo].[parent]'", u"",
-               u"-- Delete procedure for [dbo].[parent]", u"", IfDeleteExists, u"GO",
-               u"CREATE PROCEDURE prcTmp_QVX_Delete(@P1 AS int) AS",
-               u"DELETE FROM [dbo].[parent] WHERE [id]=@P1", u"GO", u"",
+               u"-- Delete procedure for [dbo].[parent]", u"", DeleteParent, u"",
                u"EXEC prcTmp_QVX_Delete 3", u"", u"DROP PROCEDURE prcTmp_QVX_Delete", u"", u"",
                //
                u"PRINT 'Updating records in [dbo].[parent]'", u"",
-               u"-- Insert procedure for [dbo].[parent]", u"", IfInsertExists, u"GO",
-               u"CREATE PROCEDURE prcTmp_QVX_Insert(@P1 AS int, @P2 AS nvarchar (10)) AS",
-               u"INSERT INTO [dbo].[parent] ([id], [n]) VALUES (@P1, @P2)", u"GO", u"",
+               u"-- Insert procedure for [dbo].[parent]", u"", InsertParent, u"",
                u"SET IDENTITY_INSERT [dbo].[parent] ON", u"", u"EXEC prcTmp_QVX_Insert 2, N'b'",
                u"", u"SET IDENTITY_INSERT [dbo].[parent] OFF", u"",
                u"DROP PROCEDURE prcTmp_QVX_Insert", u"", u"",
                //
-               u"-- Update procedure for [dbo].[parent]", u"", IfUpdateExists, u"GO",
-               u"CREATE PROCEDURE prcTmp_QVX_Update(@P1 AS int, @P2 AS nvarchar (10)) AS",
-               u"UPDATE [dbo].[parent] SET [n]=@P2 WHERE [id]=@P1", u"GO", u"",
+               u"-- Update procedure for [dbo].[parent]", u"", UpdateParent, u"",
                u"SET IDENTITY_INSERT [dbo].[parent] ON", u"EXEC prcTmp_QVX_Update 1, N'a'", u"",
                u"SET IDENTITY_INSERT [dbo].[parent] OFF", u"DROP PROCEDURE prcTmp_QVX_Update", u"",
                u"",
                //
                u"PRINT 'Updating records in [dbo].[child]'", u"",
-               u"-- Insert procedure for [dbo].[child]", u"", IfInsertExists, u"GO",
-               u"CREATE PROCEDURE prcTmp_QVX_Insert(@P1 AS int, @P2 AS int) AS",
-               u"INSERT INTO [dbo].[child] ([id], [pid]) VALUES (@P1, @P2)", u"GO", u"", u"", u"",
+               u"-- Insert procedure for [dbo].[child]", u"", InsertChild, u"", u"", u"",
                u"EXEC prcTmp_QVX_Insert 12, 2", u"", u"", u"", u"DROP PROCEDURE prcTmp_QVX_Insert",
                u"", u"",
                //
-               u"-- Update procedure for [dbo].[child]", u"", IfUpdateExists, u"GO",
-               u"CREATE PROCEDURE prcTmp_QVX_Update(@P1 AS int, @P2 AS int) AS",
-               u"UPDATE [dbo].[child] SET [pid]=@P2 WHERE [id]=@P1", u"GO", u"", u"",
+               u"-- Update procedure for [dbo].[child]", u"", UpdateChild, u"", u"",
                u"EXEC prcTmp_QVX_Update 10, 1", u"", u"", u"DROP PROCEDURE prcTmp_QVX_Update", u"",
                u"",
                //
@@ -109,42 +107,30 @@ TEST_F(UpdateScriptsTest, TheLeftScriptWithComments) {
                u"BEGIN TRANSACTION", u"",
                //
                u"PRINT 'Deleting records in [dbo].[child]'", u"",
-               u"-- Delete procedure for [dbo].[child]", u"", IfDeleteExists, u"GO",
-               u"CREATE PROCEDURE prcTmp_QVX_Delete(@P1 AS int) AS",
-               u"DELETE FROM [dbo].[child] WHERE [id]=@P1", u"GO", u"",
+               u"-- Delete procedure for [dbo].[child]", u"", DeleteChild, u"",
                u"EXEC prcTmp_QVX_Delete 12", u"", u"DROP PROCEDURE prcTmp_QVX_Delete", u"", u"",
                //
                u"PRINT 'Deleting records in [dbo].[parent]'", u"",
-               u"-- Delete procedure for [dbo].[parent]", u"", IfDeleteExists, u"GO",
-               u"CREATE PROCEDURE prcTmp_QVX_Delete(@P1 AS int) AS",
-               u"DELETE FROM [dbo].[parent] WHERE [id]=@P1", u"GO", u"",
+               u"-- Delete procedure for [dbo].[parent]", u"", DeleteParent, u"",
                u"EXEC prcTmp_QVX_Delete 2", u"", u"DROP PROCEDURE prcTmp_QVX_Delete", u"", u"",
                //
                u"PRINT 'Updating records in [dbo].[parent]'", u"",
-               u"-- Insert procedure for [dbo].[parent]", IfInsertExists, u"GO",
-               u"CREATE PROCEDURE prcTmp_QVX_Insert(@P1 AS int, @P2 AS nvarchar (10)) AS",
-               u"INSERT INTO [dbo].[parent] ([id], [n]) VALUES (@P1, @P2)", u"GO", u"",
+               u"-- Insert procedure for [dbo].[parent]", InsertParent, u"",
                u"SET IDENTITY_INSERT [dbo].[parent] ON", u"", u"EXEC prcTmp_QVX_Insert 3, N'c'",
                u"", u"SET IDENTITY_INSERT [dbo].[parent] OFF", u"",
                u"DROP PROCEDURE prcTmp_QVX_Insert", u"", u"",
                //
-               u"-- Update procedure for [dbo].[parent]", u"", IfUpdateExists, u"GO",
-               u"CREATE PROCEDURE prcTmp_QVX_Update(@P1 AS int, @P2 AS nvarchar (10)) AS",
-               u"UPDATE [dbo].[parent] SET [n]=@P2 WHERE [id]=@P1", u"GO", u"",
+               u"-- Update procedure for [dbo].[parent]", u"", UpdateParent, u"",
                u"SET IDENTITY_INSERT [dbo].[parent] ON", u"", u"EXEC prcTmp_QVX_Update 1, N'x'",
                u"", u"SET IDENTITY_INSERT [dbo].[parent] OFF", u"",
                u"DROP PROCEDURE prcTmp_QVX_Update", u"", u"",
                //
                u"PRINT 'Updating records in [dbo].[child]'", u"",
-               u"-- Insert procedure for [dbo].[child]", IfInsertExists, u"GO",
-               u"CREATE PROCEDURE prcTmp_QVX_Insert(@P1 AS int, @P2 AS int) AS",
-               u"INSERT INTO [dbo].[child] ([id], [pid]) VALUES (@P1, @P2)", u"GO", u"", u"", u"",
+               u"-- Insert procedure for [dbo].[child]", InsertChild, u"", u"", u"",
                u"EXEC prcTmp_QVX_Insert 11, 3", u"", u"", u"", u"DROP PROCEDURE prcTmp_QVX_Insert",
                u"", u"",
                //
-               u"-- Update procedure for [dbo].[child]", u"", IfUpdateExists, u"GO",
-               u"CREATE PROCEDURE prcTmp_QVX_Update(@P1 AS int, @P2 AS int) AS",
-               u"UPDATE [dbo].[child] SET [pid]=@P2 WHERE [id]=@P1", u"GO", u"", u"", u"",
+               u"-- Update procedure for [dbo].[child]", u"", UpdateChild, u"", u"", u"",
                u"EXEC prcTmp_QVX_Update 10, 3", u"", u"", u"", u"DROP PROCEDURE prcTmp_QVX_Update",
                u"", u"",
                //
@@ -157,74 +143,36 @@ TEST_F(UpdateScriptsTest, WithoutComments) {
     RunIn(u"two", u"INSERT t VALUES (1,NULL)");
     const Scripts scripts =
         UpdateScriptsOf(Texts{u"[dbo].[t]"}, EverythingShown | cpoNoScriptComments);
-    EXPECT_EQ(scripts.sRight,
-              Lines({u"BEGIN TRANSACTION",
-                     u"",
-                     u"PRINT 'Updating records in [dbo].[t]'",
-                     u"",
-                     IfInsertExists,
-                     u"GO",
-                     u"CREATE PROCEDURE prcTmp_QVX_Insert(@P1 AS int, @P2 AS int) AS",
-                     u"INSERT INTO [dbo].[t] ([id], [n]) VALUES (@P1, @P2)",
-                     u"GO",
-                     u"",
-                     u"",
-                     u"",
-                     u"EXEC prcTmp_QVX_Insert 2, 2",
-                     u"",
-                     u"",
-                     u"",
-                     u"DROP PROCEDURE prcTmp_QVX_Insert",
-                     u"",
-                     u"",
-                     IfUpdateExists,
-                     u"GO",
-                     u"CREATE PROCEDURE prcTmp_QVX_Update(@P1 AS int, @P2 AS int) AS",
-                     u"UPDATE [dbo].[t] SET [n]=@P2 WHERE [id]=@P1",
-                     u"GO",
-                     u"",
-                     u"",
-                     u"EXEC prcTmp_QVX_Update 1, 1",
-                     u"",
-                     u"",
-                     u"DROP PROCEDURE prcTmp_QVX_Update",
-                     u"",
-                     u"",
-                     u"COMMIT"}));
-    EXPECT_EQ(scripts.sLeft,
-              Lines({u"BEGIN TRANSACTION",
-                     u"",
-                     u"PRINT 'Deleting records in [dbo].[t]'",
-                     u"",
-                     IfDeleteExists,
-                     u"GO",
-                     u"CREATE PROCEDURE prcTmp_QVX_Delete(@P1 AS int) AS",
-                     u"DELETE FROM [dbo].[t] WHERE [id]=@P1",
-                     u"GO",
-                     u"",
-                     u"EXEC prcTmp_QVX_Delete 2",
-                     u"",
-                     u"DROP PROCEDURE prcTmp_QVX_Delete",
-                     u"",
-                     u"",
-                     u"PRINT 'Updating records in [dbo].[t]'",
-                     u"",
-                     IfUpdateExists,
-                     u"GO",
-                     u"CREATE PROCEDURE prcTmp_QVX_Update(@P1 AS int, @P2 AS int) AS",
-                     u"UPDATE [dbo].[t] SET [n]=@P2 WHERE [id]=@P1",
-                     u"GO",
-                     u"",
-                     u"",
-                     u"",
-                     u"EXEC prcTmp_QVX_Update 1, NULL",
-                     u"",
-                     u"",
-                     u"",
-                     u"DROP PROCEDURE prcTmp_QVX_Update",
-                     u"",
-                     u"",
-                     u"COMMIT"}));
+    const std::u16string deleteProcedure =
+        Procedure(IfDeleteExists, u"CREATE PROCEDURE prcTmp_QVX_Delete(@P1 AS int) AS",
+                  u"DELETE FROM [dbo].[t] WHERE [id]=@P1");
+    const std::u16string insertProcedure =
+        Procedure(IfInsertExists, u"CREATE PROCEDURE prcTmp_QVX_Insert(@P1 AS int, @P2 AS int) AS",
+                  u"INSERT INTO [dbo].[t] ([id], [n]) VALUES (@P1, @P2)");
+    const std::u16string updateProcedure =
+        Procedure(IfUpdateExists, u"CREATE PROCEDURE prcTmp_QVX_Update(@P1 AS int, @P2 AS int) AS",
+                  u"UPDATE [dbo].[t] SET [n]=@P2 WHERE [id]=@P1");
+    EXPECT_EQ(scripts.sRight, Lines({u"BEGIN TRANSACTION", u"",
+                                     //
+                                     u"PRINT 'Updating records in [dbo].[t]'", u"", insertProcedure,
+                                     u"", u"", u"", u"EXEC prcTmp_QVX_Insert 2, 2", u"", u"", u"",
+                                     u"DROP PROCEDURE prcTmp_QVX_Insert", u"", u"",
+                                     //
+                                     updateProcedure, u"", u"", u"EXEC prcTmp_QVX_Update 1, 1", u"",
+                                     u"", u"DROP PROCEDURE prcTmp_QVX_Update", u"", u"",
+                                     //
+                                     u"COMMIT"}));
+    EXPECT_EQ(scripts.sLeft, Lines({u"BEGIN TRANSACTION", u"",
+                                    //
+                                    u"PRINT 'Deleting records in [dbo].[t]'", u"", deleteProcedure,
+                                    u"", u"EXEC prcTmp_QVX_Delete 2", u"",
+                                    u"DROP PROCEDURE prcTmp_QVX_Delete", u"", u"",
+                                    //
+                                    u"PRINT 'Updating records in [dbo].[t]'", u"", updateProcedure,
+                                    u"", u"", u"", u"EXEC prcTmp_QVX_Update 1, NULL", u"", u"", u"",
+                                    u"DROP PROCEDURE prcTmp_QVX_Update", u"", u"",
+                                    //
+                                    u"COMMIT"}));
 }
 
 TEST_F(UpdateScriptsTest, NoTables) {
@@ -252,11 +200,11 @@ TEST_F(UpdateScriptsTest, ViewsAndTablesWithoutAKeyOrWithAnErrorGetNoSection) {
     server.AddFault(ErrorIn(u"[one].[dbo].[t] UNION"));
     const Scripts scripts = UpdateScriptsOf({u"[dbo].[v]", u"[dbo].[keyless]", u"[dbo].[t]"},
                                             EverythingShown | cpoNoScriptComments);
-    EXPECT_EQ(scripts.sRight, u"BEGIN TRANSACTION\r\n\r\nCOMMIT\r\n");
-    EXPECT_EQ(scripts.sLeft, u"BEGIN TRANSACTION\r\n\r\nCOMMIT\r\n");
+    EXPECT_EQ(scripts.sRight, NoSections);
+    EXPECT_EQ(scripts.sLeft, NoSections);
     // Nor are their rows read.
     for (const auto& batch : Batches(server))
-        EXPECT_EQ(batch.find(u"T1"), std::u16string::npos) << ToUtf8(batch);
+        EXPECT_FALSE(Holds(batch, u"T1"));
 }
 
 TEST_F(UpdateScriptsTest, OneConnectionReadsTheRowsOfAllTables) {
@@ -274,8 +222,8 @@ TEST_F(UpdateScriptsTest, TablesOfACycleAreLeftOutOfBothScripts) {
     RunIn(u"one", u"INSERT a VALUES (1,NULL)\nINSERT b VALUES (1,1)");
     const Scripts scripts =
         UpdateScriptsOf({u"[dbo].[a]", u"[dbo].[b]"}, EverythingShown | cpoNoScriptComments);
-    EXPECT_EQ(scripts.sRight, u"BEGIN TRANSACTION\r\n\r\nCOMMIT\r\n");
-    EXPECT_EQ(scripts.sLeft, u"BEGIN TRANSACTION\r\n\r\nCOMMIT\r\n");
+    EXPECT_EQ(scripts.sRight, NoSections);
+    EXPECT_EQ(scripts.sLeft, NoSections);
 }
 
 // The views are counted in each pass: the count is reached before the end of the chain is placed.
@@ -296,8 +244,8 @@ TEST_F(UpdateScriptsTest, TwoViewsLeaveTheEndOfAChainOutOfBothScripts) {
     EXPECT_EQ(CallsIn(scripts.sLeft),
               (Texts{u"EXEC prcTmp_QVX_Delete 1", u"EXEC prcTmp_QVX_Delete 1"}));
     for (const auto& script : {scripts.sRight, scripts.sLeft}) {
-        EXPECT_NE(script.find(u"[dbo].[b]'"), std::u16string::npos);
-        EXPECT_EQ(script.find(u"[dbo].[c]"), std::u16string::npos);
+        EXPECT_TRUE(Holds(script, u"[dbo].[b]'"));
+        EXPECT_FALSE(Holds(script, u"[dbo].[c]"));
     }
 }
 
@@ -314,7 +262,7 @@ TEST_F(UpdateScriptsTest, ATableOfKeysAloneGetsNoUpdates) {
     EXPECT_EQ(CallsIn(scripts.sLeft),
               (Texts{u"EXEC prcTmp_QVX_Delete 1", u"EXEC prcTmp_QVX_Insert 3"}));
     for (const auto& script : {scripts.sRight, scripts.sLeft})
-        EXPECT_EQ(script.find(u"prcTmp_QVX_Update"), std::u16string::npos);
+        EXPECT_FALSE(Holds(script, u"prcTmp_QVX_Update"));
 }
 
 // Deletes go from the last placed to the first, tables of one pass in the order of placing;
@@ -383,7 +331,7 @@ TEST_F(UpdateScriptsTest, CancelledWhileBuildingNothingIsWritten) {
     EXPECT_EQ(statuses.size(), 2U);
     // The table of the cancelled step is not read any more.
     for (const auto& batch : Batches(server))
-        EXPECT_EQ(batch.find(u"parent"), std::u16string::npos);
+        EXPECT_FALSE(Holds(batch, u"parent"));
     EXPECT_EQ(ConnectionsLeft(server), 0);
 }
 
@@ -401,46 +349,25 @@ TEST_F(UpdateScriptsTest, CancelledWhileOrderingNothingIsWritten) {
 TEST_F(UpdateScriptsTest, CancelledInTheDeletePassTheScriptsKeepWhatTheyHold) {
     MakeFamily();
     const Scripts scripts = CancelledScripts(6);
-    EXPECT_EQ(
-        scripts.sRight,
-        Lines({u"BEGIN TRANSACTION", u"", u"PRINT 'Deleting records in [dbo].[child]'", u"",
-               IfDeleteExists, u"GO", u"CREATE PROCEDURE prcTmp_QVX_Delete(@P1 AS int) AS",
-               u"DELETE FROM [dbo].[child] WHERE [id]=@P1", u"GO", u"",
-               u"EXEC prcTmp_QVX_Delete 11", u"", u"DROP PROCEDURE prcTmp_QVX_Delete", u"", u""}));
+    EXPECT_EQ(scripts.sRight,
+              Lines({u"BEGIN TRANSACTION", u"", u"PRINT 'Deleting records in [dbo].[child]'", u"",
+                     DeleteChild, u"", u"EXEC prcTmp_QVX_Delete 11", u"",
+                     u"DROP PROCEDURE prcTmp_QVX_Delete", u"", u""}));
     EXPECT_EQ(statuses.size(), 6U);
 }
 
 TEST_F(UpdateScriptsTest, CancelledInTheInsertPassTheScriptsKeepTheDeletes) {
     MakeFamily();
     const Scripts scripts = CancelledScripts(7);
-    EXPECT_EQ(scripts.sLeft, Lines({u"BEGIN TRANSACTION",
-                                    u"",
-                                    u"PRINT 'Deleting records in [dbo].[child]'",
-                                    u"",
-                                    IfDeleteExists,
-                                    u"GO",
-                                    u"CREATE PROCEDURE prcTmp_QVX_Delete(@P1 AS int) AS",
-                                    u"DELETE FROM [dbo].[child] WHERE [id]=@P1",
-                                    u"GO",
-                                    u"",
-                                    u"EXEC prcTmp_QVX_Delete 12",
-                                    u"",
-                                    u"DROP PROCEDURE prcTmp_QVX_Delete",
-                                    u"",
-                                    u"",
-                                    u"PRINT 'Deleting records in [dbo].[parent]'",
-                                    u"",
-                                    IfDeleteExists,
-                                    u"GO",
-                                    u"CREATE PROCEDURE prcTmp_QVX_Delete(@P1 AS int) AS",
-                                    u"DELETE FROM [dbo].[parent] WHERE [id]=@P1",
-                                    u"GO",
-                                    u"",
-                                    u"EXEC prcTmp_QVX_Delete 2",
-                                    u"",
-                                    u"DROP PROCEDURE prcTmp_QVX_Delete",
-                                    u"",
-                                    u""}));
+    EXPECT_EQ(
+        scripts.sLeft,
+        Lines({u"BEGIN TRANSACTION", u"",
+               //
+               u"PRINT 'Deleting records in [dbo].[child]'", u"", DeleteChild, u"",
+               u"EXEC prcTmp_QVX_Delete 12", u"", u"DROP PROCEDURE prcTmp_QVX_Delete", u"", u"",
+               //
+               u"PRINT 'Deleting records in [dbo].[parent]'", u"", DeleteParent, u"",
+               u"EXEC prcTmp_QVX_Delete 2", u"", u"DROP PROCEDURE prcTmp_QVX_Delete", u"", u""}));
     EXPECT_EQ(statuses.size(), 7U);
 }
 
@@ -452,7 +379,7 @@ TEST_F(UpdateScriptsTest, AFailingRowSetReachesTheCaller) {
     std::u16string right = u"as it was";
     const Raised raised = RaisedBy(
         [&] { utils.GetUpdateScripts(one, two, one, results, left, right, EverythingShown, 0); });
-    EXPECT_NE(raised.description.find(u"made to fail"), std::u16string::npos);
+    EXPECT_TRUE(Holds(raised.description, u"made to fail"));
     EXPECT_EQ(left, u"");
     EXPECT_EQ(right, u"");
     EXPECT_EQ(ConnectionsLeft(server), 0);
@@ -467,7 +394,7 @@ TEST_F(UpdateScriptsTest, AFailingCatalogReachesTheCaller) {
     std::u16string right;
     const Raised raised = RaisedBy(
         [&] { utils.GetUpdateScripts(one, two, one, results, left, right, EverythingShown, 0); });
-    EXPECT_NE(raised.description.find(u"made to fail"), std::u16string::npos);
+    EXPECT_TRUE(Holds(raised.description, u"made to fail"));
     EXPECT_EQ(right, u"");
 }
 
@@ -478,9 +405,9 @@ TEST_F(UpdateScriptsTest, TheFlagsDecideWhichRowsAreCovered) {
     EXPECT_EQ(Batches(server).front(),
               u"SELECT T2.* FROM [two].[dbo].[child] T2 WHERE NOT EXISTS (SELECT * FROM "
               u"[one].[dbo].[child] T1 WHERE T1.[id]=T2.[id] )");
-    EXPECT_EQ(scripts.sRight.find(u"Insert"), std::u16string::npos);
-    EXPECT_NE(scripts.sRight.find(u"EXEC prcTmp_QVX_Delete 11"), std::u16string::npos);
-    EXPECT_NE(scripts.sLeft.find(u"EXEC prcTmp_QVX_Insert 11, 3"), std::u16string::npos);
+    EXPECT_FALSE(Holds(scripts.sRight, u"Insert"));
+    EXPECT_TRUE(Holds(scripts.sRight, u"EXEC prcTmp_QVX_Delete 11"));
+    EXPECT_TRUE(Holds(scripts.sLeft, u"EXEC prcTmp_QVX_Insert 11, 3"));
 }
 
 TEST_F(UpdateScriptsTest, TheLimitIsInTheQueriesAndTheScripts) {

@@ -3,16 +3,11 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
-#include <vector>
 
-#include "templates/ComparisonTemplates.h"
+#include "TemplateFolder.h"
 #include "tests/support/SandboxTest.h"
-#include "tests/support/TemporaryFolder.h"
 
 namespace QuillonLib {
 
@@ -25,11 +20,9 @@ inline constexpr const char* StoredPicks =
     "<indexes><table id=\"[dbo].[both]\"><index id=\"PK_both\"/></table></indexes>"
     "</template></templates>";
 
-class TemplateDatabases : public SandboxTest {
+class TemplateDatabases : public SandboxTest, protected TemplateFolder {
   protected:
     TemplateDatabases() {
-        folder = test::MakeTemporaryFolder();
-        file = folder / "Templates.xml";
         server.Run(u"CREATE DATABASE one\nGO\nCREATE DATABASE two");
         RunInBoth(
             u"CREATE TABLE both (id int NOT NULL CONSTRAINT PK_both PRIMARY KEY, c int, d int)");
@@ -46,7 +39,6 @@ class TemplateDatabases : public SandboxTest {
         store.Database1(u"one");
         store.Database2(u"two");
     }
-    ~TemplateDatabases() override { std::filesystem::remove_all(folder); }
 
     void AddDatabase(const char16_t* name, const char16_t* description) {
         const auto database = databases->Add();
@@ -64,26 +56,12 @@ class TemplateDatabases : public SandboxTest {
         for (const auto& database : *databases)
             database->Refresh();
     }
-    void Write(const std::string& content) const {
-        std::ofstream(file, std::ios::binary) << content;
-    }
-    std::string Read() const {
-        std::ifstream stream(file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
-    static std::vector<std::u16string> Tables(ComparisonTemplates& of) {
-        return std::get<TextArray>(of.Items(tmpTable)).Items;
-    }
 
-    std::filesystem::path folder;
-    std::filesystem::path file;
     std::shared_ptr<Databases> databases;
     ComparisonTemplates store;
 };
 
 inline constexpr const char16_t* Both = u"[dbo].[both]";
 inline constexpr const char16_t* Other = u"[dbo].[other]";
-
-using Texts = std::vector<std::u16string>;
 
 }  // namespace QuillonLib

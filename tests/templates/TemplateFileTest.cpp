@@ -58,20 +58,25 @@ TEST_F(TemplateFileTest, NewTemplateWritesItsElementsInOrder) {
         "<tables><table id=\"[dbo].[City]\"/></tables>"
         "<columns><table id=\"[dbo].[City]\"><column id=\"Name\"/></table></columns>"
         "<indexes><table id=\"[dbo].[City]\"><index id=\"PK_City\"/></table></indexes></template>";
-    EXPECT_NE(written.find(wanted), std::string::npos) << written;
-    EXPECT_NE(written.find("<lasttemplate name=\"Weekly\"/>"), std::string::npos) << written;
+    EXPECT_TRUE(Holds(written, wanted));
+    EXPECT_TRUE(Holds(written, "<lasttemplate name=\"Weekly\"/>"));
 }
 
 TEST_F(TemplateFileTest, LoadTellsWhetherTheFileWasRead) {
     EXPECT_FALSE(ComparisonTemplates().Load(Path()));  // missing
-    Write(TwoTemplates);
-    EXPECT_TRUE(ComparisonTemplates().Load(Path()));
-    Write("");
-    EXPECT_FALSE(ComparisonTemplates().Load(Path()));
-    Write("<templates><template></templates>");
-    EXPECT_FALSE(ComparisonTemplates().Load(Path()));
-    Write("<a/><b/>");
-    EXPECT_FALSE(ComparisonTemplates().Load(Path()));
+    const struct {
+        const char* content;
+        bool read;
+    } cases[] = {
+        {TwoTemplates, true},
+        {"", false},
+        {"<templates><template></templates>", false},
+        {"<a/><b/>", false},
+    };
+    for (const auto& each : cases) {
+        Write(each.content);
+        EXPECT_EQ(ComparisonTemplates().Load(Path()), each.read) << each.content;
+    }
     EXPECT_FALSE(ComparisonTemplates().Load(folder.u16string()));  // a folder
     EXPECT_EQ(Read(), "<a/><b/>");
 }
@@ -116,9 +121,7 @@ TEST_F(TemplateFileTest, LoadOfAnotherPathClearsDirtyAndKeepsTheCurrentTemplate)
 // What is bound belongs to the file that was open before; it must neither crash nor reach the new
 // file by itself.
 TEST_F(TemplateFileTest, ElementsOfTheFileBeforeStayUsable) {
-    Write(TwoTemplates);
-    ComparisonTemplates other;
-    other.Load(Path());
+    auto other = Loaded(TwoTemplates);
     other.LoadTemplate(u"Default");
     EXPECT_EQ(Tables(other), Texts{u"[dbo].[T]"});
     other.Load((folder / "other.xml").u16string());
@@ -145,19 +148,15 @@ TEST_F(TemplateFileTest, TheDefaultPathIsBesideTheLibrary) {
 }
 
 TEST_F(TemplateFileTest, TemplatesAreListedInFileOrder) {
-    Write(TwoTemplates);
-    ComparisonTemplates other;
-    other.Load(Path());
+    auto other = Loaded(TwoTemplates);
     EXPECT_EQ(Names(other.Templates()), (Texts{u"Default", u"Nightly"}));
     EXPECT_EQ(other.Templates()->Item(u"NIGHTLY"), u"Nightly");
     EXPECT_EQ(other.CurrentTemplate(), u"Nightly");
 }
 
 TEST_F(TemplateFileTest, NamesThatDifferInCaseOnlyAreError457) {
-    Write(
+    auto other = Loaded(
         "<templates><lasttemplate name=\"\"/><template id=\"A\"/><template id=\"a\"/></templates>");
-    ComparisonTemplates other;
-    other.Load(Path());
     EXPECT_EQ(NumberOf([&] { other.Templates(); }), 457);
     EXPECT_EQ(NumberOf([&] { other.NewTemplate(u"B"); }), 457);
 }
@@ -165,8 +164,7 @@ TEST_F(TemplateFileTest, NamesThatDifferInCaseOnlyAreError457) {
 TEST_F(TemplateFileTest, EmptyNameAndDefaultAreTheSame) {
     Write(TwoTemplates);
     for (const char16_t* name : {u"", u"Default"}) {
-        ComparisonTemplates other;
-        other.Load(Path());
+        LoadedTemplates other(file);
         other.LoadTemplate(name);
         EXPECT_EQ(other.CurrentTemplate(), u"Default");
         EXPECT_EQ(Tables(other), Texts{u"[dbo].[T]"});
@@ -174,9 +172,7 @@ TEST_F(TemplateFileTest, EmptyNameAndDefaultAreTheSame) {
 }
 
 TEST_F(TemplateFileTest, AnotherTemplateBringsItsOwnPicksAndDatabases) {
-    Write(TwoTemplates);
-    ComparisonTemplates other;
-    other.Load(Path());
+    auto other = Loaded(TwoTemplates);
     EXPECT_EQ(other.Database1(), u"a");
     EXPECT_EQ(Tables(other), Texts{u"[dbo].[T]"});
     EXPECT_FALSE(other.ItemExists(tmpColumn, u"[dbo].[U]", u"c1"));
@@ -189,18 +185,14 @@ TEST_F(TemplateFileTest, AnotherTemplateBringsItsOwnPicksAndDatabases) {
 }
 
 TEST_F(TemplateFileTest, LoadTemplateIsCaseSensitive) {
-    Write(TwoTemplates);
-    ComparisonTemplates other;
-    other.Load(Path());
+    auto other = Loaded(TwoTemplates);
     other.LoadTemplate(u"default");
     EXPECT_EQ(other.CurrentTemplate(), u"default");
     EXPECT_EQ(Tables(other), Texts{});
 }
 
 TEST_F(TemplateFileTest, NewTemplateRefusesANameInAnyCase) {
-    Write(TwoTemplates);
-    ComparisonTemplates other;
-    other.Load(Path());
+    auto other = Loaded(TwoTemplates);
     EXPECT_FALSE(other.NewTemplate(u"DEFAULT"));
     EXPECT_FALSE(other.NewTemplate(u"nightly"));
     EXPECT_EQ(Read(), TwoTemplates);
@@ -208,17 +200,14 @@ TEST_F(TemplateFileTest, NewTemplateRefusesANameInAnyCase) {
 }
 
 TEST_F(TemplateFileTest, NewTemplateSavesWhatWasCurrent) {
-    Write(TwoTemplates);
-    ComparisonTemplates other;
-    other.Load(Path());
+    auto other = Loaded(TwoTemplates);
     other.LoadTemplate(u"Default");
     EXPECT_EQ(other.Database1(), u"a");
     EXPECT_EQ(Tables(other), Texts{u"[dbo].[T]"});
     EXPECT_TRUE(other.NewTemplate(u"Copy"));
     EXPECT_FALSE(other.Dirty());
 
-    ComparisonTemplates again;
-    again.Load(Path());
+    LoadedTemplates again(file);
     again.LoadTemplate(u"Copy2");  // bind something, so that Copy can be bound
     again.LoadTemplate(u"Copy");
     EXPECT_EQ(again.Database1(), u"a");
@@ -227,12 +216,9 @@ TEST_F(TemplateFileTest, NewTemplateSavesWhatWasCurrent) {
 }
 
 TEST_F(TemplateFileTest, RemoveTemplateRefusesDefaultInAnyCase) {
-    Write(TwoTemplates);
-    ComparisonTemplates other;
-    other.Load(Path());
-    for (const char16_t* name : {u"Default", u"default", u"DEFAULT"}) {
-        EXPECT_FALSE(other.RemoveTemplate(name));
-    }
+    auto other = Loaded(TwoTemplates);
+    for (const char16_t* name : {u"Default", u"default", u"DEFAULT"})
+        EXPECT_FALSE(other.RemoveTemplate(name)) << ToUtf8(name);
     EXPECT_FALSE(other.Dirty());
     EXPECT_EQ(Names(other.Templates()), (Texts{u"Default", u"Nightly"}));
 }
@@ -243,22 +229,18 @@ TEST_F(TemplateFileTest, RemovingWhatIsNotThereIsTrueAndChangesNothing) {
 }
 
 TEST_F(TemplateFileTest, RemovalReachesTheFileWithPersist) {
-    Write(TwoTemplates);
-    ComparisonTemplates other;
-    other.Load(Path());
+    auto other = Loaded(TwoTemplates);
     other.LoadTemplate(u"Default");
     EXPECT_TRUE(other.RemoveTemplate(u"Nightly"));
     EXPECT_TRUE(other.Dirty());
     EXPECT_EQ(Read(), TwoTemplates);
     EXPECT_EQ(Names(other.Templates()), Texts{u"Default"});
     EXPECT_TRUE(other.Persist());
-    EXPECT_EQ(Read().find("Nightly"), std::string::npos) << Read();
+    EXPECT_FALSE(Holds(Read(), "Nightly"));
 }
 
 TEST_F(TemplateFileTest, DefaultInheritsFromARemovedCurrentTemplate) {
-    Write(TwoTemplates);
-    ComparisonTemplates other;
-    other.Load(Path());
+    auto other = Loaded(TwoTemplates);
     other.LoadTemplate(u"Other");
     other.LoadTemplate(u"Nightly");
     EXPECT_EQ(other.Database1(), u"x");
@@ -284,9 +266,7 @@ TEST_F(TemplateFileTest, PersistBeforeAnyDocumentIsFalse) {
 }
 
 TEST_F(TemplateFileTest, TheStoredTemplateIsCurrentButNotBound) {
-    Write(TwoTemplates);
-    ComparisonTemplates other;
-    other.Load(Path());
+    auto other = Loaded(TwoTemplates);
     other.Templates();
     EXPECT_EQ(other.CurrentTemplate(), u"Nightly");
     other.LoadTemplate(u"Nightly");
@@ -312,14 +292,12 @@ TEST_F(TemplateFileTest, ARootOfAnotherNameServesAsItStands) {
 }
 
 TEST_F(TemplateFileTest, ForeignElementsAttributesAndCommentsStay) {
-    Write(
+    auto other = Loaded(
         "<?xml version=\"1.0\"?><!-- ours --><templates owner=\"me\"><note>keep</note>"
         "<lasttemplate seen=\"1\" name=\"A\"/>"
         "<template colour=\"red\" id=\"A\"><!-- picks --><extra/><tables/><indexes/><columns/>"
         "<database3 name=\"3\"/><database2 name=\"2\"/><database1 name=\"1\"/></template>"
         "</templates>");
-    ComparisonTemplates other;
-    other.Load(Path());
     other.LoadTemplate(u"B");
     other.LoadTemplate(u"A");
     EXPECT_EQ(other.Database1(), u"1");
@@ -336,38 +314,30 @@ TEST_F(TemplateFileTest, ForeignElementsAttributesAndCommentsStay) {
 }
 
 TEST_F(TemplateFileTest, AMissingNameOrIdIsError94) {
-    const auto load = [&](const char* content) {
-        Write(content);
-        auto other = std::make_unique<ComparisonTemplates>();
-        other->Load(Path());
-        return other;
+    using Use = std::function<void(ComparisonTemplates&)>;
+    const Use templates = [](ComparisonTemplates& of) { of.Templates(); };
+    const Use database = [](ComparisonTemplates& of) { of.Database1(); };
+    const auto items = [](enItemTypes kind) -> Use {
+        return [kind](ComparisonTemplates& of) { of.Items(kind); };
     };
-    EXPECT_EQ(NumberOf([&] { load("<templates><lasttemplate/></templates>")->Templates(); }), 94);
-    EXPECT_EQ(NumberOf([&] { load("<templates><template/></templates>")->Templates(); }), 94);
-    for (const char* element : {"<database1/>", "<database2/>", "<database3/>"}) {
-        const std::string content = std::string("<templates><template id=\"Default\">") + element +
-                                    "</template></templates>";
-        EXPECT_EQ(NumberOf([&] { load(content.c_str())->Database1(); }), 94) << element;
+    const struct {
+        std::string content;
+        Use use;
+    } cases[] = {
+        {"<templates><lasttemplate/></templates>", templates},
+        {"<templates><template/></templates>", templates},
+        {InDefault("<database1/>"), database},
+        {InDefault("<database2/>"), database},
+        {InDefault("<database3/>"), database},
+        {InDefault("<tables><table/></tables>"), items(tmpTable)},
+        {InDefault("<columns><table id=\"t\"><column/></table></columns>"), items(tmpColumn)},
+        {InDefault("<columns><table><column id=\"c\"/></table></columns>"), items(tmpColumn)},
+        {InDefault("<indexes><table id=\"t\"><index/></table></indexes>"), items(tmpIndex)},
+    };
+    for (const auto& each : cases) {
+        auto other = Loaded(each.content);
+        EXPECT_EQ(NumberOf([&] { each.use(other); }), 94) << each.content;
     }
-    const auto withList = [&](const std::string& list) {
-        return load(
-            ("<templates><template id=\"Default\">" + list + "</template></templates>").c_str());
-    };
-    EXPECT_EQ(NumberOf([&] { withList("<tables><table/></tables>")->Items(tmpTable); }), 94);
-    EXPECT_EQ(
-        NumberOf([&] {
-            withList("<columns><table id=\"t\"><column/></table></columns>")->Items(tmpColumn);
-        }),
-        94);
-    EXPECT_EQ(
-        NumberOf([&] {
-            withList("<columns><table><column id=\"c\"/></table></columns>")->Items(tmpColumn);
-        }),
-        94);
-    EXPECT_EQ(NumberOf([&] {
-                  withList("<indexes><table id=\"t\"><index/></table></indexes>")->Items(tmpIndex);
-              }),
-              94);
 }
 
 TEST_F(TemplateFileTest, APathThatIsTooLongIsAFileThatIsMissing) {
@@ -390,8 +360,7 @@ TEST_F(TemplateFileTest, RemoveTemplateWorksOnTheFileThatWasLoadedLast) {
     Write(TwoTemplates);
     const std::filesystem::path copy = folder / "copy.xml";
     std::filesystem::copy_file(file, copy);
-    ComparisonTemplates other;
-    other.Load(Path());
+    LoadedTemplates other(file);
     other.LoadTemplate(u"Default");
     other.Load(copy.u16string());
     EXPECT_TRUE(other.RemoveTemplate(u"Nightly"));
@@ -408,8 +377,8 @@ TEST_F(TemplateFileTest, OtherEncodingsAreReadAndUtf8IsWritten) {
     EXPECT_EQ(Names(latin.Templates()), Texts{u"caf\u00e9"});
     latin.NewTemplate(u"\u20ac");
     EXPECT_EQ(Read().substr(0, 39), "<?xml version=\"1.0\" encoding=\"utf-8\"?><");
-    EXPECT_NE(Read().find("\"caf\xC3\xA9\""), std::string::npos);
-    EXPECT_NE(Read().find("\"\xE2\x82\xAC\""), std::string::npos);
+    EXPECT_TRUE(Holds(Read(), "\"caf\xC3\xA9\""));
+    EXPECT_TRUE(Holds(Read(), "\"\xE2\x82\xAC\""));
 
     const std::u16string utf16 = u"\uFEFF<templates><template id=\"\u4E2D\"/></templates>";
     Write(std::string(reinterpret_cast<const char*>(utf16.data()), utf16.size() * 2));
@@ -429,8 +398,7 @@ TEST_F(TemplateFileTest, TenThousandTablesRoundTrip) {
         store.Add(tmpIndex, table, u"PK");
     }
     store.Persist();
-    ComparisonTemplates other;
-    other.Load(Path());
+    LoadedTemplates other(file);
     other.LoadTemplate(u"x");
     other.LoadTemplate(u"Default");
     const Texts tables = Tables(other);

@@ -3,44 +3,17 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
-#include <string>
-#include <vector>
+#include <memory>
 
+#include "TemplateFolder.h"
 #include "core/Error.h"
-#include "templates/ComparisonTemplates.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Holds.h"
 
 namespace QuillonLib {
 
-class TemplateFiles : public ::testing::Test {
+class TemplateFiles : public ::testing::Test, protected TemplateFolder {
   protected:
-    TemplateFiles() {
-        folder = test::MakeTemporaryFolder();
-        file = folder / "Templates.xml";
-    }
-    ~TemplateFiles() override {
-        using std::filesystem::perms;
-        std::filesystem::permissions(folder, perms::owner_all);
-        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-            std::error_code ignored;  // a file that only may be read cannot be removed on Windows
-            std::filesystem::permissions(entry, perms::owner_all, ignored);
-        }
-        std::filesystem::remove_all(folder);
-    }
-
-    void Write(const std::string& content) const {
-        std::ofstream(file, std::ios::binary) << content;
-    }
-    std::string Read() const {
-        std::ifstream stream(file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
-    std::u16string Path() const { return file.u16string(); }
-
     static std::int32_t NumberOf(const std::function<void()>& action) {
         try {
             action();
@@ -59,18 +32,15 @@ class TemplateFiles : public ::testing::Test {
             EXPECT_EQ(error.Description(), description);
         }
     }
-    static std::vector<std::u16string> Names(const std::shared_ptr<NameList>& list) {
+    static Texts Names(const std::shared_ptr<NameList>& list) {
         return {list->begin(), list->end()};
     }
-    static std::vector<std::u16string> Tables(ComparisonTemplates& store) {
-        return std::get<TextArray>(store.Items(tmpTable)).Items;
-    }
-
-    std::filesystem::path folder;
-    std::filesystem::path file;
 };
 
-using Texts = std::vector<std::u16string>;
+// A file whose only template, "Default", holds this.
+inline std::string InDefault(const std::string& content) {
+    return "<templates><template id=\"Default\">" + content + "</template></templates>";
+}
 
 // "Nightly" is the stored one.
 inline constexpr const char* TwoTemplates =

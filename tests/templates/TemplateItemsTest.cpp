@@ -6,6 +6,9 @@
 namespace QuillonLib {
 namespace {
 
+const Picks OneOfEachKind{
+    {tmpTable, u"[dbo].[T]"}, {tmpColumn, u"[dbo].[T]", u"c"}, {tmpIndex, u"[dbo].[T]", u"i"}};
+
 class TemplateItemsTest : public TemplateFiles {
   protected:
     void SetUp() override { store.Load(Path()); }
@@ -20,12 +23,8 @@ class TemplateItemsTest : public TemplateFiles {
 };
 
 TEST_F(TemplateItemsTest, WithoutDatabasesEveryPickIsAccepted) {
-    store.Add(tmpTable, u"[dbo].[T]");
-    store.Add(tmpColumn, u"[dbo].[T]", u"c");
-    store.Add(tmpIndex, u"[dbo].[T]", u"i");
-    EXPECT_TRUE(store.ItemExists(tmpTable, u"[dbo].[T]"));
-    EXPECT_TRUE(store.ItemExists(tmpColumn, u"[dbo].[T]", u"c"));
-    EXPECT_TRUE(store.ItemExists(tmpIndex, u"[dbo].[T]", u"i"));
+    Add(store, OneOfEachKind);
+    EXPECT_TRUE(HoldsAll(store, OneOfEachKind));
 }
 
 TEST_F(TemplateItemsTest, WithDatabasesThatAreNotKnownEveryPickIsRefusedSilently) {
@@ -37,12 +36,8 @@ TEST_F(TemplateItemsTest, WithDatabasesThatAreNotKnownEveryPickIsRefusedSilently
     store.Database1(u"one");
     store.Database2(u"ONE");  // descriptions are compared letter for letter
     EXPECT_EQ(store.Database3(), u"");
-    store.Add(tmpTable, u"[dbo].[T]");
-    store.Add(tmpColumn, u"[dbo].[T]", u"c");
-    store.Add(tmpIndex, u"[dbo].[T]", u"i");
-    EXPECT_FALSE(store.ItemExists(tmpTable, u"[dbo].[T]"));
-    EXPECT_FALSE(store.ItemExists(tmpColumn, u"[dbo].[T]", u"c"));
-    EXPECT_FALSE(store.ItemExists(tmpIndex, u"[dbo].[T]", u"i"));
+    Add(store, OneOfEachKind);
+    EXPECT_TRUE(HoldsNone(store, OneOfEachKind));
 }
 
 TEST_F(TemplateItemsTest, EveryKindOfPickIsAChange) {
@@ -59,7 +54,7 @@ TEST_F(TemplateItemsTest, ARemovedIndexIsNotWritten) {
     store.Remove(tmpIndex, u"[dbo].[T]");
     EXPECT_FALSE(store.ItemExists(tmpIndex, u"[dbo].[T]", u"i"));
     EXPECT_TRUE(store.Persist());
-    EXPECT_NE(Read().find("<indexes/>"), std::string::npos) << Read();
+    EXPECT_TRUE(Holds(Read(), "<indexes/>"));
 }
 
 TEST_F(TemplateItemsTest, RemovingTheLastColumnRemovesTheTableFromTheColumnLists) {
@@ -67,7 +62,7 @@ TEST_F(TemplateItemsTest, RemovingTheLastColumnRemovesTheTableFromTheColumnLists
     store.Remove(tmpColumn, u"[dbo].[T]", u"C");
     EXPECT_EQ(Columns(u"[dbo].[T]"), Texts{u"(no list)"});
     store.Persist();
-    EXPECT_NE(Read().find("<columns/>"), std::string::npos);
+    EXPECT_TRUE(Holds(Read(), "<columns/>"));
 }
 
 TEST_F(TemplateItemsTest, RemovingOneOfTwoColumnsKeepsTheOther) {
@@ -94,24 +89,22 @@ TEST_F(TemplateItemsTest, RemovingWhatIsAbsentIsError5BeforeAnythingIsDirty) {
 }
 
 TEST_F(TemplateItemsTest, DuplicatesAreError457) {
-    store.Add(tmpTable, u"[dbo].[T]");
-    store.Add(tmpColumn, u"[dbo].[T]", u"c");
-    store.Add(tmpIndex, u"[dbo].[T]", u"i");
+    Add(store, OneOfEachKind);
     EXPECT_EQ(NumberOf([&] { store.Add(tmpTable, u"[DBO].[t]"); }), 457);
     EXPECT_EQ(NumberOf([&] { store.Add(tmpColumn, u"[DBO].[t]", u"C"); }), 457);
     EXPECT_EQ(NumberOf([&] { store.Add(tmpIndex, u"[dbo].[T]", u"other"); }), 457);
 }
 
 TEST_F(TemplateItemsTest, TableAndColumnLookUpsIgnoreCaseIndexNamesDoNot) {
-    store.Add(tmpTable, u"[dbo].[T]");
-    store.Add(tmpColumn, u"[dbo].[T]", u"Col");
-    store.Add(tmpIndex, u"[dbo].[T]", u"PK_T");
-    EXPECT_TRUE(store.ItemExists(tmpTable, u"[DBO].[t]"));
-    EXPECT_TRUE(store.ItemExists(tmpColumn, u"[DBO].[t]", u"COL"));
-    EXPECT_TRUE(store.ItemExists(tmpIndex, u"[DBO].[t]", u"PK_T"));
-    EXPECT_FALSE(store.ItemExists(tmpIndex, u"[dbo].[T]", u"pk_t"));
-    EXPECT_FALSE(store.ItemExists(tmpColumn, u"[dbo].[T]", u"x"));
-    EXPECT_FALSE(store.ItemExists(tmpIndex, u"[dbo].[U]", u"PK_T"));
+    Add(store, {{tmpTable, u"[dbo].[T]"},
+                {tmpColumn, u"[dbo].[T]", u"Col"},
+                {tmpIndex, u"[dbo].[T]", u"PK_T"}});
+    EXPECT_TRUE(HoldsAll(store, {{tmpTable, u"[DBO].[t]"},
+                                 {tmpColumn, u"[DBO].[t]", u"COL"},
+                                 {tmpIndex, u"[DBO].[t]", u"PK_T"}}));
+    EXPECT_TRUE(HoldsNone(store, {{tmpIndex, u"[dbo].[T]", u"pk_t"},
+                                  {tmpColumn, u"[dbo].[T]", u"x"},
+                                  {tmpIndex, u"[dbo].[U]", u"PK_T"}}));
 }
 
 TEST_F(TemplateItemsTest, UnknownKindsDoNothingAndExist) {
@@ -153,7 +146,7 @@ TEST_F(TemplateItemsTest, ChangesThroughTheSharedListsReachTheStore) {
         ->Add(u"b", u"b");
     EXPECT_TRUE(store.ItemExists(tmpColumn, u"[dbo].[T]", u"b"));
     store.Persist();
-    EXPECT_NE(Read().find("<column id=\"a\"/><column id=\"b\"/>"), std::string::npos) << Read();
+    EXPECT_TRUE(Holds(Read(), "<column id=\"a\"/><column id=\"b\"/>"));
 }
 
 TEST_F(TemplateItemsTest, AnIndexChangedThroughTheSharedListIsWritten) {
@@ -163,8 +156,7 @@ TEST_F(TemplateItemsTest, AnIndexChangedThroughTheSharedListIsWritten) {
     indexes->Add(u"j", u"[dbo].[T]");
     EXPECT_TRUE(store.ItemExists(tmpIndex, u"[dbo].[T]", u"j"));
     EXPECT_TRUE(store.Persist());
-    EXPECT_NE(Read().find("<table id=\"[dbo].[T]\"><index id=\"j\"/></table>"), std::string::npos)
-        << Read();
+    EXPECT_TRUE(Holds(Read(), "<table id=\"[dbo].[T]\"><index id=\"j\"/></table>"));
 }
 
 TEST_F(TemplateItemsTest, AMissingColumnListInTheSharedListIsError91) {
@@ -182,14 +174,13 @@ TEST_F(TemplateItemsTest, AMissingColumnListInTheSharedListIsError91) {
 
 // Tables and the index of a table are taken by their place, columns by their name as well.
 TEST_F(TemplateItemsTest, ElementsOfAnyNameAreTablesAndTheFirstOneIsTheIndex) {
-    Write(
-        "<templates><template id=\"Default\"><tables><!--x--><any id=\"[dbo].[A]\"/><?x?>"
-        "<table id=\"[dbo].[T]\"/></tables><columns><any id=\"[dbo].[A]\"><column id=\"no\"/>"
-        "</any><table id=\"[dbo].[T]\"><any id=\"no\"/><column id=\"c\"/></table></columns>"
-        "<indexes><any id=\"[dbo].[A]\"><index id=\"no\"/></any><table id=\"[dbo].[T]\"><!--x-->"
-        "<?x?><any id=\"first\"/><index id=\"i\"/></table></indexes></template></templates>");
-    ComparisonTemplates other;
-    other.Load(Path());
+    auto other = Loaded(InDefault(
+        "<tables><!--x--><any id=\"[dbo].[A]\"/><?x?><table id=\"[dbo].[T]\"/></tables>"
+        "<columns><any id=\"[dbo].[A]\"><column id=\"no\"/></any>"
+        "<table id=\"[dbo].[T]\"><any id=\"no\"/><column id=\"c\"/></table></columns>"
+        "<indexes><any id=\"[dbo].[A]\"><index id=\"no\"/></any>"
+        "<table id=\"[dbo].[T]\"><!--x--><?x?><any id=\"first\"/><index id=\"i\"/></table>"
+        "</indexes>"));
     EXPECT_EQ(Tables(other), (Texts{u"[dbo].[A]", u"[dbo].[T]"}));
     const auto columns = std::get<std::shared_ptr<ColumnLists>>(other.Items(tmpColumn));
     EXPECT_EQ(columns->Count(), 1);
@@ -200,13 +191,8 @@ TEST_F(TemplateItemsTest, ElementsOfAnyNameAreTablesAndTheFirstOneIsTheIndex) {
 }
 
 TEST_F(TemplateItemsTest, AnElementOfAnyNameNeedsAnId) {
-    const auto inDefault = [](const std::string& content) {
-        return "<templates><template id=\"Default\">" + content + "</template></templates>";
-    };
     const auto number = [&](enItemTypes kind, const std::string& content) {
-        Write(inDefault(content));
-        ComparisonTemplates other;
-        other.Load(Path());
+        auto other = Loaded(InDefault(content));
         return NumberOf([&] { other.Items(kind); });
     };
     EXPECT_EQ(number(tmpTable, "<tables><any/></tables>"), 94);
@@ -218,13 +204,12 @@ TEST_F(TemplateItemsTest, AnElementOfAnyNameNeedsAnId) {
 // Each list clears the mark when it is read, whatever was changed in another one before.
 TEST_F(TemplateItemsTest, ReadingAListClearsDirty) {
     Write(
-        "<templates><template id=\"Default\"><tables><table id=\"t\"/></tables><columns>"
-        "<table id=\"t\"><column id=\"c\"/></table></columns><indexes><table id=\"t\">"
-        "<index id=\"i\"/></table></indexes></template></templates>");
+        InDefault("<tables><table id=\"t\"/></tables>"
+                  "<columns><table id=\"t\"><column id=\"c\"/></table></columns>"
+                  "<indexes><table id=\"t\"><index id=\"i\"/></table></indexes>"));
     for (const enItemTypes read : {tmpTable, tmpColumn, tmpIndex}) {
         const enItemTypes changed = read == tmpTable ? tmpColumn : tmpTable;
-        ComparisonTemplates other;
-        other.Load(Path());
+        LoadedTemplates other(file);
         other.Add(changed, u"another", u"c");
         EXPECT_TRUE(other.Dirty()) << read;
         other.Items(read);
@@ -233,12 +218,10 @@ TEST_F(TemplateItemsTest, ReadingAListClearsDirty) {
 }
 
 TEST_F(TemplateItemsTest, OnlyTheFirstIndexOfATableIsLoaded) {
-    Write(
-        "<templates><template id=\"Default\"><indexes><table id=\"[dbo].[T]\">"
-        "<index id=\"first\"/><index id=\"second\"/></table><table id=\"[dbo].[U]\"/></indexes>"
-        "</template></templates>");
-    ComparisonTemplates other;
-    other.Load(Path());
+    auto other = Loaded(
+        InDefault("<indexes>"
+                  "<table id=\"[dbo].[T]\"><index id=\"first\"/><index id=\"second\"/></table>"
+                  "<table id=\"[dbo].[U]\"/></indexes>"));
     EXPECT_TRUE(other.ItemExists(tmpIndex, u"[dbo].[T]", u"first"));
     EXPECT_FALSE(other.ItemExists(tmpIndex, u"[dbo].[T]", u"second"));
     EXPECT_FALSE(other.ItemExists(tmpIndex, u"[dbo].[U]", u""));
@@ -256,9 +239,7 @@ TEST_F(TemplateItemsTest, SettingADatabaseToItsValueChangesNothing) {
 }
 
 TEST_F(TemplateItemsTest, AnotherDatabaseEmptiesTheListsButForTheIndexNames) {
-    store.Add(tmpTable, u"[dbo].[T]");
-    store.Add(tmpColumn, u"[dbo].[T]", u"c");
-    store.Add(tmpIndex, u"[dbo].[T]", u"i");
+    Add(store, OneOfEachKind);
     EXPECT_EQ(store.Database2(), u"");
     store.Persist();
     store.Database2(u"two");
@@ -268,8 +249,8 @@ TEST_F(TemplateItemsTest, AnotherDatabaseEmptiesTheListsButForTheIndexNames) {
     EXPECT_EQ(Indexes(), Texts{u"i"});
     EXPECT_EQ(NumberOf([&] { store.Add(tmpIndex, u"[dbo].[T]", u"i"); }), 457);
     store.Persist();
-    EXPECT_NE(Read().find("<database2 name=\"two\"/>"), std::string::npos);
-    EXPECT_NE(Read().find("<indexes/>"), std::string::npos) << Read();
+    EXPECT_TRUE(Holds(Read(), "<database2 name=\"two\"/>"));
+    EXPECT_TRUE(Holds(Read(), "<indexes/>"));
 }
 
 TEST_F(TemplateItemsTest, FlushReadsEverythingAgain) {
@@ -287,10 +268,7 @@ TEST_F(TemplateItemsTest, FlushReadsEverythingAgain) {
 }
 
 TEST_F(TemplateItemsTest, ANameSetBeforeItWasReadIsReplacedByTheStoredOne) {
-    Write(
-        "<templates><template id=\"Default\"><database1 name=\"stored\"/></template></templates>");
-    ComparisonTemplates other;
-    other.Load(Path());
+    auto other = Loaded(InDefault("<database1 name=\"stored\"/>"));
     other.Database1(u"mine");
     EXPECT_TRUE(other.Dirty());
     EXPECT_EQ(other.Database1(), u"stored");
@@ -302,8 +280,7 @@ TEST_F(TemplateItemsTest, EachDatabaseHasItsOwnName) {
     store.Database2(u"2");
     store.Database3(u"3");
     store.Persist();
-    ComparisonTemplates other;
-    other.Load(Path());
+    LoadedTemplates other(file);
     other.LoadTemplate(u"x");
     other.LoadTemplate(u"Default");
     EXPECT_EQ(other.Database1(), u"1");
@@ -331,9 +308,7 @@ TEST_F(TemplateItemsTest, RemovingIsAChangeForEveryKind) {
 }
 
 TEST_F(TemplateItemsTest, ErrorsOfTheListsKeepTheirTexts) {
-    store.Add(tmpTable, u"[dbo].[T]");
-    store.Add(tmpColumn, u"[dbo].[T]", u"c");
-    store.Add(tmpIndex, u"[dbo].[T]", u"i");
+    Add(store, OneOfEachKind);
     constexpr const char16_t* duplicate =
         u"This key is already associated with an element of this collection";
     ExpectError(457, duplicate, [&] { store.Add(tmpTable, u"[DBO].[t]"); });
@@ -363,7 +338,7 @@ TEST_F(TemplateItemsTest, AnyDatabaseEmptiesTheLists) {
         EXPECT_EQ(Columns(u"[dbo].[T]"), Texts{u"(no list)"});
     }
     EXPECT_TRUE(store.Persist());
-    EXPECT_NE(Read().find("<database3 name=\"another\"/>"), std::string::npos) << Read();
+    EXPECT_TRUE(Holds(Read(), "<database3 name=\"another\"/>"));
 }
 
 TEST_F(TemplateItemsTest, ADatabaseNameInAnotherCaseIsAChange) {
@@ -376,23 +351,19 @@ TEST_F(TemplateItemsTest, ADatabaseNameInAnotherCaseIsAChange) {
     EXPECT_EQ(store.Database1(), u"ONE");
     EXPECT_EQ(Tables(store), Texts{});
     EXPECT_TRUE(store.Persist());
-    EXPECT_NE(Read().find("<database1 name=\"ONE\"/>"), std::string::npos) << Read();
+    EXPECT_TRUE(Holds(Read(), "<database1 name=\"ONE\"/>"));
 }
 
 TEST_F(TemplateItemsTest, PersistReplacesANameSetBeforeItWasReadToo) {
-    Write(
-        "<templates><template id=\"Default\"><database1 name=\"stored\"/>"
-        "<database3 name=\"third\"/></template></templates>");
-    ComparisonTemplates other;
-    other.Load(Path());
+    auto other = Loaded(InDefault("<database1 name=\"stored\"/><database3 name=\"third\"/>"));
     other.Database1(u"mine");
     other.Database2(u"yours");
     other.Database3(u"theirs");
     EXPECT_TRUE(other.Persist());
-    EXPECT_NE(Read().find("<database1 name=\"stored\"/>"), std::string::npos) << Read();
-    EXPECT_NE(Read().find("<database3 name=\"third\"/>"), std::string::npos) << Read();
+    EXPECT_TRUE(Holds(Read(), "<database1 name=\"stored\"/>"));
+    EXPECT_TRUE(Holds(Read(), "<database3 name=\"third\"/>"));
     // There was no element of this one, so what was set has become its name.
-    EXPECT_NE(Read().find("<database2 name=\"yours\"/>"), std::string::npos) << Read();
+    EXPECT_TRUE(Holds(Read(), "<database2 name=\"yours\"/>"));
     EXPECT_EQ(other.Database1(), u"stored");
     EXPECT_EQ(other.Database2(), u"yours");
 }

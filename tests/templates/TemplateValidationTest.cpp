@@ -6,27 +6,24 @@
 namespace QuillonLib {
 namespace {
 
+const Picks InBoth{{tmpTable, Both}, {tmpColumn, Both, u"c"}, {tmpIndex, Both, u"PK_both"}};
+
 class TemplateValidationTest : public TemplateDatabases {};
 
 TEST_F(TemplateValidationTest, PicksThatBothDatabasesHaveAreAccepted) {
-    store.Add(tmpTable, Both);
-    store.Add(tmpColumn, Both, u"c");
-    store.Add(tmpIndex, Both, u"PK_both");
-    EXPECT_TRUE(store.ItemExists(tmpTable, Both));
-    EXPECT_TRUE(store.ItemExists(tmpColumn, Both, u"c"));
-    EXPECT_TRUE(store.ItemExists(tmpIndex, Both, u"PK_both"));
+    Add(store, InBoth);
+    EXPECT_TRUE(HoldsAll(store, InBoth));
     EXPECT_TRUE(store.Dirty());
 }
 
 TEST_F(TemplateValidationTest, PicksThatOneDatabaseLacksAreDroppedSilently) {
     store.Persist();
-    store.Add(tmpTable, u"[dbo].[only1]");
-    store.Add(tmpColumn, Both, u"e");
-    store.Add(tmpColumn, u"[dbo].[only1]", u"id");
-    store.Add(tmpIndex, Both, u"ix1");
-    EXPECT_FALSE(store.ItemExists(tmpTable, u"[dbo].[only1]"));
-    EXPECT_FALSE(store.ItemExists(tmpColumn, Both, u"e"));
-    EXPECT_FALSE(store.ItemExists(tmpIndex, Both, u"ix1"));
+    const Picks picks{{tmpTable, u"[dbo].[only1]"},
+                      {tmpColumn, Both, u"e"},
+                      {tmpColumn, u"[dbo].[only1]", u"id"},
+                      {tmpIndex, Both, u"ix1"}};
+    Add(store, picks);
+    EXPECT_TRUE(HoldsNone(store, picks));
     EXPECT_FALSE(store.Dirty());
 }
 
@@ -34,12 +31,10 @@ TEST_F(TemplateValidationTest, PicksThatTheFirstDatabaseLacksAreDroppedToo) {
     server.Run(
         u"USE two\nGO\nCREATE TABLE only2 (id int)\nGO\nALTER TABLE both ADD f int NULL\nGO\n"
         u"CREATE UNIQUE INDEX ix2 ON both (d)");
-    store.Add(tmpTable, u"[dbo].[only2]");
-    store.Add(tmpColumn, Both, u"f");
-    store.Add(tmpIndex, Both, u"ix2");
-    EXPECT_FALSE(store.ItemExists(tmpTable, u"[dbo].[only2]"));
-    EXPECT_FALSE(store.ItemExists(tmpColumn, Both, u"f"));
-    EXPECT_FALSE(store.ItemExists(tmpIndex, Both, u"ix2"));
+    const Picks picks{
+        {tmpTable, u"[dbo].[only2]"}, {tmpColumn, Both, u"f"}, {tmpIndex, Both, u"ix2"}};
+    Add(store, picks);
+    EXPECT_TRUE(HoldsNone(store, picks));
 }
 
 TEST_F(TemplateValidationTest, TheThirdDatabaseTakesNoPart) {
@@ -115,12 +110,8 @@ TEST_F(TemplateValidationTest, WithoutTheFirstDatabaseEveryPickIsRefusedSilently
     store.Database1(u"nobody");
     EXPECT_EQ(store.Database2(), u"two");
     EXPECT_TRUE(store.Persist());
-    store.Add(tmpTable, Both);
-    store.Add(tmpColumn, Both, u"c");
-    store.Add(tmpIndex, Both, u"PK_both");
-    EXPECT_FALSE(store.ItemExists(tmpTable, Both));
-    EXPECT_FALSE(store.ItemExists(tmpColumn, Both, u"c"));
-    EXPECT_FALSE(store.ItemExists(tmpIndex, Both, u"PK_both"));
+    Add(store, InBoth);
+    EXPECT_TRUE(HoldsNone(store, InBoth));
     EXPECT_FALSE(store.Dirty());
 }
 
@@ -157,11 +148,15 @@ TEST_F(TemplateValidationTest, ANameInAnotherCaseIsAnotherDatabase) {
 class TemplateCheckErrorsTest : public TemplateDatabases,
                                 public ::testing::WithParamInterface<int> {
   protected:
-    static void ExpectMissing(const std::function<void()>& action) {
+    static void ExpectRaised(std::int32_t number, const std::u16string& description,
+                             const std::function<void()>& action) {
         const Raised raised = RaisedBy(action);
-        EXPECT_EQ(raised.number, 3265);
+        EXPECT_EQ(raised.number, number);
         EXPECT_EQ(raised.source, u"");
-        EXPECT_EQ(raised.description, u"The server has no database named 'nowhere'.");
+        EXPECT_EQ(raised.description, description);
+    }
+    static void ExpectMissing(const std::function<void()>& action) {
+        ExpectRaised(3265, u"The server has no database named 'nowhere'.", action);
     }
     // The first database or the second.
     void Lose() const {
@@ -178,9 +173,7 @@ TEST_P(TemplateCheckErrorsTest, AddRaisesThem) {
     ExpectMissing([&] { store.Add(tmpColumn, Both, u"c"); });
     ExpectMissing([&] { store.Add(tmpIndex, Both, u"PK_both"); });
     EXPECT_FALSE(store.Dirty());
-    EXPECT_FALSE(store.ItemExists(tmpTable, Both));
-    EXPECT_FALSE(store.ItemExists(tmpColumn, Both, u"c"));
-    EXPECT_FALSE(store.ItemExists(tmpIndex, Both, u"PK_both"));
+    EXPECT_TRUE(HoldsNone(store, InBoth));
 }
 
 TEST_P(TemplateCheckErrorsTest, PersistRaisesThemForTables) {
@@ -218,27 +211,19 @@ TEST_P(TemplateCheckErrorsTest, TheErrorOfATableIsRaisedToo) {
     store.Add(tmpTable, Both);
     const std::u16string name = GetParam() == 1 ? u"one" : u"two";
     server.Run(u"USE " + name + u"\nGO\nDROP TABLE both\nGO\nDROP TABLE other");
-    const Raised ofColumns = RaisedBy([&] { store.Add(tmpColumn, Both, u"c"); });
-    EXPECT_EQ(ofColumns.number, 3265);
-    EXPECT_EQ(ofColumns.source, u"");
-    EXPECT_EQ(ofColumns.description,
-              u"The database '" + name + u"' has no table or view [dbo].[both].");
-    const Raised ofIndexes = RaisedBy([&] { store.Add(tmpIndex, Other, u"PK_other"); });
-    EXPECT_EQ(ofIndexes.number, 3265);
-    EXPECT_EQ(ofIndexes.source, u"");
-    EXPECT_EQ(ofIndexes.description,
-              u"The database '" + name + u"' has no table or view [dbo].[other].");
+    ExpectRaised(3265, u"The database '" + name + u"' has no table or view [dbo].[both].",
+                 [&] { store.Add(tmpColumn, Both, u"c"); });
+    ExpectRaised(3265, u"The database '" + name + u"' has no table or view [dbo].[other].",
+                 [&] { store.Add(tmpIndex, Other, u"PK_other"); });
 }
 
 TEST_P(TemplateCheckErrorsTest, ARefusedLoginIsRaisedToo) {
     databases->Item(GetParam())->Password(u"wrong");
     databases->Item(GetParam())->Refresh();
-    const Raised raised = RaisedBy([&] { store.Add(tmpTable, Both); });
-    EXPECT_EQ(raised.number, static_cast<std::int32_t>(0x80040E4D));
-    EXPECT_EQ(raised.source, u"");
-    EXPECT_EQ(raised.description,
-              u"[FreeTDS][SQL Server]Login failed for user 'sa'.\r\n"
-              u"[FreeTDS][SQL Server]Unable to connect to data source");
+    ExpectRaised(static_cast<std::int32_t>(0x80040E4D),
+                 u"[FreeTDS][SQL Server]Login failed for user 'sa'.\r\n"
+                 u"[FreeTDS][SQL Server]Unable to connect to data source",
+                 [&] { store.Add(tmpTable, Both); });
 }
 
 }  // namespace

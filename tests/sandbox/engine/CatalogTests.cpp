@@ -138,7 +138,7 @@ TEST(OldServers, KnowNoModernCatalog) {
     EXPECT_EQ(box.Text(u"SELECT * FROM w.sys.tables"),
               "!208 Invalid object name 'w.sys.tables'.\n");
     // Types and errors of that age.
-    EXPECT_EQ(box.Run(u"CREATE TABLE t (a date)").errors.at(0).number, 2715);
+    EXPECT_EQ(box.ErrorOf(u"CREATE TABLE t (a date)"), 2715);
     EXPECT_EQ(box.Text(u"SELECT @x"), "!137 Must declare the variable '@x'.\n");
     EXPECT_EQ(box.Text(u"SELECT cmptlevel FROM master..sysdatabases WHERE name='w'"), "80\n");
     EXPECT_EQ(box.Text(u"SELECT xtype, OBJECTPROPERTY(id,'IsMSShipped') FROM sysobjects WHERE "
@@ -329,8 +329,8 @@ TEST(Catalog, HasNoSparseColumns) {
               "id|0|0\nx|0|0\n");
     // they came with SQL Server 2008
     Box older("9.00.5000");
-    EXPECT_EQ(older.Run(u"SELECT is_sparse FROM sys.columns").errors.at(0).number, 207);
-    EXPECT_EQ(older.Run(u"SELECT is_column_set FROM sys.columns").errors.at(0).number, 207);
+    EXPECT_EQ(older.ErrorOf(u"SELECT is_sparse FROM sys.columns"), 207);
+    EXPECT_EQ(older.ErrorOf(u"SELECT is_column_set FROM sys.columns"), 207);
 }
 
 }  // namespace

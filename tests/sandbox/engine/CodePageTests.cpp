@@ -140,9 +140,7 @@ TEST_F(CodePages, LengthsCountBytes) {
 }
 
 TEST_F(CodePages, Utf8IsNotForTheOldLongTypes) {
-    EXPECT_EQ(box.Run(u"CREATE TABLE l (a text COLLATE Latin1_General_100_CI_AS_SC_UTF8)")
-                  .errors.at(0)
-                  .number,
+    EXPECT_EQ(box.ErrorOf(u"CREATE TABLE l (a text COLLATE Latin1_General_100_CI_AS_SC_UTF8)"),
               4189);
 }
 
@@ -157,11 +155,10 @@ TEST_F(CodePages, OfColumnsThatDifferInCollationNoneWins) {
               "!468 Cannot resolve the collation conflict between "
               "\"SQL_Latin1_General_CP1_CI_AS\" and \"Czech_CI_AS\" in the not equal to "
               "operation.\n");
-    EXPECT_EQ(box.Run(u"SELECT c1250 + c1251 FROM t").errors.at(0).number, 468);
-    EXPECT_EQ(box.Run(u"SELECT 1 FROM t WHERE c1250 LIKE c1251").errors.at(0).number, 468);
-    EXPECT_EQ(box.Run(u"SELECT 1 FROM t WHERE c1250 IN (c1251)").errors.at(0).number, 468);
-    EXPECT_EQ(box.Run(u"SELECT 1 FROM t WHERE c1250 IN (SELECT c1251 FROM t)").errors.at(0).number,
-              468);
+    EXPECT_EQ(box.ErrorOf(u"SELECT c1250 + c1251 FROM t"), 468);
+    EXPECT_EQ(box.ErrorOf(u"SELECT 1 FROM t WHERE c1250 LIKE c1251"), 468);
+    EXPECT_EQ(box.ErrorOf(u"SELECT 1 FROM t WHERE c1250 IN (c1251)"), 468);
+    EXPECT_EQ(box.ErrorOf(u"SELECT 1 FROM t WHERE c1250 IN (SELECT c1251 FROM t)"), 468);
     // A literal has none of its own, and COLLATE settles it.
     EXPECT_EQ(box.Text(u"SELECT COUNT(*) FROM t WHERE c1250 = 'a' OR c1251 = N'a'"), "0\n");
     EXPECT_EQ(box.Text(u"SELECT COUNT(*) FROM t WHERE c1250 = c1251 COLLATE Czech_CI_AS"), "0\n");
@@ -204,7 +201,7 @@ TEST(CaseSensitivity, HoldsInKeys) {
     Box box;
     box.Text(u"CREATE TABLE t (cs varchar(9) COLLATE Latin1_General_CS_AS NOT NULL PRIMARY KEY)");
     EXPECT_EQ(box.Text(u"INSERT INTO t VALUES ('a') INSERT INTO t VALUES ('A')"), "#1\n#1\n");
-    EXPECT_EQ(box.Run(u"INSERT INTO t VALUES ('A ')").errors.at(0).number, 2627);
+    EXPECT_EQ(box.ErrorOf(u"INSERT INTO t VALUES ('A ')"), 2627);
 }
 
 TEST(BinaryCollations, OrderByTheBytesOfTheCodePage) {

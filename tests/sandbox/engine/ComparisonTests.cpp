@@ -142,7 +142,7 @@ TEST_F(Comparison, ShiftedKeysAreUpdatedAtOnce) {
     EXPECT_EQ(box.Text(u"UPDATE t SET k=k+1 SELECT k FROM t ORDER BY k"), "#4\n2\n3\n4\n5\n");
     EXPECT_EQ(box.Text(u"UPDATE t SET k=7-k SELECT k, b FROM t ORDER BY k"),
               "#4\n2|4.0000\n3|3.0000\n4|2.0000\n5|1.0000\n");
-    EXPECT_EQ(box.Run(u"UPDATE t SET k=1").errors.at(0).number, 2627);
+    EXPECT_EQ(box.ErrorOf(u"UPDATE t SET k=1"), 2627);
     EXPECT_EQ(box.Text(u"SELECT COUNT(*) FROM t"), "4\n");
 }
 

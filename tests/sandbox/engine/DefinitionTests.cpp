@@ -21,8 +21,8 @@ TEST(Definitions, DatabasesComeAndGo) {
         box.Text(u"DROP DATABASE [my db]"),
         "!3701 Cannot drop the database 'my db', because it does not exist or you do not have "
         "permission.\n");
-    EXPECT_EQ(box.Run(u"DROP DATABASE master").errors.at(0).number, 3708);
-    EXPECT_EQ(box.Run(u"BEGIN TRAN CREATE DATABASE x").errors.at(0).number, 226);
+    EXPECT_EQ(box.ErrorOf(u"DROP DATABASE master"), 3708);
+    EXPECT_EQ(box.ErrorOf(u"BEGIN TRAN CREATE DATABASE x"), 226);
     // A new database of the same name is empty.
     EXPECT_EQ(
         box.Text(u"ROLLBACK CREATE DATABASE [my db] SELECT COUNT(*) FROM [my db]..sysobjects WHERE "
@@ -57,8 +57,7 @@ TEST(Definitions, CompatibilityLevel) {
         box.Text(u"EXEC sp_dbcmptlevel 'w', 90 SELECT compatibility_level FROM sys.databases WHERE "
                  u"name='w'"),
         "90\n");
-    EXPECT_EQ(box.Run(u"ALTER DATABASE w SET COMPATIBILITY_LEVEL = 110").errors.at(0).number,
-              15048);
+    EXPECT_EQ(box.ErrorOf(u"ALTER DATABASE w SET COMPATIBILITY_LEVEL = 110"), 15048);
 }
 
 TEST(Definitions, NamesAreTakenOnce) {
@@ -66,14 +65,13 @@ TEST(Definitions, NamesAreTakenOnce) {
     box.Text(u"CREATE TABLE t (a int CONSTRAINT c PRIMARY KEY)");
     EXPECT_EQ(box.Text(u"CREATE TABLE T (a int)"),
               "!2714 There is already an object named 'T' in the database.\n");
-    EXPECT_EQ(box.Run(u"CREATE PROCEDURE t AS SELECT 1").errors.at(0).number, 2714);
-    EXPECT_EQ(box.Run(u"CREATE TABLE u (a int CONSTRAINT c PRIMARY KEY)").errors.at(0).number,
-              2714);
+    EXPECT_EQ(box.ErrorOf(u"CREATE PROCEDURE t AS SELECT 1"), 2714);
+    EXPECT_EQ(box.ErrorOf(u"CREATE TABLE u (a int CONSTRAINT c PRIMARY KEY)"), 2714);
     // The failed table is not there.
     EXPECT_EQ(box.Text(u"SELECT OBJECT_ID('u')"), "NULL\n");
-    EXPECT_EQ(box.Run(u"CREATE TABLE v (a int, A int)").errors.at(0).number, 2705);
-    EXPECT_EQ(box.Run(u"CREATE TABLE v (a nosuch)").errors.at(0).number, 2715);
-    EXPECT_EQ(box.Run(u"CREATE TABLE nosuch.v (a int)").errors.at(0).number, 2760);
+    EXPECT_EQ(box.ErrorOf(u"CREATE TABLE v (a int, A int)"), 2705);
+    EXPECT_EQ(box.ErrorOf(u"CREATE TABLE v (a nosuch)"), 2715);
+    EXPECT_EQ(box.ErrorOf(u"CREATE TABLE nosuch.v (a int)"), 2760);
 }
 
 TEST(Definitions, DropRefusesWhatIsNotThere) {
@@ -96,17 +94,16 @@ TEST(Definitions, ColumnsAreAddedChangedAndDropped) {
             u"ALTER TABLE t ADD c int NOT NULL DEFAULT (7), d AS (a+1), e int NULL SELECT * FROM "
             u"t ORDER BY a"),
         "1|x|7|2|NULL\n2|NULL|7|3|NULL\n");
-    EXPECT_EQ(box.Run(u"ALTER TABLE t ADD f int NOT NULL").errors.at(0).number, 4901);
-    EXPECT_EQ(box.Run(u"ALTER TABLE t ALTER COLUMN b varchar(5) NOT NULL").errors.at(0).number,
-              515);
+    EXPECT_EQ(box.ErrorOf(u"ALTER TABLE t ADD f int NOT NULL"), 4901);
+    EXPECT_EQ(box.ErrorOf(u"ALTER TABLE t ALTER COLUMN b varchar(5) NOT NULL"), 515);
     EXPECT_EQ(
         box.Text(u"ALTER TABLE t ALTER COLUMN b nvarchar(50) UPDATE t SET b=N'\u20ac long enough' "
                  u"WHERE a=1 SELECT b FROM t ORDER BY a"),
         "#1\n\xE2\x82\xAC long enough\nNULL\n");
     EXPECT_EQ(box.Text(u"ALTER TABLE t DROP COLUMN a").substr(0, 5), "!5074");
     EXPECT_EQ(box.Text(u"ALTER TABLE t DROP COLUMN d, e SELECT * FROM t WHERE a=2"), "2|NULL|7\n");
-    EXPECT_EQ(box.Run(u"ALTER TABLE t DROP COLUMN zz").errors.at(0).number, 4924);
-    EXPECT_EQ(box.Run(u"INSERT t VALUES (1,'y',1)").errors.at(0).number, 2627);
+    EXPECT_EQ(box.ErrorOf(u"ALTER TABLE t DROP COLUMN zz"), 4924);
+    EXPECT_EQ(box.ErrorOf(u"INSERT t VALUES (1,'y',1)"), 2627);
     EXPECT_EQ(
         box.Text(u"ALTER TABLE nosuch ADD a int"),
         "!4902 Cannot find the object \"nosuch\" because it does not exist or you do not have "
@@ -129,9 +126,9 @@ TEST(Definitions, ConstraintsAreAddedAndDropped) {
     EXPECT_EQ(box.Text(u"ALTER TABLE t DROP CONSTRAINT CK"), "!3728 'CK' is not a constraint.\n");
     box.Text(u"CREATE TABLE p (a int CONSTRAINT PK_p PRIMARY KEY)");
     box.Text(u"CREATE TABLE c (a int CONSTRAINT FK_c REFERENCES p (a))");
-    EXPECT_EQ(box.Run(u"ALTER TABLE p DROP CONSTRAINT PK_p").errors.at(0).number, 3725);
-    EXPECT_EQ(box.Run(u"DROP TABLE p").errors.at(0).number, 3726);
-    EXPECT_EQ(box.Run(u"TRUNCATE TABLE p").errors.at(0).number, 4712);
+    EXPECT_EQ(box.ErrorOf(u"ALTER TABLE p DROP CONSTRAINT PK_p"), 3725);
+    EXPECT_EQ(box.ErrorOf(u"DROP TABLE p"), 3726);
+    EXPECT_EQ(box.ErrorOf(u"TRUNCATE TABLE p"), 4712);
     EXPECT_EQ(box.Text(u"ALTER TABLE c DROP CONSTRAINT FK_c DROP TABLE p"), "");
 }
 
@@ -139,15 +136,14 @@ TEST(Definitions, SchemaBoundViewsCanBeIndexed) {
     Box box;
     box.Text(u"CREATE TABLE t (a int PRIMARY KEY, b int) INSERT t VALUES (1,5)");
     box.Text(u"CREATE VIEW dbo.plain AS SELECT a, b FROM dbo.t");
-    EXPECT_EQ(box.Run(u"CREATE UNIQUE CLUSTERED INDEX i ON dbo.plain (a)").errors.at(0).number,
-              1939);
+    EXPECT_EQ(box.ErrorOf(u"CREATE UNIQUE CLUSTERED INDEX i ON dbo.plain (a)"), 1939);
     box.Text(u"CREATE VIEW dbo.v WITH SCHEMABINDING AS SELECT a, b FROM dbo.t");
-    EXPECT_EQ(box.Run(u"CREATE INDEX i ON dbo.v (a)").errors.at(0).number, 1940);
+    EXPECT_EQ(box.ErrorOf(u"CREATE INDEX i ON dbo.v (a)"), 1940);
     EXPECT_EQ(box.Text(u"CREATE UNIQUE CLUSTERED INDEX i ON dbo.v (a)"), "");
     EXPECT_EQ(box.Text(u"SELECT name, indid, status FROM sysindexes WHERE id=OBJECT_ID('v')"),
               "i|1|18\n");
     EXPECT_EQ(box.Text(u"SELECT * FROM v"), "1|5\n");
-    EXPECT_EQ(box.Run(u"DROP TABLE t").errors.at(0).number, 3729);
+    EXPECT_EQ(box.ErrorOf(u"DROP TABLE t"), 3729);
 }
 
 TEST(Definitions, SchemasHoldObjects) {

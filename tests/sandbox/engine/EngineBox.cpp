@@ -152,6 +152,11 @@ Result Client::Run(std::u16string_view batch) {
     return std::move(sink.result);
 }
 
+std::int32_t Client::ErrorOf(std::u16string_view batch) {
+    const Result result = Run(batch);
+    return result.errors.empty() ? 0 : result.errors[0].number;
+}
+
 Result Client::RunInScope(std::u16string_view batch) {
     TextSink sink;
     const std::atomic<bool> cancelled{false};

@@ -32,6 +32,8 @@ class Client {
 
     Result Run(std::u16string_view batch);
     std::string Text(std::u16string_view batch) { return Run(batch).text; }
+    // The number of the first error; 0 where there is none.
+    std::int32_t ErrorOf(std::u16string_view batch);
     // As the text of a call of sp_executesql.
     Result RunInScope(std::u16string_view batch);
     std::string TextInScope(std::u16string_view batch) { return RunInScope(batch).text; }
@@ -52,6 +54,7 @@ class Box {
 
     std::string Text(std::u16string_view batch) { return client->Text(batch); }
     Result Run(std::u16string_view batch) { return client->Run(batch); }
+    std::int32_t ErrorOf(std::u16string_view batch) { return client->ErrorOf(batch); }
 };
 
 std::string Utf8(std::u16string_view text);

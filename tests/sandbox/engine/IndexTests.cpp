@@ -38,29 +38,25 @@ TEST(FilteredIndexes, TakeConjunctionsOfComparisonsWithConstants) {
     Box box;
     box.Text(u"CREATE TABLE t (a int, b int)");
     for (const char16_t* filter : {u"a = 1 OR b = 1", u"a = b", u"a = ABS(1)"}) {
-        EXPECT_EQ(box.Run(std::u16string(u"CREATE INDEX ux ON t (a) WHERE ") + filter)
-                      .errors.at(0)
-                      .number,
-                  10735)
+        EXPECT_EQ(box.ErrorOf(std::u16string(u"CREATE INDEX ux ON t (a) WHERE ") + filter), 10735)
             << Utf8(filter);
     }
-    EXPECT_EQ(box.Run(u"CREATE INDEX ux ON t (a) WHERE c = 1").errors.at(0).number, 207);
+    EXPECT_EQ(box.ErrorOf(u"CREATE INDEX ux ON t (a) WHERE c = 1"), 207);
     Box old("9.00.5000");
     old.Text(u"CREATE TABLE t (a int, b int)");
-    EXPECT_EQ(old.Run(u"CREATE INDEX ux ON t (a) WHERE b = 1").errors.at(0).number, 102);
+    EXPECT_EQ(old.ErrorOf(u"CREATE INDEX ux ON t (a) WHERE b = 1"), 102);
 }
 
 TEST(FilteredIndexes, AreNoKeyForAForeignKey) {
     Box box;
     box.Text(u"CREATE TABLE t (a int, b int) CREATE UNIQUE INDEX ux ON t (a) WHERE b = 1");
-    EXPECT_EQ(box.Run(u"CREATE TABLE c (a int REFERENCES t (a))").errors.at(0).number, 1776);
+    EXPECT_EQ(box.ErrorOf(u"CREATE TABLE c (a int REFERENCES t (a))"), 1776);
 }
 
 TEST(FilteredIndexes, AskForTheOptionsOfTheSession) {
     Box box;
     box.Text(u"CREATE TABLE t (a int, b int) CREATE UNIQUE INDEX ux ON t (a) WHERE b = 1");
-    EXPECT_EQ(box.Run(u"SET QUOTED_IDENTIFIER OFF INSERT t VALUES (1, 1)").errors.at(0).number,
-              1934);
+    EXPECT_EQ(box.ErrorOf(u"SET QUOTED_IDENTIFIER OFF INSERT t VALUES (1, 1)"), 1934);
     EXPECT_EQ(box.Text(u"SET QUOTED_IDENTIFIER ON INSERT t VALUES (1, 1)"), "#1\n");
 }
 
@@ -75,10 +71,9 @@ TEST(IgnoredDuplicates, AreNotInserted) {
               ">Duplicate key was ignored.\n#1\n");
     EXPECT_EQ(box.Text(u"SELECT a, b FROM t ORDER BY a"), "1|1\n2|11\n3|NULL\n");
     EXPECT_EQ(box.Text(u"INSERT t VALUES (6, 6)"), "#1\n");
-    EXPECT_EQ(box.Run(u"UPDATE t SET a = 1 WHERE a = 3").errors.at(0).number, 2627);
+    EXPECT_EQ(box.ErrorOf(u"UPDATE t SET a = 1 WHERE a = 3"), 2627);
     EXPECT_EQ(box.Text(u"SELECT ignore_dup_key FROM sys.indexes WHERE name = 'ux'"), "1\n");
-    EXPECT_EQ(box.Run(u"CREATE INDEX uz ON t (b) WITH (IGNORE_DUP_KEY = ON)").errors.at(0).number,
-              1916);
+    EXPECT_EQ(box.ErrorOf(u"CREATE INDEX uz ON t (b) WITH (IGNORE_DUP_KEY = ON)"), 1916);
 }
 
 }  // namespace

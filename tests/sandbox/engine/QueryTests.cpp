@@ -48,7 +48,7 @@ TEST_F(Queries, Subqueries) {
         "1|NULL\n2|b2\n3|b3\n");
     EXPECT_EQ(box.Text(u"SELECT id FROM a WHERE id > ALL (SELECT id-2 FROM b)"), "3\n");
     EXPECT_EQ(box.Text(u"SELECT id FROM a WHERE id = ANY (SELECT id FROM b WHERE id < 3)"), "2\n");
-    EXPECT_EQ(box.Run(u"SELECT (SELECT id FROM b)").errors.at(0).number, 512);
+    EXPECT_EQ(box.ErrorOf(u"SELECT (SELECT id FROM b)"), 512);
     EXPECT_EQ(box.Text(u"SELECT id FROM a WHERE ((SELECT COUNT(*) FROM b) > 2) AND id = 1"), "1\n");
 }
 
@@ -60,7 +60,7 @@ TEST_F(Queries, SetOperations) {
     EXPECT_EQ(box.Text(u"SELECT 1 AS n UNION ALL SELECT 1 UNION ALL SELECT 2.5"),
               "1.0\n1.0\n2.5\n");
     EXPECT_EQ(box.Text(u"SELECT N'a' AS s UNION SELECT 'A ' UNION SELECT NULL"), "NULL\nA \n");
-    EXPECT_EQ(box.Run(u"SELECT 1, 2 UNION SELECT 1").errors.at(0).number, 205);
+    EXPECT_EQ(box.ErrorOf(u"SELECT 1, 2 UNION SELECT 1"), 205);
     EXPECT_EQ(
         box.Text(u"SELECT * FROM (SELECT TOP 1 id FROM a ORDER BY id DESC) q UNION ALL SELECT TOP "
                  u"1 id FROM b"),
@@ -118,11 +118,11 @@ TEST_F(Queries, InsertsFromQueries) {
               "#3\n#1\n");
     EXPECT_EQ(box.Text(u"SELECT id, x INTO c FROM a WHERE id > 11 SELECT * FROM c ORDER BY id"),
               "#3\n12|a2\n13|a3\n99|NULL\n");
-    EXPECT_EQ(box.Run(u"INSERT a SELECT 1").errors.at(0).number, 120);
-    EXPECT_EQ(box.Run(u"INSERT a VALUES (1, 2, 3)").errors.at(0).number, 213);
-    EXPECT_EQ(box.Run(u"INSERT a (id) VALUES (1, 2)").errors.at(0).number, 110);
-    EXPECT_EQ(box.Run(u"INSERT a (id, x) VALUES (1)").errors.at(0).number, 109);
-    EXPECT_EQ(box.Run(u"INSERT a (id, id) VALUES (1, 2)").errors.at(0).number, 264);
+    EXPECT_EQ(box.ErrorOf(u"INSERT a SELECT 1"), 120);
+    EXPECT_EQ(box.ErrorOf(u"INSERT a VALUES (1, 2, 3)"), 213);
+    EXPECT_EQ(box.ErrorOf(u"INSERT a (id) VALUES (1, 2)"), 110);
+    EXPECT_EQ(box.ErrorOf(u"INSERT a (id, x) VALUES (1)"), 109);
+    EXPECT_EQ(box.ErrorOf(u"INSERT a (id, id) VALUES (1, 2)"), 264);
 }
 
 TEST_F(Queries, NamesThatAreNotThere) {
@@ -160,13 +160,13 @@ TEST_F(Queries, SyntaxErrorsStopTheWholeBatch) {
 
 TEST_F(Queries, HostileNestingIsRefused) {
     const std::u16string open(5000, u'(');
-    EXPECT_EQ(box.Run(u"SELECT " + open).errors.at(0).number, 191);
+    EXPECT_EQ(box.ErrorOf(u"SELECT " + open), 191);
     std::u16string blocks;
     for (int i = 0; i < 1000; ++i)
         blocks += u"BEGIN ";
-    EXPECT_EQ(box.Run(blocks + u"SELECT 1").errors.at(0).number, 191);
+    EXPECT_EQ(box.ErrorOf(blocks + u"SELECT 1"), 191);
     std::u16string minus(9999, u'~');
-    EXPECT_EQ(box.Run(u"SELECT " + minus + u"1").errors.at(0).number, 191);
+    EXPECT_EQ(box.ErrorOf(u"SELECT " + minus + u"1"), 191);
 }
 
 TEST_F(Queries, ErrorsOfDataStopOrContinueAsTheServerDoes) {

@@ -106,7 +106,7 @@ TEST_P(Scopes, RestoreWhichTableHasItsIdentitiesWritten) {
     EXPECT_EQ(Text(u"SET IDENTITY_INSERT t OFF SET IDENTITY_INSERT u ON INSERT u (a) VALUES (1)"),
               "#1\n");
     EXPECT_EQ(box.Text(u"INSERT t (a) VALUES (1)"), "#1\n");
-    EXPECT_EQ(box.Run(u"INSERT u (a) VALUES (2)").errors.at(0).number, 544);
+    EXPECT_EQ(box.ErrorOf(u"INSERT u (a) VALUES (2)"), 544);
 }
 
 TEST_P(Scopes, RestoreSwitches) {
@@ -130,7 +130,7 @@ TEST_P(Scopes, RestoreTheWaitForLocks) {
     Client other(*box.backend, u"w");
     other.Text(u"BEGIN TRAN INSERT t (b) VALUES (1)");
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(box.Run(u"INSERT t (b) VALUES (2)").errors.at(0).number, 1222);
+    EXPECT_EQ(box.ErrorOf(u"INSERT t (b) VALUES (2)"), 1222);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
 }
 

@@ -32,8 +32,7 @@ TEST(TableVariables, OfAProcedureAreItsOwn) {
 
 TEST(TableVariables, AreDeclaredOnceInABatch) {
     Box box;
-    EXPECT_EQ(box.Run(u"DECLARE @t TABLE (a int) DECLARE @T TABLE (a int)").errors.at(0).number,
-              134);
+    EXPECT_EQ(box.ErrorOf(u"DECLARE @t TABLE (a int) DECLARE @T TABLE (a int)"), 134);
     EXPECT_EQ(box.Text(u"DECLARE @i int SET @i = 0 WHILE @i < 2 BEGIN DECLARE @t TABLE (a int)"
                        u" INSERT @t VALUES (@i) SET @i = @i + 1 END SELECT a FROM @t"),
               "#1\n#1\n0\n1\n");
@@ -42,10 +41,9 @@ TEST(TableVariables, AreDeclaredOnceInABatch) {
 TEST(TableVariables, HaveNoNamedConstraints) {
     Box box;
     box.Text(u"CREATE TABLE p (id int PRIMARY KEY)");
-    EXPECT_EQ(box.Run(u"DECLARE @t TABLE (a int CONSTRAINT x PRIMARY KEY)").errors.at(0).number,
-              102);
-    EXPECT_EQ(box.Run(u"DECLARE @t TABLE (a int REFERENCES p (id))").errors.at(0).number, 102);
-    EXPECT_EQ(box.Run(u"DECLARE @i int, @t TABLE (a int)").errors.at(0).number, 156);
+    EXPECT_EQ(box.ErrorOf(u"DECLARE @t TABLE (a int CONSTRAINT x PRIMARY KEY)"), 102);
+    EXPECT_EQ(box.ErrorOf(u"DECLARE @t TABLE (a int REFERENCES p (id))"), 102);
+    EXPECT_EQ(box.ErrorOf(u"DECLARE @i int, @t TABLE (a int)"), 156);
 }
 
 class Output : public ::testing::Test {
@@ -113,11 +111,8 @@ TEST_F(Output, IsNothingWhereTheStatementFails) {
 
 TEST_F(Output, IsOfJoinedSourcesOnly) {
     const auto error = [&](const std::u16string& output) {
-        return box
-            .Run(u"DECLARE @v TABLE (n int) DECLARE @d TABLE (n int) DELETE t OUTPUT " + output +
-                 u" FROM t CROSS JOIN @v AS v")
-            .errors.at(0)
-            .number;
+        return box.ErrorOf(u"DECLARE @v TABLE (n int) DECLARE @d TABLE (n int) DELETE t OUTPUT " +
+                           output + u" FROM t CROSS JOIN @v AS v");
     };
     EXPECT_EQ(error(u"t.id INTO @d"), 4104);
     EXPECT_EQ(error(u"deleted.id INTO @d"), 102);
@@ -131,7 +126,7 @@ TEST(RaisError, FillsInConstantsAndVariables) {
     Box box;
     EXPECT_EQ(box.Text(u"DECLARE @k nvarchar(9) SET @k = N'5%s' RAISERROR(N'a %s b', 16, 1, @k)"),
               "!50000 a 5%s b\n");
-    EXPECT_EQ(box.Run(u"RAISERROR(N'a %s', 16, 1, LEFT('x', 1))").errors.at(0).number, 102);
+    EXPECT_EQ(box.ErrorOf(u"RAISERROR(N'a %s', 16, 1, LEFT('x', 1))"), 102);
 }
 
 }  // namespace

@@ -48,9 +48,9 @@ TEST(TemporalTables, AreWrittenByTheServerOnly) {
               "!13561 Cannot update rows in a temporal history table 'w.dbo.h'.\n");
     EXPECT_EQ(box.Text(u"DELETE h"),
               "!13560 Cannot delete rows from a temporal history table 'w.dbo.h'.\n");
-    EXPECT_EQ(box.Run(u"TRUNCATE TABLE t").errors.at(0).number, 13545);
-    EXPECT_EQ(box.Run(u"DROP TABLE t").errors.at(0).number, 13552);
-    EXPECT_EQ(box.Run(u"DROP TABLE h").errors.at(0).number, 13552);
+    EXPECT_EQ(box.ErrorOf(u"TRUNCATE TABLE t"), 13545);
+    EXPECT_EQ(box.ErrorOf(u"DROP TABLE t"), 13552);
+    EXPECT_EQ(box.ErrorOf(u"DROP TABLE h"), 13552);
 }
 
 TEST(TemporalTables, AreInTheCatalog) {
@@ -67,15 +67,13 @@ TEST(TemporalTables, AreInTheCatalog) {
 
 TEST(TemporalTables, CameWithServer2016) {
     Box old;
-    EXPECT_EQ(old.Run(Versioned).errors.at(0).number, 102);
-    EXPECT_EQ(old.Run(u"SELECT generated_always_type FROM sys.columns").errors.at(0).number, 207);
-    EXPECT_EQ(old.Run(u"SELECT temporal_type FROM sys.tables").errors.at(0).number, 207);
+    EXPECT_EQ(old.ErrorOf(Versioned), 102);
+    EXPECT_EQ(old.ErrorOf(u"SELECT generated_always_type FROM sys.columns"), 207);
+    EXPECT_EQ(old.ErrorOf(u"SELECT temporal_type FROM sys.tables"), 207);
     Box older("9.00.5000");
-    EXPECT_EQ(older.Run(u"SELECT has_filter FROM sys.indexes").errors.at(0).number, 207);
+    EXPECT_EQ(older.ErrorOf(u"SELECT has_filter FROM sys.indexes"), 207);
     Box box("13.0.7000.1");
-    EXPECT_EQ(box.Run(u"CREATE TABLE x (a int, f datetime2 GENERATED ALWAYS AS ROW START)")
-                  .errors.at(0)
-                  .number,
+    EXPECT_EQ(box.ErrorOf(u"CREATE TABLE x (a int, f datetime2 GENERATED ALWAYS AS ROW START)"),
               102);
 }
 

@@ -26,9 +26,7 @@ TEST(TemporaryTables, JoinTheTablesOfADatabase) {
     EXPECT_EQ(box.Text(u"UPDATE t SET b = n.v FROM t INNER JOIN #n AS n ON t.a = n.k"), "#3\n");
     EXPECT_EQ(box.Text(u"SELECT a, b FROM t ORDER BY a"), "1|20\n2|30\n3|10\n");
     box.Text(u"UPDATE #n SET v = 10 WHERE k = 1");
-    EXPECT_EQ(
-        box.Run(u"UPDATE t SET b = n.v FROM t INNER JOIN #n AS n ON t.a = n.k").errors.at(0).number,
-        2627);
+    EXPECT_EQ(box.ErrorOf(u"UPDATE t SET b = n.v FROM t INNER JOIN #n AS n ON t.a = n.k"), 2627);
 }
 
 TEST(TemporaryTables, GoWithATransactionThatIsRolledBack) {
@@ -82,13 +80,13 @@ TEST(TemporaryTables, NeedNoRight) {
     Client reader(*box.backend, u"w", u"reader", u"p");
     EXPECT_EQ(reader.Text(u"CREATE TABLE #t (a int)"), "");
     EXPECT_EQ(reader.Text(u"INSERT #t VALUES (1) SELECT a FROM #t DROP TABLE #t"), "#1\n1\n");
-    EXPECT_EQ(reader.Run(u"CREATE TABLE t (a int)").errors.at(0).number, 262);
+    EXPECT_EQ(reader.ErrorOf(u"CREATE TABLE t (a int)"), 262);
 }
 
 // Of all sessions.
 TEST(TemporaryTables, OfAllSessionsAreNotKnown) {
     Box box;
-    EXPECT_EQ(box.Run(u"CREATE TABLE ##t (a int)").errors.at(0).number, 2702);
+    EXPECT_EQ(box.ErrorOf(u"CREATE TABLE ##t (a int)"), 2702);
 }
 
 }  // namespace

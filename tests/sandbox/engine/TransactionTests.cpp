@@ -44,15 +44,12 @@ TEST_F(Transactions, NeedABeginning) {
 }
 
 TEST_F(Transactions, ConstraintErrorsLeaveThemOpen) {
-    EXPECT_EQ(box.Run(u"BEGIN TRAN INSERT t VALUES (2) INSERT t VALUES (1)").errors.at(0).number,
-              2627);
+    EXPECT_EQ(box.ErrorOf(u"BEGIN TRAN INSERT t VALUES (2) INSERT t VALUES (1)"), 2627);
     EXPECT_EQ(box.Text(u"SELECT @@TRANCOUNT, COUNT(*) FROM t COMMIT"), "1|2\n");
 }
 
 TEST_F(Transactions, ConversionErrorsEndThem) {
-    EXPECT_EQ(
-        box.Run(u"BEGIN TRAN INSERT t VALUES (2) SELECT CAST('x' AS int)").errors.at(0).number,
-        245);
+    EXPECT_EQ(box.ErrorOf(u"BEGIN TRAN INSERT t VALUES (2) SELECT CAST('x' AS int)"), 245);
     EXPECT_EQ(box.Text(u"SELECT @@TRANCOUNT, COUNT(*) FROM t"), "0|1\n");
 }
 
@@ -180,9 +177,7 @@ TEST(Snapshots, NeedADatabaseThatAllowsThem) {
 TEST(Snapshots, BeginWithTheirTransaction) {
     Box box;
     box.Text(u"CREATE TABLE t (a int) ALTER DATABASE w SET ALLOW_SNAPSHOT_ISOLATION ON");
-    EXPECT_EQ(box.Run(u"BEGIN TRAN SET TRANSACTION ISOLATION LEVEL SNAPSHOT SELECT a FROM t")
-                  .errors.at(0)
-                  .number,
+    EXPECT_EQ(box.ErrorOf(u"BEGIN TRAN SET TRANSACTION ISOLATION LEVEL SNAPSHOT SELECT a FROM t"),
               3951);
     box.Text(u"ROLLBACK");
     EXPECT_EQ(box.Text(u"SET TRANSACTION ISOLATION LEVEL SNAPSHOT BEGIN TRAN SELECT a FROM t "

@@ -1,28 +1,31 @@
 // Every type: what is stored is what comes back.
 #include <gtest/gtest.h>
 
+#include <string>
+#include <string_view>
+
 #include "EngineBox.h"
 
 namespace sandbox::testing {
 namespace {
 
-// The value that a column of `type` returns for a literal.
-std::string Stored(std::u16string_view type, std::u16string_view literal) {
+// The value that a column of `type` returns for a literal; where it cannot be stored, all that is
+// told of it.
+std::string Stored(const std::u16string& type, const std::u16string& literal) {
     Box box;
-    std::u16string batch = u"CREATE TABLE t (a ";
-    batch.append(type)
-        .append(u") INSERT INTO t VALUES (")
-        .append(literal)
-        .append(u") SELECT a FROM t");
-    return box.Text(batch);
+    const std::string text = box.Text(u"CREATE TABLE t (a " + type + u") INSERT INTO t VALUES (" +
+                                      literal + u") SELECT a FROM t");
+    const std::string_view one = "#1\n";
+    if (!text.starts_with(one)) return text;
+    return text.substr(one.size(), text.size() - one.size() - 1);
 }
 
 TEST(Types, IntegersKeepTheirRange) {
-    EXPECT_EQ(Stored(u"bit", u"5"), "#1\n1\n");
-    EXPECT_EQ(Stored(u"tinyint", u"255"), "#1\n255\n");
-    EXPECT_EQ(Stored(u"smallint", u"-32768"), "#1\n-32768\n");
-    EXPECT_EQ(Stored(u"int", u"-2147483648"), "#1\n-2147483648\n");
-    EXPECT_EQ(Stored(u"bigint", u"-9223372036854775808"), "#1\n-9223372036854775808\n");
+    EXPECT_EQ(Stored(u"bit", u"5"), "1");
+    EXPECT_EQ(Stored(u"tinyint", u"255"), "255");
+    EXPECT_EQ(Stored(u"smallint", u"-32768"), "-32768");
+    EXPECT_EQ(Stored(u"int", u"-2147483648"), "-2147483648");
+    EXPECT_EQ(Stored(u"bigint", u"-9223372036854775808"), "-9223372036854775808");
     EXPECT_EQ(Stored(u"tinyint", u"256"),
               "!220 Arithmetic overflow error for data type tinyint, value = 256.\n");
     EXPECT_EQ(Stored(u"int", u"2147483648"),
@@ -31,29 +34,29 @@ TEST(Types, IntegersKeepTheirRange) {
 
 TEST(Types, DecimalsAreExactTo38Digits) {
     EXPECT_EQ(Stored(u"decimal(38,0)", u"-99999999999999999999999999999999999999"),
-              "#1\n-99999999999999999999999999999999999999\n");
+              "-99999999999999999999999999999999999999");
     EXPECT_EQ(Stored(u"decimal(38,38)", u"0.12345678901234567890123456789012345678"),
-              "#1\n0.12345678901234567890123456789012345678\n");
-    EXPECT_EQ(Stored(u"decimal(10,2)", u"1.005"), "#1\n1.01\n");
-    EXPECT_EQ(Stored(u"numeric(5,2)", u"-999.994"), "#1\n-999.99\n");
+              "0.12345678901234567890123456789012345678");
+    EXPECT_EQ(Stored(u"decimal(10,2)", u"1.005"), "1.01");
+    EXPECT_EQ(Stored(u"numeric(5,2)", u"-999.994"), "-999.99");
     EXPECT_EQ(Stored(u"decimal(5,2)", u"1000"),
               "!8115 Arithmetic overflow error converting int to data type numeric.\n");
-    EXPECT_EQ(Stored(u"decimal(19,4)", u"'123456789012345.6789'"), "#1\n123456789012345.6789\n");
+    EXPECT_EQ(Stored(u"decimal(19,4)", u"'123456789012345.6789'"), "123456789012345.6789");
 }
 
 TEST(Types, MoneyHasFourDecimals) {
-    EXPECT_EQ(Stored(u"money", u"922337203685477.5807"), "#1\n922337203685477.5807\n");
-    EXPECT_EQ(Stored(u"money", u"$-1.23456"), "#1\n-1.2346\n");
-    EXPECT_EQ(Stored(u"smallmoney", u"214748.3647"), "#1\n214748.3647\n");
+    EXPECT_EQ(Stored(u"money", u"922337203685477.5807"), "922337203685477.5807");
+    EXPECT_EQ(Stored(u"money", u"$-1.23456"), "-1.2346");
+    EXPECT_EQ(Stored(u"smallmoney", u"214748.3647"), "214748.3647");
     EXPECT_EQ(Stored(u"smallmoney", u"214748.3648"),
               "!8115 Arithmetic overflow error converting numeric to data type smallmoney.\n");
 }
 
 TEST(Types, FloatsKeepTheirBits) {
-    EXPECT_EQ(Stored(u"float", u"1.7976931348623157E+308"), "#1\n1.7976931348623157e+308\n");
-    EXPECT_EQ(Stored(u"float", u"-0.1E0"), "#1\n-0.10000000000000001\n");
-    EXPECT_EQ(Stored(u"float", u"4.9406564584124654E-324"), "#1\n4.9406564584124654e-324\n");
-    EXPECT_EQ(Stored(u"real", u"0.1E0"), "#1\n0.10000000149011612\n");
+    EXPECT_EQ(Stored(u"float", u"1.7976931348623157E+308"), "1.7976931348623157e+308");
+    EXPECT_EQ(Stored(u"float", u"-0.1E0"), "-0.10000000000000001");
+    EXPECT_EQ(Stored(u"float", u"4.9406564584124654E-324"), "4.9406564584124654e-324");
+    EXPECT_EQ(Stored(u"real", u"0.1E0"), "0.10000000149011612");
     EXPECT_EQ(Stored(u"float", u"1E+400"),
               "!168 The floating point value '1E+400' is out of the range of computer "
               "representation (8 bytes).\n");
@@ -61,35 +64,34 @@ TEST(Types, FloatsKeepTheirBits) {
 
 TEST(Types, DatetimeRoundsToThreeHundredthsOfASecond) {
     // 45,304 days since 1900 and 49,530.123 s: 14,859,036.9 ticks, so 037.
-    EXPECT_EQ(Stored(u"datetime", u"'20240115 13:45:30.123'"), "#1\n1174294539037\n");
-    EXPECT_EQ(Stored(u"datetime", u"'19000101'"), "#1\n0\n");
-    EXPECT_EQ(Stored(u"datetime", u"'18991231 23:59:59.997'"), "#1\n-1\n");
-    EXPECT_EQ(Stored(u"datetime", u"'99991231 23:59:59.997'"), "#1\n76683386879999\n");
+    EXPECT_EQ(Stored(u"datetime", u"'20240115 13:45:30.123'"), "1174294539037");
+    EXPECT_EQ(Stored(u"datetime", u"'19000101'"), "0");
+    EXPECT_EQ(Stored(u"datetime", u"'18991231 23:59:59.997'"), "-1");
+    EXPECT_EQ(Stored(u"datetime", u"'99991231 23:59:59.997'"), "76683386879999");
     EXPECT_EQ(Stored(u"datetime", u"'17521231'"),
               "!242 The conversion of a varchar data type to a datetime data type resulted in an "
               "out-of-range value.\n");
-    EXPECT_EQ(Stored(u"smalldatetime", u"'19000101 00:00:29.998'"), "#1\n0\n");
-    EXPECT_EQ(Stored(u"smalldatetime", u"'19000101 00:00:29.999'"), "#1\n1\n");
+    EXPECT_EQ(Stored(u"smalldatetime", u"'19000101 00:00:29.998'"), "0");
+    EXPECT_EQ(Stored(u"smalldatetime", u"'19000101 00:00:29.999'"), "1");
 }
 
 TEST(Types, NewDateTypesKeepEveryDigit) {
-    EXPECT_EQ(Stored(u"date", u"'0001-01-01'"), "#1\n0\n");
-    EXPECT_EQ(Stored(u"date", u"'9999-12-31'"), "#1\n3652058\n");
-    EXPECT_EQ(Stored(u"time", u"'23:59:59.9999999'"), "#1\n863999999999\n");
-    EXPECT_EQ(Stored(u"time(3)", u"'00:00:00.1235'"), "#1\n1240000\n");
-    EXPECT_EQ(Stored(u"datetime2", u"'0001-01-02 00:00:00.0000001'"), "#1\n864000000001\n");
-    EXPECT_EQ(Stored(u"datetime2(0)", u"'0001-01-01 00:00:00.5'"), "#1\n10000000\n");
+    EXPECT_EQ(Stored(u"date", u"'0001-01-01'"), "0");
+    EXPECT_EQ(Stored(u"date", u"'9999-12-31'"), "3652058");
+    EXPECT_EQ(Stored(u"time", u"'23:59:59.9999999'"), "863999999999");
+    EXPECT_EQ(Stored(u"time(3)", u"'00:00:00.1235'"), "1240000");
+    EXPECT_EQ(Stored(u"datetime2", u"'0001-01-02 00:00:00.0000001'"), "864000000001");
+    EXPECT_EQ(Stored(u"datetime2(0)", u"'0001-01-01 00:00:00.5'"), "10000000");
     EXPECT_EQ(Stored(u"datetimeoffset", u"'0001-01-02 02:00:00.0000001 +02:00'"),
-              "#1\n864000000001z120\n");
-    EXPECT_EQ(Stored(u"datetimeoffset", u"'0001-01-02 00:00:00 -05:30'"),
-              "#1\n1062000000000z-330\n");
+              "864000000001z120");
+    EXPECT_EQ(Stored(u"datetimeoffset", u"'0001-01-02 00:00:00 -05:30'"), "1062000000000z-330");
 }
 
 TEST(Types, FixedLengthsArePadded) {
-    EXPECT_EQ(Stored(u"char(5)", u"'ab'"), "#1\nab   \n");
-    EXPECT_EQ(Stored(u"nchar(3)", u"N'\u00e9'"), "#1\n\xC3\xA9  \n");
-    EXPECT_EQ(Stored(u"binary(4)", u"0x0102"), "#1\n0x01020000\n");
-    EXPECT_EQ(Stored(u"varbinary(4)", u"0x0102"), "#1\n0x0102\n");
+    EXPECT_EQ(Stored(u"char(5)", u"'ab'"), "ab   ");
+    EXPECT_EQ(Stored(u"nchar(3)", u"N'\u00e9'"), "\xC3\xA9  ");
+    EXPECT_EQ(Stored(u"binary(4)", u"0x0102"), "0x01020000");
+    EXPECT_EQ(Stored(u"varbinary(4)", u"0x0102"), "0x0102");
 }
 
 TEST(Types, TruncationIsRefused) {
@@ -98,15 +100,15 @@ TEST(Types, TruncationIsRefused) {
     EXPECT_EQ(Stored(u"nchar(2)", u"N'abc'"), refused);
     EXPECT_EQ(Stored(u"varbinary(2)", u"0x010203"), refused);
     // Blanks at the end may go.
-    EXPECT_EQ(Stored(u"varchar(2)", u"'ab   '"), "#1\nab\n");
+    EXPECT_EQ(Stored(u"varchar(2)", u"'ab   '"), "ab");
 }
 
 TEST(Types, CharacterTypesOfTheCodePageLoseOtherCharacters) {
-    EXPECT_EQ(Stored(u"varchar(9)", u"N'\u20ac\u4e2d\u00fc'"), "#1\n\xE2\x82\xAC?\xC3\xBC\n");
+    EXPECT_EQ(Stored(u"varchar(9)", u"N'\u20ac\u4e2d\u00fc'"), "\xE2\x82\xAC?\xC3\xBC");
 }
 
 TEST(Types, UniqueidentifierIsReadInBothForms) {
-    const std::string bytes = "#1\n0xFF19966F868B11D0B42D00C04FC964FF\n";
+    const std::string bytes = "0xFF19966F868B11D0B42D00C04FC964FF";
     EXPECT_EQ(Stored(u"uniqueidentifier", u"'6F9619FF-8B86-D011-B42D-00C04FC964FF'"), bytes);
     EXPECT_EQ(Stored(u"uniqueidentifier", u"'{6f9619ff-8b86-d011-b42d-00c04fc964ff}'"), bytes);
     EXPECT_EQ(Stored(u"uniqueidentifier", u"'6F9619FF'"),
