@@ -1,4 +1,5 @@
-// How fast the call lines of a script are written from packed rows.
+// What it costs to write the call lines of a script from packed rows, beside what it costs to fetch
+// them; with huge pages and without, on any processor and on one.
 //
 //   quillon_call_lines_bench [rows]
 #include <cstdio>
@@ -7,7 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "BareFetch.h"
 #include "BenchSupport.h"
+#include "Conditions.h"
 #include "cli/Driver.h"
 #include "core/Text.h"
 #include "data/Recordset.h"
@@ -15,14 +18,19 @@
 
 namespace {
 
-int Run(std::size_t count) {
+int Run(const bench::ServerProcess& server, std::size_t count) {
     const std::string digits = std::to_string(count);
+    const std::u16string batch = u"SELECT " + std::u16string(digits.begin(), digits.end());
 
-    const bench::ServerProcess server;
+    bench::BareConnection bare(server.ConnectionString());
+    bench::Measured fetched;
+    for (int run = 0; run < 5; ++run) {
+        bench::KeepBest(fetched, bench::Measure([&] { bare.Fetch(batch, bench::MixedColumns); }));
+    }
     const auto connection = std::make_shared<QuillonLib::Connection>();
     connection->Open(server.ConnectionString());
     QuillonLib::CallLines calls{std::make_shared<QuillonLib::Recordset>(), {}};
-    calls.Rows->Open(u"SELECT " + std::u16string(digits.begin(), digits.end()), connection);
+    calls.Rows->Open(batch, connection);
 
     for (std::size_t i = 0; i < calls.Rows->FieldCount(); ++i)
         calls.Fields.push_back(i);
@@ -40,11 +48,11 @@ int Run(std::size_t count) {
         bench::KeepBest(best, measured);
     }
     std::printf("%s ...\n", QuillonLib::ToUtf8(lines.substr(0, 150)).c_str());
-    const auto print = [&](const char* name, const bench::Measured& run) {
-        std::printf("%-20s %.3f s CPU  %6.2f M lines/s  %6.0f MB/s\n", name, run.cpu,
-                    static_cast<double>(count) / run.cpu / 1e6,
-                    static_cast<double>(lines.size()) * sizeof(char16_t) / run.cpu / 1e6);
+    const auto print = [&](const char* name, const bench::Measured& measured) {
+        std::printf("%-22s %8.3f s CPU  %6.2f of the bare fetch\n", name, measured.cpu,
+                    measured.cpu / fetched.cpu);
     };
+    print("bare block fetch", fetched);
     print("into new memory", first);
     print("into memory in use", best);
     return 0;
@@ -55,5 +63,8 @@ int Run(std::size_t count) {
 int main(int argc, char** argv) {
     quillon::MakeDriverReachable();
     const std::size_t count = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 500000;
-    return bench::ExitStatusOf([&] { return Run(count); });
+    return bench::ExitStatusOf([&] {
+        const bench::ServerProcess server;
+        return bench::UnderEachCondition([&] { return Run(server, count); });
+    });
 }

@@ -1,30 +1,31 @@
-// Compares 500 tables on the sandbox: how many catalog queries that takes, and how its time relates
-// to sending the same counting statements from a bare ODBC loop.
+// Compares 500 tables by a server: how many catalog queries that takes, and how its time relates to
+// sending the same counting statements from a bare ODBC loop; with huge pages and without, on any
+// processor and on one.
+//
+//   quillon_comparison_bench [tables] [rows]
 #include <sql.h>
 #include <sqlext.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <iostream>
 #include <map>
+#include <memory>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
+#include "Bars.h"
+#include "Conditions.h"
+#include "DirectRun.h"
 #include "QuillonLib.h"
+#include "SharedJournal.h"
 #include "cli/Driver.h"
 #include "data/ConnectionString.h"
-#include "sandbox/Sandbox.h"
 
 namespace {
 
 using namespace QuillonLib;
-using Clock = std::chrono::steady_clock;
-
-double Seconds(Clock::time_point begin) {
-    return std::chrono::duration<double>(Clock::now() - begin).count();
-}
+constexpr double MaxWallRatio = 1.1;
 
 void Require(SQLRETURN result, const char* what) {
     if (!SQL_SUCCEEDED(result)) throw std::runtime_error(std::string(what) + " failed");
@@ -79,102 +80,102 @@ bool IsCatalogQuery(const std::u16string& batch) {
            batch.find(u"master..sysdatabases") != std::u16string::npos;
 }
 
-void Fill(sandbox::Server& server, const char16_t* database, int tables, int rows, int changed) {
-    server.Run(std::u16string(u"CREATE DATABASE ") + database);
-    const std::u16string use = std::u16string(u"USE ") + database + u"\nGO\n";
-    for (int t = 0; t < tables; ++t) {
-        const std::u16string name = u"t" + ToText(t);
-        std::u16string sql =
-            use + u"CREATE TABLE " + name + u" (id int NOT NULL CONSTRAINT PK_" + name +
-            u" PRIMARY KEY, a int NULL, b nvarchar(40) NULL, c datetime NULL)\nGO\n"
-            u"INSERT INTO " +
-            name + u" VALUES ";
-        for (int r = 0; r < rows; ++r) {
-            if (r > 0) sql += u", ";
-            sql += u"(" + ToText(r) + u", " + ToText(r % 7 == changed ? -r : r) + u", N'row " +
-                   ToText(r) + u"', '20240115 13:45:30.123')";
-        }
-        server.Run(sql);
+// In a seventh of the rows the sides differ, each from what is made up and from the other.
+class ManyTables : public bench::JournalServer {
+  public:
+    ManyTables(bench::SharedJournal& journal, int tables, int rows) : JournalServer(journal) {
+        Fill(u"one", tables, rows, 3);
+        Fill(u"two", tables, rows, 4);
     }
+
+  private:
+    void Fill(const std::u16string& database, int tables, int rows, int changed) {
+        Run(u"CREATE DATABASE " + database);
+        for (int t = 0; t < tables; ++t) {
+            const std::u16string name = u"t" + ToText(t);
+            const std::u16string table = database + u".." + name;
+            Run(u"CREATE TABLE " + table + u" (id int NOT NULL CONSTRAINT PK_" + name +
+                u" PRIMARY KEY, a int NULL, b nvarchar(40) NULL, c datetime NULL)");
+            std::u16string sql = u"INSERT INTO " + table + u" VALUES ";
+            for (int r = 0; r < rows; ++r) {
+                if (r > 0) sql += u", ";
+                sql += u"(" + ToText(r) + u", " + ToText(r % 7 == changed ? -r : r) + u", N'row " +
+                       ToText(r) + u"', '20240115 13:45:30.123')";
+            }
+            Run(sql);
+        }
+    }
+};
+
+int Run(const bench::ServerProcess& server, const std::vector<Told>& told, const TextArray& list) {
+    const auto one = bench::Describe(server.Address(), u"one");
+    const auto two = bench::Describe(server.Address(), u"two");
+    Utils utils;
+    SQLHENV environment = nullptr;
+    Require(SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &environment), "environment");
+    SQLSetEnvAttr(environment, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3),
+                  0);
+    bench::Measured comparison, bare;
+    for (int repeat = 0; repeat < 5; ++repeat) {
+        bench::KeepLeast(comparison, bench::Measure([&] {
+                             utils.CompareContents(one, two, one, list, {}, {});
+                         }));
+        bench::KeepLeast(bare, bench::Measure([&] {
+                             const auto text = [&](const char16_t* name) {
+                                 return BuildConnectionString(server.Address(), name, false, u"sa",
+                                                              u"sandbox");
+                             };
+                             BareConnection connections[3] = {{environment, text(u"one")},
+                                                              {environment, text(u"two")},
+                                                              {environment, text(u"one")}};
+                             for (const Told& statement : told)
+                                 connections[statement.connection].Count(statement.sql);
+                         }));
+    }
+    SQLFreeHandle(SQL_HANDLE_ENV, environment);
+    std::printf("comparison: %.3f s CPU, %.3f s\nbare loop:  %.3f s CPU, %.3f s\n", comparison.cpu,
+                comparison.wall, bare.cpu, bare.wall);
+    return bench::AtMost("comparison / bare loop", comparison.wall / bare.wall, MaxWallRatio) ? 0
+                                                                                              : 1;
 }
 
-std::shared_ptr<Database> Describe(const sandbox::Server& server, const char16_t* name) {
-    auto database = std::make_shared<Database>();
-    database->Server(server.Address());
-    database->DatabaseName(name);
-    database->Username(u"sa");
-    database->Password(u"sandbox");
-    return database;
-}
-
-void Run(int tables, int rows) {
-    sandbox::Sandbox box;
-    sandbox::Server& server = box.AddServer();
-    Fill(server, u"one", tables, rows, 3);
-    Fill(server, u"two", tables, rows, 4);
-    const auto one = Describe(server, u"one");
-    const auto two = Describe(server, u"two");
+int RunAll(int tables, int rows) {
+    bench::SharedJournal journal;
+    const bench::ServerProcess server(
+        [&] { return std::make_unique<ManyTables>(journal, tables, rows); });
     TextArray list;
     for (int t = 0; t < tables; ++t)
         list.Items.push_back(u"[dbo].[t" + ToText(t) + u"]");
 
-    Utils utils;
-    server.ClearLog();
-    utils.CompareContents(one, two, one, list, {}, {});
     std::vector<Told> told;
+    // What the library asks. It logs in in a process of its own: forks with connections open are
+    // none of the driver's strengths.
+    journal.Begin();
+    const int status = bench::ChildProcess([&] {
+                           const auto one = bench::Describe(server.Address(), u"one");
+                           const auto two = bench::Describe(server.Address(), u"two");
+                           Utils().CompareContents(one, two, one, list, {}, {});
+                       }).Wait();
+    if (status != 0) throw std::runtime_error("the comparison failed");
     std::map<int, int> catalogQueries;
-    for (const auto& entry : server.Log()) {
-        if (entry.batch.empty()) continue;
+    for (const auto& entry : journal.Entries()) {
         if (IsCatalogQuery(entry.batch)) {
             ++catalogQueries[entry.session];
         } else {
             told.push_back({(entry.session - 1) % 3, entry.batch});
         }
     }
-
-    SQLHENV environment = nullptr;
-    Require(SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &environment), "environment");
-    SQLSetEnvAttr(environment, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3),
-                  0);
-    double comparison = 1e9;
-    double bare = 1e9;
-    for (int repeat = 0; repeat < 5; ++repeat) {
-        auto begin = Clock::now();
-        utils.CompareContents(one, two, one, list, {}, {});
-        comparison = std::min(comparison, Seconds(begin));
-
-        begin = Clock::now();
-        {
-            const auto text = [&](const char16_t* name) {
-                return BuildConnectionString(server.Address(), name, false, u"sa", u"sandbox");
-            };
-            BareConnection connections[3] = {{environment, text(u"one")},
-                                             {environment, text(u"two")},
-                                             {environment, text(u"one")}};
-            for (const Told& statement : told)
-                connections[statement.connection].Count(statement.sql);
-        }
-        bare = std::min(bare, Seconds(begin));
-    }
-    SQLFreeHandle(SQL_HANDLE_ENV, environment);
-
-    std::cout << tables << " tables of " << rows << " rows, " << told.size() << " statements\n";
-    for (const auto& [session, count] : catalogQueries) {
-        std::cout << "catalog queries on connection " << (session - 1) % 3 + 1 << ": " << count
-                  << '\n';
-    }
-    std::printf("comparison: %.3f s\nbare loop:  %.3f s\nratio:      %.2f\n", comparison, bare,
-                comparison / bare);
+    std::printf("%d tables of %d rows, %zu statements\n", tables, rows, told.size());
+    for (const auto& [session, count] : catalogQueries)
+        std::printf("catalog queries on connection %d: %d\n", (session - 1) % 3 + 1, count);
+    return bench::UnderEachCondition([&] { return Run(server, told, list); });
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     quillon::MakeDriverReachable();
-    try {
-        Run(argc > 1 ? std::atoi(argv[1]) : 500, argc > 2 ? std::atoi(argv[2]) : 1000);
-    } catch (const std::exception& error) {
-        std::cerr << error.what() << '\n';
-        return 1;
-    }
+    const int tables = argc > 1 ? std::atoi(argv[1]) : 500;
+    const int rows = argc > 2 ? std::atoi(argv[2]) : 1000;
+    return bench::ExitStatusOf([&] { return RunAll(tables, rows); });
 }

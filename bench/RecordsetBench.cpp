@@ -1,5 +1,6 @@
 // What a Recordset costs beside the driver: processor time of the client against a bare block fetch
-// into the same kinds of buffers, and memory against the payload.
+// into the same kinds of buffers, and memory against the payload; with huge pages and without, on
+// any processor and on one.
 //
 //   quillon_recordset_bench [rows]
 #include <algorithm>
@@ -12,13 +13,17 @@
 #include <vector>
 
 #include "BareFetch.h"
+#include "Bars.h"
 #include "BenchSupport.h"
+#include "Conditions.h"
 #include "cli/Driver.h"
 #include "data/Recordset.h"
 
 namespace {
 
 using bench::Measured;
+
+constexpr double MaxCpuRatio = 1.1;
 
 // Bytes of the values themselves.
 std::size_t Payload(const QuillonLib::Recordset& rows) {
@@ -73,11 +78,10 @@ void PrintMemory(const std::u16string& batch,
     std::printf("%-22s %8.1f MB\n", "resident set grew by", static_cast<double>(resident) / 1e6);
 }
 
-int Run(std::size_t count) {
+int Run(const bench::ServerProcess& server, std::size_t count) {
     const std::string digits = std::to_string(count);
     const std::u16string batch = u"SELECT " + std::u16string(digits.begin(), digits.end());
 
-    const bench::ServerProcess server;
     bench::BareConnection bare(server.ConnectionString());
     const auto connection = std::make_shared<QuillonLib::Connection>();
     connection->Open(server.ConnectionString());
@@ -106,10 +110,11 @@ int Run(std::size_t count) {
     };
     print("bare block fetch", bareBest);
     print("Recordset::Open", recordsetBest);
-    std::printf("%-22s %8.2f\n", "CPU ratio", recordsetBest.cpu / bareBest.cpu);
     print("with code pages", exactBest);
-    std::printf("%-22s %8.2f\n", "CPU ratio", exactBest.cpu / bareBest.cpu);
-    return 0;
+    bool held =
+        bench::AtMost("Recordset CPU / bare fetch", recordsetBest.cpu / bareBest.cpu, MaxCpuRatio);
+    held &= bench::AtMost("the same with code pages", exactBest.cpu / bareBest.cpu, MaxCpuRatio);
+    return held ? 0 : 1;
 }
 
 }  // namespace
@@ -117,5 +122,8 @@ int Run(std::size_t count) {
 int main(int argc, char** argv) {
     quillon::MakeDriverReachable();
     const std::size_t count = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 1000000;
-    return bench::ExitStatusOf([&] { return Run(count); });
+    return bench::ExitStatusOf([&] {
+        const bench::ServerProcess server;
+        return bench::UnderEachCondition([&] { return Run(server, count); });
+    });
 }

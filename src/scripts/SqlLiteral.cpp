@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
+#include <cstring>
 
 #include "data/DateTime.h"
 
@@ -16,16 +16,50 @@ char16_t* Write(char16_t* out, std::u16string_view text) {
     return std::copy(text.begin(), text.end(), out);
 }
 
-template <class T>
-char16_t* WriteNumber(char16_t* out, T number) {
-    char text[MaxNumberText];
-    char* end = nullptr;
-    if constexpr (std::is_integral_v<T>) {
-        end = std::to_chars(text, text + sizeof text, number).ptr;
-    } else {
-        end = WriteText(text, number);
+using DigitPair = std::array<char16_t, 2>;
+
+constexpr std::array<DigitPair, 100> DigitPairs = [] {
+    std::array<DigitPair, 100> pairs{};
+    for (std::size_t i = 0; i < pairs.size(); ++i) {
+        pairs[i] = {static_cast<char16_t>(u'0' + i / 10), static_cast<char16_t>(u'0' + i % 10)};
     }
-    return std::copy(text, end, out);
+    return pairs;
+}();
+
+char16_t* WritePair(char16_t* out, std::uint64_t number) {
+    std::memcpy(out, DigitPairs[number].data(), sizeof(DigitPair));
+    return out + 2;
+}
+
+// From the last digits to the first, two at a time.
+char16_t* WriteInteger(char16_t* out, std::int64_t number) {
+    // The magnitude of the lowest value has no positive counterpart in 64 signed bits.
+    auto rest = static_cast<std::uint64_t>(number);
+    if (number < 0) {
+        rest = 0 - rest;
+        *out++ = u'-';
+    }
+    char16_t digits[20];
+    char16_t* const end = digits + 20;
+    char16_t* begin = end;
+    for (; rest >= 100; rest /= 100)
+        WritePair(begin -= 2, rest % 100);
+    if (rest >= 10) {
+        WritePair(begin -= 2, rest);
+    } else {
+        *--begin = static_cast<char16_t>(u'0' + rest);
+    }
+    return std::copy(begin, end, out);
+}
+
+template <class T>
+char16_t* WriteNumber(char16_t* out, const T& number) {
+    if constexpr (std::is_integral_v<T>) {
+        return WriteInteger(out, number);
+    } else {
+        char text[MaxNumberText];
+        return std::copy(text, WriteText(text, number), out);
+    }
 }
 
 char16_t* WriteQuotedGuid(char16_t* out, const Guid& guid) {
@@ -94,29 +128,26 @@ void AppendHex(std::u16string& out, std::span<const std::uint8_t> bytes) {
 
 // ---- dates -------------------------------------------------------------------------------------
 
-char16_t* WriteDigits(char16_t* out, int number, int width) {
-    for (int i = width; i-- > 0; number /= 10)
-        out[i] = static_cast<char16_t>(u'0' + number % 10);
-    return out + width;
-}
-
 char16_t* WriteDate(char16_t* out, DayAndTime split) {
     const CalendarDate date = CalendarFromDay(split.day);
-    auto rest = static_cast<int>(split.milliseconds);
-    const int milliseconds = rest % 1000;
+    const auto year = static_cast<unsigned>(date.year);
+    auto rest = static_cast<unsigned>(split.milliseconds);
+    const unsigned milliseconds = rest % 1000;
     rest /= 1000;
     *out++ = Quote;
-    out = WriteDigits(out, date.year, 4);
-    out = WriteDigits(out, date.month, 2);
-    out = WriteDigits(out, date.day, 2);
+    out = WritePair(out, year / 100 % 100);  // within the table whatever a driver delivers
+    out = WritePair(out, year % 100);
+    out = WritePair(out, static_cast<unsigned>(date.month));
+    out = WritePair(out, static_cast<unsigned>(date.day));
     *out++ = u' ';
-    out = WriteDigits(out, rest / 3600, 2);
+    out = WritePair(out, rest / 3600);
     *out++ = u':';
-    out = WriteDigits(out, rest / 60 % 60, 2);
+    out = WritePair(out, rest / 60 % 60);
     *out++ = u':';
-    out = WriteDigits(out, rest % 60, 2);
+    out = WritePair(out, rest % 60);
     *out++ = u'.';
-    out = WriteDigits(out, milliseconds, 3);
+    *out++ = static_cast<char16_t>(u'0' + milliseconds / 100);
+    out = WritePair(out, milliseconds % 100);
     *out++ = Quote;
     return out;
 }
