@@ -72,8 +72,10 @@ def main(minutes="30", build="build/release"):
         for process in (direct, other):
             process.terminate()
             process.wait()
-        rounds = pathlib.Path(direct_log.name).read_text(errors="replace").count("Repeating all")
+        rounds = pathlib.Path(direct_log.name).read_text(errors="replace").count(" ran. (")
         problems += failed(direct_log) + failed(pair_log)
+    if rounds == 0:
+        problems.append("the direct tests did not come to the end of a round")
     if len(used) < 8:
         sys.exit("too short to say anything of memory")
     quarter = len(used) // 4
