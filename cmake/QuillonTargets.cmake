@@ -27,9 +27,12 @@ if(QUILLON_COVERAGE)
     target_link_options(quillon_counted INTERFACE --coverage)
 endif()
 
-# quillon_unite(target n): n sources are compiled as one, and read what they include once.
+# quillon_unite(target n): n sources are compiled as one, and read what they include once. Without
+# QUILLON_UNITE the target stays as the preset makes all targets: the lint reads more at a time.
 function(quillon_unite target count)
-    set_target_properties(${target} PROPERTIES UNITY_BUILD ${QUILLON_UNITE} UNITY_BUILD_BATCH_SIZE ${count})
+    if(QUILLON_UNITE)
+        set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${count})
+    endif()
 endfunction()
 
 # The headers of the standard library that most sources of a target include, and further ones,
