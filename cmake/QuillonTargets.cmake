@@ -69,7 +69,7 @@ function(quillon_test_program)
     target_link_libraries(${ARG_NAME} PRIVATE quillon_test_flags ${ARG_LIBS} GTest::gmock GTest::gtest_main)
     target_include_directories(${ARG_NAME} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src)
     target_precompile_headers(${ARG_NAME} REUSE_FROM quillon_test_headers)
-    quillon_unite(${ARG_NAME} 6)
+    quillon_unite(${ARG_NAME} 12)
 endfunction()
 
 # quillon_test(NAME name SOURCES file... LIBS target... [PARTS n] [COST seconds]): one test program, run
