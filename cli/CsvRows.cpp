@@ -6,6 +6,7 @@
 #include "cli/CsvWriter.h"
 #include "cli/RowOutput.h"
 #include "cli/ValueText.h"
+#include "core/Text.h"
 
 namespace quillon {
 
@@ -64,7 +65,7 @@ class Writer : public RowOutput {
         EndLine();
     }
     void Write(const std::u16string& text, const std::u16string& column) {
-        if (!CsvWriter::CanCarry(text)) {
+        if (!IsUtf16(text)) {
             throw std::runtime_error("the text of [" + ToUtf8(column) +
                                      "] holds half a surrogate pair, which CSV cannot carry; use "
                                      "--format json");

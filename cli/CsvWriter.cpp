@@ -12,12 +12,8 @@ CsvWriter& CsvWriter::Nothing() {
     return *this;
 }
 
-bool CsvWriter::CanCarry(std::u16string_view text) {
-    return QuillonLib::FromUtf8(QuillonLib::ToUtf8(text)) == text;
-}
-
 CsvWriter& CsvWriter::Text(std::u16string_view text) {
-    if (!CanCarry(text)) {
+    if (!QuillonLib::IsUtf16(text)) {
         throw std::runtime_error(
             "the text holds half a surrogate pair, which CSV cannot carry; use --format json");
     }

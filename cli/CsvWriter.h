@@ -9,8 +9,6 @@ namespace quillon {
 
 class CsvWriter {
   public:
-    static bool CanCarry(std::u16string_view text);
-
     // A field with nothing between its commas: NULL, or what is not known.
     CsvWriter& Nothing();
     // In quotes where they are needed, and where the text is empty. Throws std::runtime_error for

@@ -98,12 +98,11 @@ std::string EncodeScript(std::u16string_view piece, ScriptEncoding encoding) {
         }
         return bytes;
     }
-    std::string bytes = QuillonLib::ToUtf8(piece);
-    if (QuillonLib::FromUtf8(bytes) != piece) {
+    if (!QuillonLib::IsUtf16(piece)) {
         throw std::runtime_error(
             "the data holds half a surrogate pair, which UTF-8 cannot carry; use --encoding utf16");
     }
-    return bytes;
+    return QuillonLib::ToUtf8(piece);
 }
 
 std::string WithSide(const std::string& file, int side) {

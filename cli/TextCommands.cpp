@@ -33,7 +33,7 @@ void Split(const SplitOptions& options, Console& console) {
     // Each is looked at before the first is written.
     std::vector<std::string> batches;
     for (const std::u16string& piece : pieces.Items) {
-        if (options.folder.empty() && FromUtf8(ToUtf8(piece)) != piece) {
+        if (options.folder.empty() && !IsUtf16(piece)) {
             throw std::runtime_error(
                 "the data holds half a surrogate pair, which UTF-8 cannot carry; use --out and "
                 "--encoding utf16");
@@ -104,10 +104,9 @@ void Decrypt(Console& console) {
         bytes.Items.push_back(static_cast<std::uint8_t>(Digit(hex[i]) * 16 + Digit(hex[i + 1])));
     }
     const std::u16string text = Utils().DecryptText(bytes, phrase);
-    const std::string written = ToUtf8(text);
-    if (FromUtf8(written) != text)
+    if (!IsUtf16(text))
         throw std::runtime_error("the text holds half a surrogate pair, which UTF-8 cannot carry");
-    console.PrintData(written + "\n");
+    console.PrintData(ToUtf8(text) + "\n");
 }
 
 constexpr const char* Warning =

@@ -143,6 +143,15 @@ bool IsUtf8(std::string_view text) {
     return true;
 }
 
+bool IsUtf16(std::u16string_view text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (IsLowSurrogate(text[i])) return false;
+        if (!IsHighSurrogate(text[i])) continue;
+        if (++i == text.size() || !IsLowSurrogate(text[i])) return false;
+    }
+    return true;
+}
+
 std::u16string ToText(std::int64_t number) {
     const std::string digits = std::to_string(number);
     return {digits.begin(), digits.end()};

@@ -25,6 +25,10 @@ QUILLON_API std::u16string FromUtf8(std::string_view text);
 // True when `text` is well-formed UTF-8 (no overlong forms, no encoded surrogates).
 QUILLON_API bool IsUtf8(std::string_view text);
 
+// True when `text` is well-formed UTF-16 (no lone surrogate), and so comes back from UTF-8 as it
+// was.
+QUILLON_API bool IsUtf16(std::u16string_view text);
+
 // Decimal digits, "-" in front of a negative number, no grouping.
 QUILLON_API std::u16string ToText(std::int64_t number);
 

@@ -2,27 +2,11 @@
 
 #include <cstddef>
 
+#include "core/Text.h"
+
 namespace QuillonLib {
 
 namespace {
-
-constexpr bool IsHighSurrogate(char16_t c) {
-    return c >= 0xD800 && c <= 0xDBFF;
-}
-constexpr bool IsLowSurrogate(char16_t c) {
-    return c >= 0xDC00 && c <= 0xDFFF;
-}
-
-bool HoldsNulOrLoneSurrogate(std::u16string_view text) {
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char16_t c = text[i];
-        if (c == u'\0' || IsLowSurrogate(c)) return true;
-        if (!IsHighSurrogate(c)) continue;
-        if (i + 1 == text.size() || !IsLowSurrogate(text[i + 1])) return true;
-        ++i;
-    }
-    return false;
-}
 
 // The position after the quoted text, name or comment that begins at `at`, as the driver sees it;
 // `at` itself where none begins.
@@ -64,7 +48,7 @@ bool HoldsMarkers(std::u16string_view text) {
 }  // namespace
 
 bool DriverWouldChange(std::u16string_view batch) {
-    return HoldsNulOrLoneSurrogate(batch) || HoldsMarkers(batch);
+    return batch.find(u'\0') != std::u16string_view::npos || !IsUtf16(batch) || HoldsMarkers(batch);
 }
 
 }  // namespace QuillonLib

@@ -87,9 +87,8 @@ bool IsXmlCharacter(char16_t unit) {
     return unit != 0xFFFE && unit != 0xFFFF;
 }
 
-// A text that comes back changed from UTF-8 holds a lone surrogate.
 bool CanStandInXml(std::u16string_view text) {
-    return std::all_of(text.begin(), text.end(), IsXmlCharacter) && FromUtf8(ToUtf8(text)) == text;
+    return std::all_of(text.begin(), text.end(), IsXmlCharacter) && IsUtf16(text);
 }
 
 }  // namespace

@@ -55,21 +55,9 @@ std::u16string UnitsOf(std::string_view bytes, bool highFirst) {
     return units;
 }
 
-bool HasLoneSurrogate(std::u16string_view text) {
-    const auto isHigh = [](char16_t unit) { return unit >= 0xD800 && unit < 0xDC00; };
-    const auto isLow = [](char16_t unit) { return unit >= 0xDC00 && unit < 0xE000; };
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (isLow(text[i])) return true;
-        if (!isHigh(text[i])) continue;
-        if (i + 1 == text.size() || !isLow(text[i + 1])) return true;
-        ++i;
-    }
-    return false;
-}
-
 XmlText ReadUtf16(std::string_view bytes, bool highFirst) {
     const std::u16string units = UnitsOf(bytes, highFirst);
-    if (bytes.size() % 2 != 0 || HasLoneSurrogate(units)) {
+    if (bytes.size() % 2 != 0 || !IsUtf16(units)) {
         return {{}, highFirst ? "it holds what is not UTF-16BE" : "it holds what is not UTF-16LE"};
     }
     std::string text = ToUtf8(units);

@@ -37,6 +37,18 @@ TEST(Text, TellsUtf8FromOtherEncodings) {
     EXPECT_FALSE(IsUtf8("\xED\xA0\x80"));
 }
 
+TEST(Text, TellsUtf16FromHalvesOfPairs) {
+    EXPECT_TRUE(IsUtf16(u""));
+    EXPECT_TRUE(IsUtf16(u"a\0\uD7FF\uE000\uFFFF\U0001F600z"s));
+    for (const std::u16string& text :
+         {std::u16string{0xD83D}, std::u16string{0xDE00}, std::u16string{u'a', 0xDBFF, u'b'},
+          std::u16string{u'a', 0xDC00, u'b'}, std::u16string{0xD83D, 0xD83D, 0xDE00},
+          std::u16string{0xDE00, 0xD83D}, std::u16string{0xD83D, 0xDE00, 0xDFFF}}) {
+        EXPECT_FALSE(IsUtf16(text)) << ToUtf8(text);
+        EXPECT_NE(FromUtf8(ToUtf8(text)), text);
+    }
+}
+
 TEST(Text, WritesNumbersInDecimal) {
     EXPECT_EQ(ToText(0), u"0");
     EXPECT_EQ(ToText(-42), u"-42");
