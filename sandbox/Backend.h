@@ -102,8 +102,8 @@ struct Message {
     std::int32_t number = 0;
     std::uint8_t severity = 16;
     std::uint8_t state = 1;
-    std::u16string text;
-    std::u16string procedure;
+    std::u16string text{};
+    std::u16string procedure{};
     std::int32_t line = 1;
 };
 

@@ -46,9 +46,9 @@ enum class FaultKind {
 
 struct Fault {
     FaultKind kind = FaultKind::Error;
-    std::u16string contains;  // strikes batches that hold this text (empty: every batch)
-    int nth = 1;              // the n-th such batch from now on, counted from 1
-    Message message;
+    std::u16string contains{};  // strikes batches that hold this text (empty: every batch)
+    int nth = 1;                // the n-th such batch from now on, counted from 1
+    Message message{};
     int rows = 0;
     std::chrono::milliseconds delay{0};
 };

@@ -152,10 +152,7 @@ TEST_F(DatabaseTest, OpenConnectionLeadsToTheDatabaseAndWaitsForEver) {
     Connection own;
     own.CommandTimeout(std::chrono::seconds(1));
     OpenConnection(*database, own);
-    sandbox::Fault slow;
-    slow.kind = sandbox::FaultKind::Delay;
-    slow.delay = std::chrono::milliseconds(1500);
-    server.AddFault(slow);
+    server.AddFault({.kind = sandbox::FaultKind::Delay, .delay = std::chrono::milliseconds(1500)});
     EXPECT_EQ(RaisedBy([&] { own.Execute(u"SELECT 1"); }).number, 0);
 }
 

@@ -88,10 +88,7 @@ TEST_F(DependencyTest, ObjectsOfTheServerAreNeverListed) {
 
 TEST_F(DependencyTest, ALostConnectionIsToldWithoutATable) {
     Run(AAndB);
-    sandbox::Fault fault;
-    fault.kind = sandbox::FaultKind::Drop;
-    fault.contains = u"sysreferences";
-    server.AddFault(fault);
+    server.AddFault({.kind = sandbox::FaultKind::Drop, .contains = u"sysreferences"});
     const Raised raised = RaisedBy([&] { database->Tables(); });
     EXPECT_EQ(raised.description,
               u"Error getting dependency information.\r\n"

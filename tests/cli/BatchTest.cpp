@@ -273,11 +273,9 @@ TEST_F(Batch, ComparisonsThatNeedLinkedServersDoNotMeet) {
 TEST_F(Batch, AServerTakesPartInSoManyComparisonsAndNoMore) {
     std::string text;
     for (const char* mark : {"1 = 1", "2 = 2", "3 = 3", "4 = 4"}) {
-        sandbox::Fault slow;
-        slow.kind = sandbox::FaultKind::Delay;
-        slow.contains = QuillonLib::FromUtf8(mark);
-        slow.delay = 300ms;
-        server.AddFault(slow);
+        server.AddFault({.kind = sandbox::FaultKind::Delay,
+                         .contains = QuillonLib::FromUtf8(mark),
+                         .delay = 300ms});
         text += Section(mark, "e", "f",
                         std::string("accept-uncompared = yes\nwhere = t=") + mark + "\n");
     }
@@ -293,11 +291,9 @@ TEST_F(Batch, AServerTakesPartInSoManyComparisonsAndNoMore) {
 TEST_F(Batch, ADestinationThatIsFullEndsTheBatchBeforeTheOtherPairs) {
     std::string text;
     for (const char* mark : {"1 = 1", "2 = 2", "3 = 3", "4 = 4", "5 = 5"}) {
-        sandbox::Fault slow;
-        slow.kind = sandbox::FaultKind::Delay;
-        slow.contains = QuillonLib::FromUtf8(mark);
-        slow.delay = 200ms;
-        server.AddFault(slow);
+        server.AddFault({.kind = sandbox::FaultKind::Delay,
+                         .contains = QuillonLib::FromUtf8(mark),
+                         .delay = 200ms});
         text += Section(mark, "e", "f", std::string("where = t=") + mark + "\n");
     }
     Write(text);
@@ -350,10 +346,8 @@ TEST_F(Batch, CtrlCEndsAllAndTellsWhatWasNotRun) {
 // Whoever looks at the page sees what runs, also where it began when the page was just written.
 TEST_F(Batch, TheIndexFollowsWhatRuns) {
     std::signal(SIGINT, SIG_DFL);
-    sandbox::Fault slow;
-    slow.kind = sandbox::FaultKind::Delay;
-    slow.contains = u"FROM [dbo].[t]";
-    slow.delay = 60s;
+    const sandbox::Fault slow{
+        .kind = sandbox::FaultKind::Delay, .contains = u"FROM [dbo].[t]", .delay = 60s};
     other.AddFault(slow);
     Write(Section("done", "e", "f") + Section("slow", first, second, "table = t\n") +
           Section("late", "e", "f"));
@@ -420,10 +414,8 @@ TEST_F(Batch, TheConnectionsOfATemplateBringTheirLogins) {
 // A comparison that is reading is told to end, and everything that was left says so.
 TEST_F(Batch, CtrlCBreaksOffWhatIsReading) {
     std::signal(SIGINT, SIG_DFL);
-    sandbox::Fault slow;
-    slow.kind = sandbox::FaultKind::Delay;
-    slow.contains = u"FROM [dbo].[t]";
-    slow.delay = 60s;
+    const sandbox::Fault slow{
+        .kind = sandbox::FaultKind::Delay, .contains = u"FROM [dbo].[t]", .delay = 60s};
     other.AddFault(slow);
     Write(Section("slow", first, second, "table = t\n") + Section("late", "e", "f"));
     Process process(folder, {"batch", File("b.ini"), "--jobs", "1", "--reports", File("r")},

@@ -327,11 +327,8 @@ TEST_F(DirectCompareTest, ASnapshotIsReadWhereTheDatabaseAllowsIt) {
 
 TEST_F(DirectCompareTest, AServerThatIsLostIsAnErrorOfThatTable) {
     RunOnBothServers(u"CREATE TABLE u (id int NOT NULL CONSTRAINT PK_u PRIMARY KEY)");
-    sandbox::Fault lost;
-    lost.kind = sandbox::FaultKind::DropAfterRows;
-    lost.contains = u"FROM [dbo].[t]";
-    lost.rows = 1;
-    other.AddFault(lost);
+    other.AddFault(
+        {.kind = sandbox::FaultKind::DropAfterRows, .contains = u"FROM [dbo].[t]", .rows = 1});
     const Outcome outcome = Direct({});
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_TRUE(Holds(outcome.out, "2 tables: 1 identical, 0 different, 1 not compared\n"))

@@ -61,13 +61,11 @@ TEST_F(DirectRowsTest, ReadingEndsWhenNothingMoreWouldBeShown) {
     }
     RunOnBothServers(rows);
     RunOnSecond(u"UPDATE t SET name = 'x' WHERE id > 10");
-    sandbox::Fault fault;  // who reads on comes to it
-    fault.kind = sandbox::FaultKind::ErrorAfterRows;
-    fault.contains = u"FROM [dbo].[t]";
-    fault.rows = 2900;
-    fault.message.number = 50000;
-    fault.message.text = u"made to fail";
-    server.AddFault(fault);
+    // who reads on comes to it
+    server.AddFault({.kind = sandbox::FaultKind::ErrorAfterRows,
+                     .contains = u"FROM [dbo].[t]",
+                     .message = {.number = 50000, .text = u"made to fail"},
+                     .rows = 2900});
     const Outcome outcome = Rows({"t", "--different", "--limit", "2"});
     EXPECT_EQ(outcome.exitCode, 1) << outcome.err;
     EXPECT_TRUE(Holds(outcome.out, "Different: 2 or more\n")) << outcome.out;

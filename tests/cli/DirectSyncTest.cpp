@@ -19,17 +19,12 @@ class DirectSyncTest : public TwoServers {
         options.insert(options.end(), {"--to", to});
         return TwoServers::Direct("sync", std::move(options));
     }
-    sandbox::Fault Strike(sandbox::FaultKind kind, const char16_t* contains) {
-        sandbox::Fault fault;
-        fault.kind = kind;
-        fault.contains = contains;
-        return fault;
-    }
     // Changes the second database between the comparison and the script.
     Outcome SyncWhile(const std::u16string& change) {
         other.ClearLog();
-        sandbox::Fault slow = Strike(sandbox::FaultKind::Delay, u"BEGIN TRANSACTION");
-        slow.delay = std::chrono::milliseconds(2000);
+        const sandbox::Fault slow{.kind = sandbox::FaultKind::Delay,
+                                  .contains = u"BEGIN TRANSACTION",
+                                  .delay = std::chrono::milliseconds(2000)};
         other.AddFault(slow);
         std::thread changer([&] {
             const auto isWaiting = [&] {
@@ -93,9 +88,9 @@ TEST_F(DirectSyncTest, ManyRowsTakeManyBatches) {
 }
 
 TEST_F(DirectSyncTest, TellsHowFastTheTablesWere) {
-    sandbox::Fault slow = Strike(sandbox::FaultKind::Delay, u"INSERT INTO [dbo].[t]");
-    slow.delay = std::chrono::milliseconds(500);
-    other.AddFault(slow);
+    other.AddFault({.kind = sandbox::FaultKind::Delay,
+                    .contains = u"INSERT INTO [dbo].[t]",
+                    .delay = std::chrono::milliseconds(500)});
     const Outcome outcome = Sync();
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_TRUE(std::regex_search(
@@ -173,7 +168,7 @@ TEST_F(DirectSyncTest, AConstraintRollsEverythingBack) {
 }
 
 TEST_F(DirectSyncTest, AConnectionThatIsLostInTheMiddleChangesNothing) {
-    other.AddFault(Strike(sandbox::FaultKind::Drop, u"INSERT INTO [dbo].[t]"));
+    other.AddFault({.kind = sandbox::FaultKind::Drop, .contains = u"INSERT INTO [dbo].[t]"});
     const Outcome outcome = Sync();
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_TRUE(Holds(outcome.err, "everything was rolled back:\n")) << outcome.err;
@@ -182,7 +177,7 @@ TEST_F(DirectSyncTest, AConnectionThatIsLostInTheMiddleChangesNothing) {
 }
 
 TEST_F(DirectSyncTest, ALostAnswerToTheCommitIsLookedInto) {
-    other.AddFault(Strike(sandbox::FaultKind::DropAfterRows, u"COMMIT TRANSACTION"));
+    other.AddFault({.kind = sandbox::FaultKind::DropAfterRows, .contains = u"COMMIT TRANSACTION"});
     const Outcome outcome = Sync();
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
     EXPECT_TRUE(Holds(outcome.err, " ended while the transaction was being committed. "))
@@ -192,7 +187,7 @@ TEST_F(DirectSyncTest, ALostAnswerToTheCommitIsLookedInto) {
 }
 
 TEST_F(DirectSyncTest, ALostCommitIsExitCode2) {
-    other.AddFault(Strike(sandbox::FaultKind::Drop, u"COMMIT TRANSACTION"));
+    other.AddFault({.kind = sandbox::FaultKind::Drop, .contains = u"COMMIT TRANSACTION"});
     const Outcome outcome = Sync();
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_TRUE(
@@ -202,8 +197,9 @@ TEST_F(DirectSyncTest, ALostCommitIsExitCode2) {
 }
 
 TEST_F(DirectSyncTest, ASignalRollsBackWhateverTheServerIsAt) {
-    sandbox::Fault slow = Strike(sandbox::FaultKind::Delay, u"INSERT INTO [dbo].[t]");
-    slow.delay = std::chrono::seconds(60);
+    const sandbox::Fault slow{.kind = sandbox::FaultKind::Delay,
+                              .contains = u"INSERT INTO [dbo].[t]",
+                              .delay = std::chrono::seconds(60)};
     other.AddFault(slow);
     Process process(folder, {"sync", first, second, "--user", "sa", "--to", "2", "--yes"}, {},
                     {{"QUILLON_PASSWORD", "sandbox"}});
@@ -218,8 +214,9 @@ TEST_F(DirectSyncTest, ASignalRollsBackWhateverTheServerIsAt) {
 }
 
 TEST_F(DirectSyncTest, ASignalEndsAComparisonWhoseServerIsSilent) {
-    sandbox::Fault slow = Strike(sandbox::FaultKind::Delay, u"FROM [dbo].[t]");
-    slow.delay = std::chrono::seconds(60);
+    const sandbox::Fault slow{.kind = sandbox::FaultKind::Delay,
+                              .contains = u"FROM [dbo].[t]",
+                              .delay = std::chrono::seconds(60)};
     other.AddFault(slow);
     Process process(folder, {"compare", first, second, "--user", "sa"}, {},
                     {{"QUILLON_PASSWORD", "sandbox"}});

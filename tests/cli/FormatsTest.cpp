@@ -196,13 +196,10 @@ TEST_F(FormatsTest, ATableOfOneSideHasNoRowsToWrite) {
 }
 
 TEST_F(FormatsTest, LinesThatEndTooSoonHaveNoEnd) {
-    sandbox::Fault fault;
-    fault.kind = sandbox::FaultKind::ErrorAfterRows;
-    fault.contains = u"FROM [dbo].[t]";
-    fault.rows = 2;
-    fault.message.number = 50000;
-    fault.message.text = u"made to fail";
-    server.AddFault(fault);
+    server.AddFault({.kind = sandbox::FaultKind::ErrorAfterRows,
+                     .contains = u"FROM [dbo].[t]",
+                     .message = {.number = 50000, .text = u"made to fail"},
+                     .rows = 2});
     const Outcome outcome = Direct("rows", {"t", "--format", "json"});
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_FALSE(Holds(outcome.out, R"("kind":"end")")) << outcome.out;

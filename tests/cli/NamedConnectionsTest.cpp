@@ -227,11 +227,8 @@ TEST_F(NamedConnections, BringTheirServerToTheListOfDatabases) {
 }
 
 TEST_F(NamedConnections, AServerMayBeSilentSoLong) {
-    sandbox::Fault slow;
-    slow.kind = sandbox::FaultKind::Delay;
-    slow.contains = u"FROM [dbo].[t]";
-    slow.delay = 30s;
-    server.AddFault(slow);
+    server.AddFault(
+        {.kind = sandbox::FaultKind::Delay, .contains = u"FROM [dbo].[t]", .delay = 30s});
     const auto begin = std::chrono::steady_clock::now();
     const Outcome outcome = Direct("compare", {"--statement-timeout", "1"});
     EXPECT_EQ(outcome.exitCode, 2) << outcome.out;

@@ -136,12 +136,10 @@ TEST_F(TerminalTest, APagerThatCannotBeRunIsToldThoughItsEndComesFirst) {
 TEST_F(TerminalTest, ASyncTellsHowFarItHasCome) {
     AddMany();
     for (const int batch : {1, 2, 3}) {
-        sandbox::Fault slow;
-        slow.kind = sandbox::FaultKind::Delay;
-        slow.contains = u"INSERT";
-        slow.nth = batch;
-        slow.delay = std::chrono::milliseconds(700);
-        other.AddFault(slow);
+        other.AddFault({.kind = sandbox::FaultKind::Delay,
+                        .contains = u"INSERT",
+                        .nth = batch,
+                        .delay = std::chrono::milliseconds(700)});
     }
     Terminal terminal;
     Process process(folder, {"sync", first, second, "--user", "sa", "--to", "2", "--yes"},

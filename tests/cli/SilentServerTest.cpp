@@ -177,11 +177,7 @@ class SilentServerTest : public TwoServers {
     // False: the command has fewer, and came to its end.
     bool InterruptAt(const std::vector<std::string>& command, int nth, std::string& err,
                      std::u16string& batch) {
-        sandbox::Fault slow;
-        slow.kind = sandbox::FaultKind::Delay;
-        slow.nth = nth;
-        slow.delay = 60s;
-        other.AddFault(slow);
+        other.AddFault({.kind = sandbox::FaultKind::Delay, .nth = nth, .delay = 60s});
         other.ClearLog();
         const auto process = Start(command);
         const auto batches = [&] { return static_cast<int>(Batches(other).size()); };
@@ -269,12 +265,9 @@ TEST_F(SilentServerTest, ATransactionWhoseServerIsGoneIsGivenUpByCtrlC) {
     const std::string before = RowsOfT(other);
     for (const char16_t* at : {u"INSERT INTO [dbo].[t]", u"SELECT CONTEXT_INFO()"}) {
         Relay relay(other.Port(), 100);
-        sandbox::Fault slow;
-        slow.kind = sandbox::FaultKind::Delay;
-        slow.contains = at;
-        slow.nth = at[0] == u'I' ? 1 : 2;  // in the transaction
-        slow.delay = 60s;
-        other.AddFault(slow);
+        const int nth = at[0] == u'I' ? 1 : 2;  // in the transaction
+        other.AddFault(
+            {.kind = sandbox::FaultKind::Delay, .contains = at, .nth = nth, .delay = 60s});
         other.ClearLog();
         const auto process = Start(Commands(first, relay.Address() + "/d").back());
         ASSERT_TRUE(Gets(other, u"BEGIN TRANSACTION"));
@@ -297,10 +290,8 @@ TEST_F(SilentServerTest, ATransactionWhoseServerIsGoneIsGivenUpByCtrlC) {
 
 // Whoever goes away then does not know what has become of it.
 TEST_F(SilentServerTest, ACommitIsWaitedFor) {
-    sandbox::Fault slow;
-    slow.kind = sandbox::FaultKind::Delay;
-    slow.contains = u"COMMIT TRANSACTION";
-    slow.delay = 8s;
+    const sandbox::Fault slow{
+        .kind = sandbox::FaultKind::Delay, .contains = u"COMMIT TRANSACTION", .delay = 8s};
     other.AddFault(slow);
     const auto process = Start(Commands(first, second).back());
     ASSERT_TRUE(Gets(other, slow.contains));
@@ -319,10 +310,8 @@ TEST_F(SilentServerTest, LinkedServersAreDroppedBeforeTheEnd) {
     linked.Run(
         u"CREATE DATABASE b\nGO\nUSE b\nGO\n"
         u"CREATE TABLE p (id int NOT NULL CONSTRAINT PK_p PRIMARY KEY, n nvarchar(20) NULL)");
-    sandbox::Fault slow;
-    slow.kind = sandbox::FaultKind::Delay;
-    slow.contains = u" UNION SELECT ";
-    slow.delay = 4s;
+    const sandbox::Fault slow{
+        .kind = sandbox::FaultKind::Delay, .contains = u" UNION SELECT ", .delay = 4s};
     server.AddFault(slow);
     const auto left = [this] {
         return server.Scalar(

@@ -50,11 +50,9 @@ TEST_F(SpooledScriptTest, KnowsWhatItsBatchesAreAboutAndHowLongTheyTook) {
     EXPECT_EQ(script.TablesOf(0), std::vector<std::size_t>{});
     EXPECT_EQ(script.TablesOf(1), std::vector<std::size_t>{7});
     EXPECT_EQ(script.TablesOf(2), (std::vector<std::size_t>{7, 3}));
-    sandbox::Fault slow;
-    slow.kind = sandbox::FaultKind::Delay;
-    slow.contains = u"id = 1";
-    slow.delay = std::chrono::milliseconds(300);
-    server.AddFault(slow);
+    server.AddFault({.kind = sandbox::FaultKind::Delay,
+                     .contains = u"id = 1",
+                     .delay = std::chrono::milliseconds(300)});
     Run();
     ASSERT_EQ(script.Times().size(), 2U);
     EXPECT_GE(script.Times().at(7).count(), 0.3);

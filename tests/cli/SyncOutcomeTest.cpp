@@ -15,11 +15,7 @@ class SyncOutcomeTest : public ProgramTest {
   protected:
     // Strikes the batch that ends the transaction.
     void LoseTheAnswer(sandbox::FaultKind kind, int nth = 1) {
-        sandbox::Fault fault;
-        fault.kind = kind;
-        fault.contains = u"COMMIT";
-        fault.nth = nth;
-        server.AddFault(fault);
+        server.AddFault({.kind = kind, .contains = u"COMMIT", .nth = nth});
     }
     Outcome Sync() const {
         return OnBoth({"sync", "--by-server", "--to", "2", "--yes", "-t", "p"});
@@ -79,10 +75,9 @@ TEST_F(SyncOutcomeTest, AServerThatIsGoneLeavesTheOutcomeUnknown) {
 }
 
 TEST_F(SyncOutcomeTest, ASignalBetweenBatchesRollsBack) {
-    sandbox::Fault slow;
-    slow.kind = sandbox::FaultKind::Delay;
-    slow.contains = u"EXEC prcTmp_QVX_Update";
-    slow.delay = std::chrono::milliseconds(1500);
+    const sandbox::Fault slow{.kind = sandbox::FaultKind::Delay,
+                              .contains = u"EXEC prcTmp_QVX_Update",
+                              .delay = std::chrono::milliseconds(1500)};
     server.AddFault(slow);
     Process process(
         folder, {"sync", "--by-server", one, two, "--user", "sa", "-t", "p", "--to", "2", "--yes"},
@@ -97,10 +92,9 @@ TEST_F(SyncOutcomeTest, ASignalBetweenBatchesRollsBack) {
 }
 
 TEST_F(SyncOutcomeTest, ASignalDuringAComparisonEndsIt) {
-    sandbox::Fault slow;
-    slow.kind = sandbox::FaultKind::Delay;
-    slow.contains = u" UNION SELECT ";
-    slow.delay = std::chrono::milliseconds(600);
+    const sandbox::Fault slow{.kind = sandbox::FaultKind::Delay,
+                              .contains = u" UNION SELECT ",
+                              .delay = std::chrono::milliseconds(600)};
     server.AddFault(slow);
     RunOnBoth(u"CREATE TABLE q (id int NOT NULL CONSTRAINT PK_q PRIMARY KEY)");
     Process process(folder, {"compare", "--by-server", one, two, "--user", "sa"}, {},

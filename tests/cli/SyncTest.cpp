@@ -94,10 +94,7 @@ TEST_F(ProgramTest, SyncIntoDatabase1) {
 }
 
 TEST_F(ProgramTest, ADroppedConnectionInTheMiddleOfASyncChangesNothing) {
-    sandbox::Fault drop;
-    drop.kind = sandbox::FaultKind::Drop;
-    drop.contains = u"EXEC prcTmp_QVX_Update";
-    server.AddFault(drop);
+    server.AddFault({.kind = sandbox::FaultKind::Drop, .contains = u"EXEC prcTmp_QVX_Update"});
     EXPECT_EQ(
         OnBoth({"sync", "--by-server", "--to", "2", "--yes", "--suspend-constraints"}).exitCode, 2);
     EXPECT_EQ(ConnectionsLeft(server), 0);

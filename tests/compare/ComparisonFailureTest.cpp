@@ -296,10 +296,7 @@ TEST_F(ComparisonFailureTest, TheServerDiesInTheMiddle) {
 }
 
 TEST_F(ComparisonFailureTest, ADroppedConnectionFailsTheTablesThatNeedIt) {
-    sandbox::Fault drop;
-    drop.kind = sandbox::FaultKind::Drop;
-    drop.contains = u" UNION ";
-    server.AddFault(drop);
+    server.AddFault({.kind = sandbox::FaultKind::Drop, .contains = u" UNION "});
     utils.SuppressCompareProcessErrors(true);
     const auto all = Compare({u"[dbo].[a]", u"[dbo].[b]"});
     EXPECT_EQ(all->Item(1)->RecordsIn1(), 2);

@@ -23,10 +23,7 @@ using test::ScriptedServer;
 
 // The answer to the next batch comes so much later.
 void DelayAnswers(ScriptedServer& server, std::chrono::milliseconds time) {
-    sandbox::Fault delay;
-    delay.kind = FaultKind::Delay;
-    delay.delay = time;
-    server.Wire().AddFault(delay);
+    server.Wire().AddFault({.kind = FaultKind::Delay, .delay = time});
 }
 
 // The Error that the action throws.
@@ -363,9 +360,7 @@ TEST(Connection, SurfacesTheErrorsOfABatchSentAsAParameter) {
 TEST(Connection, NoticesThatTheServerHasGoneAway) {
     ScriptedServer server;
     const auto connection = server.Connect();
-    sandbox::Fault drop;
-    drop.kind = FaultKind::Drop;
-    server.Wire().AddFault(drop);
+    server.Wire().AddFault({.kind = FaultKind::Drop});
     EXPECT_EQ(Failure([&] { connection->Execute(u"SELECT 1"); }).Number(),
               static_cast<std::int32_t>(0x80004005));
     EXPECT_FALSE(connection->IsOpen());

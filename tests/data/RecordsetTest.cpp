@@ -219,11 +219,9 @@ TEST_F(RecordsetTest, SurfacesAnErrorThatEndsTheRows) {
 
 TEST_F(RecordsetTest, SurfacesADeadlockAmongTheRows) {
     ServeNumbers(3000);
-    sandbox::Fault fault;
-    fault.kind = sandbox::FaultKind::ErrorAfterRows;
-    fault.rows = 1500;
-    fault.message = test::ServerError(1205, u"Transaction was deadlocked.", 13);
-    server.Wire().AddFault(fault);
+    server.Wire().AddFault({.kind = sandbox::FaultKind::ErrorAfterRows,
+                            .message = test::ServerError(1205, u"Transaction was deadlocked.", 13),
+                            .rows = 1500});
     EXPECT_TRUE(FailsToOpen(u"rows", 1205));
     EXPECT_NO_THROW(rows.Open(u"rows", connection));
     EXPECT_EQ(rows.RecordCount(), 3000U);
@@ -232,10 +230,7 @@ TEST_F(RecordsetTest, SurfacesADeadlockAmongTheRows) {
 TEST_F(RecordsetTest, DoesNotTakeALostConnectionForTheEnd) {
     for (const bool longText : {false, true}) {
         ServeNumbers(3000, longText);
-        sandbox::Fault fault;
-        fault.kind = sandbox::FaultKind::DropAfterRows;
-        fault.rows = 1500;
-        server.Wire().AddFault(fault);
+        server.Wire().AddFault({.kind = sandbox::FaultKind::DropAfterRows, .rows = 1500});
         const auto own = server.Connect();
         EXPECT_EQ(RaisedBy([&] { rows.Open(u"rows", own); }).description,
                   u"[FreeTDS][SQL Server]Unexpected EOF from the server");

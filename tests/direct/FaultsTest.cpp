@@ -68,11 +68,9 @@ TEST_F(FaultsTest, AConnectionThatIsLostAtAnyRowIsAnErrorOfItsTable) {
         sandbox::Server& broken = side == 1 ? server : server2;
         for (const std::u16string_view table : {u"[keyed]", u"[bag]"}) {
             for (int rows = 0; rows < Rows - 6; rows += 21) {
-                sandbox::Fault fault;
-                fault.kind = sandbox::FaultKind::DropAfterRows;
-                fault.contains = u"FROM [dbo]." + std::u16string(table);
-                fault.rows = rows;
-                broken.AddFault(fault);
+                broken.AddFault({.kind = sandbox::FaultKind::DropAfterRows,
+                                 .contains = u"FROM [dbo]." + std::u16string(table),
+                                 .rows = rows});
                 const auto results = CompareBoth();
                 broken.ClearFaults();
                 const bool first = table == u"[keyed]";
@@ -97,11 +95,9 @@ TEST_F(FaultsTest, AFailureOfOneSideEndsAWaitForTheOther) {
         sandbox::Server& failing = side == 1 ? server : server2;
         sandbox::Server& silent = side == 1 ? server2 : server;
         failing.AddFault(ErrorIn(u"FROM [dbo].[keyed]"));
-        sandbox::Fault fault;
-        fault.kind = sandbox::FaultKind::Delay;
-        fault.contains = u"FROM [dbo].[keyed]";
-        fault.delay = std::chrono::seconds(60);
-        silent.AddFault(fault);
+        silent.AddFault({.kind = sandbox::FaultKind::Delay,
+                         .contains = u"FROM [dbo].[keyed]",
+                         .delay = std::chrono::seconds(60)});
         const auto start = std::chrono::steady_clock::now();
         const auto results = CompareBoth();
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
@@ -126,10 +122,7 @@ TEST_F(FaultsTest, AConnectionThatIsLostAtAnyBatchIsAnError) {
         ASSERT_GT(batches, 4);
         int errors = 0;
         for (int nth = 1; nth <= batches; ++nth) {
-            sandbox::Fault fault;
-            fault.kind = sandbox::FaultKind::Drop;
-            fault.nth = nth;
-            broken.AddFault(fault);
+            broken.AddFault({.kind = sandbox::FaultKind::Drop, .nth = nth});
             bool told = false;
             std::vector<DirectTableResult> results;
             const Raised raised = RaisedBy([&] { results = CompareBoth(); });

@@ -148,13 +148,10 @@ TEST_F(KeyedTables, NamesWhatIsMissing) {
 
 TEST_F(KeyedTables, NeverCallsRowsWholeThatAnErrorCutShort) {
     RunOnBoth(u"CREATE TABLE t (id int PRIMARY KEY) INSERT t VALUES (1),(2),(3)");
-    sandbox::Fault fault;
-    fault.kind = sandbox::FaultKind::ErrorAfterRows;
-    fault.contains = u"FROM [dbo].[t]";
-    fault.rows = 2;
-    fault.message.number = 8134;
-    fault.message.text = u"made to fail";
-    server2.AddFault(fault);
+    server2.AddFault({.kind = sandbox::FaultKind::ErrorAfterRows,
+                      .contains = u"FROM [dbo].[t]",
+                      .message = {.number = 8134, .text = u"made to fail"},
+                      .rows = 2});
     const DirectTableResult result = CompareOne();
     ASSERT_TRUE(result.error.has_value());
     EXPECT_EQ(differences, Texts{});

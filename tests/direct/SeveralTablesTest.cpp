@@ -90,11 +90,8 @@ TEST_F(SeveralTables, OneThatFailsLeavesTheOthersAlone) {
 }
 
 TEST_F(SeveralTables, ALostConnectionIsMadeAgain) {
-    sandbox::Fault fault;
-    fault.kind = sandbox::FaultKind::DropAfterRows;
-    fault.contains = u"FROM [dbo].[t1]";
-    fault.rows = 1;
-    server2.AddFault(fault);
+    server2.AddFault(
+        {.kind = sandbox::FaultKind::DropAfterRows, .contains = u"FROM [dbo].[t1]", .rows = 1});
     const auto results = Run(1);
     ASSERT_TRUE(results.at(1).error.has_value());
     EXPECT_FALSE(results.at(1).complete);
@@ -103,11 +100,10 @@ TEST_F(SeveralTables, ALostConnectionIsMadeAgain) {
 }
 
 TEST_F(SeveralTables, AServerThatIsGoneFailsTheTablesThatAreLeft) {
-    sandbox::Fault late;  // so that the server is gone before this table is read
-    late.kind = sandbox::FaultKind::Delay;
-    late.contains = u"FROM [dbo].[t5]";
-    late.delay = std::chrono::seconds(60);
-    server2.AddFault(late);
+    // so that the server is gone before this table is read
+    server2.AddFault({.kind = sandbox::FaultKind::Delay,
+                      .contains = u"FROM [dbo].[t5]",
+                      .delay = std::chrono::seconds(60)});
     sink.Table = [this](std::size_t table, const DirectTableResult&, bool&) {
         if (table == 4) server2.Kill();
     };
@@ -135,10 +131,9 @@ TEST_F(SeveralTables, AWorkerThatCannotLogInLeavesItsTablesToTheOthers) {
 }
 
 TEST_F(SeveralTables, ASilentServerIsCancelled) {
-    sandbox::Fault silent;
-    silent.kind = sandbox::FaultKind::Delay;
-    silent.contains = u"FROM [dbo].[t1]";
-    silent.delay = std::chrono::seconds(60);
+    const sandbox::Fault silent{.kind = sandbox::FaultKind::Delay,
+                                .contains = u"FROM [dbo].[t1]",
+                                .delay = std::chrono::seconds(60)};
     server.AddFault(silent);
     server2.AddFault(silent);
     int asked = 0;

@@ -69,12 +69,9 @@ class SandboxTest : public ::testing::Test {
     }
 
     static sandbox::Fault ErrorIn(std::u16string contains, int nth = 1) {
-        sandbox::Fault fault;
-        fault.contains = std::move(contains);
-        fault.nth = nth;
-        fault.message.number = 50000;
-        fault.message.text = u"made to fail";
-        return fault;
+        return {.contains = std::move(contains),
+                .nth = nth,
+                .message = {.number = 50000, .text = u"made to fail"}};
     }
 
     sandbox::Sandbox box;

@@ -236,11 +236,9 @@ TEST_F(DriverTest, FollowsTheCurrentDatabase) {
 }
 
 TEST_F(DriverTest, ErrorAfterRowsReachesTheFetch) {
-    Fault fault;
-    fault.kind = FaultKind::ErrorAfterRows;
-    fault.rows = 10;
-    fault.message = Error(1205, u"Transaction was deadlocked.");
-    server_.AddFault(fault);
+    server_.AddFault({.kind = FaultKind::ErrorAfterRows,
+                      .message = Error(1205, u"Transaction was deadlocked."),
+                      .rows = 10});
     Driver driver(ConnectionString());
     ASSERT_EQ(driver.Execute("numbers"), SQL_SUCCESS);
     for (int n = 0; n < 10; ++n)
@@ -250,10 +248,7 @@ TEST_F(DriverTest, ErrorAfterRowsReachesTheFetch) {
 }
 
 TEST_F(DriverTest, ADroppedConnectionReachesTheFetch) {
-    Fault fault;
-    fault.kind = FaultKind::DropAfterRows;
-    fault.rows = 10;
-    server_.AddFault(fault);
+    server_.AddFault({.kind = FaultKind::DropAfterRows, .rows = 10});
     Driver driver(ConnectionString());
     ASSERT_EQ(driver.Execute("numbers"), SQL_SUCCESS);
     SQLRETURN result = SQL_SUCCESS;

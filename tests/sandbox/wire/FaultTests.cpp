@@ -33,12 +33,10 @@ class FaultTest : public ::testing::Test {
     }
 
     static Fault Of(FaultKind kind, std::u16string contains, int rows = 0) {
-        Fault fault;
-        fault.kind = kind;
-        fault.contains = std::move(contains);
-        fault.rows = rows;
-        fault.message = Error(1205, u"Deadlock victim.");
-        return fault;
+        return {.kind = kind,
+                .contains = std::move(contains),
+                .message = Error(1205, u"Deadlock victim."),
+                .rows = rows};
     }
 
     std::size_t RowsOf(std::u16string_view batch) {

@@ -94,12 +94,8 @@ TEST_F(SandboxTest, LogsClientsButNotItself) {
 }
 
 TEST_F(SandboxTest, FaultsStrikeClientsOnly) {
-    Fault fault;
-    fault.contains = u"SELECT";
-    fault.message.number = 1205;
-    fault.message.severity = 13;
-    fault.message.text = u"Deadlock victim.";
-    server_.AddFault(fault);
+    server_.AddFault({.contains = u"SELECT",
+                      .message = {.number = 1205, .severity = 13, .text = u"Deadlock victim."}});
     EXPECT_EQ(server_.Scalar(u"SELECT 2"), u"2");
 
     TdsClient client(server_.Port());
