@@ -40,7 +40,6 @@ std::span<const std::uint8_t> AsBytes(std::u16string_view text) {
 // A line break could make a client see the end of a batch, "$(" a variable; control characters
 // and halves of surrogate pairs do not pass through every file.
 bool IsPlain(std::u16string_view text) {
-    bool surrogates = false;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char16_t unit = text[i];
         if ((unit < 0x20 && unit != u'\t') || unit == 0x7F || unit == 0x85 || unit == 0x2028 ||
@@ -48,9 +47,8 @@ bool IsPlain(std::u16string_view text) {
             return false;
         }
         if (unit == u'$' && i + 1 < text.size() && text[i + 1] == u'(') return false;
-        surrogates = surrogates || (unit >= 0xD800 && unit < 0xE000);
     }
-    return !surrogates || IsUtf16(text);
+    return IsUtf16(text);
 }
 
 bool IsAscii(std::u16string_view text) {
